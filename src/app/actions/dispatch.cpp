@@ -9,10 +9,11 @@ namespace {
 constexpr char UNKNOWN_COMMAND_HINT[] = "Type ? or help for a list of available commands.";
 
 ACTION_HOOKS Hooks;
+ACTION_ERROR_SINK ErrorSink;
 
 void PrintError(const QString& sText, const QString& sError)
 {
-    if (Hooks.PrintError) Hooks.PrintError(sText, sError);
+    if (ErrorSink) ErrorSink(sText, sError);
 }
 /// QAction::trigger() does nothing while the action is grey in the menus, but here only the command's own
 /// state counts.
@@ -39,6 +40,11 @@ void SetActionHooks(const ACTION_HOOKS& NewHooks)
 const ACTION_HOOKS& GetActionHooks()
 {
     return Hooks;
+}
+
+void SetActionErrorSink(ACTION_ERROR_SINK Sink)
+{
+    ErrorSink = std::move(Sink);
 }
 
 int PerformAction(int Id)
@@ -91,10 +97,12 @@ int ExecuteCommand(const QString& sText)
     }
     const PARSED_COMMAND Command = ParseCommand(sLine);
     if (Command.Id < 0) {
+        NoteActionFailure();
         PrintError(sLine, QString(ERR_UNKNOWN_COMMAND) + ". " + UNKNOWN_COMMAND_HINT);
         return EXECUTE_UNKNOWN;
     }
     if (GetAction(Command.Id) && !IsCommandEnabled(Command.Id)) {
+        NoteActionFailure();
         PrintError(GetCommandName(Command.Id), ERR_COMMAND_DISABLED);
         return EXECUTE_DISABLED;
     }
