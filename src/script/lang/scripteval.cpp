@@ -401,6 +401,9 @@ int Call(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, bool Exec, bool IsStatement, I64*
     if (Result == 0) {
         Result = ExpectChar(pCtx, ')');
     }
+    if (Result == 0 && Exec && pCtx->Abort) {
+        Result = -1; // set by a call in an argument
+    }
     if (Result == 0 && Exec) {
         Result = RunFunction(pCtx, pFunc, aArgs, pResult);
     }
