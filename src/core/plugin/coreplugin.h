@@ -81,8 +81,11 @@ CORE_STATIC_ASSERT(offsetof(CORE_STATIC_INFO, CFARegIdx) == 96, "layout of CORE_
 /* Bits of CORE_INST_INFO.Flags. */
 enum {
     CORE_INST_BRANCH = 0x1,        /* branch of any kind */
+    CORE_INST_INDIRECT_REG = 0x2,  /* the target comes from a register or from the stack */
+    CORE_INST_TARGET = 0x4,        /* the operand text ends in the target of a direct branch */
     CORE_INST_CALL = 0x8,          /* branch that sets a return address */
-    CORE_INST_INDIRECT_MEM = 0x20, /* branch through a word in memory; the target is that word's address */
+    CORE_INST_RETURN = 0x10,       /* branch that leaves the function */
+    CORE_INST_INDIRECT_MEM = 0x20, /* reads a word in memory, whose address is the target; with bit 0 it branches to it */
     CORE_INST_DIRECT = 0x40,       /* direct branch: BranchTarget is valid */
     CORE_INST_FLOW_OTHER = 0x100,  /* may change the flow in a way other than a branch */
     CORE_INST_PREFIX = 0x200,      /* governs the next instructions, IT for instance */
@@ -90,17 +93,17 @@ enum {
 };
 #define CORE_INST_SKIP_ON_RESUME 0x80000000u /* PC goes past it before the target resumes */
 
-/* Instruction classes. */
+/* Instruction classes: the assembly export writes code of the second one as Thumb. */
 enum {
-    CORE_INST_CLASS_NARROW = 1, /* first encoding width */
-    CORE_INST_CLASS_WIDE = 2,   /* second encoding width */
+    CORE_INST_CLASS_FIRST = 1,  /* the instruction set of words only */
+    CORE_INST_CLASS_SECOND = 2, /* the instruction set of half words and words */
 };
 
 /* One instruction, filled by AnalyzeInst. */
 typedef struct CORE_INST_INFO {
     uint32_t Class;        /* CORE_INST_CLASS_... */
     int32_t Length;        /* bytes; 0 or negative: there is no instruction */
-    uint64_t BranchTarget; /* of a direct branch */
+    uint64_t BranchTarget; /* of a direct branch, or the address of the word that is read */
     int32_t SPChange;      /* bytes; negative when the stack grows, 0 none or not known */
     uint32_t Flags;        /* CORE_INST_... */
 } CORE_INST_INFO;
@@ -132,7 +135,7 @@ enum {
 
 /* One part of a location, and a location of at most two parts. These are the same bytes as
  * the debugger's ELF_SYM_LOC: fields in the same order with natural alignment, so that the
- * unwinder's arrays are handed to a plug-in as they are. Asserted in core/host. */
+ * unwinder's arrays are handed to a plug-in as they are. The unwinder asserts it. */
 typedef struct CORE_LOC_PART {
     uint32_t Type;       /* CORE_LOC_... */
     uint32_t Address;    /* of types 2 and 3 */
