@@ -81,7 +81,6 @@ CORE_STATIC_ASSERT(offsetof(CORE_STATIC_INFO, CFARegIdx) == 96, "layout of CORE_
 /* Bits of CORE_INST_INFO.Flags. */
 enum {
     CORE_INST_BRANCH = 0x1,        /* branch of any kind */
-    CORE_INST_INDIRECT_REG = 0x2,  /* the target comes from a register or from the stack */
     CORE_INST_TARGET = 0x4,        /* the operand text ends in the target of a direct branch */
     CORE_INST_CALL = 0x8,          /* branch that sets a return address */
     CORE_INST_RETURN = 0x10,       /* branch that leaves the function */
@@ -171,15 +170,17 @@ typedef struct CORE_REG_SET {
     CORE_LOC* paRule;    /* unwind rules, one a register */
 } CORE_REG_SET;
 
-/* Given to GetUnwindRules. */
+/* Given to GetUnwindRules. The plug-in is asked first on every frame, with Phase 0: it takes the frames
+ * that no compiler describes. Where the program file has no call frame information either, it is asked
+ * once more with Phase 1 and may guess from the code. */
 typedef struct CORE_UNWIND_REQUEST {
     uint32_t RARegIdx;   /* in: default column of the return address; out: the column to use */
     uint32_t NumRules;   /* entries of paRule */
-    uint64_t Reserved;   /* 0 */
+    uint64_t Phase;      /* 0, or 1 as above */
     CORE_LOC* paRule;    /* filled by the plug-in, one a register */
 } CORE_UNWIND_REQUEST;
 
-CORE_STATIC_ASSERT(offsetof(CORE_UNWIND_REQUEST, Reserved) == 8, "layout of CORE_UNWIND_REQUEST");
+CORE_STATIC_ASSERT(offsetof(CORE_UNWIND_REQUEST, Phase) == 8, "layout of CORE_UNWIND_REQUEST");
 
 /* Kind of a mapping symbol; the low byte decides. */
 enum {
