@@ -135,6 +135,10 @@ void CopyText(const llvm::SmallVectorImpl<char>& Text, char* sText, uint32_t Siz
     if (Length >= Size) Length = Size - 1;
     std::memcpy(sText, Text.data() + First, Length);
     sText[Length] = '\0';
+    // A few instructions are printed with a blank in place of the tab: "cpsid i".
+    if (!std::strchr(sText, '\t')) {
+        if (char* pBlank = std::strchr(sText, ' ')) *pBlank = '\t';
+    }
 }
 
 } // namespace
