@@ -131,7 +131,8 @@ QString GetActionError(int Id);
 /// The value of the call that runs.
 void SetActionResult(int Id, I64 Value);
 I64 GetActionResult(int Id);
-/// Number of errors set since the start; tells a caller whether something inside a call failed.
+/// Number of failures since the start: errors set by handlers, calls of disabled commands and of actions
+/// that aren't linked. A change tells a caller that something inside a call failed.
 U64 GetActionErrorCount();
 
 /// What console, scripts and PerformAction obey.
