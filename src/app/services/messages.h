@@ -1,4 +1,4 @@
-// The table of numbered messages.
+// The table of numbered messages; its rows and the names of the ids are in messagetable.h.
 //
 //   char ac[512];
 //   FormatMessage(MSGID_FILE_NOT_FOUND, ac, sizeof(ac), "x.svd");
@@ -43,5 +43,5 @@ int FormatMessage(int Id, char* pBuffer, std::size_t Size, ...);
 /// As FormatMessage, followed by the sentence that refers to the user guide.
 int FormatMessageRef(int Id, char* pBuffer, std::size_t Size, ...);
 
-/// Formats a message and logs it with the flags of its row, Flags added. Returns as Log. Any thread.
+/// Formats a message and logs it with the flags of its row. Returns as Log. Any thread.
 int LogMessage(int Id, ...);

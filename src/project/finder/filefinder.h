@@ -59,8 +59,7 @@ public:
     QString Collapse(const QString& sPath, const QString& sVariable) const;
     QString GetVariable(const QString& sName) const; ///< "$(ProjectDir)"; empty for an unknown name
 
-    /// The file that the path means here. Empty if there is none, except for a source path, whose
-    /// failure falls out as an empty text too once every step has been tried.
+    /// The file that the path means here; empty if there is none.
     QString Resolve(const QString& sPath);
     /// The same, and on failure once more with the platform's library extension.
     QString ResolvePlugin(const QString& sPath);
@@ -98,6 +97,7 @@ private:
     QString _Test(const QString& sFolder, const QString& sRelativePath) const;
     QString _SearchRelative(const QString& sRelativePath, bool NoCurrentDir);
     QString _SearchFolders(const QString& sFileName, const QStringList& Folders, bool CaseInsensitiveScan);
+    QString _Find(const QString& sPath);
     QString _ResolveSource(const QString& sPath);
     QString _ResolveData(const QString& sPath, const QStringList& MoreFolders);
     QString _ResolveRegisters(const QString& sPath);

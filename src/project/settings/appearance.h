@@ -51,8 +51,12 @@ void ResetColor(int ColorID);              ///< current and stored value back to
 const FONT_ROW* GetFontRow(int FontID); ///< null outside the table
 QFont GetFont(int FontID);
 QFont GetFontStored(int FontID);
+QFont GetFontDefault(int FontID);
 void SetFont(int FontID, const QFont& Font, bool Store);
 int FindFont(const QString& sName);     ///< by name ignoring case or by decimal id; -1 if unknown
+
+/// The font's size, weight and slant in the system's fixed pitch family.
+QFont GetFixedFont(const QFont& Font);
 
 /// "Family,  10pt,  Bold Italic".
 QString FontToText(const QFont& Font);

@@ -78,6 +78,12 @@ void SetVar(int VarID, I64 Value, bool Store);
 /// The same for a string row. -1 for a text above MAX_SYS_VAR_TEXT characters or another type, else 0.
 int SetVarString(int VarID, const QString& sText, bool Store);
 
+/// Puts a value kept from an earlier run into the current and the stored value without marking the
+/// row as set: nobody has decided on it in this run. A value outside the row's list or range is
+/// left out. Main thread.
+void RestoreVar(int VarID, I64 Value);
+void RestoreVarString(int VarID, const QString& sText);
+
 bool IsVarSet(int VarID);     ///< was set since the start, by any way of setting
 bool IsVarChanged(int VarID); ///< current value differs from the default
 bool IsStringVar(int VarID);
@@ -90,6 +96,9 @@ bool GetVarRange(int VarID, I64* pMin, U64* pMax);
 /// A user's text as a value of the row: list text, name of a constant, number in C notation or
 /// frequency; ignoring case. *pOk says whether it is one; the value is 0 if not.
 I64 ParseVar(int VarID, const QString& sText, bool* pOk);
+
+/// True if the list or range of the row holds the value.
+bool IsVarValueValid(int VarID, I64 Value);
 
 /// Sets a row from its text, with Store also the stored value. 0, or -1 with the reason in *psError.
 int ParseVarText(int VarID, int Store, const QString& sText, QString* psError = nullptr);
