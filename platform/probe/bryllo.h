@@ -3,7 +3,7 @@
  *
  *   BRYLLOARM_SelectUSB(0);
  *   const char* sErr = BRYLLOARM_Open();                    // null when ok
- *   BRYLLOARM_ExecCommand("device = SIM-M4F-512", acOut, sizeof(acOut));
+ *   BRYLLOARM_ExecCommand("device=VS4F-512", acOut, sizeof(acOut));
  *   BRYLLOARM_TIF_Select(BRYLLO_TIF_SWD);
  *   if (BRYLLOARM_Connect() == 0) { BRYLLOARM_Halt(); ... }
  *   BRYLLOARM_Close();
@@ -402,15 +402,15 @@ BRYLLO_API int BRYLLOARM_ExecCommand(const char* sCmd, char* acOut, int BufferSi
 /* -------------------------------------------------------------------- run control -------- */
 
 /* 1 or above halted, 0 running, negative: the connection is lost. */
-BRYLLO_API signed char BRYLLOARM_IsHalted(void);
+BRYLLO_API int BRYLLOARM_IsHalted(void);
 /* Halts the target; 0 ok, also when it stands already. */
-BRYLLO_API signed char BRYLLOARM_Halt(void);
+BRYLLO_API int BRYLLOARM_Halt(void);
 /* Resumes the target. A breakpoint at the PC does not stop it again at once. MaxEmulInsts is
  * without effect. Flags bit 0: step over the breakpoint at the PC even if it is a software one.
  * 0 ok, negative on failure. */
 BRYLLO_API int BRYLLOARM_GoEx(U32 MaxEmulInsts, U32 Flags);
 /* Executes one instruction with interrupts as they are; 0 ok. */
-BRYLLO_API signed char BRYLLOARM_Step(void);
+BRYLLO_API int BRYLLOARM_Step(void);
 /* Type 0 (reset the core and peripherals, halt at the reset vector) is the one there is; the
  * answer is the type before. */
 BRYLLO_API int BRYLLOARM_SetResetType(int Type);
@@ -441,17 +441,17 @@ BRYLLO_API int BRYLLOARM_GetWPInfoEx(int Index, BRYLLOARM_WP_INFO* pInfo);
 
 /* ------------------------------------------------------------------------- memory -------- */
 
-/* Reads NumItems items with accesses of the item's size. Data that is read lies in the order of
- * the target's memory, item by item in host byte order. paStatus may be null, else one byte an
- * item: 0 read, 1 failed. The answer is the number of items read, counted from the first; the
- * items behind the first failed one are tried too when paStatus is given. Negative on failure
- * of the whole call. */
+/* Reads NumItems items with accesses of the item's size. The bytes of the data lie as in the
+ * target's memory, at every item size: a big-endian target's values are swapped by the caller.
+ * paStatus may be null, else one byte an item: 0 read, 1 failed, and the items behind a failed one
+ * are tried too (failed items read as 0). The answer is the number of items read, without paStatus
+ * those up to the first failure; negative when no item could be read. */
 BRYLLO_API int BRYLLOARM_ReadMemU8(U32 Addr, U32 NumItems, U8* paData, U8* paStatus);
 BRYLLO_API int BRYLLOARM_ReadMemU16(U32 Addr, U32 NumItems, U16* paData, U8* paStatus);
 BRYLLO_API int BRYLLOARM_ReadMemU32(U32 Addr, U32 NumItems, U32* paData, U8* paStatus);
 BRYLLO_API int BRYLLOARM_ReadMemU64(U32 Addr, U32 NumItems, U64* paData, U8* paStatus);
 /* Reads bytes with accesses of AccessWidth bytes (1, 2, 4; 0: the library chooses). The answer
- * is the number of bytes read up to the first failure, negative on failure of the whole call. */
+ * is the number of bytes read up to the first failure, negative when there are none. */
 BRYLLO_API int BRYLLOARM_ReadMemEx(U32 Addr, U32 NumBytes, void* pData, U32 AccessWidth);
 /* As BRYLLOARM_ReadMemEx with width 0, but 0 when all bytes were read, else negative. */
 BRYLLO_API int BRYLLOARM_ReadMem(U32 Addr, U32 NumBytes, void* pData);
@@ -460,8 +460,8 @@ BRYLLO_API int BRYLLOARM_WriteU8(U32 Addr, U8 Data);
 BRYLLO_API int BRYLLOARM_WriteU16(U32 Addr, U16 Data);
 BRYLLO_API int BRYLLOARM_WriteU32(U32 Addr, U32 Data);
 BRYLLO_API int BRYLLOARM_WriteU64(U32 Addr, U64 Data);
-/* Writes bytes; the answer is the number written up to the first failure, negative on failure of
- * the whole call. */
+/* Writes bytes; the answer is the number written up to the first failure, negative when there are
+ * none. Flash is only written inside a download bracket. */
 BRYLLO_API int BRYLLOARM_WriteMemEx(U32 Addr, U32 NumBytes, const void* pData, U32 AccessWidth);
 /* As BRYLLOARM_WriteMemEx with width 0. */
 BRYLLO_API int BRYLLOARM_WriteMem(U32 Addr, U32 NumBytes, const void* pData);
