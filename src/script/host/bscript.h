@@ -5,9 +5,8 @@
 //       BScript::RunEvent(EVENT_ON_PROJECT_LOAD);
 //   if (BScript::HasError()) ... BScript::GetErrorText() ...
 //
-// Main thread only. A host call may run the event loop, so script functions can nest; a load or
-// close waits for the calls that run (see Close), therefore a project is opened through
-// CProject::Open, which waits by timer instead.
+// Main thread only. A host call may run the event loop, so script functions can nest; a project is
+// therefore opened through CProject::Open, which waits by timer until no function runs.
 #pragma once
 #include "app/services/types.h"
 #include "script/lang/scriptctx.h"
@@ -35,23 +34,26 @@ enum SCRIPT_EVENTS : int {
     EVENT_BEFORE_TARGET_RESUME = 15,
 };
 
-/// Hooks that the application sets once at start; each may be empty.
+/// What the host asks of the layers above it; set once at start, each may be empty.
 struct BSCRIPT_HOOKS {
-    std::function<bool()> IsProjectClosing;                         ///< no function may start any more
+    std::function<bool()> IsProjectClosing;                          ///< no function may start any more
     std::function<bool(const QString& sExpr, I64* pValue)> EvalExpr; ///< the expression evaluator, as an integer
-    std::function<void()> ShowConsole;                              ///< called when a run left an error that the user must see
-    std::function<bool()> HasNewWarnings;                           ///< project warnings not yet reported
+    std::function<void()> ShowConsole;                               ///< a run left an error that the user must see
+    std::function<int()> LogNewWarnings; ///< logs the project warnings not yet reported; their number (CProject sets it)
 };
 
 namespace BScript {
 
-void SetHooks(const BSCRIPT_HOOKS& Hooks);
+/// The hooks, to be filled in place.
+BSCRIPT_HOOKS& Hooks();
 /// Gives the settings tables the constant names and the frequency rule. Called once at start.
 void BindSettings();
 
 int Load(const QString& sPath);      ///< 0, or negative with the error in GetErrorText
 int LoadText(const QString& sText);  ///< 0 or -1
-void Close();                        ///< ends a running script (waits at most 100,000 ms) and frees it
+/// Ends the script and frees it. A call that still runs stands below this one on the same stack, so
+/// it can't be waited for: it ends at its next statement, and its memory goes with it.
+void Close();
 
 bool HasEvent(int EventId);
 int RunEvent(int EventId);
@@ -87,9 +89,13 @@ int ReloadIfChanged(); ///< 1 if it was reloaded, else 0
 
 /// Checks that a string argument of a script call points into the script's block; otherwise logs
 /// the error with sName's short form and gives false.
-bool CheckStringArg(I64 Arg, const char* sName);
+bool CheckStringArg(I64 Arg, const QString& sName);
+/// The text at an address that CheckStringArg accepted; empty for any other.
+QString ReadStringArg(I64 Arg);
 
 QString GetNewProjectText(const QStringList& Commands);
+/// Body of a new project's OnProjectLoad with its head: both markers and the commands.
+QString GetProjectLoadText(const QStringList& Commands);
 QString GetEventPrototype(int EventId); ///< empty for an unknown id
 QString GetEventName(int EventId);
 QString GetDialogSectionMark();

@@ -124,7 +124,7 @@ int CallByName(SCRIPT_CTX* pCtx, const char* sName);
 /// clears the error. *pResult (may be null) gets the function's value; -1 for one without a return.
 int CallByName(SCRIPT_CTX* pCtx, const char* sName, int NumArgs, const I64* aArgs, I64* pResult);
 
-/// Locals, then globals, oldest first; null if unknown.
+/// Among the globals (a call from the host has no locals of its own), oldest first; null if unknown.
 SCRIPT_SYM* FindSymbol(SCRIPT_CTX* pCtx, const char* sName);
 
 /// True if the zero-terminated text at the address lies wholly inside the script's block.

@@ -20,6 +20,7 @@ public:
     void SetTitle(const QString& sTitle);
     void SetHighlighted(bool Highlighted); ///< the look of the dock that holds the focus
     bool IsHighlighted() const { return m_Highlighted; }
+    void RequestClose(); ///< emits CloseRequested() if anybody listens, else closes
     bool IsTabbed() const; ///< shares its place with others, so that a tab bar shows its title
 
     QSize sizeHint() const override;

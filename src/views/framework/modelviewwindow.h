@@ -193,6 +193,7 @@ private:
     void CollectExpanded(const QModelIndex& Parent, QList<U32>& Keys) const;
     void RestoreExpansion(const QModelIndex& Parent, const QList<U32>& Keys);
     void AddTextLines(const QModelIndex& Parent, int Level, int Depth, QStringList& Lines) const;
+    bool PrepareRows(const QModelIndex& Parent, int Level, int Depth);
     void UpdateRowHeight();
     bool IsTreeModel() const;
 

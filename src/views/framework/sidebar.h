@@ -7,6 +7,7 @@
 #include <QMap>
 #include <QPair>
 #include <QWidget>
+#include <functional>
 
 /// Pictures of the symbol strip.
 enum SIDEBAR_SYMBOLS : int {
@@ -41,6 +42,8 @@ public:
     void SetGeometryOfRows(int FirstRow, int RowHeight, int TopMargin = 0);
     void SetCurrentRow(int Row); ///< -1 for none; its number is drawn stronger
     void SetFonts(const QFont& LineNumbers, const QFont& Counters);
+    /// Place of a row for the counters' tool tip, and the count of all executed instructions for the load (0 = none).
+    void SetProfileInfo(std::function<QString(int Row)> PlaceText, U64 TotalExecuted);
     void Clear();
 
     int GetRowAt(int y) const; ///< document row at a pixel
@@ -64,6 +67,8 @@ protected:
 
 private:
     void UpdateWidth();
+    int GetNumberWidth() const;
+    int GetCounterWidth() const;
     QString MakeCounterTip(int Row) const;
 
     QMap<int, int> m_Left;
@@ -79,4 +84,6 @@ private:
     int m_CurrentRow = -1;
     int m_HoverRow = -1;
     bool m_CountersShown = false;
+    std::function<QString(int Row)> m_PlaceText;
+    U64 m_TotalExecuted = 0;
 };

@@ -60,8 +60,10 @@ public:
     virtual void RestoreAttributes();
     /// Stores Value for the item; Always false keeps an entry that exists; Recurse goes on into the children.
     virtual void SetRole(const QModelIndex& Index, int Role, U32 Value, bool Recurse, bool Always);
+    void RemoveRoleEntry(const QModelIndex& Index, int Role);
     void SetRoleText(const QModelIndex& Index, int Role, const QString& sText);
     virtual void AgeChangeLevels(int Role = ROLE_CHANGE_LEVEL); ///< adds 1 to every entry, in 8 bits
+    QVariant GetStoredRole(const QModelIndex& Index, int Role) const; ///< the item's own entry; invalid if it has none
     bool HasRoleEntries(int Role) const { return !m_Attributes.value(Role).isEmpty(); }
     ///@}
 

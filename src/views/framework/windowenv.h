@@ -1,4 +1,4 @@
-// What windows ask of the rest of the program: the debug state, commands, preferences, colours and fonts.
+// What windows ask of the rest of the program: the debug state and commands.
 // The application registers the answers once at start; without them a window behaves as with no target.
 //
 //   WINDOW_ENV Env;
@@ -26,9 +26,6 @@ struct WINDOW_ENV {
     std::function<int(const QString& sCommand, const QStringList& Params)> PerformCommand;
     /// True if a command may run now; default true.
     std::function<bool(const QString& sCommand)> IsCommandEnabled;
-    std::function<I64(int SysVarID)> GetPreference;         ///< value of a system variable or preference; default 0
-    std::function<U32(int ColorID)> GetColor;               ///< ARGB as stored, palette codes included
-    std::function<QString(int FontID)> GetFontText;         ///< "family,  sizept,  style"; empty = theme's own
     std::function<void(QWidget* pWindow)> LinkActions;      ///< ties a window's QAction children to the action table
     std::function<void(QWidget* pWindow)> UnlinkActions;    ///< the reverse, before the window dies
 };
@@ -48,5 +45,4 @@ U32 AlignToInst(U32 Addr); ///< rounded down to the instruction alignment; ADDR_
 DEBUG_STATES GetDebugState();
 int PerformWindowCommand(const QString& sCommand, const QStringList& Params = {});
 bool IsWindowCommandEnabled(const QString& sCommand);
-I64 GetPreferenceValue(int SysVarID, I64 Default = 0); ///< Default only when nobody answers
 ///@}
