@@ -46,7 +46,9 @@ void tst_actions::init()
 {
     SetMainThread();
     m_Errors.clear();
-    SetActionErrorSink([this](const QString& s, const QString& e) { m_Errors.append(s.isEmpty() ? e : s + ": " + e); });
+    ACTION_HOOKS Hooks;
+    Hooks.PrintError = [this](const QString& s, const QString& e) { m_Errors.append(s.isEmpty() ? e : s + ": " + e); };
+    SetActionHooks(Hooks);
 }
 
 void tst_actions::rowsOfCommands()
