@@ -69,7 +69,6 @@ CConsoleWindow::CConsoleWindow(QWidget* pParent) : CWindow(pParent, QStringLiter
     _UpdateDefaultColor();
     _ApplyFont();
     AddCommandListener(this);
-    SetActionErrorSink([this](const QString& sText, const QString& sError) { PrintError(sText, sError); });
     SetLogConsoleSink([this](const QString& sText, U32 Flags) { _OnLogged(sText, Flags); });
     LinkWindowActions();
 }
@@ -77,7 +76,6 @@ CConsoleWindow::CConsoleWindow(QWidget* pParent) : CWindow(pParent, QStringLiter
 CConsoleWindow::~CConsoleWindow()
 {
     SetLogConsoleSink(nullptr);
-    SetActionErrorSink(nullptr);
     CloseLogFile(LOG_SLOT_CONSOLE);
     pInstance = nullptr;
 }
