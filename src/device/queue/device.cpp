@@ -177,7 +177,7 @@ bool CDevice::_PreProcessJob(DEVICE_JOB& Job)
     }
     switch (Job.Type) {
     case BT_HALT:
-        return State.Connected && State.HaltedRaw;
+        return State.Halted;
     case BT_START_HSS:
         CancelJobs(BT_READ_HSS, QUEUE_OF_TYPE);
         return false;
