@@ -36,3 +36,28 @@ void LogError(const QString& sText);   ///< always
 
 /// True when debug and warning texts have somewhere to go (a log file is open or -debug was given). Any thread.
 bool IsLoggingOn();
+
+// Ways out. A sink is called under the logger's lock, so it must not log itself; what it logs is dropped.
+
+/// Receives the text without a level prefix, first character upper-cased, and the flags of the call.
+using LOG_CONSOLE_SINK = std::function<void(const QString& sText, U32 Flags)>;
+/// Receives the text with its level prefix and without a line end.
+using LOG_STDOUT_SINK = std::function<void(const QString& sLine)>;
+
+/// Sets the console window as sink; an empty function takes it out again. Any thread.
+void SetLogConsoleSink(LOG_CONSOLE_SINK Sink);
+/// Sets what stands for the text console of -debug; an empty function restores the standard output.
+void SetLogStdoutSink(LOG_STDOUT_SINK Sink);
+
+/// The prefix of the level in Flags: " i  ", "[W] ", "[E] " or an empty text.
+QString GetLogPrefix(U32 Flags);
+
+/// Writes what the batch of the application log still holds to the file. Any thread.
+void FlushLog();
+/// Bytes in the batch of the application log that are not in the file yet. Any thread.
+int GetLogBatchSize();
+/// Flushes, and forgets sinks and the batch threshold, which is read again at the next write.
+void ShutdownLog();
+
+/// Makes the logger the receiver of Qt's own messages. Main thread, at start.
+void InstallQtMessageHandler();

@@ -1,0 +1,339 @@
+// Units, abbreviations and entries: what the first pass over a program uses.
+#include "program/elf/dwarfinfo.h"
+
+#include <algorithm>
+#include <libdwarf/dwarf.h>
+
+namespace {
+
+/// A damaged file can give each unit another place in one large table; the total is bounded by this factor.
+constexpr U64 MAX_ABBREV_PASSES = 64;
+
+/// Adds one attribute to the precomputed size of an abbreviation.
+void CountForm(DWARF_ABBREV& Abbrev, U32 Form)
+{
+    switch (Form) {
+    case DW_FORM_addr: Abbrev.NumAddrs++; break;
+    case DW_FORM_ref_addr: Abbrev.NumRefAddrs++; break;
+    case DW_FORM_strp:
+    case DW_FORM_line_strp:
+    case DW_FORM_sec_offset:
+    case DW_FORM_strp_sup:
+    case DW_FORM_GNU_ref_alt:
+    case DW_FORM_GNU_strp_alt: Abbrev.NumOffsets++; break;
+    case DW_FORM_flag_present:
+    case DW_FORM_implicit_const: break;
+    case DW_FORM_data1:
+    case DW_FORM_ref1:
+    case DW_FORM_flag:
+    case DW_FORM_strx1:
+    case DW_FORM_addrx1: Abbrev.FixedBytes += 1; break;
+    case DW_FORM_data2:
+    case DW_FORM_ref2:
+    case DW_FORM_strx2:
+    case DW_FORM_addrx2: Abbrev.FixedBytes += 2; break;
+    case DW_FORM_strx3:
+    case DW_FORM_addrx3: Abbrev.FixedBytes += 3; break;
+    case DW_FORM_data4:
+    case DW_FORM_ref4:
+    case DW_FORM_strx4:
+    case DW_FORM_addrx4:
+    case DW_FORM_ref_sup4: Abbrev.FixedBytes += 4; break;
+    case DW_FORM_data8:
+    case DW_FORM_ref8:
+    case DW_FORM_ref_sig8:
+    case DW_FORM_ref_sup8: Abbrev.FixedBytes += 8; break;
+    case DW_FORM_data16: Abbrev.FixedBytes += 16; break;
+    default: Abbrev.IsFixed = false; break;
+    }
+}
+
+} // namespace
+
+void DwarfSkipForm(CByteCursor& Cur, U32 Form, U32 AddrSize, U32 OffsetSize, U32 Version)
+{
+    if (Form == DW_FORM_indirect) {
+        Form = static_cast<U32>(Cur.GetULeb());
+        if (Form == DW_FORM_indirect || Form == DW_FORM_implicit_const) return Cur.Fail();
+    }
+    switch (Form) {
+    case DW_FORM_string: Cur.GetText(); return;
+    case DW_FORM_block1: Cur.Skip(Cur.GetU8()); return;
+    case DW_FORM_block2: Cur.Skip(Cur.GetU16()); return;
+    case DW_FORM_block4: Cur.Skip(Cur.GetU32()); return;
+    case DW_FORM_block:
+    case DW_FORM_exprloc: Cur.Skip(Cur.GetULeb()); return;
+    case DW_FORM_sdata:
+    case DW_FORM_udata:
+    case DW_FORM_ref_udata:
+    case DW_FORM_strx:
+    case DW_FORM_addrx:
+    case DW_FORM_loclistx:
+    case DW_FORM_rnglistx:
+    case DW_FORM_GNU_addr_index:
+    case DW_FORM_GNU_str_index: Cur.SkipLeb(); return;
+    default: break;
+    }
+    DWARF_ABBREV Size;
+    Size.IsFixed = true;
+    CountForm(Size, Form);
+    if (!Size.IsFixed) return Cur.Fail();
+    Cur.Skip(Size.FixedBytes + Size.NumAddrs * AddrSize + Size.NumOffsets * OffsetSize +
+             Size.NumRefAddrs * (Version <= 2 ? AddrSize : OffsetSize));
+}
+
+const DWARF_ABBREV* DWARF_ABBREV_TABLE::Find(U64 Code) const
+{
+    if (Code - 1 < aDense.size()) {
+        const U32 Index = aDense[Code - 1];
+        return Index ? &aAbbrev[Index - 1] : nullptr;
+    }
+    const auto it = Sparse.find(Code);
+    return it != Sparse.end() ? &aAbbrev[it->second] : nullptr;
+}
+
+bool CDwarfInfo::Init(const DWARF_SECTIONS& Sections)
+{
+    m_Sec = Sections;
+    // Bit 31 of an id tells the section, so that offsets have 31 bits.
+    for (ELF_BYTES* pSec : {&m_Sec.Info, &m_Sec.Types}) {
+        if (pSec->Size > 0x7FFFFFFFu) *pSec = {};
+    }
+    if (!m_Sec.Info.pData || !m_Sec.Abbrev.pData) return false;
+    _ReadUnits(false);
+    m_NumInfoUnits = m_aUnit.size();
+    _ReadUnits(true);
+    for (size_t i = 0; i < m_aUnit.size(); i++) {
+        _ReadRoot(m_aUnit[i]);
+        if (m_aUnit[i].IsTypeUnit()) m_TypeUnits.emplace(m_aUnit[i].Signature, i);
+    }
+    return !m_aUnit.empty();
+}
+
+bool CDwarfInfo::_ReadUnits(bool InTypes)
+{
+    const ELF_BYTES Sec = _Section(InTypes);
+    for (U64 Offset = 0; Offset < Sec.Size;) {
+        DWARF_UNIT Unit;
+        Unit.InTypes = InTypes;
+        Unit.Offset = static_cast<U32>(Offset);
+        if (!_ReadUnitHeader(Unit)) m_NumBadUnits++;
+        else m_aUnit.push_back(Unit);
+        if (Unit.End <= Unit.Offset) return false; // the length itself is damaged: no way to the next one
+        Offset = Unit.End;
+    }
+    return true;
+}
+
+bool CDwarfInfo::_ReadUnitHeader(DWARF_UNIT& Unit)
+{
+    const ELF_BYTES Sec = _Section(Unit.InTypes);
+    CByteCursor Cur(Sec.pData, Sec.Size, m_Sec.BigEndian, Unit.Offset);
+    U64 Length = Cur.GetU32();
+    if (Length == 0xFFFFFFFFu) {
+        Length = Cur.GetU64();
+        Unit.OffsetSize = 8;
+    }
+    if (!Cur.IsOk() || Length > Cur.Remaining() || Length == 0) return false;
+    Unit.End = static_cast<U32>(Cur.Pos() + Length);
+    Cur.Limit(Unit.End);
+    Unit.Version = Cur.GetU16();
+    if (Unit.Version < 2 || Unit.Version > 5) return false;
+    U64 AbbrevOffset;
+    if (Unit.Version >= 5) {
+        Unit.UnitType = Cur.GetU8();
+        Unit.AddrSize = Cur.GetU8();
+        AbbrevOffset = Cur.GetUnsigned(Unit.OffsetSize);
+        if (Unit.UnitType == DW_UT_skeleton || Unit.UnitType == DW_UT_split_compile) Cur.GetU64();
+    } else {
+        AbbrevOffset = Cur.GetUnsigned(Unit.OffsetSize);
+        Unit.AddrSize = Cur.GetU8();
+        Unit.UnitType = Unit.InTypes ? DW_UT_type : DW_UT_compile;
+    }
+    if (Unit.UnitType == DW_UT_type || Unit.UnitType == DW_UT_split_type) {
+        Unit.Signature = Cur.GetU64();
+        const U64 TypeOffset = Cur.GetUnsigned(Unit.OffsetSize);
+        if (TypeOffset >= Unit.End - Unit.Offset || TypeOffset == 0) return false;
+        Unit.TypeOffset = Unit.Offset + static_cast<U32>(TypeOffset);
+    }
+    if (!Cur.IsOk() || (Unit.AddrSize != 4 && Unit.AddrSize != 8 && Unit.AddrSize != 2)) return false;
+    Unit.DieOffset = static_cast<U32>(Cur.Pos());
+    Unit.pAbbrevs = _GetAbbrevs(AbbrevOffset);
+    return Unit.pAbbrevs != nullptr;
+}
+
+const DWARF_ABBREV_TABLE* CDwarfInfo::_GetAbbrevs(U64 Offset)
+{
+    const auto it = m_AbbrevTables.find(Offset);
+    if (it != m_AbbrevTables.end()) return it->second.get();
+    auto pTable = std::make_unique<DWARF_ABBREV_TABLE>();
+    CByteCursor Cur(m_Sec.Abbrev.pData, m_Sec.Abbrev.Size, m_Sec.BigEndian, Offset);
+    if (!Cur.IsOk() || m_AbbrevBytesRead > MAX_ABBREV_PASSES * m_Sec.Abbrev.Size) return nullptr;
+    for (;;) {
+        const U64 Code = Cur.GetULeb();
+        if (!Cur.IsOk() || Code == 0) break;
+        DWARF_ABBREV Abbrev;
+        Abbrev.Tag = static_cast<U32>(Cur.GetULeb());
+        Abbrev.HasChildren = Cur.GetU8() != 0;
+        Abbrev.IsFixed = true;
+        Abbrev.FirstAttr = static_cast<U32>(pTable->aSpec.size());
+        for (;;) {
+            const U64 Name = Cur.GetULeb();
+            const U64 Form = Cur.GetULeb();
+            const I64 Implicit = Form == DW_FORM_implicit_const ? Cur.GetSLeb() : 0;
+            if (!Cur.IsOk() || (Name == 0 && Form == 0)) break;
+            pTable->aSpec.push_back({static_cast<U16>(Name), static_cast<U16>(Form), Implicit});
+            CountForm(Abbrev, static_cast<U32>(Form));
+            if (Name == DW_AT_specification) Abbrev.HasSpecification = true;
+            if (Name == DW_AT_declaration) Abbrev.HasDeclaration = true;
+            if (Name == DW_AT_artificial) Abbrev.HasArtificial = true;
+        }
+        if (!Cur.IsOk()) break;
+        Abbrev.NumAttrs = static_cast<U32>(pTable->aSpec.size()) - Abbrev.FirstAttr;
+        const U32 Index = static_cast<U32>(pTable->aAbbrev.size());
+        pTable->aAbbrev.push_back(Abbrev);
+        // Producers count codes from 1; anything else still works, but by hash.
+        if (Code <= Index + 1024u) {
+            if (pTable->aDense.size() < Code) pTable->aDense.resize(Code, 0);
+            if (!pTable->aDense[Code - 1]) pTable->aDense[Code - 1] = Index + 1;
+        } else {
+            pTable->Sparse.emplace(Code, Index);
+        }
+    }
+    m_AbbrevBytesRead += (Cur.IsOk() ? Cur.Pos() : m_Sec.Abbrev.Size) - Offset;
+    return m_AbbrevTables.emplace(Offset, std::move(pTable)).first->second.get();
+}
+
+void CDwarfInfo::_ReadRoot(DWARF_UNIT& Unit)
+{
+    DWARF_DIE Root;
+    if (!ReadDie(Unit, Unit.DieOffset, Root) || Root.IsNull()) return;
+    Unit.Tag = Root.Tag();
+    // The bases come first: other attributes of the root may be indices that need them.
+    const U32 HeaderSize = Unit.OffsetSize == 8 ? 16 : 8;
+    Unit.StrOffsetsBase = HeaderSize;
+    Unit.AddrBase = HeaderSize;
+    const struct {
+        U32 Attr;
+        U64& Base;
+    } aBase[] = {{DW_AT_str_offsets_base, Unit.StrOffsetsBase},
+                 {DW_AT_addr_base, Unit.AddrBase},
+                 {DW_AT_rnglists_base, Unit.RnglistsBase},
+                 {DW_AT_loclists_base, Unit.LoclistsBase}};
+    for (const auto& Row : aBase) {
+        if (const DWARF_VALUE Value = GetAttr(Root, Row.Attr)) Row.Base = Value.Value;
+    }
+    if (const DWARF_VALUE Value = GetAttr(Root, DW_AT_low_pc); Value.Class == DWARF_CLASS::ADDRESS) {
+        Unit.LowPc = static_cast<U32>(Value.Value);
+        Unit.HasLowPc = true;
+    }
+    if (const DWARF_VALUE Value = GetAttr(Root, DW_AT_stmt_list)) {
+        Unit.StmtList = Value.Value;
+        Unit.HasStmtList = true;
+    }
+    if (const DWARF_VALUE Value = GetAttr(Root, DW_AT_language)) Unit.Lang = static_cast<U32>(Value.Value);
+}
+
+const DWARF_UNIT* CDwarfInfo::FindUnit(U32 Id) const
+{
+    const bool InTypes = (Id & DIE_ID_TYPES) != 0;
+    const U32 Offset = Id & ~DIE_ID_TYPES;
+    const auto First = m_aUnit.begin() + (InTypes ? static_cast<std::ptrdiff_t>(m_NumInfoUnits) : 0);
+    const auto Last = InTypes ? m_aUnit.end() : m_aUnit.begin() + static_cast<std::ptrdiff_t>(m_NumInfoUnits);
+    auto it = std::upper_bound(First, Last, Offset, [](U32 Off, const DWARF_UNIT& Unit) { return Off < Unit.Offset; });
+    if (it == First) return nullptr;
+    --it;
+    return Offset >= it->DieOffset && Offset < it->End ? &*it : nullptr;
+}
+
+const DWARF_UNIT* CDwarfInfo::FindTypeUnit(U64 Signature) const
+{
+    const auto it = m_TypeUnits.find(Signature);
+    return it != m_TypeUnits.end() ? &m_aUnit[it->second] : nullptr;
+}
+
+bool CDwarfInfo::ReadDie(const DWARF_UNIT& Unit, U32 Offset, DWARF_DIE& Die) const
+{
+    if (Offset < Unit.DieOffset || Offset >= Unit.End) return false;
+    CByteCursor Cur(_Section(Unit.InTypes).pData, Unit.End, m_Sec.BigEndian, Offset);
+    const U64 Code = Cur.GetULeb();
+    Die.pUnit = &Unit;
+    Die.Id = Offset | (Unit.InTypes ? DIE_ID_TYPES : 0);
+    Die.pAbbrev = Code ? Unit.pAbbrevs->Find(Code) : nullptr;
+    Die.AttrOffset = static_cast<U32>(Cur.Pos());
+    return Cur.IsOk() && (Code == 0 || Die.pAbbrev);
+}
+
+bool CDwarfInfo::ReadDie(U32 Id, DWARF_DIE& Die) const
+{
+    const DWARF_UNIT* pUnit = FindUnit(Id);
+    return pUnit && ReadDie(*pUnit, Id & ~DIE_ID_TYPES, Die);
+}
+
+U32 CDwarfInfo::EndOfDie(const DWARF_DIE& Die) const
+{
+    if (Die.IsNull()) return Die.AttrOffset;
+    const DWARF_UNIT& Unit = *Die.pUnit;
+    const DWARF_ABBREV& Abbrev = *Die.pAbbrev;
+    if (Abbrev.IsFixed) {
+        const U64 End = static_cast<U64>(Die.AttrOffset) + Abbrev.FixedBytes + Abbrev.NumAddrs * Unit.AddrSize +
+                        Abbrev.NumOffsets * Unit.OffsetSize +
+                        Abbrev.NumRefAddrs * (Unit.Version <= 2 ? Unit.AddrSize : Unit.OffsetSize);
+        return End <= Unit.End ? static_cast<U32>(End) : 0;
+    }
+    CByteCursor Cur(_Section(Unit.InTypes).pData, Unit.End, m_Sec.BigEndian, Die.AttrOffset);
+    const DWARF_ATTR_SPEC* pSpec = Unit.pAbbrevs->aSpec.data() + Abbrev.FirstAttr;
+    for (U32 i = 0; i < Abbrev.NumAttrs; i++) {
+        DwarfSkipForm(Cur, pSpec[i].Form, Unit.AddrSize, Unit.OffsetSize, Unit.Version);
+    }
+    return Cur.IsOk() ? static_cast<U32>(Cur.Pos()) : 0;
+}
+
+bool CDwarfInfo::HasAttr(const DWARF_DIE& Die, U32 Attr) const
+{
+    if (Die.IsNull()) return false;
+    const DWARF_ATTR_SPEC* pSpec = Die.pUnit->pAbbrevs->aSpec.data() + Die.pAbbrev->FirstAttr;
+    return std::any_of(pSpec, pSpec + Die.pAbbrev->NumAttrs,
+                       [Attr](const DWARF_ATTR_SPEC& Spec) { return Spec.Name == Attr; });
+}
+
+DWARF_VALUE CDwarfInfo::GetAttr(const DWARF_DIE& Die, U32 Attr) const
+{
+    if (!HasAttr(Die, Attr)) return {};
+    const DWARF_UNIT& Unit = *Die.pUnit;
+    CByteCursor Cur(_Section(Unit.InTypes).pData, Unit.End, m_Sec.BigEndian, Die.AttrOffset);
+    const DWARF_ATTR_SPEC* pSpec = Unit.pAbbrevs->aSpec.data() + Die.pAbbrev->FirstAttr;
+    for (; pSpec->Name != Attr; pSpec++) {
+        DwarfSkipForm(Cur, pSpec->Form, Unit.AddrSize, Unit.OffsetSize, Unit.Version);
+    }
+    return _ReadForm(Cur, Unit, pSpec->Form, pSpec->Implicit);
+}
+
+const char* CDwarfInfo::GetText(const DWARF_DIE& Die, U32 Attr) const
+{
+    return GetAttr(Die, Attr).sText;
+}
+
+const char* CDwarfInfo::_TextAt(const ELF_BYTES& Section, U64 Offset) const
+{
+    CByteCursor Cur(Section.pData, Section.Size, false, Offset);
+    return Cur.GetText();
+}
+
+const char* CDwarfInfo::_IndexedText(const DWARF_UNIT& Unit, U64 Index) const
+{
+    if (Index > m_Sec.StrOffsets.Size) return "";
+    CByteCursor Cur(m_Sec.StrOffsets.pData, m_Sec.StrOffsets.Size, m_Sec.BigEndian, Unit.StrOffsetsBase);
+    Cur.Skip(Index * Unit.OffsetSize);
+    const U64 Offset = Cur.GetUnsigned(Unit.OffsetSize);
+    return Cur.IsOk() ? _TextAt(m_Sec.Str, Offset) : "";
+}
+
+bool CDwarfInfo::GetIndexedAddr(const DWARF_UNIT& Unit, U64 Index, U32& Addr) const
+{
+    if (Index > m_Sec.Addr.Size) return false;
+    CByteCursor Cur(m_Sec.Addr.pData, m_Sec.Addr.Size, m_Sec.BigEndian, Unit.AddrBase);
+    Cur.Skip(Index * Unit.AddrSize);
+    Addr = static_cast<U32>(Cur.GetUnsigned(Unit.AddrSize));
+    return Cur.IsOk();
+}

@@ -1,0 +1,152 @@
+// Reading of the debug information entries (DIEs) of .debug_info and .debug_types, DWARF 2 to 5.
+//
+//   CDwarfInfo Info;
+//   Info.Init(Sections);
+//   DWARF_DIE Die;
+//   if (Info.ReadDie(Id, Die)) sName = Info.GetText(Die, DW_AT_name);
+//
+// The whole of a large program's entries is passed over at each load, so this is a scanner of its own over the
+// abbreviations: one that skips entries by precomputed sizes, holds nothing a DIE, and can't be led outside of
+// the sections by damaged input. An entry is named by its id: the offset in its section, with bit 31 set for
+// .debug_types. Texts and blocks point into the sections. Not thread-safe.
+#pragma once
+#include "program/elf/bytecursor.h"
+#include "program/elf/elfimage.h"
+
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+inline constexpr U32 DIE_ID_NONE = 0xFFFFFFFFu;
+inline constexpr U32 DIE_ID_TYPES = 0x80000000u; ///< the DIE lies in .debug_types
+
+/// The debug sections of one file, inflated.
+struct DWARF_SECTIONS {
+    ELF_BYTES Info, Types, Abbrev, Str, LineStr, StrOffsets, Addr, Line, Ranges, Rnglists, Loc, Loclists, Frame,
+        EhFrame, Macro, Macinfo;
+    bool BigEndian = false;
+};
+
+struct DWARF_ATTR_SPEC {
+    U16 Name, Form;
+    I64 Implicit; ///< value of DW_FORM_implicit_const
+};
+
+struct DWARF_ABBREV {
+    U32 Tag = 0;
+    U32 FirstAttr = 0, NumAttrs = 0; ///< span in the table's specs
+    bool HasChildren = false;
+    bool IsFixed = false;            ///< the size of an entry doesn't depend on its bytes
+    U32 FixedBytes = 0, NumAddrs = 0, NumOffsets = 0, NumRefAddrs = 0;
+    bool HasSpecification = false, HasDeclaration = false, HasArtificial = false;
+};
+
+struct DWARF_ABBREV_TABLE {
+    std::vector<DWARF_ABBREV> aAbbrev;
+    std::vector<DWARF_ATTR_SPEC> aSpec;
+    std::vector<U32> aDense;                    ///< code - 1 to index + 1
+    std::unordered_map<U64, U32> Sparse;        ///< codes that don't fit the dense array
+    const DWARF_ABBREV* Find(U64 Code) const;
+};
+
+struct DWARF_UNIT {
+    U32 Offset = 0, DieOffset = 0, End = 0; ///< in the section; End is exclusive
+    bool InTypes = false;
+    U16 Version = 0;
+    U8 UnitType = 0, AddrSize = 4, OffsetSize = 4;
+    U64 Signature = 0;
+    U32 TypeOffset = 0;                     ///< in the section; 0 for a unit that is no type unit
+    const DWARF_ABBREV_TABLE* pAbbrevs = nullptr;
+    U32 Tag = 0;                            ///< of the root DIE
+    U32 LowPc = 0;                          ///< base of ranges and location lists
+    bool HasLowPc = false, HasStmtList = false;
+    U64 StmtList = 0, StrOffsetsBase = 0, AddrBase = 0, RnglistsBase = 0, LoclistsBase = 0;
+    U32 Lang = 0;
+    U32 RootId() const { return DieOffset | (InTypes ? DIE_ID_TYPES : 0); }
+    bool IsTypeUnit() const { return TypeOffset != 0; }
+};
+
+struct DWARF_DIE {
+    const DWARF_UNIT* pUnit = nullptr;
+    const DWARF_ABBREV* pAbbrev = nullptr; ///< null for the entry that ends a list of children
+    U32 Id = DIE_ID_NONE;
+    U32 AttrOffset = 0;                    ///< of the first attribute, in the section
+    U32 Tag() const { return pAbbrev ? pAbbrev->Tag : 0; }
+    bool IsNull() const { return !pAbbrev; }
+};
+
+enum class DWARF_CLASS : U8 { NONE, ADDRESS, CONSTANT, SIGNED, FLAG, REFERENCE, SIGNATURE, BLOCK, EXPRESSION, TEXT, OFFSET, INDEX };
+
+/// The value of one attribute.
+struct DWARF_VALUE {
+    U16 Form = 0;
+    DWARF_CLASS Class = DWARF_CLASS::NONE;
+    U64 Value = 0;            ///< number, address, DIE id of a reference, signature, section offset or index
+    const U8* pBlock = nullptr;
+    U32 BlockSize = 0;
+    const char* sText = "";
+    explicit operator bool() const { return Class != DWARF_CLASS::NONE; }
+};
+
+class CDwarfInfo {
+public:
+    /// Reads the unit headers and root entries. False if there are no entries at all; a damaged unit ends the
+    /// list of its section and counts in NumBadUnits.
+    bool Init(const DWARF_SECTIONS& Sections);
+    const DWARF_SECTIONS& Sections() const { return m_Sec; }
+    const std::vector<DWARF_UNIT>& Units() const { return m_aUnit; }
+    U32 NumBadUnits() const { return m_NumBadUnits; }
+
+    /// Unit that holds the entry, null if none.
+    const DWARF_UNIT* FindUnit(U32 Id) const;
+    const DWARF_UNIT* FindTypeUnit(U64 Signature) const;
+
+    /// Entry at an offset within a known unit, or by id. False outside of the unit or for a bad abbreviation.
+    bool ReadDie(const DWARF_UNIT& Unit, U32 Offset, DWARF_DIE& Die) const;
+    bool ReadDie(U32 Id, DWARF_DIE& Die) const;
+    /// Offset behind the entry's attributes, 0 if they don't fit the unit.
+    U32 EndOfDie(const DWARF_DIE& Die) const;
+
+    bool HasAttr(const DWARF_DIE& Die, U32 Attr) const;
+    /// The attribute of this very entry; class NONE if it has none.
+    DWARF_VALUE GetAttr(const DWARF_DIE& Die, U32 Attr) const;
+    const char* GetText(const DWARF_DIE& Die, U32 Attr) const;
+
+    /// An address by its index in the unit's address table; false if outside.
+    bool GetIndexedAddr(const DWARF_UNIT& Unit, U64 Index, U32& Addr) const;
+    /// Address ranges that DW_AT_ranges names, empty ones left out.
+    bool GetRanges(const DWARF_UNIT& Unit, const DWARF_VALUE& Value, std::vector<std::pair<U32, U32>>& aRange) const;
+
+private:
+    friend class CDwarfUnitReader;
+    ELF_BYTES _Section(bool InTypes) const { return InTypes ? m_Sec.Types : m_Sec.Info; }
+    bool _ReadUnits(bool InTypes);
+    bool _ReadUnitHeader(DWARF_UNIT& Unit);
+    void _ReadRoot(DWARF_UNIT& Unit);
+    const DWARF_ABBREV_TABLE* _GetAbbrevs(U64 Offset);
+    DWARF_VALUE _ReadForm(CByteCursor& Cur, const DWARF_UNIT& Unit, U32 Form, I64 Implicit) const;
+    const char* _TextAt(const ELF_BYTES& Section, U64 Offset) const;
+    const char* _IndexedText(const DWARF_UNIT& Unit, U64 Index) const;
+    bool _GetRanges2(const DWARF_UNIT& Unit, U64 Offset, std::vector<std::pair<U32, U32>>& aRange) const;
+    bool _GetRanges5(const DWARF_UNIT& Unit, U64 Offset, std::vector<std::pair<U32, U32>>& aRange) const;
+
+    DWARF_SECTIONS m_Sec;
+    std::vector<DWARF_UNIT> m_aUnit; ///< .debug_info in order, then .debug_types in order
+    size_t m_NumInfoUnits = 0;
+    std::unordered_map<U64, size_t> m_TypeUnits;
+    std::unordered_map<U64, std::unique_ptr<DWARF_ABBREV_TABLE>> m_AbbrevTables;
+    U64 m_AbbrevBytesRead = 0;
+    U32 m_NumBadUnits = 0;
+};
+
+/// One entry of a location list: the expression that holds in [Low, High).
+struct DWARF_LOC_ENTRY {
+    U64 Low, High;
+    const U8* pExpr;
+    U32 ExprSize;
+};
+/// Reads the location list that an attribute names. False if it isn't a list or is damaged from the start.
+bool DwarfReadLocList(const CDwarfInfo& Info, const DWARF_UNIT& Unit, const DWARF_VALUE& Value,
+                      std::vector<DWARF_LOC_ENTRY>& aEntry);
+/// Skips the value of a form, for readers of entries outside of .debug_info too.
+void DwarfSkipForm(CByteCursor& Cur, U32 Form, U32 AddrSize, U32 OffsetSize, U32 Version);

@@ -1,0 +1,204 @@
+// Life cycle of program files and the diagnostics of the layer.
+#include "program/elf/elf.h"
+#include "program/elf/elffile.h"
+
+#include <chrono>
+#include <new>
+
+namespace {
+
+constexpr U32 FLAGS_OPEN_FAILED = 68; ///< error to all sinks
+
+struct ERROR_ROW {
+    U32 Code;
+    const char* sText;
+};
+constexpr ERROR_ROW ERROR_TEXTS[] = {
+    {100, "Invalid ELF file handle"},
+    {101, "Recursion limit exceeded in ELF parser"},
+    {102, "Symbol constant value data exceeds allocation size limit"},
+    {103, "DW_OP_implicit_value with data size greater than 8 bytes is not supported"},
+    {104, "DW_OP_entry_value opcode encountered that does not specify an entry location"},
+    {105, "symbol location description contains more parts than can be stored"},
+    {106, "byte-unaligned symbol data pieces not yet supported"},
+    {107, "failed to parse location description element"},
+    {108, "could not parse debug info for type unit"},
+    {109, "could not parse debug info for compilation unit"},
+    {110, "could not parse source file info for compilation unit"},
+    {111, "could not parse source line info for compilation unit"},
+    {112, "could not parse macro information"},
+    {113, "could not parse call frame info for compilation unit"},
+    {114, "could not initialize symbol name index"},
+    {115, "evaluation of opcode 'DW_EXPR_EXPRESSION' not yet implemented"},
+    {116, "evaluation of opcode 'DW_EXPR_VAL_EXPRESSION' not yet implemented"},
+    {117, "unknown cfi register table value type"},
+    {118, "file not tagged with ELF magic number"},
+    {119, "not an executable ELF file"},
+    {120, "file class is ELF_CLASS_NONE"},
+    {121, "data encoding is ELF_DATA_NONE"},
+    {122, "header version number is not EV_CURRENT"},
+    {123, "unsupported file version number"},
+    {124, "a maximum number of ELF files are already open"},
+    {125, "file could not be opened for reading"},
+    {126, "unexpected file size"},
+    {127, "parser is out of memory"},
+    {128, "error reading file data"},
+    {133, "error parsing debug symbols"},
+};
+
+/// Sets a flag of the state for the length of a block.
+class CFlagScope {
+public:
+    explicit CFlagScope(std::atomic<bool>& Flag) : m_Flag(Flag) { m_Flag = true; }
+    ~CFlagScope() { m_Flag = false; }
+
+private:
+    std::atomic<bool>& m_Flag;
+};
+
+} // namespace
+
+ELF_STATE& ElfState()
+{
+    static ELF_STATE State;
+    return State;
+}
+
+ELF_FILE* ElfFind(ELF_HANDLE hFile)
+{
+    const ELF_STATE& State = ElfState();
+    if (!hFile || State.Opening || State.Closing) return nullptr;
+    for (ELF_FILE* pFile : State.apFile) {
+        if (pFile == hFile) return pFile->Opened ? pFile : nullptr;
+    }
+    return nullptr;
+}
+
+ELF_FILE* ElfCurrent()
+{
+    return ElfFind(ElfState().pCurrent);
+}
+
+ELF_FILE* ElfFindSym(ELF_SYM_HANDLE hSym)
+{
+    if ((hSym >> 40) != (ELF_HANDLE_TAG >> 40) || ((hSym >> 38) & 3) != 0) return nullptr;
+    const U32 Slot = (hSym >> 35) & 7;
+    const U32 Kind = (hSym >> 32) & 7;
+    if (Slot >= ELF_MAX_OPEN_FILES || (Kind != ELF_SYM_KIND_DEBUG && Kind != ELF_SYM_KIND_ELF)) return nullptr;
+    ELF_FILE* pFile = ElfFind(ElfState().apFile[Slot]);
+    if (!pFile) return nullptr;
+    const U32 Id = static_cast<U32>(hSym);
+    if (Kind == ELF_SYM_KIND_ELF) return Id < pFile->Image.Symbols().size() ? pFile : nullptr;
+    return pFile->HasDebugInfo && pFile->Info.FindUnit(Id) ? pFile : nullptr;
+}
+
+void ElfReport(U32 Code, U32 Flags, const char* sText, const char* sArg)
+{
+    const ELF_DIAG_FUNC pfDiag = ElfState().pfDiag;
+    if (!pfDiag) return;
+    ELF_DIAG Diag{};
+    Diag.Code = Code;
+    Diag.Flags = Flags;
+    Diag.sText = sText;
+    Diag.NumArgs = sArg ? 1 : 0;
+    Diag.asArg[0] = sArg;
+    pfDiag(&Diag);
+}
+
+void ELF_SetDiagCallback(ELF_DIAG_FUNC pfDiag)
+{
+    ElfState().pfDiag = pfDiag;
+}
+
+ELF_HANDLE ELF_Open(const char* sPath, bool ParseDebugInfo)
+{
+    ELF_STATE& State = ElfState();
+    ELF_FILE* pFile = nullptr;
+    {
+        CFlagScope Opening(State.Opening);
+        U32 Slot = 0;
+        while (Slot < ELF_MAX_OPEN_FILES && State.apFile[Slot]) Slot++;
+        if (Slot == ELF_MAX_OPEN_FILES) {
+            ElfReport(ELF_ERR_TOO_MANY_FILES, FLAGS_OPEN_FAILED);
+            return nullptr;
+        }
+        pFile = new ELF_FILE;
+        pFile->Slot = Slot;
+        pFile->Serial = State.NextSerial++;
+        U32 Error = 0;
+        try {
+            Error = pFile->Open(sPath, ParseDebugInfo);
+        } catch (const std::bad_alloc&) {
+            Error = ELF_ERR_MEMORY;
+        }
+        if (Error) {
+            delete pFile;
+            ElfReport(Error, FLAGS_OPEN_FAILED);
+            return nullptr;
+        }
+        State.apFile[Slot] = pFile;
+        State.pCurrent = pFile;
+    }
+    ElfEvalRelocations();
+    return pFile;
+}
+
+void ELF_Close(ELF_HANDLE hFile)
+{
+    ELF_STATE& State = ElfState();
+    ELF_FILE* pFile = ElfFind(hFile);
+    if (!pFile) return;
+    CFlagScope Closing(State.Closing);
+    State.apFile[pFile->Slot] = nullptr;
+    if (State.pCurrent == pFile) State.pCurrent = nullptr;
+    delete pFile;
+}
+
+const char* ELF_GetErrorText(U32 Code)
+{
+    for (const ERROR_ROW& Row : ERROR_TEXTS) {
+        if (Row.Code == Code) return Row.sText;
+    }
+    return "";
+}
+
+void ELF_SetCoreParameters(U32 CodeAlign, U32 SPColumn)
+{
+    ElfState().CodeAlign = CodeAlign ? CodeAlign : 1;
+    ElfState().SPColumn = SPColumn;
+}
+U32 ELF_GetCodeAlign() { return ElfState().CodeAlign; }
+U32 ELF_GetSPColumn() { return ElfState().SPColumn; }
+ELF_HANDLE ELF_GetCurrentFile() { return ElfCurrent(); }
+
+int ELF_SetCurrentFile(ELF_HANDLE hFile)
+{
+    ELF_FILE* pFile = ElfFind(hFile);
+    if (!pFile) return -1;
+    ElfState().pCurrent = pFile;
+    return 0;
+}
+
+int ELF_GetSlot(ELF_HANDLE hFile)
+{
+    const ELF_FILE* pFile = ElfFind(hFile);
+    return pFile ? static_cast<int>(pFile->Slot) : -1;
+}
+
+ELF_HANDLE ELF_GetFileInSlot(U32 Slot)
+{
+    return Slot < ELF_MAX_OPEN_FILES ? ElfFind(ElfState().apFile[Slot]) : nullptr;
+}
+
+const char* ELF_GetPath(ELF_HANDLE hFile)
+{
+    const ELF_FILE* pFile = ElfFind(hFile);
+    return pFile ? pFile->sPath.c_str() : "";
+}
+
+U64 ELF_GetOpenTime(ELF_HANDLE hFile)
+{
+    // Two opens within one tick of the clock still differ by their serial numbers.
+    const ELF_FILE* pFile = ElfFind(hFile);
+    return pFile ? pFile->OpenTime * 1024 + pFile->Serial % 1024 : 0;
+}

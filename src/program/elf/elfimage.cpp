@@ -1,0 +1,227 @@
+// Reading of the ELF tables. Every offset and count of the file is tested against the file's size before use.
+#include "program/elf/elfimage.h"
+#include "program/elf/bytecursor.h"
+#include "program/elf/elf.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <elf.h>
+#include <new>
+#include <sys/stat.h>
+#include <zlib.h>
+
+namespace {
+
+constexpr U32 PROGRAM_HEADER_SIZE = 32;
+constexpr U32 SECTION_HEADER_SIZE = 40;
+constexpr U32 SYMBOL_SIZE = 16;
+/// Deflate can't shrink by more than about 1032 to 1; a larger claim is a damaged header.
+constexpr U64 MAX_INFLATE_RATIO = 1100;
+
+/// Text at an offset of a string table, the empty text if it isn't wholly inside.
+const char* TextAt(ELF_BYTES Table, U32 Offset)
+{
+    if (Offset >= Table.Size || !std::memchr(Table.pData + Offset, 0, Table.Size - Offset)) return "";
+    return reinterpret_cast<const char*>(Table.pData + Offset);
+}
+
+} // namespace
+
+U32 CElfImage::Load(const char* sPath)
+{
+    struct stat Info;
+    if (!sPath || stat(sPath, &Info) != 0 || !S_ISREG(Info.st_mode)) return ELF_ERR_OPEN;
+    FILE* pFile = std::fopen(sPath, "rb");
+    if (!pFile) return ELF_ERR_OPEN;
+    U32 Error = 0;
+    if (Info.st_size <= 0 || Info.st_size > 0xFFFFFFFFll) {
+        Error = ELF_ERR_FILE_SIZE;
+    } else {
+        try {
+            m_Image.resize(static_cast<size_t>(Info.st_size));
+            if (std::fread(m_Image.data(), 1, m_Image.size(), pFile) != m_Image.size()) Error = ELF_ERR_READ;
+        } catch (const std::bad_alloc&) {
+            Error = ELF_ERR_MEMORY;
+        }
+    }
+    std::fclose(pFile);
+    return Error ? Error : _Parse();
+}
+
+U32 CElfImage::LoadBytes(const U8* pData, U64 Size)
+{
+    if (Size == 0 || Size > 0xFFFFFFFFull) return ELF_ERR_FILE_SIZE;
+    m_Image.assign(pData, pData + Size);
+    return _Parse();
+}
+
+U32 CElfImage::_Parse()
+{
+    if (const U32 Error = _ParseHeader()) return Error;
+    if (!_ParseSegments() || !_ParseSections()) return ELF_ERR_READ;
+    _ParseSymbols();
+    return 0;
+}
+
+U32 CElfImage::_ParseHeader()
+{
+    const U8* p = m_Image.data();
+    if (m_Image.size() < SELFMAG || std::memcmp(p, ELFMAG, SELFMAG) != 0) return ELF_ERR_MAGIC;
+    if (m_Image.size() < sizeof(Elf32_Ehdr)) return ELF_ERR_READ;
+    m_Class = p[EI_CLASS];
+    m_BigEndian = p[EI_DATA] == ELFDATA2MSB;
+    CByteCursor Cur(p, m_Image.size(), m_BigEndian, EI_NIDENT);
+    // The type lies at the same place in both classes, so that a 64-bit file is judged by it as well.
+    if (Cur.GetU16() != ET_EXEC) return ELF_ERR_NOT_EXECUTABLE;
+    m_Machine = Cur.GetU16();
+    if (m_Class == ELFCLASSNONE) return ELF_ERR_CLASS_NONE;
+    if (p[EI_DATA] != ELFDATA2LSB && p[EI_DATA] != ELFDATA2MSB) return ELF_ERR_DATA_NONE;
+    if (p[EI_VERSION] != EV_CURRENT) return ELF_ERR_HEADER_VERSION;
+    if (Cur.GetU32() == EV_NONE) return ELF_ERR_FILE_VERSION;
+    // Addresses have 32 bits throughout: nothing in a file of another class could be run or shown.
+    if (m_Class != ELFCLASS32) return ELF_ERR_NOT_EXECUTABLE;
+    m_Entry = Cur.GetU32();
+    m_PhOff = Cur.GetU32();
+    m_ShOff = Cur.GetU32();
+    m_Flags = Cur.GetU32();
+    Cur.GetU16();
+    m_PhEntSize = Cur.GetU16();
+    m_PhNum = Cur.GetU16();
+    m_ShEntSize = Cur.GetU16();
+    m_ShNum = Cur.GetU16();
+    m_ShStrNdx = Cur.GetU16();
+    return 0;
+}
+
+bool CElfImage::_ParseSegments()
+{
+    if (m_PhNum == 0) return true;
+    const U64 End = static_cast<U64>(m_PhOff) + static_cast<U64>(m_PhNum) * m_PhEntSize;
+    if (m_PhEntSize < PROGRAM_HEADER_SIZE || End > m_Image.size()) return false;
+    m_Segments.resize(m_PhNum);
+    for (U32 i = 0; i < m_PhNum; i++) {
+        CByteCursor Cur(m_Image.data(), m_Image.size(), m_BigEndian, m_PhOff + static_cast<U64>(i) * m_PhEntSize);
+        ELF_SEGMENT& Seg = m_Segments[i];
+        for (U32* pField : {&Seg.Type, &Seg.Offset, &Seg.VirtAddr, &Seg.PhysAddr, &Seg.FileSize, &Seg.MemSize,
+                            &Seg.Flags, &Seg.Align}) {
+            *pField = Cur.GetU32();
+        }
+    }
+    return true;
+}
+
+bool CElfImage::_ParseSections()
+{
+    if (m_ShOff == 0) return true;
+    auto Read = [this](U32 Index, ELF_SECTION& Sec) {
+        CByteCursor Cur(m_Image.data(), m_Image.size(), m_BigEndian,
+                        m_ShOff + static_cast<U64>(Index) * m_ShEntSize);
+        for (U32* pField : {&Sec.NameOff, &Sec.Type, &Sec.Flags, &Sec.Addr, &Sec.Offset, &Sec.Size, &Sec.Link,
+                            &Sec.Info, &Sec.Align, &Sec.EntrySize}) {
+            *pField = Cur.GetU32();
+        }
+        Sec.sName = "";
+        return Cur.IsOk();
+    };
+    if (m_ShEntSize < SECTION_HEADER_SIZE) return m_ShNum == 0;
+    // A file with more than 0xFF00 sections keeps count and name table in the first header.
+    ELF_SECTION First{};
+    if (!Read(0, First)) return m_ShNum == 0;
+    if (m_ShNum == 0) m_ShNum = First.Size;
+    if (m_ShStrNdx == SHN_XINDEX) m_ShStrNdx = First.Link;
+    const U64 End = static_cast<U64>(m_ShOff) + static_cast<U64>(m_ShNum) * m_ShEntSize;
+    if (End > m_Image.size()) return false;
+    m_Sections.resize(m_ShNum);
+    for (U32 i = 0; i < m_ShNum; i++) Read(i, m_Sections[i]);
+    if (m_ShStrNdx < m_ShNum) {
+        const ELF_BYTES Names = SectionBytes(m_ShStrNdx);
+        for (ELF_SECTION& Sec : m_Sections) Sec.sName = TextAt(Names, Sec.NameOff);
+    }
+    return true;
+}
+
+void CElfImage::_ParseSymbols()
+{
+    for (U32 i = 0; i < m_Sections.size(); i++) {
+        const ELF_SECTION& Sec = m_Sections[i];
+        if (Sec.Type != SHT_SYMTAB && Sec.Type != SHT_DYNSYM) continue;
+        const ELF_BYTES Data = SectionBytes(i);
+        if (Sec.EntrySize < SYMBOL_SIZE || !Data.pData) continue;
+        const ELF_BYTES Names = Sec.Link < m_Sections.size() ? SectionBytes(Sec.Link) : ELF_BYTES();
+        const U32 Count = Data.Size / Sec.EntrySize;
+        m_Symbols.reserve(m_Symbols.size() + Count);
+        for (U32 n = 0; n < Count; n++) {
+            CByteCursor Cur(Data.pData, Data.Size, m_BigEndian, static_cast<U64>(n) * Sec.EntrySize);
+            ELF_SYMBOL Sym{};
+            Sym.NameOff = Cur.GetU32();
+            Sym.Value = Cur.GetU32();
+            Sym.Size = Cur.GetU32();
+            Sym.Info = Cur.GetU8();
+            Sym.Other = Cur.GetU8();
+            Sym.Section = Cur.GetU16();
+            Sym.sName = TextAt(Names, Sym.NameOff);
+            m_Symbols.push_back(Sym);
+        }
+    }
+}
+
+int CElfImage::FindSection(const char* sName) const
+{
+    for (size_t i = 0; i < m_Sections.size(); i++) {
+        if (std::strcmp(m_Sections[i].sName, sName) == 0) return static_cast<int>(i);
+    }
+    return -1;
+}
+
+ELF_BYTES CElfImage::SectionBytes(U32 Index) const
+{
+    if (Index >= m_Sections.size()) return {};
+    const ELF_SECTION& Sec = m_Sections[Index];
+    if (Sec.Type == SHT_NOBITS || static_cast<U64>(Sec.Offset) + Sec.Size > m_Image.size()) return {};
+    return {m_Image.data() + Sec.Offset, Sec.Size};
+}
+
+ELF_BYTES CElfImage::DebugBytes(const char* sName)
+{
+    for (const INFLATED& Done : m_Inflated) {
+        if (Done.sName == sName) return {Done.pData.get(), Done.Size};
+    }
+    int Index = FindSection(sName);
+    if (Index >= 0) {
+        const ELF_BYTES Raw = SectionBytes(static_cast<U32>(Index));
+        if (!(m_Sections[Index].Flags & SHF_COMPRESSED)) return Raw;
+        CByteCursor Cur(Raw.pData, Raw.Size, m_BigEndian);
+        const U32 Type = Cur.GetU32();
+        const U32 Size = Cur.GetU32();
+        Cur.GetU32();
+        if (!Cur.IsOk() || Type != ELFCOMPRESS_ZLIB) return {};
+        return _Inflate({Cur.Ptr(), static_cast<U32>(Cur.Remaining())}, Size, sName);
+    }
+    // The older form of compression: a section of its own name, "ZLIB" and the size in big endian.
+    if (std::strncmp(sName, ".debug", 6) != 0) return {};
+    Index = FindSection((std::string(".z") + (sName + 1)).c_str());
+    if (Index < 0) return {};
+    const ELF_BYTES Raw = SectionBytes(static_cast<U32>(Index));
+    if (Raw.Size < 12 || std::memcmp(Raw.pData, "ZLIB", 4) != 0) return {};
+    CByteCursor Cur(Raw.pData, Raw.Size, true, 4);
+    const U64 Size = Cur.GetU64();
+    return _Inflate({Cur.Ptr(), Raw.Size - 12}, Size, sName);
+}
+
+ELF_BYTES CElfImage::_Inflate(ELF_BYTES Packed, U64 UnpackedSize, const std::string& sKey)
+{
+    INFLATED Out{sKey, nullptr, 0};
+    if (UnpackedSize > 0 && UnpackedSize <= 0x7FFFFFFFu &&
+        UnpackedSize / MAX_INFLATE_RATIO <= static_cast<U64>(Packed.Size) + 1) {
+        std::unique_ptr<U8[]> pData(new (std::nothrow) U8[UnpackedSize]);
+        uLongf Size = static_cast<uLongf>(UnpackedSize);
+        if (pData && uncompress(pData.get(), &Size, Packed.pData, Packed.Size) == Z_OK && Size == UnpackedSize) {
+            Out.pData = std::move(pData);
+            Out.Size = static_cast<U32>(UnpackedSize);
+        }
+    }
+    // A failure is kept as well, so that a damaged section isn't inflated again at each question.
+    m_Inflated.push_back(std::move(Out));
+    return {m_Inflated.back().pData.get(), m_Inflated.back().Size};
+}
