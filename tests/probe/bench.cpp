@@ -99,14 +99,16 @@ int LoadElf(const QString& Path)
         return -1000;
     }
     const auto* pHeader = reinterpret_cast<const Elf32_Ehdr*>(Data.constData());
-    if (BRYLLOARM_BeginDownload(0) != 0 || pHeader->e_phoff + pHeader->e_phnum * sizeof(Elf32_Phdr) > size_t(Data.size())) {
+    if (BRYLLOARM_BeginDownload(0) != 0 ||
+        pHeader->e_phoff + pHeader->e_phnum * sizeof(Elf32_Phdr) > size_t(Data.size())) {
         return -1000;
     }
     const auto* pSegments = reinterpret_cast<const Elf32_Phdr*>(Data.constData() + pHeader->e_phoff);
     for (int i = 0; i < pHeader->e_phnum; ++i) {
         const Elf32_Phdr& s = pSegments[i];
         if (s.p_type == PT_LOAD && s.p_filesz != 0 && s.p_offset + s.p_filesz <= size_t(Data.size()) &&
-            BRYLLOARM_WriteMemEx(s.p_paddr, s.p_filesz, Data.constData() + s.p_offset, 0) != int(s.p_filesz)) {
+            BRYLLOARM_WriteMemEx(s.p_paddr, s.p_filesz, Data.constData() + s.p_offset, 0) !=
+                int(s.p_filesz)) {
             return -1000;
         }
     }
@@ -161,9 +163,11 @@ bool LoadLoop(U32 FlashAddr, U32 RAMAddr, U32* pLoopAddr)
         0xE7FB, // b    adds
     };
     *pLoopAddr = Start + 4;
-    return BRYLLOARM_BeginDownload(0) == 0 && BRYLLOARM_WriteMem(FlashAddr, sizeof(aVectors), aVectors) == sizeof(aVectors) &&
-           BRYLLOARM_WriteMem(Start, sizeof(aCode), aCode) == sizeof(aCode) && BRYLLOARM_WriteU32(Start + 12, RAMAddr) == 0 &&
-           BRYLLOARM_EndDownload() >= 0 && BRYLLOARM_Reset() == 0;
+    return BRYLLOARM_BeginDownload(0) == 0 &&
+           BRYLLOARM_WriteMem(FlashAddr, sizeof(aVectors), aVectors) == sizeof(aVectors) &&
+           BRYLLOARM_WriteMem(Start, sizeof(aCode), aCode) == sizeof(aCode) &&
+           BRYLLOARM_WriteU32(Start + 12, RAMAddr) == 0 && BRYLLOARM_EndDownload() >= 0 &&
+           BRYLLOARM_Reset() == 0;
 }
 
 } // namespace Bench
