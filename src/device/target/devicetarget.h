@@ -199,7 +199,6 @@ private:
     int _QueryHaltStatus();
     void _SetEndian(U32 Data, U32 Inst);
     void _RestoreListEntry(const BP& Saved);
-    int _GetInst(U32 Addr, void* pInfo);
     U32 _ReadOnce(U32 Addr, U32 nBytes, U32 AW, const char* sZone, U8* pData);
     U32 _WriteOnce(U32 Addr, U32 nBytes, U32 AW, const char* sZone, const U8* pData);
     bool _HaltBeforeMemoryIO(U32* pFlags);

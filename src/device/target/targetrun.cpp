@@ -1,4 +1,5 @@
 // CDeviceTarget: reset, continue, halt and run-to, and the published execution state.
+#include "core/cache/core.h"
 #include "core/host/corecalls.h"
 #include "device/target/devicetarget.h"
 #include "platform/probe/bryllo.h"
@@ -55,13 +56,6 @@ int CDeviceTarget::FinishReset(RESET_MODES Mode)
     return 0;
 }
 
-int CDeviceTarget::_GetInst(U32 Addr, void* pInfo)
-{
-    auto* pInst = static_cast<CORE_INST_INFO*>(pInfo);
-    if (auto* pfGet = TARGET_GetHooks().GetCachedInst; pfGet && pfGet(Addr, pInst) == 0) return 0;
-    return Core_AnalyzeInst(Addr, pInst);
-}
-
 int CDeviceTarget::Continue()
 {
     DEVICE_STATE& State = _State();
@@ -80,7 +74,8 @@ int CDeviceTarget::Continue()
     _Dev().LogInfoMsg("Resuming target...");
     const U32 PC = U32(State.PC.Get());
     CORE_INST_INFO Inst = {};
-    if (_GetInst(PC, &Inst) == 0 && Inst.Length > 0 && (Inst.Flags & CORE_INST_SKIP_ON_RESUME))
+    Core::ReadInst(&Inst, PC);
+    if (Inst.Length > 0 && (Inst.Flags & CORE_INST_SKIP_ON_RESUME))
         Core_WriteReg(Core_GetPCRegId(), U64(PC) + U32(Inst.Length));
     State.HaltedRaw = 0;
     State.Halted = 0;
@@ -137,7 +132,7 @@ int CDeviceTarget::RunTo(U64 Addr)
     const U32 Addr32 = U32(Addr);
     const BP Bp = GetBreakpoint(Addr32);
     if (Bp.State != BP_STATE_ON) {
-        if (Bp.State == BP_STATE_DISABLED) m_SavedBP = Bp;
+        m_SavedBP = Bp.State == BP_STATE_DISABLED ? Bp : BP();
         if (Bp.State != BP_STATE_ON_HIDDEN &&
             SetBreakpoint(Addr32, BP_STATE_ON_HIDDEN, BP_TYPES(GetVarValue(VAR_BREAKPOINT_TYPE))) < 0) {
             m_SavedBP = BP();
