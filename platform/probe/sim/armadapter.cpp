@@ -64,6 +64,11 @@ std::optional<ArmCoreKind> ToKind(U32 Core)
 
 } // namespace
 
+bool CanSimulate(const CDeviceEntry& Device)
+{
+    return ToKind(Device.Core).has_value();
+}
+
 std::unique_ptr<CCore> CreateCore(const CDeviceEntry& Device, bool BigEndian, ArmBus* pBus)
 {
     const auto Kind = ToKind(Device.Core);

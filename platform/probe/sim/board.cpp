@@ -71,11 +71,6 @@ CBoard::CBoard(const CDeviceEntry& Device, bool BigEndian, Probe::CProbeLog& Log
 
 CBoard::~CBoard() = default;
 
-bool CBoard::CanSimulate(const CDeviceEntry& Device)
-{
-    return CreateCore(Device, false, nullptr) != nullptr;
-}
-
 void CBoard::CreateCores()
 {
     m_Cores.clear();

@@ -37,7 +37,6 @@ public:
     CBoard(const CDeviceEntry& Device, bool BigEndian, Probe::CProbeLog& Log);
     ~CBoard();
 
-    static bool CanSimulate(const CDeviceEntry& Device);
     const CDeviceEntry& GetDevice() const { return m_Device; }
     bool IsBigEndian() const { return m_BigEndian; }
     /// The strap that selects the byte order, sampled at reset.

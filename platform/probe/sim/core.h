@@ -77,8 +77,10 @@ public:
     virtual void ScheduleEvent(U64 Cycle) = 0;
 };
 
-/// The core of a device; null for an architecture that cannot be simulated. The bus stays the
-/// caller's and must outlive the core.
+/// Whether CreateCore() has an interpreter for the device.
+bool CanSimulate(const CDeviceEntry& Device);
+/// The core of a device that can be simulated. The bus stays the caller's, must outlive the core
+/// and is asked for the vectors at once.
 std::unique_ptr<CCore> CreateCore(const CDeviceEntry& Device, bool BigEndian, ArmBus* pBus);
 
 } // namespace Sim

@@ -109,7 +109,7 @@ int CSimBackend::Connect(const Probe::CConnectParams& Params)
         m_Log.Error("No device selected");
         return BRYLLO_ERR_PARAM;
     }
-    if (!CBoard::CanSimulate(*pDevice)) {
+    if (!CanSimulate(*pDevice)) {
         m_Log.Error(std::string(pDevice->sName) + ": the simulator has no core " + GetCoreName(pDevice->Core));
         return BRYLLO_ERR_NO_SERVICE;
     }
