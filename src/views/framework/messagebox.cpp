@@ -231,6 +231,7 @@ int CMessageBox::AskWithThird(MSGBOX_IDS ID)
 }
 
 void CMessageBox::SetInterceptor(INTERCEPTOR NewInterceptor) { Interceptor() = std::move(NewInterceptor); }
+const CMessageBox::INTERCEPTOR& CMessageBox::GetInterceptor() { return Interceptor(); }
 void CMessageBox::SetCheckBoxAllowed(std::function<bool()> Allowed) { CheckBoxAllowed() = std::move(Allowed); }
 
 void CMessageBox::ResetMemory() { QSettings().remove(QLatin1String(sMemoryGroup)); }
