@@ -112,7 +112,7 @@ void OnSetReg(int Id)
     I64 Value = 0;
     if (!ParseNumberParam(Id, Params[1], &Value)) return;
     const U32 RegId = FindRegId(Params[0]);
-    CDeviceDataManager::Get().InvalidateAll();
+    CDeviceDataManager::Get().Invalidate();
     if (RegId != 0xFFFFFFFFu)
         CDevice::Get().WriteRegAsync(RegId, U64(Value) & 0xFFFFFFFFu);
     else

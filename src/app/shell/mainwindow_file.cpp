@@ -196,7 +196,7 @@ void CMainWindow::CloseProgram()
     CProject::Get().SetProgramFile({});
     m_S.sProgramPath.clear();
     ClearProgramData();
-    CDeviceDataManager::Get().InvalidateAll();
+    CDeviceDataManager::Get().Invalidate();
     for (CWindow* pWindow : m_Windows)
         if (pWindow != this && pWindow != m_W.pSource) pWindow->Clear();
 }
@@ -218,7 +218,7 @@ void CMainWindow::OpenDataFile(const QString& sPath)
 void CMainWindow::OpenElfDataFile(const QString& sPath)
 {
     CDevice& Dev = CDevice::Get();
-    CDeviceDataManager::Get().InvalidateAll();
+    CDeviceDataManager::Get().Invalidate();
     if (!Dev.IsHalted()) Dev.ResetTargetExecStateAsync();
     for (CWindow* pWindow : m_Windows)
         if (pWindow != this && pWindow != m_W.pSource) pWindow->Clear();

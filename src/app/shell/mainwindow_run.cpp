@@ -235,7 +235,7 @@ void OnStepOut(int Id)
 
 void WritePC(U32 Addr)
 {
-    CDeviceDataManager::Get().InvalidateAll();
+    CDeviceDataManager::Get().Invalidate();
     CDevice::Get().WriteRegAsync(Core_GetRegId(Core_GetStaticInfo().PCRegIdx), Addr);
 }
 

@@ -325,7 +325,7 @@ void CMainWindow::OnDownloadFailed(DOWNLOAD_MODES, int Code)
 
 void CMainWindow::OnDownloadDone(DOWNLOAD_MODES Mode)
 {
-    CDeviceDataManager::Get().InvalidateAll();
+    CDeviceDataManager::Get().Invalidate();
     if (Mode == DM_MEMORY) return;
     if (Mode == DM_FILE) {
         RunEventOrDefault(EVENT_AFTER_TARGET_DOWNLOAD);
