@@ -173,7 +173,9 @@ LockstepResult RunLockstep(const BoardInfo& Info, const QByteArray& Image, uint6
         Machine.RunOne();
         Ours = Machine.GetState();
         ++Result.NumInstructions;
+        if ((Ours.Xpsr & 0x1FF) && !(Before.Xpsr & 0x1FF)) Result.ExceptionPc = Before.R[15];
     }
+    Result.LastPc = Ours.R[15];
     if (pResult) *pResult = Ours.R[0];
     return Result;
 }
