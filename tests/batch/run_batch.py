@@ -3,7 +3,8 @@
   run_batch.py --vantrel BIN --project P.bdebug --batch X.txt --expected X.expected.txt
                [--actual X.actual.txt] [--status N] [--source DIR] [--build DIR] [-- more options]
 
-VANTREL_REGENERATE=1 writes the golden file anew instead of comparing. Paths of this checkout and
+In the batch text and the project name <build>, <source> and <data> stand for the build folder, this checkout and the
+folder of generated test data. VANTREL_REGENERATE=1 writes the golden file anew instead of comparing. Paths of this checkout and
 times are replaced by fixed words before the comparison.
 """
 import argparse
@@ -18,6 +19,7 @@ import tempfile
 
 def normalise(text, source, build):
     text = text.replace(build, "<build>").replace(source, "<source>")
+    text = re.sub(r"/tmp/vantrel-batch-[^/\s]*", "<temp>", text)
     text = re.sub(r"completed in \d+ ms", "completed in <n> ms", text)
     text = re.sub(r"^time_ms: \d+", "time_ms: <n>", text, flags=re.M)
     return text
@@ -36,9 +38,14 @@ def main():
     parser.add_argument("more", nargs="*")
     args = parser.parse_args()
 
-    with tempfile.TemporaryDirectory() as settings:
-        command = [args.vantrel] + ([args.project] if args.project else [])
-        command += ["-settings", settings, "-batch", args.batch] + args.more
+    def expand(text):
+        return text.replace("<build>", args.build).replace("<source>", args.source)
+
+    with tempfile.TemporaryDirectory(prefix="vantrel-batch-") as folder:
+        batch = pathlib.Path(folder) / pathlib.Path(args.batch).name
+        batch.write_text(expand(pathlib.Path(args.batch).read_text()))
+        command = [args.vantrel] + ([expand(args.project)] if args.project else [])
+        command += ["-settings", folder, "-batch", str(batch)] + args.more
         environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", VANTREL_BUILD_DIR=args.build)
         try:
             run = subprocess.run(command, capture_output=True, text=True, timeout=args.timeout,

@@ -32,19 +32,40 @@ std::string Hex8(uint32_t Value) {
     return ac;
 }
 
-/// Name of the place, "name" or "name + 0x1F"; empty if it has none.
-std::string GetPlaceName(uint32_t Addr) {
+struct LABEL {
+    std::string sName;
+    uint64_t Start;
+    uint64_t End;
+};
+
+/// Symbol that the debugger has for the address. In a data region that is the symbol which the word stored
+/// there points to.
+bool GetLabel(uint32_t Addr, LABEL* pLabel) {
     const CORE_DEBUGGER_API& Debugger = ARM_GetDebugger();
     const char* sName = nullptr;
-    uint64_t Start = 0;
-    uint64_t End = 0;
-    if (!Debugger.pfGetLabel || Debugger.pfGetLabel(Addr, &sName, &Start, &End) < 0 || !sName || !*sName) return {};
-    if (Start > Addr || (Start != Addr && Addr >= End)) return {};
-    std::string s(sName);
-    if (Start == Addr) return s;
+    if (!Debugger.pfGetLabel || Debugger.pfGetLabel(Addr, &sName, &pLabel->Start, &pLabel->End) < 0) return false;
+    if (!sName || !*sName) return false;
+    pLabel->sName = sName;
+    return true;
+}
+
+/// Name of a place in the code, "name" or "name + 0x1F"; empty if it has none.
+std::string GetPlaceName(uint32_t Addr) {
+    LABEL Label;
+    if (!GetLabel(Addr, &Label) || Label.Start > Addr || (Label.Start != Addr && Addr >= Label.End)) return {};
+    if (Label.Start == Addr) return Label.sName;
     char ac[24];
-    std::snprintf(ac, sizeof ac, " + 0x%X", static_cast<unsigned>(Addr - Start));
-    return s + ac;
+    std::snprintf(ac, sizeof ac, " + 0x%X", static_cast<unsigned>(Addr - Label.Start));
+    return Label.sName + ac;
+}
+
+/// Name of what the word at the address points to; empty if that isn't the start of something.
+std::string GetPointerName(uint32_t Addr, uint32_t Value) {
+    LABEL Label;
+    for (uint32_t Place : {Addr, Value}) {
+        if (GetLabel(Place, &Label) && (Label.Start == Value || Label.Start == (Value & ~1u))) return Label.sName;
+    }
+    return {};
 }
 
 /// Replaces the last operand.
@@ -73,7 +94,7 @@ void AddLiteral(const CORE_INST_INFO& Info, TEXT& Text) {
     const size_t Bracket = Text.sOperands.find('[');
     if (Bracket == std::string::npos) return;
     Text.sOperands = Text.sOperands.substr(0, Bracket) + "=" + Hex8(Value);
-    const std::string sName = GetPlaceName(Value & ~1u);
+    const std::string sName = GetPointerName(Literal, Value);
     if (!sName.empty()) Text.sComment += "=" + sName;
 }
 
@@ -158,6 +179,6 @@ int ARM_DisassembleData(uint64_t Addr, uint32_t Length, char* pBuffer, uint32_t 
                       static_cast<unsigned long long>(Value));
         Text.sOperands += ac;
     }
-    if (Length == 4) Text.sComment = GetPlaceName(static_cast<uint32_t>(Value) & ~1u);
+    if (Length == 4) Text.sComment = GetPointerName(static_cast<uint32_t>(Addr), static_cast<uint32_t>(Value));
     return PutText(Text, static_cast<int>(Length), pBuffer, Size);
 }

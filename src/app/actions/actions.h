@@ -47,6 +47,8 @@ inline constexpr char ERR_UNKNOWN_COMMAND[] = "unknown command";
 
 /// What the table needs from the layers above it; each may stay empty.
 struct ACTION_HOOKS {
+    /// Errors that belong to no running action, a disabled or unknown command: the console's PrintError.
+    std::function<void(const QString& sText, const QString& sError)> PrintError;
     /// Canonical text of a source location, empty if the text is none.
     std::function<QString(const QString& sText)> GetSrcLocText;
     /// True if the value points to a terminated string in the script heap; logs the error otherwise.
@@ -61,10 +63,6 @@ struct ACTION_HOOKS {
 };
 void SetActionHooks(const ACTION_HOOKS& Hooks);
 const ACTION_HOOKS& GetActionHooks();
-
-/// Where errors go that belong to no running action, a disabled or unknown command: the console's PrintError.
-using ACTION_ERROR_SINK = std::function<void(const QString& sText, const QString& sError)>;
-void SetActionErrorSink(ACTION_ERROR_SINK Sink);
 
 // --- Linking -------------------------------------------------------------------------------------
 

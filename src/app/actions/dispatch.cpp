@@ -9,11 +9,10 @@ namespace {
 constexpr char UNKNOWN_COMMAND_HINT[] = "Type ? or help for a list of available commands.";
 
 ACTION_HOOKS Hooks;
-ACTION_ERROR_SINK ErrorSink;
 
 void PrintError(const QString& sText, const QString& sError)
 {
-    if (ErrorSink) ErrorSink(sText, sError);
+    if (Hooks.PrintError) Hooks.PrintError(sText, sError);
 }
 /// QAction::trigger() does nothing while the action is grey in the menus, but here only the command's own
 /// state counts.
@@ -40,11 +39,6 @@ void SetActionHooks(const ACTION_HOOKS& NewHooks)
 const ACTION_HOOKS& GetActionHooks()
 {
     return Hooks;
-}
-
-void SetActionErrorSink(ACTION_ERROR_SINK Sink)
-{
-    ErrorSink = std::move(Sink);
 }
 
 int PerformAction(int Id)

@@ -21,8 +21,8 @@ constexpr U32 DARK_BLUE = 0xFF00008Bu;
 CConsoleWindow* pInstance = nullptr;
 
 /// Appends a text, in a paragraph of its own if asked.
-void AppendText(QTextEdit* pEdit, const QString& sText, const QTextCharFormat& Format, const QTextBlockFormat& Block,
-                bool NewParagraph)
+void AppendText(QTextEdit* pEdit, const QString& sText, const QTextCharFormat& Format,
+                const QTextBlockFormat& Block, bool NewParagraph)
 {
     QTextCursor Cursor(pEdit->document());
     Cursor.movePosition(QTextCursor::End);
@@ -69,7 +69,6 @@ CConsoleWindow::CConsoleWindow(QWidget* pParent) : CWindow(pParent, QStringLiter
     _UpdateDefaultColor();
     _ApplyFont();
     AddCommandListener(this);
-    SetActionErrorSink([this](const QString& sText, const QString& sError) { PrintError(sText, sError); });
     SetLogConsoleSink([this](const QString& sText, U32 Flags) { _OnLogged(sText, Flags); });
     LinkWindowActions();
 }
@@ -77,12 +76,12 @@ CConsoleWindow::CConsoleWindow(QWidget* pParent) : CWindow(pParent, QStringLiter
 CConsoleWindow::~CConsoleWindow()
 {
     SetLogConsoleSink(nullptr);
-    SetActionErrorSink(nullptr);
     CloseLogFile(LOG_SLOT_CONSOLE);
     pInstance = nullptr;
 }
 
-// ---- Writing, any thread -----------------------------------------------------------------------------------
+// ---- Writing, any thread
+// -----------------------------------------------------------------------------------
 
 void CConsoleWindow::_Write(const QString& sText, const CONSOLE_LOOK& Look)
 {
@@ -146,7 +145,8 @@ void CConsoleWindow::_OnLogged(const QString& sText, U32 Flags)
     _Write(sText, Look);
 }
 
-// ---- Draining, main thread ---------------------------------------------------------------------------------
+// ---- Draining, main thread
+// ---------------------------------------------------------------------------------
 
 void CConsoleWindow::Update()
 {
@@ -231,7 +231,8 @@ bool CConsoleWindow::IsUpdatePending() const
     return m_UpdateTimer.isActive() || !m_Ring.IsEmpty();
 }
 
-// ---- Text --------------------------------------------------------------------------------------------------
+// ---- Text
+// --------------------------------------------------------------------------------------------------
 
 QStringList CConsoleWindow::GetLines() const
 {

@@ -62,6 +62,7 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     LoadPreferences();
     LoadColorsAndFonts();
     WireLayers();
+    WireWindowEnvironment();
     CDevice::Get().CreateEventWorker(this);
 
     setStatusBar(&CStatusBar::Get());

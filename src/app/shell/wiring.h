@@ -4,7 +4,11 @@ class CMainWindow;
 
 /// All hooks that need no window. Main thread, before the device thread starts.
 void WireLayers();
-/// The hooks that windows answer or ask.
+/// What every window asks: debug state, commands, preferences. Before the first window is made.
+void WireWindowEnvironment();
+/// The hooks that windows answer or ask, once they exist.
 void WireWindows(CMainWindow& Main);
+/// The part of WireWindows that feeds the debug views.
+void WireDebugViews(CMainWindow& Main);
 /// Takes the hooks out again that lead to windows which are about to die.
 void UnwireLayers();

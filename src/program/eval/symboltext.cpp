@@ -23,7 +23,7 @@ QString Escape(const QByteArray& Bytes, char Quote)
         case '\\': s += QStringLiteral("\\\\"); break;
         default:
             if (c == Quote)
-                s += QLatin1Char('\\') + QLatin1Char(c);
+                s += QStringLiteral("\\%1").arg(QLatin1Char(c));
             else if (U8(c) < 0x20 || U8(c) >= 0x7F)
                 s += QStringLiteral("\\x%1").arg(U8(c), 2, 16, QLatin1Char('0'));
             else

@@ -7,6 +7,7 @@
 // Main thread only. What a command changes outside this layer (device configuration, terminal,
 // trace, plug-ins, windows) goes through PROJECT_HOOKS, which the main window fills at start.
 #pragma once
+#include "app/services/cmdline.h"
 #include "app/services/types.h"
 
 #include <QDateTime>
@@ -41,7 +42,9 @@ struct PROJECT_HOOKS {
     std::function<bool()> DataEndianMatches;
     std::function<bool()> InstEndianMatches;
 
-    std::function<void(int VarID, I64 Value)> SysVarChanged; ///< after a command has set a variable
+    std::function<QString()> DefaultPeripheralFile; ///< description file for the selected device, empty if none
+    std::function<void(int VarID, I64 Value)> SysVarChanged;    ///< after a command has set a variable, changed or not
+    std::function<void(int VarID, I64 Value)> PreferenceChanged; ///< the same for a preference
     std::function<bool(bool OnOff)> SetSemihosting;
     std::function<bool(const QString& sConfig)> ConfigSemihosting;
     std::function<bool(bool OnOff)> SetMemlane;
@@ -49,18 +52,24 @@ struct PROJECT_HOOKS {
     std::function<bool(const QString& sSymbols, int Offset)> RelocateSymbols;
     std::function<bool(const QString& sPath)> SetConsoleLogFile;
     std::function<bool(const QString& sPath)> SetTerminalLogFile;
-    std::function<void(const QString& sSource)> TraceSourceChanged;
 
     std::function<QString(const QString& sCaption, const QString& sFolder)> AskSavePath; ///< "Save Project as..."
     std::function<void(const QString& sText)> ShowErrorBox;
     std::function<void()> ShowConsole;
 };
 
+/// A target interface speed in Hz: a bare number is kHz, other texts follow the frequency rule; 0
+/// "auto" and 65535 "adaptive" stay, all else is rounded to whole kHz. -1 for no speed.
+I64 ParseTIFSpeed(const QString& sText);
+
 class CProject : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool Modified READ IsModified NOTIFY ModifiedChanged)
 public:
     static CProject& Get();
+    /// Joins the project with the script host, the file finder and the settings tables. Once at
+    /// start, before a project is opened.
+    void Init();
     void SetHooks(const PROJECT_HOOKS& Hooks);
     const PROJECT_HOOKS& GetHooks() const;
 
@@ -78,7 +87,7 @@ public:
     QString GetSessionPath() const;
     QString GetProbeSettingsPath() const; ///< empty unless the file exists
     static QString GetProbeSettingsPath(const QString& sProjectPath);
-    void SetFromCmdLine(const QStringList& Commands); ///< the project was made from the command line
+    void SetFromCmdLine(const QStringList& Commands); ///< the project was made from the command line; empty: it wasn't
 
     /// Edits the text of the project file in place: removes the lines of OnProjectLoad that hold
     /// one of the names, inserts the commands into the dialog or the user section, and touches
@@ -97,6 +106,15 @@ public:
     bool HasNewWarnings() const;
     QStringList GetDuplicateCommands() const;
 
+    /// What has to happen between loading a project and running OnProjectLoad: the variables that a
+    /// project sets by its mere text.
+    void PrepareProjectLoad();
+    /// Commands of a new project from the command line record; empty, with the reason logged, if a
+    /// required field is missing.
+    QStringList CreateFromCmdLine(const CmdLineArgs& Args) const;
+    /// The default description file of the selected core, when no register window holds the CPU group.
+    void LoadDefaultRegisterFile();
+
     static bool GetFunctionBounds(const QString& sText, int* pBegin, int* pEnd);
     bool HasCommand(const QString& sName) const;
 
@@ -106,6 +124,7 @@ public:
     QString GetProgramFile() const;
     QDateTime GetProgramFileTime() const;
     QString GetCorePluginFile() const;
+    void SetCorePluginFile(const QString& sPath);
 
     /// Performs one of this layer's commands (Project.*, Edit.SysVar, Edit.Preference, Edit.Color,
     /// Edit.Font, Script.*) with the parameters stored in its action; sets the action's error.
@@ -126,6 +145,10 @@ private:
     CProject();
     void _OpenNow(const QString& sPath);
     void _SetModified(bool Modified);
+    bool _ReportNew(const QString& sWarning);
+    bool _WriteFailed(const QString& sReason) const;
+    QString _GetTextToSave(const QString& sPath) const;
+    bool _WriteGroup(const QStringList& Commands, const QStringList& Names, const char* sNotice);
 
     PROJECT_HOOKS m_Hooks;
     QTimer m_OpenTimer;

@@ -51,8 +51,8 @@ CFileFinder::CFileFinder() {
     Reset();
 }
 
-void CFileFinder::SetHooks(const FILEFINDER_HOOKS& Hooks) {
-    m_Hooks = Hooks;
+FILEFINDER_HOOKS& CFileFinder::Hooks() {
+    return m_Hooks;
 }
 
 void CFileFinder::Reset() {

@@ -44,7 +44,7 @@ public:
     static CFileFinder& Get();
     CFileFinder(); ///< tests make their own; the program uses Get()
 
-    void SetHooks(const FILEFINDER_HOOKS& Hooks);
+    FILEFINDER_HOOKS& Hooks(); ///< to be filled in place
 
     /// Forgets all paths, reports and statistics; the project's close calls it.
     void Reset();

@@ -15,14 +15,13 @@ QString RowName(const char* sName) {
     return QString::fromLatin1(sName);
 }
 
-/// A colour name or a number; false if it is neither.
+/// A colour name ("#a0b0c0", "red"); false if it is none.
 bool ParseStoredColor(const QString& sText, U32* pValue) {
-    const QColor Color(sText);
-    if (Color.isValid()) {
-        *pValue = Color.rgba();
-        return true;
+    if (!QColor::isValidColor(sText)) {
+        return false;
     }
-    return false;
+    *pValue = QColor(sText).rgba();
+    return true;
 }
 } // namespace
 

@@ -61,8 +61,15 @@ bool CModelViewWindow::IsTreeModel() const
 
 // ---- Actions ---------------------------------------------------------------------------------------------
 
-void CModelViewWindow::OnActionExpandAllTriggered() { PerformWindowCommand(QStringLiteral("Window.ExpandAll"), {GetName()}) < 0 ? ExpandAll() : void(); }
-void CModelViewWindow::OnActionCollapseAllTriggered() { PerformWindowCommand(QStringLiteral("Window.CollapseAll"), {GetName()}) < 0 ? CollapseAll() : void(); }
+void CModelViewWindow::OnActionExpandAllTriggered()
+{
+    if (PerformWindowCommand(QStringLiteral("Window.ExpandAll"), {GetName()}) < 0) ExpandAll();
+}
+
+void CModelViewWindow::OnActionCollapseAllTriggered()
+{
+    if (PerformWindowCommand(QStringLiteral("Window.CollapseAll"), {GetName()}) < 0) CollapseAll();
+}
 
 void CModelViewWindow::ExpandAll()
 {

@@ -163,7 +163,9 @@ public slots:
     void OnFlagChanged(WINDOW_FLAGS Flag, bool Value) override;
     void OnActivationChanged(bool Active) override;
     void OnFocusChanged(bool HasFocus) override;
-    using CWindow::OnFocusChanged;
+
+public:
+    using CWindow::OnFocusChanged; // the form that takes two widgets stays reachable
 
 protected:
     /// Fills the context menu of a row (an index of the window's own model; invalid for the empty area).

@@ -1,11 +1,13 @@
 #include "views/framework/statusbar.h"
 
 #include "views/theme/icons.h"
+#include "views/theme/theme.h"
 
 #include <QFontMetrics>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QPointer>
 #include <QProgressBar>
 #include <QToolButton>
@@ -71,7 +73,8 @@ CStatusBar::CStatusBar(QWidget* pParent)
     m_pFrameProgress->layout()->addWidget(m_pButtonCancel);
     m_pLabelWindowStatus = AddLabel(AddFrame(pLayout, "frameCursorInfo", 0), "labelWindowStatus", QStringLiteral("Cursor"));
     m_pLabelConnection = AddLabel(AddFrame(pLayout, "frameConnectionInfo", 0), "labelConnectionInfo", QStringLiteral("Connection"));
-    addWidget(pWidget, 1);
+    // A permanent widget stays on the screen under a temporary message, which the status label shows.
+    addPermanentWidget(pWidget, 1);
     setSizeGripEnabled(false);
 
     m_Timer.setSingleShot(true);
@@ -80,13 +83,20 @@ CStatusBar::CStatusBar(QWidget* pParent)
     connect(m_pButtonCancel, SIGNAL(clicked()), this, SLOT(OnButtonCancelClicked()));
     connect(this, &QStatusBar::messageChanged, this, [this](const QString& sText) {
         m_sTemporary = sText;
-        // QStatusBar hides its widgets under a temporary message; here the status label shows it.
         Schedule();
     });
     OnTimerTimeout();
 }
 
 CStatusBar::~CStatusBar() = default;
+
+void CStatusBar::paintEvent(QPaintEvent*)
+{
+    // The base would paint the temporary message under the labels.
+    QPainter Painter(this);
+    Painter.fillRect(rect(), palette().color(QPalette::Window));
+    Painter.fillRect(0, 0, width(), 1, CTheme::GetBorderColor());
+}
 
 void CStatusBar::Schedule()
 {

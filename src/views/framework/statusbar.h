@@ -45,6 +45,9 @@ public slots:
     void OnButtonCancelClicked();
     void OnTimerTimeout();
 
+protected:
+    void paintEvent(QPaintEvent* pEvent) override;
+
 private:
     void Schedule();
 

@@ -122,6 +122,8 @@ QModelIndex CTableModel::sibling(int Row, int Column, const QModelIndex& Index) 
     return Row == Index.row() && Column == Index.column() ? Index : index(Row, Column, Index.parent());
 }
 
+bool CTableModel::hasChildren(const QModelIndex& Parent) const { return Parent.column() <= 0 && rowCount(Parent) > 0; }
+
 // ---- Resets ----------------------------------------------------------------------------------------------
 
 void CTableModel::BeginReset() { beginResetModel(); }

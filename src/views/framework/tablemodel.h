@@ -39,6 +39,7 @@ public:
     bool setData(const QModelIndex& Index, const QVariant& Value, int Role = Qt::EditRole) override;
     QVariant headerData(int Section, Qt::Orientation Orientation, int Role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex& Index) const override;
+    bool hasChildren(const QModelIndex& Parent = {}) const override; ///< rowCount() decides; trees that build lazily say more
     QModelIndex sibling(int Row, int Column, const QModelIndex& Index) const override;
     ///@}
 
