@@ -2,11 +2,12 @@
 
 #include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QThread>
 
 #include <elf.h>
+
+#include <cstdio>
 
 namespace Bench {
 
@@ -116,17 +117,25 @@ int LoadElf(const QString& Path)
     return BRYLLOARM_Reset() == 0 ? Result : -1000;
 }
 
-static QString RunTool(const QString& Tool, const QStringList& Args)
+/// popen instead of QProcess, whose way to fork the thread sanitizer does not survive.
+static QString RunTool(const QString& CmdLine)
 {
-    QProcess Process;
-    Process.start(Tool, Args);
-    return Process.waitForFinished(60000) ? QString::fromUtf8(Process.readAllStandardOutput()) : QString();
+    std::FILE* pPipe = popen(CmdLine.toUtf8().constData(), "r");
+    if (!pPipe) {
+        return {};
+    }
+    QByteArray Output;
+    char acPart[4096];
+    while (const std::size_t NumBytes = std::fread(acPart, 1, sizeof(acPart), pPipe)) {
+        Output.append(acPart, int(NumBytes));
+    }
+    return pclose(pPipe) == 0 ? QString::fromUtf8(Output) : QString();
 }
 
 QHash<QString, U32> Symbols(const QString& Path)
 {
     QHash<QString, U32> Table;
-    const QStringList Lines = RunTool("arm-none-eabi-nm", {Path}).split('\n');
+    const QStringList Lines = RunTool("arm-none-eabi-nm '" + Path + "'").split('\n');
     for (const QString& Line : Lines) {
         const QStringList Words = Line.split(' ', Qt::SkipEmptyParts);
         if (Words.size() == 3) {
@@ -140,7 +149,7 @@ QList<CInst> Disassemble(const QString& Path)
 {
     QList<CInst> List;
     static const QRegularExpression Inst("^ +([0-9a-f]+):\t[0-9a-f ]+\t(.*)$");
-    const QStringList Lines = RunTool("arm-none-eabi-objdump", {"-d", Path}).split('\n');
+    const QStringList Lines = RunTool("arm-none-eabi-objdump -d '" + Path + "'").split('\n');
     for (const QString& Line : Lines) {
         const auto Match = Inst.match(Line);
         if (Match.hasMatch()) {

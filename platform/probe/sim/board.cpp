@@ -140,7 +140,7 @@ void CBoard::OnProgramReset(unsigned Core)
 {
     ResetPeripherals(CSysCtl::SOFTWARE);
     m_OtherReset = m_Cores.size() > 1;
-    m_Log.Info("The program has reset the system (core " + std::to_string(Core) + ")");
+    m_Log.Detail("The program has reset the system (core " + std::to_string(Core) + ")");
 }
 
 void CBoard::Halt(unsigned Core)
@@ -185,7 +185,7 @@ void CBoard::OnStop(unsigned Index, const CCoreStop& Stop)
     CCoreSlot& Slot = m_Cores[Index];
     if (Stop.Kind == ECoreStop::Halted) {
         Slot.State = ECoreState::Halted;
-        m_Log.Info("Target has halted: " + Stop.Reason);
+        m_Log.Detail("Target has halted: " + Stop.Reason);
     } else if (Stop.Kind == ECoreStop::Lockup && !Slot.LockupTold) {
         Slot.LockupTold = true;
         m_Log.Warning("The CPU is locked up by a fault inside a fault handler; it needs a reset");
