@@ -18,6 +18,8 @@ public:
     bool IsInlined = false;  ///< an expansion of an inlined function
     bool IsPluginFrame = false; ///< the core plug-in supplied the rules
     U32 FrameSize = 0;       ///< bytes from SP to CFA; 0 if that makes no sense or is above 100,000
+    U64 RulePC = ~U64(0);    ///< PC whose rules unwind the frame. The caller of an expansion shows the place in front of
+                             ///< it, but the stack is as it is at the PC inside of it
     U32 NumRules = 0;        ///< rules in the register set
     U32 ReturnAddrColumn = 0;///< rule that gives the return address
     U64 ReturnAddr = ~U64(0);///< -1 until known

@@ -58,12 +58,10 @@ void CCallStack::UpdateTopFrame() {
     }
     const U32 PCReg = Core_GetStaticInfo().PCRegIdx;
     pSet->SetValue(PCReg, AlignInst(pSet->GetValue(PCReg)), pSet->GetStatus(PCReg));
-    if (m_aFrame.empty()) {
-        CCallFrame Frame;
-        Frame.StackIdx = 0;
-        Frame.Index = 0;
-        m_aFrame.push_back(Frame);
-    }
+    if (m_aFrame.empty()) m_aFrame.emplace_back();
+    m_aFrame[0] = CCallFrame();
+    m_aFrame[0].StackIdx = 0;
+    m_aFrame[0].Index = 0;
     _SetFunction(m_aFrame[0]);
     _SetTopBasePointer(m_aFrame[0]);
     m_IsTopValid = true;
@@ -100,8 +98,11 @@ void CCallStack::_Start() {
         return;
     }
     *pOwn = *pLive;
-    CCallFrame Frame = m_pVisible->m_aFrame[0];
+    CCallFrame Frame;
     Frame.StackIdx = m_StackIdx;
+    Frame.Index = 0;
+    Frame.BasePointer = m_pVisible->m_aFrame[0].BasePointer;
+    Frame.BasePointerStatus = m_pVisible->m_aFrame[0].BasePointerStatus;
     m_aFrame.push_back(Frame);
     _SetFunction(m_aFrame[0]);
     m_Phase = NEXT_FRAME;
@@ -231,10 +232,16 @@ void CCallStack::_FillRules(CCallFrame& Frame) {
         return;
     }
     if (!IsPCValid(Frame)) return;
+    const U32 PCReg = Core_GetStaticInfo().PCRegIdx;
+    const U64 ShownPC = GetPC(Frame);
+    if (Frame.RulePC == ~U64(0)) Frame.RulePC = ShownPC;
     const auto AskPlugin = [&](U64 Phase) {
+        pSet->SetValue(PCReg, Frame.RulePC, 0);
         CORE_UNWIND_REQUEST Request{Core_GetStaticInfo().RARegIdx, static_cast<U32>(aRule.size()), Phase,
                                     reinterpret_cast<CORE_LOC*>(aRule.data())};
-        if (Core_GetUnwindRules(pSet->GetPluginView(), &Request) != 0) return false;
+        const int Result = Core_GetUnwindRules(pSet->GetPluginView(), &Request);
+        pSet->SetValue(PCReg, ShownPC, 0);
+        if (Result != 0) return false;
         Frame.IsPluginFrame = true;
         Frame.ReturnAddrColumn = std::min(Request.RARegIdx, static_cast<U32>(aRule.size()) - 1);
         return true;
@@ -242,14 +249,14 @@ void CCallStack::_FillRules(CCallFrame& Frame) {
     if (AskPlugin(0)) return;
     {
         CProgLock Lock;
-        if (PROG_IsLoaded() && ELF_GetFrameRules(static_cast<U32>(GetPC(Frame)), static_cast<U32>(aRule.size()), aRule.data()) > 0) return;
+        if (PROG_IsLoaded() && ELF_GetFrameRules(static_cast<U32>(Frame.RulePC), static_cast<U32>(aRule.size()), aRule.data()) > 0) return;
     }
     AskPlugin(1);
 }
 
 void CCallStack::_SetFrameBase(CCallFrame& Frame) {
     Frame.FrameBase = ELF_SYM_LOC{};
-    const U32 PC = static_cast<U32>(GetPC(Frame));
+    const U32 PC = static_cast<U32>(Frame.RulePC == ~U64(0) ? GetPC(Frame) : Frame.RulePC);
     const ELF_SYM_HANDLE hOuter = IsPCValid(Frame) ? PROG_GetFunctionAt(PC, 1) : 0;
     if (!hOuter) return;
     const ELF_SYM_LOC Loc = PROG_GetSymLoc(hOuter, PC);
@@ -460,6 +467,7 @@ bool CCallStack::_AddCallerOfInlined(const CCallFrame& Frame, CCallFrame& Next) 
     }
     Inlined.ReturnAddr = End;
     Inlined.ReturnAddrStatus = FRAME_VALUE_VALID;
+    Next.RulePC = Frame.RulePC == ~U64(0) ? GetPC(Frame) : Frame.RulePC;
     Next.BasePointer = Inlined.BasePointer;
     Next.BasePointerStatus = Inlined.BasePointerStatus;
     pSet->SetValue(Info.PCRegIdx, PC, 0);
