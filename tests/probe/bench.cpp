@@ -2,11 +2,12 @@
 
 #include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QThread>
 
 #include <elf.h>
+
+#include <cstdio>
 
 namespace Bench {
 
@@ -99,14 +100,16 @@ int LoadElf(const QString& Path)
         return -1000;
     }
     const auto* pHeader = reinterpret_cast<const Elf32_Ehdr*>(Data.constData());
-    if (BRYLLOARM_BeginDownload(0) != 0 || pHeader->e_phoff + pHeader->e_phnum * sizeof(Elf32_Phdr) > size_t(Data.size())) {
+    if (BRYLLOARM_BeginDownload(0) != 0 ||
+        pHeader->e_phoff + pHeader->e_phnum * sizeof(Elf32_Phdr) > size_t(Data.size())) {
         return -1000;
     }
     const auto* pSegments = reinterpret_cast<const Elf32_Phdr*>(Data.constData() + pHeader->e_phoff);
     for (int i = 0; i < pHeader->e_phnum; ++i) {
         const Elf32_Phdr& s = pSegments[i];
         if (s.p_type == PT_LOAD && s.p_filesz != 0 && s.p_offset + s.p_filesz <= size_t(Data.size()) &&
-            BRYLLOARM_WriteMemEx(s.p_paddr, s.p_filesz, Data.constData() + s.p_offset, 0) != int(s.p_filesz)) {
+            BRYLLOARM_WriteMemEx(s.p_paddr, s.p_filesz, Data.constData() + s.p_offset, 0) !=
+                int(s.p_filesz)) {
             return -1000;
         }
     }
@@ -114,17 +117,25 @@ int LoadElf(const QString& Path)
     return BRYLLOARM_Reset() == 0 ? Result : -1000;
 }
 
-static QString RunTool(const QString& Tool, const QStringList& Args)
+/// popen instead of QProcess, whose way to fork the thread sanitizer does not survive.
+static QString RunTool(const QString& CmdLine)
 {
-    QProcess Process;
-    Process.start(Tool, Args);
-    return Process.waitForFinished(60000) ? QString::fromUtf8(Process.readAllStandardOutput()) : QString();
+    std::FILE* pPipe = popen(CmdLine.toUtf8().constData(), "r");
+    if (!pPipe) {
+        return {};
+    }
+    QByteArray Output;
+    char acPart[4096];
+    while (const std::size_t NumBytes = std::fread(acPart, 1, sizeof(acPart), pPipe)) {
+        Output.append(acPart, int(NumBytes));
+    }
+    return pclose(pPipe) == 0 ? QString::fromUtf8(Output) : QString();
 }
 
 QHash<QString, U32> Symbols(const QString& Path)
 {
     QHash<QString, U32> Table;
-    const QStringList Lines = RunTool("arm-none-eabi-nm", {Path}).split('\n');
+    const QStringList Lines = RunTool("arm-none-eabi-nm '" + Path + "'").split('\n');
     for (const QString& Line : Lines) {
         const QStringList Words = Line.split(' ', Qt::SkipEmptyParts);
         if (Words.size() == 3) {
@@ -138,7 +149,7 @@ QList<CInst> Disassemble(const QString& Path)
 {
     QList<CInst> List;
     static const QRegularExpression Inst("^ +([0-9a-f]+):\t[0-9a-f ]+\t(.*)$");
-    const QStringList Lines = RunTool("arm-none-eabi-objdump", {"-d", Path}).split('\n');
+    const QStringList Lines = RunTool("arm-none-eabi-objdump -d '" + Path + "'").split('\n');
     for (const QString& Line : Lines) {
         const auto Match = Inst.match(Line);
         if (Match.hasMatch()) {
@@ -161,9 +172,11 @@ bool LoadLoop(U32 FlashAddr, U32 RAMAddr, U32* pLoopAddr)
         0xE7FB, // b    adds
     };
     *pLoopAddr = Start + 4;
-    return BRYLLOARM_BeginDownload(0) == 0 && BRYLLOARM_WriteMem(FlashAddr, sizeof(aVectors), aVectors) == sizeof(aVectors) &&
-           BRYLLOARM_WriteMem(Start, sizeof(aCode), aCode) == sizeof(aCode) && BRYLLOARM_WriteU32(Start + 12, RAMAddr) == 0 &&
-           BRYLLOARM_EndDownload() >= 0 && BRYLLOARM_Reset() == 0;
+    return BRYLLOARM_BeginDownload(0) == 0 &&
+           BRYLLOARM_WriteMem(FlashAddr, sizeof(aVectors), aVectors) == sizeof(aVectors) &&
+           BRYLLOARM_WriteMem(Start, sizeof(aCode), aCode) == sizeof(aCode) &&
+           BRYLLOARM_WriteU32(Start + 12, RAMAddr) == 0 && BRYLLOARM_EndDownload() >= 0 &&
+           BRYLLOARM_Reset() == 0;
 }
 
 } // namespace Bench

@@ -18,7 +18,10 @@ qint64 Query(const QString& Cmd);
 
 U64 Reg(U32 Index);
 bool SetReg(U32 Index, U64 Value);
-inline U32 Pc() { return U32(Reg(BRYLLO_REG_PC)); }
+inline U32 Pc()
+{
+    return U32(Reg(BRYLLO_REG_PC));
+}
 U32 Word(U32 Addr);
 
 /// Lets the target run and waits until it halts; false after ten seconds.

@@ -4,8 +4,8 @@
 
 #include <QFile>
 #include <QTcpServer>
-#include <QtTest>
 #include <QXmlStreamReader>
+#include <QtTest>
 
 #include <cstring>
 
@@ -211,7 +211,8 @@ void tst_probe::versionAndTexts()
     BRYLLOARM_GetFirmwareString(acCut, sizeof(acCut));
     QCOMPARE(QString(acCut), QString(acText).left(3));
     QVERIFY(!BRYLLO_GetpFunc(11));
-    const auto pServer = reinterpret_cast<BRYLLO_PFUNC_SERVER_INFO>(BRYLLO_GetpFunc(BRYLLO_PFUNC_GET_SERVER_INFO));
+    const auto pServer =
+        reinterpret_cast<BRYLLO_PFUNC_SERVER_INFO>(BRYLLO_GetpFunc(BRYLLO_PFUNC_GET_SERVER_INFO));
     BRYLLO_SERVER_INFO Info{8, 99};
     QCOMPARE(pServer(&Info), 0);
     QCOMPARE(Info.Port, 0u);
@@ -338,7 +339,8 @@ void tst_probe::bigEndian()
     QCOMPARE(pEndian(), 2); // data only: the instructions of these cores stay little-endian
 
     // ldr r1, literal ; movs r0,#0x12 ; str r0,[r1] ; b . : words are big-endian, code is not.
-    const U8 aImage[] = {0x20, 0x00, 0x04, 0x00, 0x00, 0x00, 0x00, 0x09, 0x01, 0x49, 0x12, 0x20, 0x08, 0x60, 0xFE, 0xE7, 0x20, 0x00, 0x00, 0x00};
+    const U8 aImage[] = {0x20, 0x00, 0x04, 0x00, 0x00, 0x00, 0x00, 0x09, 0x01, 0x49,
+                         0x12, 0x20, 0x08, 0x60, 0xFE, 0xE7, 0x20, 0x00, 0x00, 0x00};
     QCOMPARE(BRYLLOARM_BeginDownload(0), 0);
     QCOMPARE(BRYLLOARM_WriteMemEx(0, sizeof(aImage), aImage, 0), int(sizeof(aImage)));
     QCOMPARE(BRYLLOARM_EndDownload(), 1);
@@ -490,12 +492,14 @@ void tst_probe::unknownCommands()
 {
     QVERIFY(Connect("VS4F-512"));
     QString Answer;
-    for (const char* sCmd : {"NoSuchCommand 1", "Sim.NoSuchThing", "", "device=nothing", "HideDeviceSelection=2"}) {
+    for (const char* sCmd :
+         {"NoSuchCommand 1", "Sim.NoSuchThing", "", "device=nothing", "HideDeviceSelection=2"}) {
         QVERIFY2(Exec(sCmd, &Answer) < 0, sCmd);
         QVERIFY2(!Answer.isEmpty(), sCmd);
     }
-    for (const char* sCmd : {"HideDeviceSelection=1", "device = VS4F-512", "device=\"VS4F-512\"", "SupplyPower=1", "SetMemlaneAddr 0x20000000",
-                             "SetMemlaneSearchRanges 0x20000000 0x1000, 0x20010000 0x100"}) {
+    for (const char* sCmd :
+         {"HideDeviceSelection=1", "device = VS4F-512", "device=\"VS4F-512\"", "SupplyPower=1",
+          "SetMemlaneAddr 0x20000000", "SetMemlaneSearchRanges 0x20000000 0x1000, 0x20010000 0x100"}) {
         QVERIFY2(Exec(sCmd, &Answer) == 0, sCmd);
         QVERIFY2(Answer.isEmpty(), sCmd);
     }
@@ -582,7 +586,8 @@ void tst_probe::bpUnitsAndKinds()
         return BRYLLOARM_GetBPInfoEx(-1, &Info) < 0 ? ~0u : Info.ImpFlags;
     };
     QCOMPARE(Exec("Sim.SetBPUnits 2"), 0);
-    const int aHandles[] = {BRYLLOARM_SetBPEx(0x100, BRYLLO_BP_TYPE_ANY), BRYLLOARM_SetBPEx(0x200, BRYLLO_BP_TYPE_HARD)};
+    const int aHandles[] = {BRYLLOARM_SetBPEx(0x100, BRYLLO_BP_TYPE_ANY),
+                            BRYLLOARM_SetBPEx(0x200, BRYLLO_BP_TYPE_HARD)};
     QCOMPARE(Kind(aHandles[0]), U32(BRYLLO_BP_IMP_HARD));
     QCOMPARE(BRYLLOARM_FindBP(0x200), aHandles[1]);
     QCOMPARE(BRYLLOARM_FindBP(0x201), aHandles[1]); // the Thumb bit is not an address bit
@@ -635,10 +640,14 @@ void tst_probe::eventLimits_data()
     const U32 Any = ~0u;
     QTest::newRow("plain") << "VS4F-512" << 0u << Any << 0x17 << 0u;
     QTest::newRow("value") << "VS4F-512" << 0xFFu << 0u << 0x17 << 0u;
-    QTest::newRow("hole in address mask") << "VS4F-512" << 5u << Any << 0x17 << U32(BRYLLO_EVENT_ERR_INVALID_ADDR_MASK);
-    QTest::newRow("address mask too wide") << "VS4F-512" << 0xFFFFu << Any << 0x17 << U32(BRYLLO_EVENT_ERR_INVALID_ADDR_MASK);
-    QTest::newRow("access mask") << "VS4F-512" << 0u << Any << 0x37 << U32(BRYLLO_EVENT_ERR_INVALID_ACCESS_MASK);
-    QTest::newRow("no value comparator") << "VS0-32" << 0u << 0u << 0x17 << U32(BRYLLO_EVENT_ERR_NO_MORE_DATA_COMP);
+    QTest::newRow("hole in address mask")
+        << "VS4F-512" << 5u << Any << 0x17 << U32(BRYLLO_EVENT_ERR_INVALID_ADDR_MASK);
+    QTest::newRow("address mask too wide")
+        << "VS4F-512" << 0xFFFFu << Any << 0x17 << U32(BRYLLO_EVENT_ERR_INVALID_ADDR_MASK);
+    QTest::newRow("access mask") << "VS4F-512" << 0u << Any << 0x37
+                                 << U32(BRYLLO_EVENT_ERR_INVALID_ACCESS_MASK);
+    QTest::newRow("no value comparator")
+        << "VS0-32" << 0u << 0u << 0x17 << U32(BRYLLO_EVENT_ERR_NO_MORE_DATA_COMP);
     QTest::newRow("address on the small core") << "VS0-32" << 0u << Any << 0x17 << 0u;
 }
 

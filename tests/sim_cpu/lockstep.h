@@ -9,6 +9,8 @@
 
 struct LockstepResult {
     uint64_t NumInstructions = 0;
+    uint32_t LastPc = 0;
+    uint32_t ExceptionPc = 0; // instruction before the latest exception entry
     QString sError; // empty: no difference
 };
 
