@@ -86,6 +86,8 @@ public:
     void OnInvalidHaltStatus();
     void TestConnectionLost();
     int SetTargetExecState(U64 PC, U64 SP); ///< 0, 0: read both
+    /// The return address of the top frame, as the unwinder has found it; a step out runs there. Any thread.
+    void SetReturnAddr(U64 Addr);
     int ResetTargetExecState();
     /// Takes the hidden breakpoint away and puts the list's record under it back. False when one stays.
     bool RemoveHiddenBreakpoint();
@@ -102,6 +104,9 @@ public:
     bool ReadSWOTraceCapability();
     bool ReadStreamingTraceCapability();
     bool IsBMAAvailable() const;   ///< any thread
+    /// The CPU stands, for a read by the calling thread. Other threads than the worker go by what is published, and
+    /// by the halt that is being evaluated, whose condition is read while it is not published yet. Any thread.
+    bool IsStanding();
     bool CanAccessMemory();        ///< any thread
     /// The zone of an access: the given one, else the one for a running target; null for the default. The text
     /// lives until the next call on the same thread. Any thread.

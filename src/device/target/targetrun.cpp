@@ -161,6 +161,7 @@ int CDeviceTarget::SetTargetExecState(U64 PC, U64 SP)
     State.PC = PC;
     State.SPStatus = DATA_VALID;
     State.PCStatus = DATA_VALID;
+    State.ReturnAddrStatus = DATA_UNREAD; // of the new place; the unwinder finds it
 
     const U32 PC32 = U32(PC);
     const CSrcLoc Loc = PROG_HasSrcLoc(PC32) ? PROG_GetFirstSrcLoc(PC32) : CSrcLoc();
@@ -172,6 +173,13 @@ int CDeviceTarget::SetTargetExecState(U64 PC, U64 SP)
     State.FuncStart = hFunc ? U64(Range.Start) : ADDR64_NONE;
     State.FuncEnd = hFunc ? Range.End() : ADDR64_NONE;
     return 0;
+}
+
+void CDeviceTarget::SetReturnAddr(U64 Addr)
+{
+    if (!_State().Halted) return;
+    _State().ReturnAddr = Addr;
+    _State().ReturnAddrStatus = DATA_VALID;
 }
 
 int CDeviceTarget::ResetTargetExecState()
