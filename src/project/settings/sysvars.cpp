@@ -28,7 +28,8 @@ struct VALUE_BLOCK {
 
     VALUE_BLOCK() { ToDefaults(); }
 
-    void ToDefaults() {
+    void ToDefaults()
+    {
         const QMutexLocker Lock(&TextMutex);
         for (int i = 0; i < NUM_SYS_VARS; ++i) {
             const SYS_VAR& Row = GetSysVarRows()[i];
@@ -41,17 +42,20 @@ struct VALUE_BLOCK {
     }
 };
 
-VALUE_BLOCK& Block() {
+VALUE_BLOCK& Block()
+{
     static VALUE_BLOCK Instance;
     return Instance;
 }
 
-bool IsVar(int VarID) {
+bool IsVar(int VarID)
+{
     return VarID >= 0 && VarID < NUM_SYS_VARS;
 }
 
 /// Cuts a value to the row's width; signed rows keep their sign.
-U64 CutToWidth(int VarID, U64 Value) {
+U64 CutToWidth(int VarID, U64 Value)
+{
     switch (GetSysVarRows()[VarID].Type) {
     case SVT_ULONGLONG:
         return Value;
@@ -65,7 +69,8 @@ U64 CutToWidth(int VarID, U64 Value) {
 }
 } // namespace
 
-void InitSysVars() {
+void InitSysVars()
+{
     VALUE_BLOCK& B = Block();
     B.ToDefaults();
     for (int i = 0; i < NUM_SYS_VARS; ++i) {
@@ -75,11 +80,13 @@ void InitSysVars() {
     }
 }
 
-const SYS_VAR* GetVar(int Index) {
+const SYS_VAR* GetVar(int Index)
+{
     return IsVar(Index) ? &GetSysVarRows()[Index] : nullptr;
 }
 
-int GetVarIndex(const QString& sName) {
+int GetVarIndex(const QString& sName)
+{
     const QString sTrimmed = sName.trimmed();
     for (int i = 0; i < NUM_SYS_VARS; ++i) {
         if (sTrimmed.compare(QLatin1String(GetSysVarRows()[i].Name), Qt::CaseInsensitive) == 0) {
@@ -89,13 +96,15 @@ int GetVarIndex(const QString& sName) {
     return -1;
 }
 
-const SYS_VAR* FindVar(const QString& sName) {
+const SYS_VAR* FindVar(const QString& sName)
+{
     bool Ok = false;
     const int Index = sName.trimmed().toInt(&Ok, 10);
     return GetVar(Ok ? Index : GetVarIndex(sName));
 }
 
-const char* GetVarTypeName(int VarID) {
+const char* GetVarTypeName(int VarID)
+{
     if (!IsVar(VarID)) {
         return "";
     }
@@ -115,26 +124,30 @@ const char* GetVarTypeName(int VarID) {
     return "";
 }
 
-I64 GetVarValue(int VarID) {
+I64 GetVarValue(int VarID)
+{
     if (!IsVar(VarID)) {
         return 0;
     }
     ROW_VALUE& Row = Block().aRow[VarID];
-    if (I64 (*pfRead)() = Row.pfRead) {
+    if (I64(*pfRead)() = Row.pfRead) {
         return static_cast<I64>(CutToWidth(VarID, static_cast<U64>(pfRead())));
     }
     return static_cast<I64>(Row.Value.load());
 }
 
-I64 GetVarStored(int VarID) {
+I64 GetVarStored(int VarID)
+{
     return IsVar(VarID) ? static_cast<I64>(Block().aRow[VarID].Stored.load()) : 0;
 }
 
-I64 GetVarDefault(int VarID) {
+I64 GetVarDefault(int VarID)
+{
     return IsVar(VarID) ? static_cast<I64>(GetSysVarRows()[VarID].Default) : 0;
 }
 
-QString GetVarString(int VarID) {
+QString GetVarString(int VarID)
+{
     if (!IsStringVar(VarID)) {
         return QString();
     }
@@ -142,7 +155,8 @@ QString GetVarString(int VarID) {
     return Block().aRow[VarID].sText;
 }
 
-QString GetVarStoredString(int VarID) {
+QString GetVarStoredString(int VarID)
+{
     if (!IsStringVar(VarID)) {
         return QString();
     }
@@ -150,7 +164,8 @@ QString GetVarStoredString(int VarID) {
     return Block().aRow[VarID].sStoredText;
 }
 
-void SetVar(int VarID, I64 Value, bool Store) {
+void SetVar(int VarID, I64 Value, bool Store)
+{
     if (!IsVar(VarID) || IsStringVar(VarID)) {
         return;
     }
@@ -170,7 +185,8 @@ void SetVar(int VarID, I64 Value, bool Store) {
     }
 }
 
-int SetVarString(int VarID, const QString& sText, bool Store) {
+int SetVarString(int VarID, const QString& sText, bool Store)
+{
     if (!IsStringVar(VarID) || sText.size() > MAX_SYS_VAR_TEXT) {
         return -1;
     }
@@ -191,7 +207,8 @@ int SetVarString(int VarID, const QString& sText, bool Store) {
     return 0;
 }
 
-void RestoreVar(int VarID, I64 Value) {
+void RestoreVar(int VarID, I64 Value)
+{
     if (IsVarValueValid(VarID, Value)) {
         const bool WasSet = IsVarSet(VarID);
         SetVar(VarID, Value, true);
@@ -199,29 +216,34 @@ void RestoreVar(int VarID, I64 Value) {
     }
 }
 
-void RestoreVarString(int VarID, const QString& sText) {
+void RestoreVarString(int VarID, const QString& sText)
+{
     const bool WasSet = IsVarSet(VarID);
     if (SetVarString(VarID, sText, true) == 0) {
         Block().aRow[VarID].Set = WasSet;
     }
 }
 
-bool IsVarSet(int VarID) {
+bool IsVarSet(int VarID)
+{
     return IsVar(VarID) && Block().aRow[VarID].Set;
 }
 
-bool IsVarChanged(int VarID) {
+bool IsVarChanged(int VarID)
+{
     if (IsStringVar(VarID)) {
         return GetVarString(VarID) != QLatin1String(GetSysVarRows()[VarID].DefaultText);
     }
     return GetVarValue(VarID) != GetVarDefault(VarID);
 }
 
-bool IsStringVar(int VarID) {
+bool IsStringVar(int VarID)
+{
     return IsVar(VarID) && GetSysVarRows()[VarID].Type == SVT_STRING;
 }
 
-void BindVar(int VarID, I64 (*pfRead)(), void (*pfWrite)(I64 Value)) {
+void BindVar(int VarID, I64 (*pfRead)(), void (*pfWrite)(I64 Value))
+{
     if (IsVar(VarID) && !IsStringVar(VarID)) {
         Block().aRow[VarID].pfRead = pfRead;
         Block().aRow[VarID].pfWrite = pfWrite;
