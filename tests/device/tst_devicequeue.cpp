@@ -219,7 +219,7 @@ private slots:
     void haltOfHaltedTarget()
     {
         Dev().State.Connected = 1;
-        Dev().State.HaltedRaw = 1;
+        Dev().State.Halted = 1;
         Dev().HaltAsync();
         Settle();
         QVERIFY(TakeOrder().empty());

@@ -64,6 +64,20 @@ bool Same(const CpuState& Ours, CpuState Theirs, bool HasSecurity)
     return A == Theirs;
 }
 
+// The emulator logs the next instruction before it sees that an interrupt is pending there.
+// Such a record must be the state that our exception entry has just stacked.
+bool IsInterrupted(const TestMachine& Machine, const CpuState& Ours, const CpuState& Theirs)
+{
+    if (!(Ours.Xpsr & 0x1FF) || Ours.R[14] < 0xFFFFFF00u) return false;
+    uint32_t Frame =
+        uint32_t(Machine.GetReg(Ours.R[14] & 4 ? Sim::kRegPsp : Sim::kRegMsp)) - Machine.m_Info.Ram;
+    if (Frame > Machine.m_Ram.size() - 32) return false;
+    uint32_t Words[8];
+    memcpy(Words, Machine.m_Ram.data() + Frame, sizeof Words);
+    return Words[0] == Theirs.R[0] && Words[3] == Theirs.R[3] && Words[6] == Theirs.R[15] &&
+           ((Words[7] ^ Theirs.Xpsr) & ~0x200u) == 0 && std::equal(Ours.R + 4, Ours.R + 12, Theirs.R + 4);
+}
+
 } // namespace
 
 QByteArray BuildProgram(const BoardInfo& Info, const QString& sSource, const QStringList& aOptions,
@@ -135,9 +149,17 @@ LockstepResult RunLockstep(const BoardInfo& Info, const QByteArray& Image, uint6
             Machine.m_Cpu.SetReg(Sim::kRegXpsr, (Ours.Xpsr & 0x07FFFFFF) | (Theirs.Xpsr & 0xF8000000));
             Ours = Machine.GetState();
         }
+        // Where nothing can be fetched the emulator logs the handler only.
+        bool CanFetch = Ours.R[15] - Info.Rom < Info.RomSize || Ours.R[15] - Info.Ram < Info.RamSize;
+        if (!(Ours == Theirs) && !CanFetch) {
+            Machine.RunOne();
+            Ours = Machine.GetState();
+        }
         bool IsSame = Same(Ours, Theirs, HasSecurity);
         // A block that was left before its instruction is logged again.
-        if (!IsSame && Result.NumInstructions && Theirs == TheirsBefore) continue;
+        if (!IsSame && Result.NumInstructions &&
+            (Theirs == TheirsBefore || IsInterrupted(Machine, Ours, Theirs)))
+            continue;
         if (!IsSame) {
             Result.sError = QString("difference after %1 instructions; the last one was at %2\n%3")
                                 .arg(Result.NumInstructions)

@@ -61,7 +61,8 @@ bool Fail(int& Result, std::string& Answer, const char* sText)
 
 } // namespace
 
-bool CSimBackend::ExecCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer)
+bool CSimBackend::ExecCommand(const std::string& Name, const std::string& Args, int& Result,
+                              std::string& Answer)
 {
     if (Name == "setmemlaneaddr" || Name == "setmemlanesearchranges") {
         const std::vector<std::string> Words = SplitWords(Args);
@@ -70,9 +71,13 @@ bool CSimBackend::ExecCommand(const std::string& Name, const std::string& Args, 
         for (const std::string& Word : Words) {
             Ok = Ok && ToU32(Word);
         }
-        return Ok ? true : Fail(Result, Answer, IsAddr ? "usage: SetMemlaneAddr <address>" : "usage: SetMemlaneSearchRanges <address> <size>[, ...]");
+        return Ok ? true
+                  : Fail(Result, Answer,
+                         IsAddr ? "usage: SetMemlaneAddr <address>"
+                                : "usage: SetMemlaneSearchRanges <address> <size>[, ...]");
     }
-    if (Name == "readintotracecache" || Name == "tracesampleadjust" || Name == "trace_setenabletimestamps" || Name == "selecttracesource") {
+    if (Name == "readintotracecache" || Name == "tracesampleadjust" || Name == "trace_setenabletimestamps" ||
+        Name == "selecttracesource") {
         Result = BRYLLO_ERR_NO_SERVICE;
         Answer = "This probe has no instruction trace";
         return true;
@@ -95,10 +100,13 @@ bool CSimBackend::ExecCommand(const std::string& Name, const std::string& Args, 
 }
 
 /// Commands that concern the simulator and last from board to board.
-bool CSimBackend::ExecSimCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer)
+bool CSimBackend::ExecSimCommand(const std::string& Name, const std::string& Args, int& Result,
+                                 std::string& Answer)
 {
     const std::vector<std::string> Words = SplitWords(Args);
-    const auto Number = [&](std::size_t Index) { return Index < Words.size() ? ToU32(Words[Index]) : std::nullopt; };
+    const auto Number = [&](std::size_t Index) {
+        return Index < Words.size() ? ToU32(Words[Index]) : std::nullopt;
+    };
     if (Name == "sim.setspeed") {
         const std::string Word = Words.empty() ? "" : Probe::ToLower(Words[0]);
         const auto Hz = Number(0);
@@ -130,7 +138,8 @@ bool CSimBackend::ExecSimCommand(const std::string& Name, const std::string& Arg
         const auto Value = Number(1);
         const U32 Max = Cap == "bma" ? 2 : Cap == "web" ? 65535 : 1;
         if ((Cap != "bma" && Cap != "swo" && Cap != "trace" && Cap != "web") || !Value || *Value > Max) {
-            return Fail(Result, Answer, "usage: Sim.SetCap BMA <0..2> | SWO <0..1> | TRACE <0..1> | WEB <port>");
+            return Fail(Result, Answer,
+                        "usage: Sim.SetCap BMA <0..2> | SWO <0..1> | TRACE <0..1> | WEB <port>");
         }
         if (Cap == "bma") {
             m_Caps.BMA = static_cast<U8>(*Value);
@@ -151,7 +160,9 @@ bool CSimBackend::ExecSimCommand(const std::string& Name, const std::string& Arg
     if (Name == "sim.maskints" || Name == "sim.flashcost") {
         const auto Value = Number(0);
         if (!Value || *Value > 10000) {
-            return Fail(Result, Answer, Name == "sim.maskints" ? "usage: Sim.MaskInts 0 | 1" : "usage: Sim.FlashCost <ms a sector>");
+            return Fail(Result, Answer,
+                        Name == "sim.maskints" ? "usage: Sim.MaskInts 0 | 1"
+                                               : "usage: Sim.FlashCost <ms a sector>");
         }
         if (Name == "sim.maskints") {
             m_MaskInterrupts = *Value != 0;
@@ -164,7 +175,8 @@ bool CSimBackend::ExecSimCommand(const std::string& Name, const std::string& Arg
 }
 
 /// Commands that concern the board of the selected probe.
-bool CSimBackend::ExecBoardCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer)
+bool CSimBackend::ExecBoardCommand(const std::string& Name, const std::string& Args, int& Result,
+                                   std::string& Answer)
 {
     const std::vector<std::string> Words = SplitWords(Args);
     const auto Known = [&](std::initializer_list<const char*> Names) {
@@ -175,8 +187,8 @@ bool CSimBackend::ExecBoardCommand(const std::string& Name, const std::string& A
         }
         return false;
     };
-    if (!Known({"sim.setpin", "sim.getpin", "sim.uartfeed", "sim.uartread", "sim.uartfile", "sim.cycles", "sim.instructions", "sim.diagreads",
-                "sim.flashfail", "sim.erase", "sim.powercycle"})) {
+    if (!Known({"sim.setpin", "sim.getpin", "sim.uartfeed", "sim.uartread", "sim.uartfile", "sim.cycles",
+                "sim.instructions", "sim.diagreads", "sim.flashfail", "sim.erase", "sim.powercycle"})) {
         return false;
     }
     if (!HasBoard()) {
@@ -190,7 +202,8 @@ bool CSimBackend::ExecBoardCommand(const std::string& Name, const std::string& A
         const auto Pin = Words.empty() ? std::nullopt : ToPin(Words[0]);
         const auto Level = Words.size() > 1 ? ToU32(Words[1]) : std::nullopt;
         if (Name == "sim.getpin") {
-            return Pin ? SetValue(Board().Gpio(Pin->Port).GetPin(Pin->Pin)) : Fail(Result, Answer, "usage: Sim.GetPin <A0..B15>");
+            return Pin ? SetValue(Board().Gpio(Pin->Port).GetPin(Pin->Pin))
+                       : Fail(Result, Answer, "usage: Sim.GetPin <A0..B15>");
         }
         if (!Pin || !Level || *Level > 1) {
             return Fail(Result, Answer, "usage: Sim.SetPin <A0..B15> <0 or 1>");

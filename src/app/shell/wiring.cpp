@@ -7,7 +7,7 @@
 #include "app/services/log.h"
 #include "app/services/messages.h"
 #include "app/shell/mainwindow.h"
-#include "core/cache/instcache.h"
+#include "core/cache/core.h"
 #include "core/host/corecalls.h"
 #include "core/host/corehooks.h"
 #include "core/host/corehost.h"
@@ -152,6 +152,7 @@ void WireLayers()
     WireActions();
     WireScript();
     WireFinder();
+    Core::RegisterHooks();
     WireCore();
     WireEvaluator();
 }

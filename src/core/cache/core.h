@@ -19,7 +19,7 @@
 
 #include <QString>
 
-struct PROG_BLOCK;
+#include "program/tables/prog.h"
 
 namespace Core {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-struct PROG_BLOCK;
+#include "program/tables/prog.h"
 
 namespace Core {
 

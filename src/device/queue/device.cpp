@@ -100,7 +100,9 @@ void CDevice::run()
         if (Exhausted) continue;
         std::unique_lock Lock(m_WakeMutex);
         auto IsAwake = [this] { return m_WakeSignalled; };
-        if (State.Connected)
+        if (State.Connected && State.Running)
+            m_WakeCond.wait_for(Lock, std::chrono::milliseconds(State.WatchIntervalMS + 1), IsAwake);
+        else if (State.Connected)
             m_WakeCond.wait_for(Lock, WAIT_CONNECTED, IsAwake);
         else
             m_WakeCond.wait(Lock, IsAwake);
@@ -177,7 +179,7 @@ bool CDevice::_PreProcessJob(DEVICE_JOB& Job)
     }
     switch (Job.Type) {
     case BT_HALT:
-        return State.Connected && State.HaltedRaw;
+        return State.Halted;
     case BT_START_HSS:
         CancelJobs(BT_READ_HSS, QUEUE_OF_TYPE);
         return false;
@@ -221,6 +223,15 @@ void CDevice::_ReleaseJob(DEVICE_JOB* pJob)
 {
     m_Counters.Freed++;
     CDeviceJobRing::Release(*pJob);
+    m_NumLive.fetch_sub(1, std::memory_order_acq_rel);
+}
+
+bool CDevice::IsIdle() const
+{
+    DEVICE_EVENT Event;
+    return m_NumLive.load(std::memory_order_acquire) == 0 && !m_Events.Peek(0, &Event) && !State.HaltSeqActive &&
+           !State.SrcStepActive && State.PendingJob == 0 && !State.UserHaltRequested && State.FinishConnectMode < 0 &&
+           State.FinishResetMode < 0 && State.BPConditionResult < 0;
 }
 
 int CDevice::PostJobEvent(U32 Type, U32 Status, U64 Param0, I64 Result, U64 Result1)
@@ -245,6 +256,7 @@ int CDevice::_PostCompletion(const DEVICE_JOB& Job)
         std::lock_guard Lock(m_CompletionMutex);
         Slot = m_Completion.ReserveAlways();
     }
+    m_NumLive.fetch_add(1, std::memory_order_acq_rel);
     m_Completion.Publish(Slot, Record);
     DEVICE_JOB& Dest = m_Completion.At(U32(Slot));
     m_Counters.Posted++;
@@ -289,6 +301,7 @@ int CDevice::ScheduleJob(DEVICE_JOB* pJob)
     pJob->SeqNo = SeqNo;
     pJob->Queue = QueueIdx;
     pJob->Flags = JOB_FLAG_PENDING;
+    m_NumLive.fetch_add(1, std::memory_order_acq_rel);
     Queue.Publish(Slot, *pJob);
     m_Counters.Scheduled++;
     LogDebugMsg("Job scheduled: %s", GetJobName(pJob->Type));

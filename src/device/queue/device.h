@@ -144,6 +144,9 @@ public:
     /// While set, a finished job of the type raises no event.
     void SetJobEventSuppressed(U32 Type, bool Suppressed);
     bool IsJobEventSuppressed(U32 Type) const;
+    /// Nothing is under way: no job waits or runs, no event is undelivered, no halt is being evaluated and no step or
+    /// run-to is on its way to its end. A target that runs by a user's wish is idle. GUI thread.
+    bool IsIdle() const;
     /// Wakes the worker, after one of the deferred words of State was written.
     void Wake();
 
@@ -228,6 +231,7 @@ private:
     std::mutex m_CompletionMutex;
     std::recursive_mutex m_DeviceMutex;
     U64 m_NextSeqNo;
+    std::atomic<I64> m_NumLive{0}; ///< records in slots: scheduled or posted, and not yet released
     std::atomic<U8> m_aSuppressed[BT_LAST] = {};
 
     std::mutex m_WakeMutex;

@@ -117,6 +117,7 @@ enum MEM_ACCESS_FLAGS : U32 {
     MEM_FLAG_ITEM_WISE = 8,      ///< on a short chunk go on item by item
     MEM_FLAG_HALT_FOR_IO = 16,   ///< halt a running target for the access, resume it afterwards
     MEM_FLAG_DOWNLOAD = 32,      ///< bracket the write in a download, for writes that may land in flash
+    MEM_FLAG_OPEN_DOWNLOAD = 64, ///< WriteMemMultiple only: open a download that BT_END_DOWNLOAD closes
 };
 
 /// One instruction breakpoint as the device holds it. All zero means none.

@@ -190,6 +190,12 @@ ELF_HANDLE ELF_GetFileInSlot(U32 Slot)
     return Slot < ELF_MAX_OPEN_FILES ? ElfFind(ElfState().apFile[Slot]) : nullptr;
 }
 
+const char* ELF_GetPath(ELF_HANDLE hFile)
+{
+    const ELF_FILE* pFile = ElfFind(hFile);
+    return pFile ? pFile->sPath.c_str() : "";
+}
+
 U64 ELF_GetOpenTime(ELF_HANDLE hFile)
 {
     // Two opens within one tick of the clock still differ by their serial numbers.

@@ -96,6 +96,8 @@ int ELF_SetCurrentFile(ELF_HANDLE hFile);
 int ELF_GetSlot(ELF_HANDLE hFile);
 /// File in a slot, null if none.
 ELF_HANDLE ELF_GetFileInSlot(U32 Slot);
+/// Path as it was given to ELF_Open; the empty text for a bad handle.
+const char* ELF_GetPath(ELF_HANDLE hFile);
 /// Clock value in milliseconds taken at the open; differs between two opens. 0 for a bad handle.
 U64 ELF_GetOpenTime(ELF_HANDLE hFile);
 

@@ -138,6 +138,19 @@ ELF_SYM_HANDLE ELF_GetSymParent(ELF_SYM_HANDLE hSym)
     return 0;
 }
 
+ELF_SYM_LIST ELF_GetSymChildren(ELF_SYM_HANDLE hSym, U32 Tag)
+{
+    ELF_SYM_LIST aChild;
+    DIE_REF Ref;
+    if (!DieFind(hSym, Ref)) return aChild;
+    DWARF_DIE Child, Next;
+    for (bool Has = Ref.pFile->FirstChild(Ref.Die, Child); Has; Child = Next) {
+        if (Tag == 0 || Child.Tag() == Tag) aChild.append(Ref.pFile->DebugHandle(Child.Id));
+        Has = Ref.pFile->NextSibling(Child, Next);
+    }
+    return aChild;
+}
+
 U32 ELF_GetSymLocalCount(ELF_SYM_HANDLE hSym)
 {
     const std::vector<U32>* pList = SymLocals(hSym);

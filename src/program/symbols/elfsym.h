@@ -66,6 +66,8 @@ U32 ELF_GetSymRangeHigh(ELF_SYM_HANDLE hSym, U32 Index); ///< relocated, exclusi
 U32 ELF_GetSymSection(ELF_SYM_HANDLE hSym);
 U32 ELF_GetSymSize(ELF_SYM_HANDLE hSym);             ///< bytes
 ELF_SYM_HANDLE ELF_GetSymParent(ELF_SYM_HANDLE hSym);
+/// Direct children of a debug symbol with a tag, 0 for all.
+ELF_SYM_LIST ELF_GetSymChildren(ELF_SYM_HANDLE hSym, U32 Tag);
 U32 ELF_GetSymLocalCount(ELF_SYM_HANDLE hSym);
 ELF_SYM_HANDLE ELF_GetSymLocal(ELF_SYM_HANDLE hSym, U32 Index);
 U32 ELF_GetSymMemberCount(ELF_SYM_HANDLE hSym);

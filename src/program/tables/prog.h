@@ -10,6 +10,7 @@
 // While no file is loaded each gives its neutral result: an empty list, a zero location, 0 or -1. Handles and
 // addresses die with PROG_Unload; file numbers stay the same for the same path text.
 #pragma once
+#include "program/datafiles/rawblocks.h"
 #include "program/elf/elf.h"
 #include "program/symbols/elfsym.h"
 #include "program/tables/addrrange.h"
@@ -30,13 +31,8 @@ public:
     CProgLock& operator=(const CProgLock&) = delete;
 };
 
-/// One loadable block of the program file; the data belong to the tables until PROG_Unload.
-struct PROG_BLOCK {
-    U64 LoadAddr;
-    U64 VirtAddr;
-    U32 Size; ///< bytes
-    const U8* pData;
-};
+/// One loadable block of the program file; the data live until PROG_Unload.
+using PROG_BLOCK = BFile::RAW_BLOCK;
 
 /// What lies above this layer and is reached from it; set once at start, each may be empty.
 struct PROG_HOOKS {
@@ -60,7 +56,7 @@ U32 PROG_GetEntryPoint();            ///< relocated; 0xFFFFFFFF if none
 ELF_HANDLE PROG_GetFileHandle();     ///< use under CProgLock; null if none
 ELF_SRC_LANG PROG_GetSrcLang();
 QList<PROG_BLOCK> PROG_GetBlocks();
-/// Bytes out of the program data by load address. Returns the count read, which ends at the first gap; -1 if
+/// Bytes out of the program data, by load address and else by virtual address. Returns the count read, which ends at the first gap; -1 if
 /// the address is in no block. pBuffer may be null for a test of the range.
 int PROG_ReadBytes(U32 Addr, U32 Size, void* pBuffer);
 

@@ -151,7 +151,11 @@ void ArmCore::PushFp(uint32_t Frame)
         bool Ok = true;
         for (unsigned i = 0; Ok && i < 16; ++i)
             Ok = StackAccess(Frame + 0x20 + 4 * i, S[i], true, IsPrivileged());
-        if (Ok) StackAccess(Frame + 0x60, Fpscr, true, IsPrivileged());
+        if (Ok && StackAccess(Frame + 0x60, Fpscr, true, IsPrivileged())) {
+            // Unknown to the handler by the architecture.
+            std::fill(S, S + 16, 0u);
+            Fpscr = 0;
+        }
         return;
     }
     // Lazily: the place is noted, with what the stores would be allowed to do.

@@ -197,13 +197,17 @@ struct ShcsrRow {
 };
 constexpr ShcsrRow kShcsr[] = {{kExcMemManage, 0, 13}, {kExcBusFault, 1, 14}, {kExcUsageFault, 3, 12},
                                {kExcSvc, 7, 15},       {kExcDebugMon, 8, 32}, {kExcPendSv, 10, 32},
-                               {kExcSysTick, 11, 32}};
+                               {kExcSysTick, 11, 32},
+                               // ARMv8-M shows these too; a write doesn't change them
+                               {kExcHardFault, 2, 21},
+                               {kExcNmi, 5, 32}};
 
 uint32_t ReadShcsr(const ArmCore& C)
 {
     uint32_t Value = C.Scs.ShcsrEnables;
     for (const ShcsrRow& Row : kShcsr) {
         if (C.IsV6M && Row.Exc != kExcSvc) continue;
+        if (Row.Exc <= kExcHardFault && !C.IsV8M) continue;
         if (!C.IsV6M && C.Bit(C.Active, Row.Exc)) Value |= 1u << Row.ActiveBit;
         if (Row.PendingBit < 32 && C.Bit(C.Pending, Row.Exc)) Value |= 1u << Row.PendingBit;
     }
@@ -214,7 +218,7 @@ void WriteShcsr(ArmCore& C, uint32_t Value)
 {
     if (!C.IsV6M) C.Scs.ShcsrEnables = Value & 0x70000;
     for (const ShcsrRow& Row : kShcsr) {
-        if (C.IsV6M && Row.Exc != kExcSvc) continue;
+        if ((C.IsV6M && Row.Exc != kExcSvc) || Row.Exc <= kExcHardFault) continue;
         if (!C.IsV6M) C.SetBit(C.Active, Row.Exc, Value >> Row.ActiveBit & 1);
         if (Row.PendingBit < 32) C.SetPend(Row.Exc, Value >> Row.PendingBit & 1);
     }

@@ -1,0 +1,207 @@
+// Addresses to source locations and back.
+#include "program/tables/progtables.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr U32 FALLBACK_BYTES = 256; ///< how far below an address its line record may lie
+constexpr U32 NEXT_LINE_BYTES = 1000;
+constexpr U32 NEXT_LINE_LINES = 1000;
+
+/// The addresses of one line of a file.
+std::pair<const PROG_LOC_ROW*, const PROG_LOC_ROW*> RowsOfLine(const PROG_TABLES& Tab, U32 File, U32 Line)
+{
+    const PROG_LOC_ROW* pEnd = Tab.aByLoc.data() + Tab.aByLoc.size();
+    const PROG_LOC_ROW* pFirst = std::lower_bound(static_cast<const PROG_LOC_ROW*>(Tab.aByLoc.data()), pEnd, PROG_LOC_ROW{File, Line, 0});
+    const PROG_LOC_ROW* pLast = pFirst;
+    while (pLast != pEnd && pLast->File == File && pLast->Line == Line) pLast++;
+    return {pFirst, pLast};
+}
+
+CSrcLoc FirstLoc(PROG_TABLES& Tab, U32 Addr)
+{
+    const PROG_MAP_SPAN Rows = ProgRowsFor(Tab, Addr);
+    return Rows.IsEmpty() ? CSrcLoc() : Rows.pFirst->Loc;
+}
+
+} // namespace
+
+PROG_MAP_SPAN ProgRowsAt(const PROG_TABLES& Tab, U32 Addr)
+{
+    const PROG_MAP_ROW* pBegin = Tab.aMap.data();
+    const PROG_MAP_ROW* pEnd = pBegin + Tab.aMap.size();
+    const PROG_MAP_ROW* pFirst = std::lower_bound(pBegin, pEnd, Addr, [](const PROG_MAP_ROW& Row, U32 Key) { return Row.Addr < Key; });
+    const PROG_MAP_ROW* pLast = pFirst;
+    while (pLast != pEnd && pLast->Addr == Addr) pLast++;
+    return {pFirst, pLast};
+}
+
+PROG_MAP_SPAN ProgRowsFor(PROG_TABLES& Tab, U32 Addr)
+{
+    constexpr PROG_MAP_SPAN NONE{nullptr, nullptr};
+    if (Addr == 0 || Addr == 0xFFFFFFFFu) return NONE;
+    const PROG_MAP_SPAN Exact = ProgRowsAt(Tab, Addr);
+    if (!Exact.IsEmpty()) return Exact;
+    // Compilers emit a record where a line begins; the rest of its instructions are found from below.
+    const auto it = std::lower_bound(Tab.aMapped.begin(), Tab.aMapped.end(), Addr);
+    if (it == Tab.aMapped.begin()) return NONE;
+    const U32 Below = *(it - 1);
+    if (Addr - Below > FALLBACK_BYTES) return NONE;
+    const ELF_SYM_HANDLE hFunc = ProgFunctionAt(Tab, Addr, true);
+    if (!hFunc || ProgFunctionAt(Tab, Below, true) != hFunc) return NONE;
+    return ProgRowsAt(Tab, Below);
+}
+
+QList<CSrcLoc> PROG_GetSrcLocs(U32 Addr)
+{
+    const CProgLock Lock;
+    PROG_TABLES& Tab = PROG_Tables(Lock);
+    QList<CSrcLoc> aLoc;
+    if (!Tab.Loaded) return aLoc;
+    const PROG_MAP_SPAN Rows = ProgRowsFor(Tab, Addr);
+    for (const PROG_MAP_ROW* p = Rows.pFirst; p != Rows.pLast; p++) aLoc.append(p->Loc);
+    return aLoc;
+}
+
+CSrcLoc PROG_GetFirstSrcLoc(U32 Addr)
+{
+    const CProgLock Lock;
+    PROG_TABLES& Tab = PROG_Tables(Lock);
+    return Tab.Loaded ? FirstLoc(Tab, Addr) : CSrcLoc();
+}
+
+CSrcLoc PROG_GetLastSrcLoc(U32 Addr)
+{
+    const CProgLock Lock;
+    PROG_TABLES& Tab = PROG_Tables(Lock);
+    const PROG_MAP_SPAN Rows = Tab.Loaded ? ProgRowsFor(Tab, Addr) : PROG_MAP_SPAN{nullptr, nullptr};
+    return Rows.IsEmpty() ? CSrcLoc() : Rows.pLast[-1].Loc;
+}
+
+CSrcLoc PROG_GetExactSrcLoc(U32 Addr)
+{
+    const CProgLock Lock;
+    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    if (!Tab.Loaded || Addr == 0 || Addr == 0xFFFFFFFFu) return {};
+    const PROG_MAP_SPAN Rows = ProgRowsAt(Tab, Addr);
+    return Rows.IsEmpty() ? CSrcLoc() : Rows.pFirst->Loc;
+}
+
+bool PROG_HasSrcLoc(U32 Addr)
+{
+    const CProgLock Lock;
+    PROG_TABLES& Tab = PROG_Tables(Lock);
+    return Tab.Loaded && !ProgRowsFor(Tab, Addr).IsEmpty();
+}
+
+bool PROG_HasExactSrcLoc(U32 Addr)
+{
+    const CProgLock Lock;
+    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    return Tab.Loaded && Addr != 0 && Addr != 0xFFFFFFFFu && !ProgRowsAt(Tab, Addr).IsEmpty();
+}
+
+I64 PROG_GetNextMappedAddr(U32 Addr)
+{
+    const CProgLock Lock;
+    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    const auto it = std::upper_bound(Tab.aMapped.begin(), Tab.aMapped.end(), Addr);
+    return Tab.Loaded && it != Tab.aMapped.end() ? *it : -1;
+}
+
+I64 PROG_GetPrevMappedAddr(U32 Addr)
+{
+    const CProgLock Lock;
+    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    const auto it = std::lower_bound(Tab.aMapped.begin(), Tab.aMapped.end(), Addr);
+    return Tab.Loaded && it != Tab.aMapped.begin() ? *(it - 1) : -1;
+}
+
+int PROG_GetNextLineAddr(U32 Addr, U32* pNext)
+{
+    const CProgLock Lock;
+    PROG_TABLES& Tab = PROG_Tables(Lock);
+    if (!Tab.Loaded || Tab.aMapped.empty()) return -1;
+    const CSrcLoc Start = FirstLoc(Tab, Addr);
+    const U32 Step = ELF_GetCodeAlign();
+    const U64 Limit = std::min<U64>(static_cast<U64>(Addr) + NEXT_LINE_BYTES, static_cast<U64>(Tab.aMapped.back()) + 1);
+    for (U64 At = ProgAlign(Addr); At < Limit; At += Step) {
+        const CSrcLoc Loc = FirstLoc(Tab, static_cast<U32>(At));
+        if (At <= Addr || !Loc.IsValid() || Loc.IsSameLine(Start)) continue;
+        *pNext = static_cast<U32>(At);
+        return 0;
+    }
+    return -1;
+}
+
+U32 PROG_GetFileOfAddr(U32 Addr)
+{
+    const CProgLock Lock;
+    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    if (!Tab.Loaded) return 0xFFFFFFFFu;
+    // Files whose ranges overlap: one that has a line at the address is right, else the one with the least code.
+    const PROG_MAP_SPAN Rows = ProgRowsAt(Tab, Addr);
+    if (!Rows.IsEmpty()) return Rows.pFirst->Loc.File;
+    const std::vector<U64> aHit = Tab.FileTree.Find(Addr, Addr);
+    return aHit.empty() ? 0xFFFFFFFFu : static_cast<U32>(aHit.back());
+}
+
+QList<U32> PROG_GetAddrs(const CSrcLoc& Loc)
+{
+    const CProgLock Lock;
+    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    QList<U32> aAddr;
+    if (!Tab.Loaded) return aAddr;
+    const auto [pFirst, pLast] = RowsOfLine(Tab, Loc.File, Loc.Line);
+    for (const PROG_LOC_ROW* p = pFirst; p != pLast; p++) aAddr.append(p->Addr);
+    return aAddr;
+}
+
+I64 PROG_GetFirstAddr(const CSrcLoc& Loc)
+{
+    const CProgLock Lock;
+    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    if (!Tab.Loaded) return -1;
+    const auto [pFirst, pLast] = RowsOfLine(Tab, Loc.File, Loc.Line);
+    return pFirst == pLast ? -1 : static_cast<I64>(pFirst->Addr);
+}
+
+QList<U32> PROG_GetAddrsInRange(const CSrcLoc& Loc, U32 Start, U32 End)
+{
+    const CProgLock Lock;
+    PROG_TABLES& Tab = PROG_Tables(Lock);
+    QList<U32> aAddr;
+    if (!Tab.Loaded) return aAddr;
+    const PROG_HOOKS& Hooks = PROG_Hooks();
+    for (U64 At = ProgAlign(Start); At < End; At += ELF_GetCodeAlign()) {
+        const U32 Addr = static_cast<U32>(At);
+        if (Hooks.IsInstStart && !Hooks.IsInstStart(Addr)) continue;
+        const PROG_MAP_SPAN Rows = ProgRowsFor(Tab, Addr);
+        const bool IsOnLine = std::any_of(Rows.pFirst, Rows.pLast, [&Loc](const PROG_MAP_ROW& Row) { return Row.Loc.IsSameLine(Loc); });
+        if (!IsOnLine) break;
+        aAddr.append(Addr);
+    }
+    return aAddr;
+}
+
+CSrcLoc PROG_GetNextLineWithCode(const CSrcLoc& Loc)
+{
+    const CProgLock Lock;
+    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    if (!Tab.Loaded) return {};
+    const auto it = std::lower_bound(Tab.aByLoc.begin(), Tab.aByLoc.end(), PROG_LOC_ROW{Loc.File, Loc.Line, 0});
+    if (it == Tab.aByLoc.end() || it->File != Loc.File || it->Line - Loc.Line > NEXT_LINE_LINES) return {};
+    return CSrcLoc(it->File, it->Line);
+}
+
+CSrcLoc PROG_GetPrevLineWithCode(const CSrcLoc& Loc)
+{
+    const CProgLock Lock;
+    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    if (!Tab.Loaded) return {};
+    auto it = std::upper_bound(Tab.aByLoc.begin(), Tab.aByLoc.end(), PROG_LOC_ROW{Loc.File, Loc.Line, 0xFFFFFFFFu});
+    if (it == Tab.aByLoc.begin()) return {};
+    --it;
+    return it->File == Loc.File ? CSrcLoc(it->File, it->Line) : CSrcLoc();
+}

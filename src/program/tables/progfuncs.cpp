@@ -1,0 +1,125 @@
+// Functions at addresses and the ranges of symbols.
+#include "app/services/log.h"
+#include "program/tables/progtables.h"
+
+#include <algorithm>
+
+namespace {
+
+/// No program of a microcontroller comes near; a symbol that claims more is damaged.
+constexpr U64 MAX_SYMBOL_SPAN = 1000000000;
+
+} // namespace
+
+bool ProgIsFunction(ELF_SYM_HANDLE hSym)
+{
+    const U32 Tag = ELF_GetSymTag(hSym);
+    if (ELF_SymIsElf(hSym)) return Tag == 2 || Tag == 13;
+    return Tag == ELF_TAG_SUBPROGRAM || Tag == ELF_TAG_INLINED_SUBROUTINE || Tag == ELF_TAG_SUBROUTINE_TYPE;
+}
+
+const QList<CAddrRange>& ProgSymRanges(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym)
+{
+    const auto it = Tab.Ranges.constFind(hSym);
+    if (it != Tab.Ranges.constEnd()) return it.value();
+    QList<CAddrRange> aRange;
+    const bool IsElf = ELF_SymIsElf(hSym);
+    const U32 Count = ELF_GetSymRangeCount(hSym);
+    for (U32 i = 0; i < Count; i++) {
+        U32 Low = ELF_GetSymRangeLow(hSym, i);
+        U32 High = ELF_GetSymRangeHigh(hSym, i);
+        // Bit 0 of a Thumb symbol isn't part of its address.
+        if (IsElf && ProgIsFunction(hSym) && ProgAlign(Low) != Low) High -= Low - ProgAlign(Low);
+        Low = ProgAlign(Low);
+        if (High > Low) aRange.append(CAddrRange(Low, High - Low));
+    }
+    std::sort(aRange.begin(), aRange.end());
+    return *Tab.Ranges.insert(hSym, aRange);
+}
+
+CAddrRange ProgSymRange(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym)
+{
+    const auto it = Tab.Range.constFind(hSym);
+    if (it != Tab.Range.constEnd()) return it.value();
+    U64 Low = ~0ull, High = 0;
+    auto Merge = [&](ELF_SYM_HANDLE h) {
+        for (const CAddrRange& Range : ProgSymRanges(Tab, h)) {
+            Low = std::min<U64>(Low, Range.Start);
+            High = std::max(High, Range.End());
+        }
+    };
+    Merge(hSym);
+    if (High <= Low && ELF_GetSymTag(hSym) == ELF_TAG_COMPILE_UNIT) {
+        for (const ELF_SYM_HANDLE hFunc : ELF_GetSymChildren(hSym, ELF_TAG_SUBPROGRAM)) Merge(hFunc);
+    }
+    CAddrRange Range;
+    if (High > Low) {
+        if (High - Low < MAX_SYMBOL_SPAN) {
+            Range = CAddrRange(static_cast<U32>(Low), static_cast<U32>(High - Low));
+        } else {
+            LogDebug(QStringLiteral("symbol address range could not be determined @ ") + QString::number(Low, 16));
+        }
+    }
+    Tab.Range.insert(hSym, Range);
+    return Range;
+}
+
+const ELF_SYM_LIST& ProgFunctionsAt(PROG_TABLES& Tab, U32 Addr)
+{
+    const auto it = Tab.FunctionHits.constFind(Addr);
+    if (it != Tab.FunctionHits.constEnd()) return it.value();
+    ELF_SYM_LIST aHit;
+    for (const U64 hSym : Tab.FunctionTree.Find(Addr, Addr)) {
+        if (ProgIsFunction(hSym) && !aHit.contains(hSym)) aHit.append(hSym);
+    }
+    return *Tab.FunctionHits.insert(Addr, aHit);
+}
+
+ELF_SYM_HANDLE ProgFunctionAt(PROG_TABLES& Tab, U32 Addr, bool PreferOuter)
+{
+    const ELF_SYM_LIST& aHit = ProgFunctionsAt(Tab, Addr);
+    if (!PreferOuter) {
+        for (auto it = aHit.crbegin(); it != aHit.crend(); ++it) {
+            if (!ELF_SymIsElf(*it) && ELF_GetSymTag(*it) == ELF_TAG_INLINED_SUBROUTINE) return *it;
+        }
+    }
+    for (const ELF_SYM_HANDLE hSym : aHit) {
+        if (!ELF_SymIsElf(hSym) && ELF_GetSymTag(hSym) == ELF_TAG_SUBPROGRAM) return hSym;
+    }
+    return aHit.isEmpty() ? 0 : aHit.first();
+}
+
+ELF_SYM_HANDLE PROG_GetFunctionAt(U32 Addr, int PreferOuter)
+{
+    const CProgLock Lock;
+    PROG_TABLES& Tab = PROG_Tables(Lock);
+    return Tab.Loaded ? ProgFunctionAt(Tab, Addr, PreferOuter != 0) : 0;
+}
+
+CAddrRange PROG_GetSymRange(ELF_SYM_HANDLE hSym)
+{
+    const CProgLock Lock;
+    PROG_TABLES& Tab = PROG_Tables(Lock);
+    return Tab.Loaded ? ProgSymRange(Tab, hSym) : CAddrRange();
+}
+
+QList<CAddrRange> PROG_GetSymRanges(ELF_SYM_HANDLE hSym)
+{
+    const CProgLock Lock;
+    PROG_TABLES& Tab = PROG_Tables(Lock);
+    return Tab.Loaded ? ProgSymRanges(Tab, hSym) : QList<CAddrRange>();
+}
+
+bool PROG_IsFunction(ELF_SYM_HANDLE hSym)
+{
+    const CProgLock Lock;
+    return ProgIsFunction(hSym);
+}
+
+bool PROG_HasFrameInfo(U32 Addr)
+{
+    const CProgLock Lock;
+    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    auto it = std::upper_bound(Tab.aFde.begin(), Tab.aFde.end(), Addr, [](U32 Key, const PROG_FDE_ROW& Row) { return Key < Row.Low; });
+    return Tab.Loaded && it != Tab.aFde.begin() && Addr < (--it)->High;
+}
