@@ -35,7 +35,6 @@ CProject::CProject()
 void CProject::Init()
 {
     BScript::BindSettings();
-    BScript::Hooks().LogNewWarnings = [this] { return LogNewWarnings(); };
     FILEFINDER_HOOKS& Finder = CFileFinder::Get().Hooks();
     Finder.ProjectPath = [] { return BScript::GetProjectPath(); };
     Finder.ProgramFile = [this] { return m_sProgramFile; };
@@ -44,6 +43,7 @@ void CProject::Init()
 void CProject::SetHooks(const PROJECT_HOOKS& Hooks)
 {
     m_Hooks = Hooks;
+    BScript::Hooks().LogNewWarnings = [this] { return LogNewWarnings(); };
 }
 const PROJECT_HOOKS& CProject::GetHooks() const
 {

@@ -59,6 +59,11 @@ FILEFINDER_HOOKS& CFileFinder::Hooks()
     return m_Hooks;
 }
 
+void CFileFinder::SetHooks(const FILEFINDER_HOOKS& Hooks)
+{
+    m_Hooks = Hooks;
+}
+
 void CFileFinder::Reset()
 {
     m_RootPaths.clear();

@@ -46,6 +46,7 @@ public:
     CFileFinder(); ///< tests make their own; the program uses Get()
 
     FILEFINDER_HOOKS& Hooks(); ///< to be filled in place
+    void SetHooks(const FILEFINDER_HOOKS& Hooks);
 
     /// Forgets all paths, reports and statistics; the project's close calls it.
     void Reset();

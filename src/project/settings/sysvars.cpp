@@ -8,6 +8,7 @@
 #include <QMutexLocker>
 #include <array>
 #include <atomic>
+#include <string>
 
 namespace {
 /// One row's values. The device's worker reads while the main thread writes: numbers are
@@ -18,8 +19,8 @@ struct ROW_VALUE {
     std::atomic<bool> Set{false};
     std::atomic<I64 (*)()> pfRead{nullptr};
     std::atomic<void (*)(I64)> pfWrite{nullptr};
-    QString sText;
-    QString sStoredText;
+    std::u16string sText; ///< never shared with a reader's copy
+    std::u16string sStoredText;
 };
 
 struct VALUE_BLOCK {
@@ -36,7 +37,7 @@ struct VALUE_BLOCK {
             aRow[i].Value = Row.Default;
             aRow[i].Stored = Row.Default;
             aRow[i].Set = false;
-            aRow[i].sText = QString::fromLatin1(Row.DefaultText);
+            aRow[i].sText = QString::fromLatin1(Row.DefaultText).toStdU16String();
             aRow[i].sStoredText = aRow[i].sText;
         }
     }
@@ -152,7 +153,7 @@ QString GetVarString(int VarID)
         return QString();
     }
     const QMutexLocker Lock(&Block().TextMutex);
-    return Block().aRow[VarID].sText;
+    return QString::fromStdU16String(Block().aRow[VarID].sText);
 }
 
 QString GetVarStoredString(int VarID)
@@ -161,7 +162,7 @@ QString GetVarStoredString(int VarID)
         return QString();
     }
     const QMutexLocker Lock(&Block().TextMutex);
-    return Block().aRow[VarID].sStoredText;
+    return QString::fromStdU16String(Block().aRow[VarID].sStoredText);
 }
 
 void SetVar(int VarID, I64 Value, bool Store)
@@ -194,11 +195,12 @@ int SetVarString(int VarID, const QString& sText, bool Store)
     {
         const QMutexLocker Lock(&Block().TextMutex);
         ROW_VALUE& Row = Block().aRow[VarID];
-        Changed = Row.sText != sText;
-        Row.sText = sText;
+        const std::u16string NewText = sText.toStdU16String();
+        Changed = Row.sText != NewText;
+        Row.sText = NewText;
         Row.Set = true;
         if (Store) {
-            Row.sStoredText = sText;
+            Row.sStoredText = NewText;
         }
     }
     if (Changed) {

@@ -151,6 +151,13 @@ BSCRIPT_HOOKS& Hooks()
     return S().Hooks;
 }
 
+void SetHooks(const BSCRIPT_HOOKS& NewHooks)
+{
+    const std::function<int()> LogNewWarnings = S().Hooks.LogNewWarnings;
+    S().Hooks = NewHooks;
+    if (!NewHooks.LogNewWarnings) S().Hooks.LogNewWarnings = LogNewWarnings;
+}
+
 int LoadText(const QString& sText)
 {
     AssertMainThread("BScript::LoadText");
@@ -253,6 +260,14 @@ int RunFunction(const QString& sName, int EventId, int NumArgs, const I64* aArgs
 }
 
 namespace {
+/// Logs the project warnings that nobody has seen; true if there were any.
+bool TellWarnings()
+{
+    const BSCRIPT_HOOKS& Hooks = S().Hooks;
+    if (Hooks.LogNewWarnings) return Hooks.LogNewWarnings() > 0;
+    return Hooks.HasNewWarnings && Hooks.HasNewWarnings();
+}
+
 int ExecLogged(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* pResult)
 {
     STATE& s = S();
@@ -262,7 +277,7 @@ int ExecLogged(const QString& sName, int EventId, int NumArgs, const I64* aArgs,
     }
     LogDebug(QStringLiteral("Executing script function: ") + sName);
     const int Result = RunFunction(sName, EventId, NumArgs, aArgs, pResult);
-    if (s.ErrorFlag && s.Hooks.LogNewWarnings && s.Hooks.LogNewWarnings() > 0 && s.Hooks.ShowConsole) {
+    if (s.ErrorFlag && TellWarnings() && s.Hooks.ShowConsole) {
         s.Hooks.ShowConsole();
     }
     return Result;

@@ -38,8 +38,9 @@ enum SCRIPT_EVENTS : int {
 struct BSCRIPT_HOOKS {
     std::function<bool()> IsProjectClosing; ///< no function may start any more
     std::function<bool(const QString& sExpr, I64* pValue)>
-        EvalExpr;                      ///< the expression evaluator, as an integer
-    std::function<void()> ShowConsole; ///< a run left an error that the user must see
+        EvalExpr;                         ///< the expression evaluator, as an integer
+    std::function<void()> ShowConsole;    ///< a run left an error that the user must see
+    std::function<bool()> HasNewWarnings; ///< project warnings wait; asked where LogNewWarnings isn't set
     std::function<int()>
         LogNewWarnings; ///< logs the project warnings not yet reported; their number (CProject sets it)
 };
@@ -48,6 +49,8 @@ namespace BScript {
 
 /// The hooks, to be filled in place.
 BSCRIPT_HOOKS& Hooks();
+/// Replaces the hooks; a LogNewWarnings that is set stays unless another is given.
+void SetHooks(const BSCRIPT_HOOKS& NewHooks);
 /// Gives the settings tables the constant names and the frequency rule. Called once at start.
 void BindSettings();
 
