@@ -14,7 +14,8 @@ QString ProgramPath(const QString& sName)
     return QString(VANTREL_SOURCE_DIR "/tests/sim_cpu/programs/") + sName;
 }
 
-bool RunTool(const QString& sProgram, const QStringList& aArgs, QString* psError)
+bool RunTool(const QString& sProgram, const QStringList& aArgs, QString* psError,
+             QByteArray* pOutput = nullptr)
 {
     QProcess Process;
     Process.setProcessChannelMode(QProcess::MergedChannels);
@@ -24,7 +25,10 @@ bool RunTool(const QString& sProgram, const QStringList& aArgs, QString* psError
         return false;
     }
     Process.waitForFinished(120000);
-    if (Process.exitStatus() == QProcess::NormalExit && Process.exitCode() == 0) return true;
+    if (Process.exitStatus() == QProcess::NormalExit && Process.exitCode() == 0) {
+        if (pOutput) *pOutput = Process.readAll();
+        return true;
+    }
     *psError = sProgram + " failed:\n" + QString::fromLocal8Bit(Process.readAll());
     return false;
 }
@@ -116,6 +120,36 @@ QByteArray BuildProgram(const BoardInfo& Info, const QString& sSource, const QSt
     return Image.readAll();
 }
 
+QByteArray Assemble(const BoardInfo& Info, const char* sSource, QMap<QString, uint32_t>* pSymbols,
+                    QString* psError)
+{
+    QTemporaryDir Dir;
+    QFile Source(Dir.filePath("source.s"));
+    if (!Source.open(QIODevice::WriteOnly)) return {};
+    Source.write(".syntax unified\n.thumb\n.text\n");
+    Source.write(sSource);
+    Source.write("\n");
+    Source.close();
+    QStringList aArgs = QString(Info.sGccFlags).split(' ');
+    aArgs << "-mthumb"
+          << "-nostdlib"
+          << "-Wl,-Ttext=0x" + QString::number(Info.Rom, 16) << "-Wl,-e,0" << Source.fileName() << "-o"
+          << Dir.filePath("source.elf");
+    QByteArray Names;
+    if (!RunTool("arm-none-eabi-gcc", aArgs, psError) ||
+        !RunTool("arm-none-eabi-objcopy",
+                 {"-O", "binary", Dir.filePath("source.elf"), Dir.filePath("source.bin")}, psError) ||
+        !RunTool("arm-none-eabi-nm", {Dir.filePath("source.elf")}, psError, &Names))
+        return {};
+    for (const QByteArray& Line : Names.split('\n')) {
+        QList<QByteArray> aParts = Line.split(' ');
+        if (aParts.size() == 3) pSymbols->insert(QString(aParts[2]), aParts[0].toUInt(nullptr, 16));
+    }
+    QFile Image(Dir.filePath("source.bin"));
+    if (!Image.open(QIODevice::ReadOnly)) return {};
+    return Image.readAll();
+}
+
 LockstepResult RunLockstep(const BoardInfo& Info, const QByteArray& Image, uint64_t MaxInstructions,
                            uint32_t* pResult)
 {
@@ -173,7 +207,9 @@ LockstepResult RunLockstep(const BoardInfo& Info, const QByteArray& Image, uint6
         Machine.RunOne();
         Ours = Machine.GetState();
         ++Result.NumInstructions;
+        if ((Ours.Xpsr & 0x1FF) && !(Before.Xpsr & 0x1FF)) Result.ExceptionPc = Before.R[15];
     }
+    Result.LastPc = Ours.R[15];
     if (pResult) *pResult = Ours.R[0];
     return Result;
 }

@@ -1,6 +1,7 @@
 // Compiled programs in lockstep with an independent emulator: all registers before every
 // instruction must be the same.
 #include "lockstep.h"
+#include "randomcode.h"
 
 #include <QTest>
 
@@ -9,6 +10,8 @@ class tst_sim_lockstep : public QObject {
 private slots:
     void Programs_data();
     void Programs();
+    void RandomInstructions_data();
+    void RandomInstructions();
 };
 
 void tst_sim_lockstep::Programs_data()
@@ -51,6 +54,31 @@ void tst_sim_lockstep::Programs()
     QVERIFY2(Value != 0xDEAD0000, "the program ended in an unexpected exception");
     qInfo("%llu instructions without a difference", static_cast<unsigned long long>(Result.NumInstructions));
     QVERIFY(Result.NumInstructions >= uint64_t(MinInstructions));
+}
+
+void tst_sim_lockstep::RandomInstructions_data()
+{
+    QTest::addColumn<const BoardInfo*>("pBoard");
+    QTest::addColumn<int>("Seed");
+    for (const BoardInfo* pBoard : {&kBoardM0, &kBoardM3, &kBoardM4F, &kBoardM7F, &kBoardM33})
+        for (int Seed = 1; Seed <= 2; ++Seed) QTest::addRow("%s %d", pBoard->sName, Seed) << pBoard << Seed;
+}
+
+void tst_sim_lockstep::RandomInstructions()
+{
+    QFETCH(const BoardInfo*, pBoard);
+    QFETCH(int, Seed);
+    int Extra = qEnvironmentVariableIntValue("SIM_RANDOM_SEED"); // other streams than the usual ones
+    uint32_t End = 0;
+    QByteArray Image = RandomCode(*pBoard, uint32_t(Seed + Extra)).Make(20000, &End);
+    LockstepResult Result = RunLockstep(*pBoard, Image, 1000000);
+    QVERIFY2(Result.sError.isEmpty(), qPrintable(Result.sError));
+    qInfo("%llu instructions without a difference", static_cast<unsigned long long>(Result.NumInstructions));
+    int Offset = int(Result.ExceptionPc - pBoard->Rom);
+    QVERIFY2(Result.LastPc == End, qPrintable(QString("exception at %1: %2")
+                                                  .arg(Result.ExceptionPc, 0, 16)
+                                                  .arg(QString(Image.mid(Offset, 4).toHex()))));
+    QVERIFY(Result.NumInstructions >= 12000);
 }
 
 QTEST_GUILESS_MAIN(tst_sim_lockstep)

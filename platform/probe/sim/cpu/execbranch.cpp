@@ -17,16 +17,28 @@ void OpFetchFault(ArmCore& C, const Op& O)
     C.RaiseFault(FaultKind(O.Sub), O.Imm);
 }
 
-void OpBreakpoint(ArmCore& C, const Op&)
+namespace {
+
+// The instruction isn't executed: it was counted before its handler was called.
+void StayHere(ArmCore& C, const Op& O)
 {
     C.NextPc = C.R[15];
+    C.Cycles -= O.Cycles;
+    --C.NumInstr;
+}
+
+} // namespace
+
+void OpBreakpoint(ArmCore& C, const Op& O)
+{
+    StayHere(C, O);
     C.StopWith(StopReason::Breakpoint);
 }
 
 void OpBkpt(ArmCore& C, const Op& O)
 {
     if (!C.DebugEnabled) return C.RaiseFault(FaultKind::Bkpt);
-    C.NextPc = C.R[15];
+    StayHere(C, O);
     C.Stop.BkptImm = uint8_t(O.Imm);
     C.StopWith(StopReason::BkptInstruction);
 }
