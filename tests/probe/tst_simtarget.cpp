@@ -368,6 +368,13 @@ void tst_simtarget::systemRegisters()
     QCOMPARE(BRYLLOARM_WriteCPReg("VTOR", 0x20000000), 0);
     QCOMPARE(Word(0xE000ED08), 0x20000000u);
     QVERIFY(BRYLLOARM_ReadCPReg("NOSUCH", &Value) < 0);
+    // A project script writes the vector's content into PC, Thumb bit and all.
+    QVERIFY(SetReg(BRYLLO_REG_PC, Word(4)));
+    QCOMPARE(Word(4) & 1, 1u);
+    QCOMPARE(Pc(), Symbol("Reset_Handler"));
+    QVERIFY(BRYLLOARM_SetBPEx(Symbol("main"), BRYLLO_BP_TYPE_ANY) > 0);
+    QVERIFY(RunToHalt());
+    QCOMPARE(Pc(), Symbol("main"));
     const U32 aIndex[] = {0, BRYLLO_REG_S0 + 3, 31, BRYLLO_REG_CYCLES};
     const U64 aWrite[] = {0x12345678, 0x3F800000, 1, 1};
     U64 aRead[4];
