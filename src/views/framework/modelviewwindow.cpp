@@ -78,10 +78,10 @@ void CModelViewWindow::ConnectSignals()
 
 // ---- Set-up ----------------------------------------------------------------------------------------------
 
-void CModelViewWindow::SetView(CTreeView* pView, bool WithFilterBar)
+void CModelViewWindow::SetView(CTreeView* pView, bool WithFilterBar, CItemDelegate* pDelegate)
 {
     m_pView = pView;
-    m_pDelegate = new CItemDelegate(this);
+    m_pDelegate = pDelegate ? pDelegate : new CItemDelegate(this);
     m_pSortFilter = new CSortFilter(this, m_pDelegate);
     m_pHeader = new CTableHeader(pView);
     pView->setObjectName(objectName() + QStringLiteral("View"));
