@@ -8,6 +8,7 @@
 #include "viewsenv.h"
 
 #include <QAction>
+#include <QClipboard>
 #include <QScrollBar>
 #include <QSettings>
 #include <QSignalSpy>
@@ -218,6 +219,8 @@ void tst_disassembly::keysMoveTheSelection()
     QCOMPARE(m_pWindow->GetSelectedAddr(), PC + 2);
     m_pWindow->findChild<QAction*>(QStringLiteral("actionAsmRunToCursor"))->trigger();
     QCOMPARE(m_pProgram->Commands.last(), (QPair<QString, QStringList>(QStringLiteral("Debug.RunTo"), {QStringLiteral("0x080001C2")})));
+    QTest::keyClick(m_pWindow->GetView(), Qt::Key_C, Qt::ControlModifier);
+    QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("080001C2\t3301\tADDS R3, #1"));
     for (int i = 0; i < 60; i++) {
         QTest::keyClick(m_pWindow->GetView(), Qt::Key_Up);
         Settle();

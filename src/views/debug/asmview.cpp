@@ -16,7 +16,7 @@
 namespace {
 constexpr int EXTRA_ROW_HEIGHT = 3;
 constexpr int TEXT_GAP = 6;          ///< pixels between the margin and the text
-constexpr int MAX_TEXT_CHARS = 160;  ///< width that the horizontal scroll bar reaches
+constexpr int INST_EXTRA_CHARS = 30; ///< columns of blanks between the parts of an instruction row, at most
 constexpr int WHEEL_STEP = 120;      ///< eighths of a degree of one notch
 } // namespace
 
@@ -52,7 +52,7 @@ void CAsmView::UpdateScrollBars()
     verticalScrollBar()->update();
     horizontalScrollBar()->setSingleStep(int(m_CharWidth * 4));
     horizontalScrollBar()->setPageStep(viewport()->width());
-    horizontalScrollBar()->setRange(0, std::max(0, int(MAX_TEXT_CHARS * m_CharWidth) - viewport()->width()));
+    horizontalScrollBar()->setRange(0, std::max(0, int(m_TextChars * m_CharWidth) + TEXT_GAP - viewport()->width()));
 }
 
 void CAsmView::SetTopRow(int Row)
@@ -102,22 +102,30 @@ void CAsmView::paintEvent(QPaintEvent* pEvent)
     QPainter Painter(viewport());
     Painter.fillRect(pEvent->rect(), palette().color(QPalette::Base));
     const int Last = std::min(GetRowAt(pEvent->rect().bottom()), m_Block.GetNumRows() - 1);
-    for (int Row = std::max(0, GetRowAt(pEvent->rect().top())); Row <= Last; Row++) PaintRow(Painter, Row, (Row - m_TopRow) * m_RowHeight);
+    int Widest = m_TextChars;
+    for (int Row = std::max(0, GetRowAt(pEvent->rect().top())); Row <= Last; Row++) Widest = std::max(Widest, PaintRow(Painter, Row, (Row - m_TopRow) * m_RowHeight));
+    if (Widest == m_TextChars) return;
+    // The scroll bar changes the layout, which painting may not do itself.
+    m_TextChars = Widest;
+    QMetaObject::invokeMethod(this, [this] { UpdateScrollBars(); }, Qt::QueuedConnection);
 }
 
-void CAsmView::PaintRow(QPainter& Painter, int Row, int y)
+int CAsmView::PaintRow(QPainter& Painter, int Row, int y)
 {
     const ASM_ROW& Found = m_Block.GetRow(Row);
     const QColor Ground = GetRowGround(Row);
     if (Ground.isValid()) Painter.fillRect(0, y, viewport()->width(), m_RowHeight, Ground);
     // A marked row keeps its mark; only the selection's own ground takes the selection's text colour.
     const bool IsSelectionGround = Row == m_SelectedRow && hasFocus() && Ground == CTheme::GetColor(COLOR_SELECTION_HIGHLIGHT);
-    const QColor Single = IsSelectionGround ? CTheme::GetColor(COLOR_SELECTION_HIGHLIGHT_TEXT) : QColor();
+    // The weak colour of address and encoding is too faint on the strong ground of the PC.
+    const bool IsActivePC = Found.Kind == ASM_ROW_INST && Found.Addr == m_PC && m_Active;
+    const QColor Single = IsSelectionGround ? CTheme::GetColor(COLOR_SELECTION_HIGHLIGHT_TEXT) : IsActivePC ? CTheme::GetColor(COLOR_SYNTAX_TEXT) : QColor();
     const int x = TEXT_GAP - horizontalScrollBar()->value();
     Painter.setFont(m_Font);
     if (Found.Kind == ASM_ROW_INST) {
-        PaintInst(Painter, QPoint(x, y), m_RowHeight, m_CharWidth, AskHook(GetDebugViewHooks().GetInst, VIEW_INST(), Found.Addr, m_EncodingsShown), Single);
-        return;
+        const VIEW_INST Inst = AskHook(GetDebugViewHooks().GetInst, VIEW_INST(), Found.Addr, m_EncodingsShown);
+        PaintInst(Painter, QPoint(x, y), m_RowHeight, m_CharWidth, Inst, Single);
+        return int(Inst.sEncoding.size() + Inst.sText.size()) + INST_EXTRA_CHARS;
     }
     const bool IsLabel = Found.Kind == ASM_ROW_LABEL;
     if (IsLabel) {
@@ -125,8 +133,9 @@ void CAsmView::PaintRow(QPainter& Painter, int Row, int y)
         Bold.setBold(true);
         Painter.setFont(Bold);
     }
-    Painter.setPen(Single.isValid() ? Single : IsLabel ? CTheme::GetColor(COLOR_SYNTAX_LABEL) : CTheme::GetColor(COLOR_SYNTAX_COMMENT));
+    Painter.setPen(Single.isValid() ? Single : IsLabel ? CTheme::GetColor(COLOR_SYNTAX_LABEL) : CTheme::GetColor(COLOR_SYNTAX_TEXT));
     Painter.drawText(QRect(x, y, std::max(viewport()->width() - x, 1), m_RowHeight), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine | Qt::TextExpandTabs, Found.sText);
+    return int(Found.sText.size()) + 1;
 }
 
 // ---- Input -----------------------------------------------------------------------------------------------
@@ -139,7 +148,6 @@ void CAsmView::resizeEvent(QResizeEvent* pEvent)
 }
 
 void CAsmView::mousePressEvent(QMouseEvent* pEvent) { emit RowClicked(GetRowAt(pEvent->pos().y()), int(pEvent->button())); }
-void CAsmView::mouseDoubleClickEvent(QMouseEvent* pEvent) { emit RowDoubleClicked(GetRowAt(pEvent->pos().y())); }
 
 void CAsmView::mouseMoveEvent(QMouseEvent* pEvent)
 {

@@ -32,7 +32,6 @@ public:
 
 signals:
     void RowClicked(int Row, int Button);
-    void RowDoubleClicked(int Row);
     void KeyPressed(QKeyEvent* pEvent);
     void Scrolled(int Rows); ///< by the wheel; positive is down
     void Resized();
@@ -41,7 +40,6 @@ protected:
     void paintEvent(QPaintEvent* pEvent) override;
     void resizeEvent(QResizeEvent* pEvent) override;
     void mousePressEvent(QMouseEvent* pEvent) override;
-    void mouseDoubleClickEvent(QMouseEvent* pEvent) override;
     void mouseMoveEvent(QMouseEvent* pEvent) override;
     void wheelEvent(QWheelEvent* pEvent) override;
     void keyPressEvent(QKeyEvent* pEvent) override;
@@ -50,7 +48,7 @@ protected:
     void scrollContentsBy(int dx, int dy) override;
 
 private:
-    void PaintRow(QPainter& Painter, int Row, int y);
+    int PaintRow(QPainter& Painter, int Row, int y); ///< width of the row in characters
 
     const CAsmBlock& m_Block;
     QFont m_Font;
@@ -58,6 +56,7 @@ private:
     int m_RowHeight = 16;
     int m_TopRow = 0;
     int m_SelectedRow = ASM_NO_ROW;
+    int m_TextChars = 0; ///< width of the widest row painted so far
     int m_WheelRest = 0; ///< eighths of a degree that don't make a row yet
     U32 m_PC = ADDR_NONE;
     bool m_Active = false;

@@ -10,13 +10,11 @@
 #include "views/theme/theme.h"
 
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QScrollBar>
 #include <algorithm>
 
 namespace {
 constexpr int WORK_INTERVAL_MS = 5;
-constexpr int BOTTOM_ROWS = 3; ///< the cursor keys scroll when the selection comes this near to the bottom
 } // namespace
 
 CDisassemblyWindow::CDisassemblyWindow(QWidget* pParent) : CWindow(pParent, QStringLiteral("Disassembly"))
@@ -88,7 +86,8 @@ void CDisassemblyWindow::ScheduleRepaintAll()
 {
     const U32 Selected = GetSelectedAddr();
     DropBlock();
-    if (!IsEmpty() && IsVisible() && m_TopAddr != ADDR_NONE && GoToAddr(m_TopAddr) && Selected != ADDR_NONE) m_pView->SetSelectedRow(std::max(m_Block.FindInstRow(Selected), ASM_NO_ROW));
+    if (!IsEmpty() && IsVisible() && m_TopAddr != ADDR_NONE && GoToAddr(m_TopAddr) && Selected != ADDR_NONE && m_Block.FindInstRow(Selected) >= 0)
+        m_pView->SetSelectedRow(m_Block.FindInstRow(Selected));
     Repaint();
 }
 
@@ -277,51 +276,6 @@ void CDisassemblyWindow::OnInstSelected(I64 Addr)
 }
 
 void CDisassemblyWindow::OnEditorClicked(int Row, int) { SelectRow(Row, true); }
-
-void CDisassemblyWindow::MoveSelection(int NumRows)
-{
-    const int NumVisible = m_pView->GetNumVisibleRows();
-    int Row = m_pView->GetSelectedRow();
-    if (Row == ASM_NO_ROW) Row = m_Block.FindInstRow(m_PC);
-    if (Row < 0) Row = std::max(0, m_pView->GetTopRow());
-    if (std::abs(NumRows) > 1) SetTopRow(m_pView->GetTopRow() + NumRows);
-    Row += NumRows;
-    if (Row < 0 || Row >= m_Block.GetNumRows()) {
-        // The rows are wanted first; the selection goes as far as it can.
-        if (std::abs(NumRows) == 1) SetTopRow(m_pView->GetTopRow() + NumRows);
-        Row = std::clamp(Row, 0, m_Block.GetNumRows() - 1);
-    }
-    const int Top = m_pView->GetTopRow();
-    if (std::abs(NumRows) == 1) {
-        if (Row < Top || Row >= Top + NumVisible) EnsureRowVisible(Row);
-        else if (Row == Top && NumRows < 0) SetTopRow(Top - 1);
-        else if (Row >= Top + NumVisible - BOTTOM_ROWS && NumRows > 0) SetTopRow(Top + 1);
-    }
-    SelectRow(Row, true);
-}
-
-void CDisassemblyWindow::OnKeyPressed(QKeyEvent* pEvent)
-{
-    if (m_Block.IsEmpty() || pEvent->modifiers() & (Qt::ControlModifier | Qt::AltModifier)) return;
-    switch (pEvent->key()) {
-    case Qt::Key_Up: MoveSelection(-1); break;
-    case Qt::Key_Down: MoveSelection(1); break;
-    case Qt::Key_PageUp: MoveSelection(-m_pView->GetNumVisibleRows()); break;
-    case Qt::Key_PageDown: MoveSelection(m_pView->GetNumVisibleRows()); break;
-    case Qt::Key_Home:
-        ScrollToTop();
-        SelectRow(0, true);
-        break;
-    case Qt::Key_End:
-        SelectRow(m_Block.GetNumRows() - 1, true);
-        ScrollToBottom();
-        break;
-    case Qt::Key_Left: ScrollBy(-m_pView->horizontalScrollBar()->singleStep(), 0); break;
-    case Qt::Key_Right: ScrollBy(m_pView->horizontalScrollBar()->singleStep(), 0); break;
-    default: return;
-    }
-    pEvent->accept();
-}
 
 // ---- Look ------------------------------------------------------------------------------------------------
 

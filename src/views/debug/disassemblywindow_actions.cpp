@@ -1,16 +1,23 @@
-// Margin, actions and menus of the disassembly window.
+// Margin, cursor keys, actions and menus of the disassembly window.
 #include "project/settings/sysvars.h"
 #include "views/debug/asmview.h"
 #include "views/debug/debugviewhooks.h"
 #include "views/debug/disassemblywindow.h"
+#include "views/debug/insttext.h"
 #include "views/framework/sidebar.h"
 
 #include <QAction>
+#include <QApplication>
+#include <QClipboard>
 #include <QInputDialog>
+#include <QKeyEvent>
 #include <QMenu>
+#include <QScrollBar>
 #include <algorithm>
 
 namespace {
+
+constexpr int BOTTOM_ROWS = 3; ///< the cursor keys scroll when the selection comes this near to the bottom
 
 struct ASM_ACTION {
     const char* sName;
@@ -88,6 +95,63 @@ void CDisassemblyWindow::OnSidebarClicked(int Row, int Button)
     SelectRow(Row, true);
     // Labels and source lines have no symbol of their own to click at.
     if (Button == Qt::LeftButton && m_Block.IsInstRow(Row)) RunBreakpointCommand(Row, m_pSideBar->GetClickModifiers() & Qt::ShiftModifier);
+}
+
+// ---- Keys ------------------------------------------------------------------------------------------------
+
+void CDisassemblyWindow::MoveSelection(int NumRows)
+{
+    const int NumVisible = m_pView->GetNumVisibleRows();
+    int Row = m_pView->GetSelectedRow();
+    if (Row == ASM_NO_ROW) Row = m_Block.FindInstRow(m_PC);
+    if (Row < 0) Row = std::max(0, m_pView->GetTopRow());
+    if (std::abs(NumRows) > 1) SetTopRow(m_pView->GetTopRow() + NumRows);
+    Row += NumRows;
+    if (Row < 0 || Row >= m_Block.GetNumRows()) {
+        // The rows are wanted first; the selection goes as far as it can.
+        if (std::abs(NumRows) == 1) SetTopRow(m_pView->GetTopRow() + NumRows);
+        Row = std::clamp(Row, 0, m_Block.GetNumRows() - 1);
+    }
+    const int Top = m_pView->GetTopRow();
+    if (std::abs(NumRows) == 1) {
+        if (Row < Top || Row >= Top + NumVisible) EnsureRowVisible(Row);
+        else if (Row == Top && NumRows < 0) SetTopRow(Top - 1);
+        else if (Row >= Top + NumVisible - BOTTOM_ROWS && NumRows > 0) SetTopRow(Top + 1);
+    }
+    SelectRow(Row, true);
+}
+
+void CDisassemblyWindow::OnKeyPressed(QKeyEvent* pEvent)
+{
+    if (m_Block.IsEmpty()) return;
+    if (pEvent->matches(QKeySequence::Copy)) {
+        const int Row = m_pView->GetSelectedRow();
+        if (GetSelectedAddr() == ADDR_NONE) return;
+        const bool WithEncoding = GetVarValue(PREF_SHOW_ENCODINGS_ASM) != 0;
+        QApplication::clipboard()->setText(m_Block.IsInstRow(Row) ? GetInstLine(AskHook(GetDebugViewHooks().GetInst, VIEW_INST(), GetSelectedAddr(), WithEncoding))
+                                                                  : m_Block.GetRow(Row).sText);
+        pEvent->accept();
+        return;
+    }
+    if (pEvent->modifiers() & (Qt::ControlModifier | Qt::AltModifier)) return;
+    switch (pEvent->key()) {
+    case Qt::Key_Up: MoveSelection(-1); break;
+    case Qt::Key_Down: MoveSelection(1); break;
+    case Qt::Key_PageUp: MoveSelection(-m_pView->GetNumVisibleRows()); break;
+    case Qt::Key_PageDown: MoveSelection(m_pView->GetNumVisibleRows()); break;
+    case Qt::Key_Home:
+        ScrollToTop();
+        SelectRow(0, true);
+        break;
+    case Qt::Key_End:
+        SelectRow(m_Block.GetNumRows() - 1, true);
+        ScrollToBottom();
+        break;
+    case Qt::Key_Left: ScrollBy(-m_pView->horizontalScrollBar()->singleStep(), 0); break;
+    case Qt::Key_Right: ScrollBy(m_pView->horizontalScrollBar()->singleStep(), 0); break;
+    default: return;
+    }
+    pEvent->accept();
 }
 
 // ---- Actions ---------------------------------------------------------------------------------------------
