@@ -25,6 +25,7 @@
 #include <llvm/MC/MCSubtargetInfo.h>
 #include <llvm/MC/MCTargetOptions.h>
 #include <llvm/MC/TargetRegistry.h>
+#include <llvm/Support/ManagedStatic.h>
 #include <llvm/Support/TargetSelect.h>
 #include <llvm/Support/raw_ostream.h>
 #pragma clang diagnostic pop
@@ -68,6 +69,12 @@ struct DECODER {
     std::unique_ptr<llvm::MCContext> pContext;
     std::unique_ptr<llvm::MCInstPrinter> pPrinter;
 };
+
+/// The plug-in may be unloaded and loaded again in one process, so what LLVM keeps until the end is freed with it.
+__attribute__((destructor)) void ShutDown() {
+    ARMDIS_Free();
+    llvm::llvm_shutdown();
+}
 
 std::once_flag InitOnce;
 std::mutex PoolMutex;
