@@ -2,6 +2,7 @@
 #pragma once
 #include "app/services/types.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QString>
 
@@ -13,6 +14,8 @@ struct LINE {
     QString sOperands;
 };
 
+/// Runs a shell command; gives its standard output.
+QByteArray RunCommand(const QString& sCommand);
 /// Instruction lines of a file; data lines are left out.
 QList<LINE> ReadObjdump(const QString& sPath);
 /// Operands with numbers, register names and ranges in one spelling, joined by ",".

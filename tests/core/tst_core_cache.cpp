@@ -8,8 +8,6 @@
 #include "objdump.h"
 #include "program/tables/prog.h"
 
-#include <QFile>
-#include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
@@ -261,7 +259,7 @@ private slots:
     void NoMappingSymbols() {
         QTemporaryDir Dir;
         const QString sPath = Dir.filePath("stripped.elf");
-        QCOMPARE(QProcess::execute("arm-none-eabi-strip", {"-s", "-o", sPath, GetElf("regions")}), 0);
+        RunCommand(QStringLiteral("arm-none-eabi-strip -s -o \"%1\" \"%2\"").arg(sPath, GetElf("regions")));
         U32 Start = 0;
         Load(GetElf("regions"));
         Start = GetAddr("Start");
