@@ -70,15 +70,18 @@ struct DECODER {
     std::unique_ptr<llvm::MCInstPrinter> pPrinter;
 };
 
-/// The plug-in may be unloaded and loaded again in one process, so what LLVM keeps until the end is freed with it.
-__attribute__((destructor)) void ShutDown() {
-    ARMDIS_Free();
-    llvm::llvm_shutdown();
-}
-
 std::once_flag InitOnce;
 std::mutex PoolMutex;
 std::array<std::vector<std::unique_ptr<DECODER>>, ARM_NUM_PROFILES> aaPool;
+
+/// The plug-in may be unloaded and loaded again in one process, so what LLVM keeps until the end is freed with it.
+/// Destroyed before the pool, by its place behind it.
+struct SHUT_DOWN {
+    ~SHUT_DOWN() {
+        ARMDIS_Free();
+        llvm::llvm_shutdown();
+    }
+} ShutDown;
 
 std::unique_ptr<DECODER> CreateDecoder(ARM_PROFILE Profile) {
     std::call_once(InitOnce, [] {
