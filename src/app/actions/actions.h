@@ -47,7 +47,7 @@ inline constexpr char ERR_UNKNOWN_COMMAND[] = "unknown command";
 
 /// What the table needs from the layers above it; each may stay empty.
 struct ACTION_HOOKS {
-    /// An error line without an action: sText, ":", a blank, sError (the console's PrintError).
+    /// Errors that belong to no running action, a disabled or unknown command: the console's PrintError.
     std::function<void(const QString& sText, const QString& sError)> PrintError;
     /// Canonical text of a source location, empty if the text is none.
     std::function<QString(const QString& sText)> GetSrcLocText;
@@ -131,7 +131,8 @@ QString GetActionError(int Id);
 /// The value of the call that runs.
 void SetActionResult(int Id, I64 Value);
 I64 GetActionResult(int Id);
-/// Number of errors set since the start; tells a caller whether something inside a call failed.
+/// Number of failures since the start: errors set by handlers, calls of disabled commands and of actions
+/// that aren't linked. A change tells a caller that something inside a call failed.
 U64 GetActionErrorCount();
 
 /// What console, scripts and PerformAction obey.

@@ -1,0 +1,137 @@
+// The exports of the plug-in, its table and its configuration.
+#include "armplugin.h"
+
+#include <atomic>
+#include <cstring>
+
+#define EXPORT extern "C" __attribute__((visibility("default")))
+
+namespace {
+
+constexpr uint32_t PLUGIN_VERSION = 10000; // 1.00.00
+constexpr const char* PLUGIN_NAME = "Arm Cortex-M core support";
+constexpr int32_t FIRST_CORE_ID = 0x030000FF;
+constexpr int ERR_UNKNOWN_CORE = -2;
+
+CORE_DEBUGGER_API Debugger{};
+// The kind is replaced by Reconfigure while the other thread may decode; rows live for ever.
+std::atomic<const ARM_KIND*> pKind{nullptr};
+std::atomic<bool> IsBigEndian{false};
+
+int Configure(const CORE_CONFIG* pConfig) {
+    const ARM_KIND* pNewKind = pConfig ? ARM_FindKind(pConfig->CoreId) : nullptr;
+    if (!pNewKind) return ERR_UNKNOWN_CORE;
+    pKind = pNewKind;
+    IsBigEndian = pConfig->DataByteOrder == 1;
+    return 0;
+}
+
+int Deinit() {
+    pKind = nullptr;
+    ARMDIS_Free();
+    return 0;
+}
+
+int GetStaticInfo(CORE_STATIC_INFO* pInfo, uint32_t Size) {
+    if (!pInfo || Size < sizeof *pInfo) return -1;
+    *pInfo = CORE_STATIC_INFO{};
+    pInfo->DataWordSize = 4;
+    pInfo->NumRegs = ARM_GetKind().NumRegs;
+    pInfo->RegSize = 4;
+    pInfo->PCSize = 4;
+    pInfo->SPSize = 4;
+    pInfo->InstAlignment = 2;
+    pInfo->MinInstLen = 2;
+    pInfo->MaxInstLen = 4;
+    pInfo->MaxMnemonicLen = 10;
+    pInfo->NumExtraRegs = 66; // register numbers of the probe library go to 65
+    pInfo->MaxUnwindRegIdx = 16;
+    pInfo->SPRegIdx = 13;
+    pInfo->LRRegIdx = 14;
+    pInfo->PCRegIdx = 15;
+    pInfo->RARegIdx = 14;
+    pInfo->CFARegIdx = 13; // the CFA is the caller's stack pointer
+    return 0;
+}
+
+constexpr CORE_PLUGIN_API MakeTable() {
+    CORE_PLUGIN_API API{};
+    API.pfInit = Configure;
+    API.pfDeinit = Deinit;
+    API.pfReconfigure = Configure;
+    API.pfReadReg = ARM_ReadReg;
+    API.pfReadRegs = ARM_ReadRegs;
+    API.pfWriteReg = ARM_WriteReg;
+    API.pfReadCPReg = ARM_ReadCPReg;
+    API.pfWriteCPReg = ARM_WriteCPReg;
+    API.pfGetStaticInfo = GetStaticInfo;
+    API.pfGetCPUMode = ARM_GetCPUMode;
+    API.pfGetExecMode = ARM_GetExecMode;
+    API.pfGetBPMode = ARM_GetBPMode;
+    API.pfGetUnwindRules = ARM_GetUnwindRules;
+    API.pfAnalyzeInst = ARM_AnalyzeInst;
+    API.pfGetRegId = ARM_GetRegIdOfIndex;
+    API.pfGetCPUModeName = ARM_GetCPUModeName;
+    API.pfGetExecModeName = ARM_GetExecModeName;
+    API.pfGetCPURegFile = ARM_GetCPURegFile;
+    API.pfGetFrameName = ARM_GetFrameName;
+    API.pfGetInstMnemonic = ARM_GetInstMnemonic;
+    API.pfDisassembleInst = ARM_DisassembleInst;
+    API.pfGetDataMnemonic = ARM_GetDataMnemonic;
+    API.pfDisassembleData = ARM_DisassembleData;
+    API.pfGetMapSymPrefix = ARM_GetMapSymPrefix;
+    API.pfParseMapSym = ARM_ParseMapSym;
+    API.pfGetElfByteOrders = ARM_GetElfByteOrders;
+    API.pfGetCallFrameSize = ARM_GetCallFrameSize;
+    API.pfSetResetState = ARM_SetResetState;
+    API.pfInitSemihosting = ARM_InitSemihosting;
+    API.pfDeinitSemihosting = ARM_DeinitSemihosting;
+    API.pfHandleSemihosting = ARM_HandleSemihosting;
+    API.pfFinishSemihosting = ARM_FinishSemihosting;
+    API.pfGetEventBody = ARM_GetEventBody;
+    API.pfCheckElf = ARM_CheckElf;
+    return API;
+}
+
+} // namespace
+
+const CORE_DEBUGGER_API& ARM_GetDebugger() {
+    return Debugger;
+}
+
+const ARM_KIND& ARM_GetKind() {
+    const ARM_KIND* pCurrent = pKind;
+    return pCurrent ? *pCurrent : *ARM_FindKind(FIRST_CORE_ID);
+}
+
+bool ARM_IsDataBigEndian() {
+    return IsBigEndian;
+}
+
+int ARM_CopyText(const char* sText, char* pBuffer, uint32_t Size) {
+    const size_t Length = std::strlen(sText);
+    if (!pBuffer || Length >= Size) return -1;
+    std::memcpy(pBuffer, sText, Length + 1);
+    return 0;
+}
+
+EXPORT int CORE_PLUGIN_GetAPI(CORE_PLUGIN_API* pAPI, uint32_t Size) {
+    if (!pAPI || Size != sizeof *pAPI) return -1;
+    static constexpr CORE_PLUGIN_API Table = MakeTable();
+    *pAPI = Table;
+    return 0;
+}
+
+EXPORT int CORE_PLUGIN_SetAPI(const CORE_DEBUGGER_API* pAPI, uint32_t Size) {
+    if (!pAPI || Size != sizeof *pAPI) return -1;
+    Debugger = *pAPI;
+    return 0;
+}
+
+EXPORT uint32_t CORE_PLUGIN_GetVersion(void) {
+    return PLUGIN_VERSION;
+}
+
+EXPORT const char* CORE_PLUGIN_GetName(void) {
+    return PLUGIN_NAME;
+}

@@ -1,0 +1,341 @@
+#include "app/batch/batchrunner.h"
+
+#include "app/actions/actions.h"
+#include "app/batch/userinput.h"
+#include "app/console/consolewindow.h"
+#include "app/shell/mainwindow.h"
+#include "device/queue/device.h"
+#include "program/eval/expression.h"
+#include "program/unwind/callstack.h"
+#include "project/file/project.h"
+#include "script/host/bscript.h"
+#include "views/framework/messagebox.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QPixmap>
+#include <QDir>
+#include <QRegularExpression>
+#include <QThread>
+#include <cstdio>
+
+namespace {
+
+/// Longest time that a line may take to settle. A target that runs is settled; what is waited for are jobs, updates and
+/// steps under way, so a line that isn't settled by then is not going to be.
+constexpr int SETTLE_MS = 60'000;
+
+} // namespace
+
+const CBatchRunner::DIRECTIVE CBatchRunner::DIRECTIVES[] = {
+    {"waithalt", 1, &CBatchRunner::DoWaitHalt},
+    {"waitidle", 1, &CBatchRunner::DoWaitIdle},
+    {"print", 1, &CBatchRunner::DoPrint},
+    {"eval", 1, &CBatchRunner::DoEval},
+    {"frame", 1, &CBatchRunner::DoFrame},
+    {"menu", 1, &CBatchRunner::DoMenu},
+    {"key", 1, &CBatchRunner::DoKey},
+    {"click", 3, &CBatchRunner::DoClick},
+    {"type", 1, &CBatchRunner::DoType},
+    {"answer", 1, &CBatchRunner::DoAnswer},
+    {"screenshot", 1, &CBatchRunner::DoScreenshot},
+    {"time", 0, &CBatchRunner::DoTime},
+    {"expect", 1, &CBatchRunner::DoExpect},
+    {"script", 1, &CBatchRunner::DoScript},
+    {"quit", 0, &CBatchRunner::DoQuit},
+};
+
+CBatchRunner::CBatchRunner(const QString& sFile, bool KeepGoing) : m_sFile(sFile), m_KeepGoing(KeepGoing)
+{
+    CConsoleWindow::Get().SetTranscriptSink([this](const QString& sText, bool IsError) { OnConsoleLine(sText, IsError); });
+    CMessageBox::SetInterceptor([this](const QString& sTitle, const QString& sText, CMessageBox::BUTTONS Buttons) {
+        return OnMessageBox(sTitle, sText, int(Buttons));
+    });
+}
+
+CBatchRunner::~CBatchRunner()
+{
+    CConsoleWindow::Get().SetTranscriptSink({});
+    CMessageBox::SetInterceptor({});
+}
+
+bool CBatchRunner::Open()
+{
+    QFile File(m_sFile);
+    const bool Opened = m_sFile == "-" ? File.open(stdin, QIODevice::ReadOnly) : File.open(QIODevice::ReadOnly);
+    if (!Opened) {
+        std::fprintf(stderr, "vantrel: batch file not found: %s\n", qPrintable(m_sFile));
+        m_Status = BATCH_BAD_ARGUMENTS;
+        return false;
+    }
+    m_Lines = QString::fromUtf8(File.readAll()).split('\n');
+    return true;
+}
+
+void CBatchRunner::Print(const QString& sText)
+{
+    m_StepOutput << sText.split('\n');
+    const QByteArray Bytes = sText.toUtf8();
+    std::fwrite(Bytes.constData(), 1, size_t(Bytes.size()), stdout);
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+}
+
+void CBatchRunner::OnConsoleLine(const QString& sText, bool IsError)
+{
+    m_CommandFailed |= IsError;
+    Print(sText);
+}
+
+int CBatchRunner::OnMessageBox(const QString& sTitle, const QString& sText, int Buttons)
+{
+    const auto Offered = CMessageBox::BUTTONS(Buttons);
+    int Answer = CMessageBox::GetDefaultButton(Offered);
+    if (!m_Answers.isEmpty()) {
+        const QString sAnswer = m_Answers.takeFirst();
+        const int Found = CMessageBox::FindButton(sAnswer, Offered);
+        if (Found)
+            Answer = Found;
+        else
+            Fail(QStringLiteral("the box \"%1\" has no button \"%2\"").arg(sTitle.trimmed(), sAnswer));
+    }
+    CConsoleWindow::Get().Flush();
+    Print(QStringLiteral("[%1] %2 (%3) -> %4")
+              .arg(sTitle.trimmed(), sText, CMessageBox::GetButtonNames(Offered).join(QStringLiteral(", ")),
+                   CMessageBox::GetButtonName(Answer)));
+    return Answer;
+}
+
+bool CBatchRunner::Fail(const QString& sText)
+{
+    Print(QStringLiteral("batch: ") + sText);
+    m_CommandFailed = true;
+    return false;
+}
+
+bool CBatchRunner::IsSettled() const
+{
+    const CDevice& Dev = CDevice::Get();
+    if (CProject::Get().IsOpening() || BScript::IsRunning() || !Dev.IsIdle()) return false;
+    for (const CWindow* pWindow : CMainWindow::Get().GetWindows())
+        if (pWindow->IsUpdatePending()) return false;
+    return true;
+}
+
+bool CBatchRunner::WaitUntil(const std::function<bool()>& Done, int Ms)
+{
+    QElapsedTimer Time;
+    Time.start();
+    for (int Idle = 0;;) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        CConsoleWindow::Get().Flush();
+        // Twice in a row: a queued call of the last event may only now start new work.
+        Idle = Done() ? Idle + 1 : 0;
+        if (Idle >= 2) return true;
+        if (Time.elapsed() > Ms) return false;
+        if (Idle == 0) QThread::usleep(50);
+    }
+}
+
+void CBatchRunner::Settle()
+{
+    if (!WaitUntil([this] { return IsSettled(); }, SETTLE_MS)) Fail(QStringLiteral("the line before has not settled"));
+}
+
+void CBatchRunner::Run()
+{
+    Settle();
+    for (int i = 0; i < m_Lines.size() && !m_Quit; i++) {
+        const BATCH_STEP Step = ParseBatchLine(m_Lines[i], i + 1);
+        if (Step.Kind == BATCH_STEP_NONE) continue;
+        if (RunStep(Step)) continue;
+        if (m_sFirstFailure.isEmpty()) m_sFirstFailure = QStringLiteral("%1:%2: %3").arg(m_sFile).arg(Step.Line).arg(Step.Text);
+        m_Status = BATCH_FAILED;
+        if (!m_KeepGoing) break;
+    }
+    if (!m_sFirstFailure.isEmpty()) std::fprintf(stderr, "vantrel: batch failed at %s\n", qPrintable(m_sFirstFailure));
+    // A session that is still there is ended in order before the window closes.
+    m_Answers.clear();
+    if (CDevice::Get().IsConnected()) {
+        CMainWindow::Get().Disconnect();
+        Settle();
+    }
+    QCoreApplication::exit(m_Status);
+}
+
+bool CBatchRunner::RunStep(const BATCH_STEP& Step)
+{
+    m_CommandFailed = false;
+    m_LastOutput = std::exchange(m_StepOutput, {});
+    if (Step.Kind == BATCH_STEP_COMMAND) return RunCommand(Step);
+    // @expect and @time look back at the command, through directives that print nothing.
+    if (m_StepOutput.isEmpty() && (Step.Name == "expect" || Step.Name == "time" || Step.Name == "answer"))
+        m_StepOutput = {};
+    for (const DIRECTIVE& Directive : DIRECTIVES) {
+        if (Step.Name != QLatin1String(Directive.Name)) continue;
+        if (Step.Args.size() < Directive.MinArgs) return Fail(QStringLiteral("@%1: wrong parameter count").arg(Step.Name));
+        const bool Ok = (this->*Directive.pfHandler)(Step);
+        if (!m_Quit) Settle();
+        if (Step.Name == "expect" || Step.Name == "time" || Step.Name == "answer") {
+            // What was printed before stays the subject of a further @expect.
+            m_StepOutput = m_LastOutput;
+        }
+        return Ok && !m_CommandFailed;
+    }
+    return Fail(QStringLiteral("unknown directive @%1").arg(Step.Name));
+}
+
+bool CBatchRunner::RunCommand(const BATCH_STEP& Step)
+{
+    m_StepTime.start();
+    CConsoleWindow::Get().ExecuteCommand(Step.Text);
+    Settle();
+    m_LastTimeMs = m_StepTime.elapsed();
+    return !m_CommandFailed;
+}
+
+CWindow* CBatchRunner::RequireWindow(const QString& sName)
+{
+    CWindow* pWindow = CMainWindow::Get().FindWindow(sName, false);
+    if (!pWindow) Fail(QStringLiteral("unknown window ") + sName);
+    return pWindow;
+}
+
+bool CBatchRunner::DoWaitHalt(const BATCH_STEP& Step)
+{
+    const CDevice& Dev = CDevice::Get();
+    if (WaitUntil([this, &Dev] { return Dev.IsHalted() && IsSettled(); }, Step.Args[0].toInt())) return true;
+    return Fail(QStringLiteral("not halted after %1 ms").arg(Step.Args[0]));
+}
+
+bool CBatchRunner::DoWaitIdle(const BATCH_STEP& Step)
+{
+    if (WaitUntil([this] { return IsSettled(); }, Step.Args[0].toInt())) return true;
+    return Fail(QStringLiteral("not idle after %1 ms").arg(Step.Args[0]));
+}
+
+bool CBatchRunner::DoPrint(const BATCH_STEP& Step)
+{
+    // The name may hold blanks without being quoted; a last word that is a number is the depth.
+    QStringList Words = Step.Args;
+    int Depth = -1;
+    bool IsNumber = false;
+    if (Words.size() > 1) {
+        const int Last = Words.last().toInt(&IsNumber);
+        if (IsNumber && !CMainWindow::Get().FindWindow(Words.join(' '), false)) {
+            Depth = Last;
+            Words.removeLast();
+        }
+    }
+    CWindow* pWindow = RequireWindow(Words.join(' '));
+    if (!pWindow) return false;
+    for (int Round = 0; Round < 20 && pWindow->PrepareText(Depth); Round++) Settle();
+    for (const QString& sLine : pWindow->GetText(Depth)) Print(sLine);
+    return true;
+}
+
+bool CBatchRunner::DoEval(const BATCH_STEP& Step)
+{
+    const EVAL_TEXT Result = EVAL_GetText(Step.Rest);
+    if (!Result.sError.isEmpty()) return Fail(Result.sError);
+    Print(Result.sValue + '\t' + Result.sType + '\t' + Result.sLocation);
+    return true;
+}
+
+bool CBatchRunner::DoFrame(const BATCH_STEP& Step)
+{
+    bool Ok = false;
+    const int Index = Step.Args[0].toInt(&Ok);
+    if (!Ok || Index < 0 || Index >= CCallStack::GetInstance().GetFrameCount())
+        return Fail(QStringLiteral("no frame ") + Step.Args[0]);
+    emit CMainWindow::Get().CallSiteSelected(Index);
+    return true;
+}
+
+bool CBatchRunner::DoMenu(const BATCH_STEP& Step)
+{
+    QString sError;
+    return UserInput::TriggerAction(Step.Rest, &sError) || Fail(sError);
+}
+
+bool CBatchRunner::DoKey(const BATCH_STEP& Step)
+{
+    return UserInput::PressKeys(Step.Rest) || Fail(QStringLiteral("unknown key ") + Step.Rest);
+}
+
+bool CBatchRunner::DoClick(const BATCH_STEP& Step)
+{
+    const QString sName = Step.Args.mid(0, Step.Args.size() - 2).join(' ');
+    CWindow* pWindow = RequireWindow(sName);
+    if (!pWindow) return false;
+    bool RowOk = false, ColumnOk = false;
+    const int Row = Step.Args[Step.Args.size() - 2].toInt(&RowOk);
+    const int Column = Step.Args.last().toInt(&ColumnOk);
+    if (!RowOk || !ColumnOk) return Fail(QStringLiteral("@click: row and column are numbers"));
+    return UserInput::Click(pWindow, Row, Column) || Fail(QStringLiteral("no cell %1, %2").arg(Row).arg(Column));
+}
+
+bool CBatchRunner::DoType(const BATCH_STEP& Step)
+{
+    UserInput::TypeText(Step.Rest);
+    return true;
+}
+
+bool CBatchRunner::DoAnswer(const BATCH_STEP& Step)
+{
+    m_Answers << Step.Rest;
+    return true;
+}
+
+bool CBatchRunner::DoScreenshot(const BATCH_STEP& Step)
+{
+    QWidget* pWidget = &CMainWindow::Get();
+    if (Step.Args.size() > 1) {
+        CWindow* pWindow = RequireWindow(Step.Args.mid(1).join(' '));
+        if (!pWindow) return false;
+        pWidget = pWindow;
+    }
+    const QString sPath = Step.Args[0];
+    QDir().mkpath(QFileInfo(sPath).absolutePath());
+    return pWidget->grab().save(sPath, "PNG") || Fail(QStringLiteral("could not write ") + sPath);
+}
+
+bool CBatchRunner::DoTime(const BATCH_STEP&)
+{
+    Print(QStringLiteral("time_ms: %1").arg(m_LastTimeMs));
+    return true;
+}
+
+bool CBatchRunner::DoExpect(const BATCH_STEP& Step)
+{
+    const QRegularExpression Pattern(Step.Rest, QRegularExpression::MultilineOption);
+    if (!Pattern.isValid()) return Fail(QStringLiteral("bad expression: ") + Pattern.errorString());
+    const QString sOutput = m_LastOutput.join('\n');
+    if (Pattern.match(sOutput).hasMatch()) return true;
+    return Fail(QStringLiteral("expected: %1\nfound: %2").arg(Step.Rest, sOutput));
+}
+
+bool CBatchRunner::DoScript(const BATCH_STEP& Step)
+{
+    QList<I64> Args;
+    for (const QString& sArg : Step.Args.mid(1)) {
+        bool Ok = false;
+        Args << sArg.toLongLong(&Ok, 0);
+        if (!Ok) return Fail(QStringLiteral("not a number: ") + sArg);
+    }
+    I64 Result = 0;
+    if (BScript::ExecScriptFunction(Step.Args[0], int(Args.size()), Args.constData(), &Result) < 0)
+        return Fail(BScript::GetErrorText());
+    Print(QString::number(Result));
+    return true;
+}
+
+bool CBatchRunner::DoQuit(const BATCH_STEP& Step)
+{
+    m_Quit = true;
+    if (!Step.Args.isEmpty()) m_Status = Step.Args[0].toInt();
+    return true;
+}
+
+#include "moc_batchrunner.cpp"

@@ -1,0 +1,83 @@
+// CBatchRunner: the debugger without hands. Reads console commands and directives from a file, runs each after the
+// one before it has settled, prints the console's output and ends the application with the run's status.
+//
+//   CBatchRunner Runner(sFile, KeepGoing);
+//   if (!Runner.Open()) return 2;
+//   QTimer::singleShot(0, &Runner, &CBatchRunner::Run);
+//
+// Main thread only.
+#pragma once
+#include "app/batch/batchscript.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QStringList>
+
+class CWindow;
+class QWidget;
+
+enum BATCH_STATUS { BATCH_OK = 0, BATCH_FAILED = 1, BATCH_BAD_ARGUMENTS = 2 };
+
+class CBatchRunner : public QObject {
+    Q_OBJECT
+
+public:
+    CBatchRunner(const QString& sFile, bool KeepGoing);
+    ~CBatchRunner() override;
+
+    bool Open(); ///< reads the whole text; false when it can't be read
+    /// The run's status so far.
+    int GetStatus() const { return m_Status; }
+
+public slots:
+    void Run(); ///< runs everything, then leaves the event loop with the status
+
+private:
+    using HANDLER = bool (CBatchRunner::*)(const BATCH_STEP& Step);
+    struct DIRECTIVE {
+        const char* Name;
+        int MinArgs;
+        HANDLER pfHandler;
+    };
+    static const DIRECTIVE DIRECTIVES[];
+
+    bool RunStep(const BATCH_STEP& Step);
+    bool RunCommand(const BATCH_STEP& Step);
+    bool Fail(const QString& sText);
+    void Print(const QString& sText);
+    void OnConsoleLine(const QString& sText, bool IsError);
+    int OnMessageBox(const QString& sTitle, const QString& sText, int Buttons);
+    void Settle();
+    bool IsSettled() const;
+    bool WaitUntil(const std::function<bool()>& Done, int Ms);
+    CWindow* RequireWindow(const QString& sName);
+
+    bool DoWaitHalt(const BATCH_STEP& Step);
+    bool DoWaitIdle(const BATCH_STEP& Step);
+    bool DoPrint(const BATCH_STEP& Step);
+    bool DoEval(const BATCH_STEP& Step);
+    bool DoFrame(const BATCH_STEP& Step);
+    bool DoMenu(const BATCH_STEP& Step);
+    bool DoKey(const BATCH_STEP& Step);
+    bool DoClick(const BATCH_STEP& Step);
+    bool DoType(const BATCH_STEP& Step);
+    bool DoAnswer(const BATCH_STEP& Step);
+    bool DoScreenshot(const BATCH_STEP& Step);
+    bool DoTime(const BATCH_STEP& Step);
+    bool DoExpect(const BATCH_STEP& Step);
+    bool DoScript(const BATCH_STEP& Step);
+    bool DoQuit(const BATCH_STEP& Step);
+
+    QString m_sFile;
+    bool m_KeepGoing;
+    QStringList m_Lines;
+    int m_Status = BATCH_OK;
+    bool m_Quit = false;
+    QString m_sFirstFailure;
+    bool m_CommandFailed = false; ///< an error line came while the present step ran
+    QStringList m_StepOutput;     ///< what the present step printed
+    QStringList m_LastOutput;     ///< what the step before it printed, for @expect
+    QStringList m_Answers;        ///< for the next boxes
+    QElapsedTimer m_StepTime;
+    qint64 m_LastTimeMs = 0;      ///< of the last command
+};

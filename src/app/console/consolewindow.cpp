@@ -1,0 +1,253 @@
+// Writing to the console and showing what was written.
+#include "app/console/consolewindow.h"
+
+#include "app/actions/actions.h"
+#include "app/services/log.h"
+#include "app/services/logfile.h"
+#include "app/services/mainthread.h"
+#include "app/services/timetext.h"
+#include "project/settings/appearance.h"
+
+#include <QLineEdit>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QTextEdit>
+
+namespace {
+constexpr int UPDATE_INTERVAL_MS = 100;
+constexpr int MAX_MESSAGES_PER_UPDATE = 100;
+constexpr U32 DARK_BLUE = 0xFF00008Bu;
+
+CConsoleWindow* pInstance = nullptr;
+
+/// Appends a text, in a paragraph of its own if asked.
+void AppendText(QTextEdit* pEdit, const QString& sText, const QTextCharFormat& Format,
+                const QTextBlockFormat& Block, bool NewParagraph)
+{
+    QTextCursor Cursor(pEdit->document());
+    Cursor.movePosition(QTextCursor::End);
+    if (NewParagraph)
+        Cursor.insertBlock(Block, Format);
+    else
+        Cursor.setBlockFormat(Block);
+    Cursor.insertText(sText, Format);
+}
+
+QStringList GetLinesOf(const QTextEdit* pEdit)
+{
+    QStringList Lines;
+    for (QTextBlock b = pEdit->document()->begin(); b.isValid(); b = b.next()) Lines.append(b.text());
+    return Lines;
+}
+} // namespace
+
+CConsoleWindow& CConsoleWindow::Get()
+{
+    if (!pInstance) {
+        AssertMainThread("CConsoleWindow");
+        pInstance = new CConsoleWindow;
+    }
+    return *pInstance;
+}
+
+bool CConsoleWindow::Exists()
+{
+    return pInstance != nullptr;
+}
+
+CConsoleWindow::CConsoleWindow(QWidget* pParent) : CWindow(pParent, QStringLiteral("Console"))
+{
+    m_Clock.start();
+    m_UpdateTimer.setInterval(UPDATE_INTERVAL_MS);
+    m_UpdateTimer.setSingleShot(true);
+    connect(&m_UpdateTimer, &QTimer::timeout, this, &CConsoleWindow::OnUpdateTimerTimeout);
+    SetFlag(WF_CONTENTS_MODIFIABLE, true);
+    SetFlag(WF_CLEAR_ON_HIDE, false);
+    SetFlag(WF_CLEAR_ON_DISCONNECT, false);
+    _BuildWidgets();
+    _BuildActions();
+    _UpdateDefaultColor();
+    _ApplyFont();
+    AddCommandListener(this);
+    SetLogConsoleSink([this](const QString& sText, U32 Flags) { _OnLogged(sText, Flags); });
+    LinkWindowActions();
+}
+
+CConsoleWindow::~CConsoleWindow()
+{
+    SetLogConsoleSink(nullptr);
+    CloseLogFile(LOG_SLOT_CONSOLE);
+    pInstance = nullptr;
+}
+
+// ---- Writing, any thread
+// -----------------------------------------------------------------------------------
+
+void CConsoleWindow::_Write(const QString& sText, const CONSOLE_LOOK& Look)
+{
+    if (!m_Ring.Write(sText, Look, m_Clock.nsecsElapsed() / 1000)) return;
+    // One pending call serves all messages up to it: a flood doesn't fill the event queue.
+    if (m_IsUpdatePosted.exchange(true)) return;
+    QMetaObject::invokeMethod(this, qOverload<>(&CConsoleWindow::Update), Qt::QueuedConnection);
+}
+
+CONSOLE_LOOK CConsoleWindow::_GetLook(const QColor& Color, bool Fixed) const
+{
+    CONSOLE_LOOK Look;
+    const bool IsDefault = Color == QColor(Qt::transparent);
+    Look.Color = IsDefault ? m_DefaultColor.load(std::memory_order_relaxed) : Color.rgba();
+    Look.Fixed = Fixed;
+    return Look;
+}
+
+void CConsoleWindow::Print(const QString& sText, const QColor& Color, bool Fixed)
+{
+    if (!sText.isEmpty()) _Write(sText, _GetLook(Color, Fixed));
+}
+
+void CConsoleWindow::PrintInColor(const QString& sText, int ColorID, bool Fixed)
+{
+    if (sText.isEmpty()) return;
+    CONSOLE_LOOK Look = _GetLook(Qt::transparent, Fixed);
+    Look.ColorID = ColorID;
+    _Write(sText, Look);
+}
+
+void CConsoleWindow::PrintLines(const QStringList& Lines, const QColor& Color)
+{
+    for (const QString& sLine : Lines) _Write(sLine, _GetLook(Color, true));
+}
+
+void CConsoleWindow::PrintCommand(const QString& sText)
+{
+    PrintInColor(sText, COLOR_LOGGING_USER);
+}
+
+void CConsoleWindow::PrintError(const QString& sText, const QString& sError)
+{
+    m_NumErrors.fetch_add(1, std::memory_order_relaxed);
+    CONSOLE_LOOK Look = _GetLook(Qt::transparent, false);
+    Look.ColorID = COLOR_LOGGING_ERROR;
+    Look.IsError = true;
+    _Write(sText.isEmpty() ? sError : sText + ": " + sError, Look);
+}
+
+void CConsoleWindow::_OnLogged(const QString& sText, U32 Flags)
+{
+    if (sText.isEmpty()) return;
+    CONSOLE_LOOK Look = _GetLook(Qt::transparent, false);
+    if (Flags & (MSG_ERROR | MSG_WARNING))
+        Look.ColorID = COLOR_LOGGING_ERROR;
+    else if (Flags & MSG_DARK)
+        Look.Color = DARK_BLUE;
+    Look.IsError = Flags & MSG_ERROR;
+    if (Look.IsError) m_NumLogErrors.fetch_add(1, std::memory_order_relaxed);
+    _Write(sText, Look);
+}
+
+// ---- Draining, main thread
+// ---------------------------------------------------------------------------------
+
+void CConsoleWindow::Update()
+{
+    m_IsUpdatePosted = false;
+    if (!m_UpdateTimer.isActive()) m_UpdateTimer.start();
+}
+
+void CConsoleWindow::OnUpdateTimerTimeout()
+{
+    if (_Drain(MAX_MESSAGES_PER_UPDATE) == 0) return;
+    _ShowEndOfText();
+    m_UpdateTimer.start();
+}
+
+void CConsoleWindow::Flush()
+{
+    if (_Drain(-1) > 0) _ShowEndOfText();
+}
+
+int CConsoleWindow::_Drain(int MaxMessages)
+{
+    CONSOLE_MESSAGE Message;
+    int n = 0;
+    while (n != MaxMessages && m_Ring.Read(&Message)) {
+        _ShowMessage(Message);
+        n++;
+    }
+    return n;
+}
+
+void CConsoleWindow::_ShowMessage(const CONSOLE_MESSAGE& Message)
+{
+    const CONSOLE_LOOK& Look = Message.Look;
+    if (Look.Fixed != m_IsFixed) {
+        m_IsFixed = Look.Fixed;
+        m_Format = QTextCharFormat();
+        if (m_IsFixed) m_Format.setFont(m_FixedFont);
+    }
+    // The default colour isn't written into the text, so that old lines follow a change of the style.
+    m_Format.clearForeground();
+    if (Look.ColorID >= 0 && Look.ColorID < NUM_COLORS)
+        m_Format.setForeground(GetColor(Look.ColorID));
+    else if (Look.ColorID < 0 && Look.Color != m_DefaultColor)
+        m_Format.setForeground(QColor::fromRgba(Look.Color));
+
+    QTextBlockFormat Block;
+    Block.setLineHeight(_GetLineHeight(), QTextBlockFormat::FixedHeight);
+    AppendText(m_pText, Message.Text, m_Format, Block, Look.NewLine && m_HasText);
+    if (IsLogFileOpen(LOG_SLOT_CONSOLE)) WriteLogFile(LOG_SLOT_CONSOLE, Message.Text.toUtf8() + '\n');
+    if (m_TranscriptSink) m_TranscriptSink(Message.Text, Look.IsError);
+
+    const QString sTime = FormatTimeUs(Message.Time_us);
+    // A message that goes on in the last line brings a stamp only for the lines that it adds.
+    const int NumStamps = Look.NewLine || !m_HasText ? Message.NumLines : Message.NumLines - 1;
+    Block.setAlignment(Qt::AlignRight);
+    if (NumStamps > 0) AppendText(m_pSidebar, QStringList(NumStamps, sTime).join('\n'), {}, Block, m_HasText);
+    m_HasText = true;
+    ResizeSidebarToOptWidth();
+}
+
+void CConsoleWindow::Clear()
+{
+    m_pInput->clear();
+    m_Ring.Clear();
+    m_pText->clear();
+    m_pSidebar->clear();
+    m_HasText = false;
+    _UpdateHorzBar();
+    ResizeSidebarToOptWidth();
+}
+
+void CConsoleWindow::SetLogFile(QString sPath)
+{
+    if (sPath.isEmpty())
+        CloseLogFile(LOG_SLOT_CONSOLE);
+    else
+        OpenLogFile(LOG_SLOT_CONSOLE, sPath);
+}
+
+bool CConsoleWindow::IsUpdatePending() const
+{
+    return m_UpdateTimer.isActive() || !m_Ring.IsEmpty();
+}
+
+// ---- Text
+// --------------------------------------------------------------------------------------------------
+
+QStringList CConsoleWindow::GetLines() const
+{
+    return m_HasText ? GetLinesOf(m_pText) : QStringList();
+}
+
+QStringList CConsoleWindow::GetSidebarLines() const
+{
+    return m_HasText ? GetLinesOf(m_pSidebar) : QStringList();
+}
+
+QStringList CConsoleWindow::GetText(int)
+{
+    const int Height = _GetLineHeight();
+    const int First = m_pText->verticalScrollBar()->value() / Height;
+    return GetLines().mid(First, qMax(1, m_pText->viewport()->height() / Height));
+}
+#include "moc_consolewindow.cpp"

@@ -1,0 +1,246 @@
+// Widgets, fonts and menus of the console.
+#include "app/console/consolewindow.h"
+
+#include "project/settings/appearance.h"
+#include "project/settings/settingsnotifier.h"
+#include "project/settings/sysvars.h"
+
+#include <QAction>
+#include <QEvent>
+#include <QFrame>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPalette>
+#include <QScrollBar>
+#include <QStyle>
+#include <QTextBlock>
+#include <QTextEdit>
+#include <QVBoxLayout>
+#include <memory>
+
+namespace {
+constexpr int SIDEBAR_MARGIN = 10;
+
+QTextEdit* MakeTextEdit(QWidget* pParent, const char* sName)
+{
+    auto* pEdit = new QTextEdit(pParent);
+    pEdit->setObjectName(sName);
+    pEdit->setReadOnly(true);
+    pEdit->setUndoRedoEnabled(false);
+    pEdit->setFrameShape(QFrame::NoFrame);
+    pEdit->setLineWrapMode(QTextEdit::NoWrap);
+    pEdit->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    pEdit->setContextMenuPolicy(Qt::CustomContextMenu);
+    return pEdit;
+}
+
+QHBoxLayout* MakeRow(QWidget* pWidget)
+{
+    auto* pRow = new QHBoxLayout(pWidget);
+    pRow->setContentsMargins(0, 0, 0, 0);
+    pRow->setSpacing(0);
+    return pRow;
+}
+} // namespace
+
+void CConsoleWindow::_BuildWidgets()
+{
+    auto* pCentral = new QWidget(this);
+    auto* pColumn = new QVBoxLayout(pCentral);
+    pColumn->setContentsMargins(0, 0, 0, 0);
+    pColumn->setSpacing(0);
+
+    auto* pFrame = new QFrame(pCentral);
+    auto* pTextRow = MakeRow(pFrame);
+    m_pSidebar = MakeTextEdit(pFrame, "textEditSidebar");
+    m_pSidebar->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_pSidebarLine = new QFrame(pFrame);
+    m_pSidebarLine->setFrameShape(QFrame::VLine);
+    m_pText = MakeTextEdit(pFrame, "textEditConsole");
+    pTextRow->addWidget(m_pSidebar);
+    pTextRow->addWidget(m_pSidebarLine);
+    pTextRow->addWidget(m_pText, 1);
+    pColumn->addWidget(pFrame, 1);
+
+    m_pHorzBarLine = new QWidget(pCentral);
+    auto* pBarRow = MakeRow(m_pHorzBarLine);
+    m_pHorzBar = new QScrollBar(Qt::Horizontal, m_pHorzBarLine);
+    auto* pCorner = new QWidget(m_pHorzBarLine);
+    pCorner->setFixedWidth(style()->pixelMetric(QStyle::PM_ScrollBarExtent));
+    pBarRow->addWidget(m_pHorzBar, 1);
+    pBarRow->addWidget(pCorner);
+    pColumn->addWidget(m_pHorzBarLine);
+
+    auto* pInputLine = new QWidget(pCentral);
+    auto* pInputRow = MakeRow(pInputLine);
+    auto* pArrow = new QLabel(pInputLine);
+    const int IconSize = style()->pixelMetric(QStyle::PM_SmallIconSize);
+    pArrow->setPixmap(style()->standardIcon(QStyle::SP_ArrowRight).pixmap(IconSize));
+    m_pInput = new QLineEdit(pInputLine);
+    m_pInput->setObjectName("lineEditInput");
+    m_pInput->setFrame(false);
+    m_pInput->installEventFilter(this);
+    pInputRow->addWidget(pArrow);
+    pInputRow->addWidget(m_pInput, 1);
+    pColumn->addWidget(pInputLine);
+
+    setCentralWidget(pCentral);
+    setFocusProxy(m_pInput);
+
+    connect(m_pText->verticalScrollBar(), &QScrollBar::valueChanged, m_pSidebar->verticalScrollBar(),
+            &QScrollBar::setValue);
+    connect(m_pSidebar->verticalScrollBar(), &QScrollBar::valueChanged, m_pText->verticalScrollBar(),
+            &QScrollBar::setValue);
+    connect(m_pText->horizontalScrollBar(), &QScrollBar::rangeChanged, this, &CConsoleWindow::_UpdateHorzBar);
+    connect(m_pText->horizontalScrollBar(), &QScrollBar::valueChanged, m_pHorzBar, &QScrollBar::setValue);
+    connect(m_pHorzBar, &QScrollBar::valueChanged, m_pText->horizontalScrollBar(), &QScrollBar::setValue);
+    connect(m_pText, &QWidget::customContextMenuRequested, this,
+            &CConsoleWindow::OnEditorContextMenuRequested);
+    connect(m_pSidebar, &QWidget::customContextMenuRequested, this,
+            &CConsoleWindow::OnSidebarContextMenuRequested);
+    SetSidebarVisible(GetVarValue(PREF_SHOW_TIMESTAMPS_CONSOLE) != 0);
+    _UpdateHorzBar();
+}
+
+void CConsoleWindow::_BuildActions()
+{
+    m_pActionHelp = AddAction("actionConsoleHelp", QStringLiteral("&List Commands"), "",
+                              QStringLiteral("Display Command List"));
+    m_pActionHelp->setToolTip(QStringLiteral("List Commands"));
+    m_pActionShowSidebar = AddAction("actionConsoleShowSidebar", QStringLiteral("Ti&meStamps"));
+    m_pActionShowSidebar->setToolTip(QStringLiteral("Show TimeStamps"));
+    m_pActionShowSidebar->setCheckable(true);
+    m_pActionShowSidebar->setChecked(GetVarValue(PREF_SHOW_TIMESTAMPS_CONSOLE) != 0);
+    Connect(m_pActionHelp, SIGNAL(triggered()), this, SLOT(OnActionHelpTriggered()));
+    Connect(m_pActionShowSidebar, SIGNAL(triggered()), this, SLOT(OnActionShowSidebarTriggered()));
+
+    CSettingsNotifier& Notifier = CSettingsNotifier::Get();
+    connect(&Notifier, &CSettingsNotifier::VarChanged, this, &CConsoleWindow::SetPreference);
+    connect(&Notifier, &CSettingsNotifier::FontChanged, this, [this](int FontID) {
+        if (FontID == FONT_CONSOLE) _ApplyFont();
+    });
+}
+
+// ---- Look
+// --------------------------------------------------------------------------------------------------
+
+void CConsoleWindow::_UpdateDefaultColor()
+{
+    m_DefaultColor = palette().color(QPalette::Text).rgba();
+}
+
+void CConsoleWindow::_ApplyFont()
+{
+    m_Font = GetFont(FONT_CONSOLE);
+    m_FixedFont = GetFixedFont(m_Font);
+    // The next message builds its format from the new fonts.
+    m_IsFixed = false;
+    m_Format = QTextCharFormat();
+    for (QTextEdit* pEdit : {m_pText, m_pSidebar}) {
+        pEdit->setFont(m_Font);
+        pEdit->document()->setDefaultFont(m_Font);
+        QTextCursor Cursor(pEdit->document());
+        Cursor.select(QTextCursor::Document);
+        QTextBlockFormat Block;
+        Block.setLineHeight(_GetLineHeight(), QTextBlockFormat::FixedHeight);
+        Cursor.mergeBlockFormat(Block);
+    }
+    m_pInput->setFont(m_Font);
+    ResizeSidebarToOptWidth();
+}
+
+void CConsoleWindow::SetFont(int FontID, QFont&)
+{
+    if (FontID == FONT_CONSOLE) _ApplyFont();
+}
+
+void CConsoleWindow::changeEvent(QEvent* pEvent)
+{
+    CWindow::changeEvent(pEvent);
+    if (pEvent->type() == QEvent::PaletteChange) _UpdateDefaultColor();
+}
+
+/// One height for all lines in both columns, so that they stay aligned whatever font a message has.
+int CConsoleWindow::_GetLineHeight() const
+{
+    return qMax(1, qMax(QFontMetrics(m_Font).lineSpacing(), QFontMetrics(m_FixedFont).lineSpacing()));
+}
+
+void CConsoleWindow::SetPreference(int SysVarID, I64 Value)
+{
+    if (SysVarID != PREF_SHOW_TIMESTAMPS_CONSOLE) return;
+    if (m_pActionShowSidebar) m_pActionShowSidebar->setChecked(Value != 0);
+    SetSidebarVisible(Value != 0);
+}
+
+void CConsoleWindow::SetSidebarVisible(bool Visible)
+{
+    m_pSidebar->setVisible(Visible);
+    m_pSidebarLine->setVisible(Visible);
+    ResizeSidebarToOptWidth();
+}
+
+void CConsoleWindow::ResizeSidebarToOptWidth()
+{
+    if (m_pSidebar->isHidden()) return;
+    int Width = 0;
+    if (m_HasText) {
+        const int Height = _GetLineHeight();
+        const int First = m_pSidebar->verticalScrollBar()->value() / Height;
+        const int NumVisible = m_pSidebar->viewport()->height() / Height;
+        const int Last = qMin(First + NumVisible, m_pSidebar->document()->blockCount() - 1);
+        const QFontMetrics Metrics(m_Font);
+        for (const int i : {First, Last - 1, Last}) {
+            const QTextBlock Block = m_pSidebar->document()->findBlockByNumber(i);
+            if (Block.isValid()) Width = qMax(Width, Metrics.horizontalAdvance(Block.text()));
+        }
+        Width += SIDEBAR_MARGIN;
+    }
+    if (m_pSidebar->width() != Width || m_pSidebar->minimumWidth() != Width) m_pSidebar->setFixedWidth(Width);
+}
+
+void CConsoleWindow::_UpdateHorzBar()
+{
+    const QScrollBar* pBar = m_pText->horizontalScrollBar();
+    m_pHorzBar->setPageStep(pBar->pageStep());
+    m_pHorzBar->setSingleStep(pBar->singleStep());
+    m_pHorzBar->setRange(pBar->minimum(), pBar->maximum());
+    m_pHorzBarLine->setVisible(pBar->maximum() > pBar->minimum());
+}
+
+void CConsoleWindow::_ShowEndOfText()
+{
+    m_pText->moveCursor(QTextCursor::End);
+    m_pText->verticalScrollBar()->setValue(m_pText->verticalScrollBar()->maximum());
+    m_pText->horizontalScrollBar()->setValue(m_pText->horizontalScrollBar()->minimum());
+    m_pSidebar->verticalScrollBar()->setValue(m_pText->verticalScrollBar()->value());
+    _UpdateHorzBar();
+}
+
+// ---- Menus
+// -------------------------------------------------------------------------------------------------
+
+void CConsoleWindow::OnContextMenuRequested(QPoint Pos)
+{
+    OnEditorContextMenuRequested(m_pText->viewport()->mapFrom(this, Pos));
+}
+
+void CConsoleWindow::OnEditorContextMenuRequested(QPoint Pos)
+{
+    const std::unique_ptr<QMenu> pMenu(m_pText->createStandardContextMenu(Pos));
+    pMenu->addAction(m_pActionClear);
+    pMenu->addSeparator();
+    pMenu->addAction(m_pActionHelp);
+    pMenu->addSeparator();
+    pMenu->addAction(m_pActionShowSidebar);
+    pMenu->exec(m_pText->viewport()->mapToGlobal(Pos));
+}
+
+void CConsoleWindow::OnSidebarContextMenuRequested(QPoint Pos)
+{
+    QMenu Menu(this);
+    Menu.addAction(m_pActionShowSidebar);
+    Menu.exec(m_pSidebar->viewport()->mapToGlobal(Pos));
+}

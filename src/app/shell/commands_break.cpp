@@ -1,0 +1,363 @@
+// The commands on break- and tracepoints.
+#include "app/actions/actions.h"
+#include "app/actions/constants.h"
+#include "app/shell/commandtable.h"
+#include "device/breakpoints/breakpointsdatamodel.h"
+#include "device/queue/device.h"
+#include "program/eval/expression.h"
+#include "program/tables/prog.h"
+#include "project/settings/sysvars.h"
+
+#include <cstring>
+
+namespace {
+
+CBreakpointsDataModel& Model()
+{
+    return CBreakpointsDataModel::Get();
+}
+
+BP_TYPES DefaultType()
+{
+    return BP_TYPES(GetVarValue(VAR_BREAKPOINT_TYPE));
+}
+
+/// The type of an ...Ex command, its last parameter. False with the error set for an unknown one.
+bool ParseType(int Id, const QString& sText, BP_TYPES* pType)
+{
+    I64 Value = 0;
+    if (!ParseNumberOrConstant(sText, &Value) || Value < 0 || Value > BP_TYPE_MIXED) {
+        SetActionError(Id, ERR_INVALID_PARAM, sText);
+        return false;
+    }
+    *pType = BP_TYPES(Value);
+    return true;
+}
+
+/// An address parameter: hexadecimal, a symbol, or any expression with an address.
+bool ParseLocationAddr(int Id, const QString& sText, U32* pAddr)
+{
+    bool Ok = false;
+    *pAddr = sText.trimmed().toUInt(&Ok, 16);
+    if (Ok) return true;
+    int Kind = PROG_LOCATION_NONE;
+    const CAddrRange Range = PROG_ResolveLocationText(sText, &Kind);
+    if (Kind != PROG_LOCATION_NONE) {
+        *pAddr = Range.Start;
+        return true;
+    }
+    if (const I64 Addr = EVAL_GetAddress(sText); Addr >= 0) {
+        *pAddr = U32(Addr);
+        return true;
+    }
+    SetActionError(Id, ERR_INVALID_PARAM);
+    return false;
+}
+
+/// A source location parameter, moved to the next line with code. A symbol or address stands for its line.
+bool ParseLocationSrc(int Id, const QString& sText, CSrcLoc* pLoc)
+{
+    *pLoc = PROG_ParseSrcLoc(sText);
+    if (!pLoc->IsValid()) {
+        int Kind = PROG_LOCATION_NONE;
+        const CAddrRange Range = PROG_ResolveLocationText(sText, &Kind);
+        if (Kind != PROG_LOCATION_NONE) *pLoc = PROG_GetFirstSrcLoc(Range.Start);
+    }
+    if (!pLoc->IsValid()) {
+        SetActionError(Id, ERR_INVALID_PARAM);
+        return false;
+    }
+    pLoc->Col = 0;
+    *pLoc = Model().GetCodeLine(*pLoc);
+    return true;
+}
+
+// ---- Instruction breakpoints ---------------------------------------------------------------------------
+
+void OnBreakSet(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const QStringList Params = GetActionParams(Id);
+    U32 Addr = 0;
+    BP_TYPES Type = DefaultType();
+    if (!ParseLocationAddr(Id, Params[0], &Addr) || (Id == ACT_BREAK_SET_EX && !ParseType(Id, Params[1], &Type))) return;
+    const CBreakpoint Record = Model().GetBreakpoint(Addr);
+    if (Record.State == BP_STATE_ON && Record.PermittedImpl == Type)
+        return SetActionError(Id, QStringLiteral("Breakpoint already set"));
+    CDevice::Get().SetBreakpointAsync(Addr, BP_STATE_ON, Type);
+}
+
+void OnBreakClear(int Id)
+{
+    U32 Addr = 0;
+    if (!CheckParamCount(Id) || !ParseLocationAddr(Id, GetActionParam(Id), &Addr)) return;
+    const CBreakpoint Record = Model().GetBreakpoint(Addr);
+    if (Record.Derived)
+        return SetActionError(Id, QStringLiteral("Derived instruction breakpoints cannot be cleared"));
+    if (Record.State == BP_STATE_OFF) return SetActionError(Id, QStringLiteral("Breakpoint not set"));
+    CDevice::Get().ClearBreakpointAsync(Addr);
+}
+
+void OnBreakEnable(int Id)
+{
+    U32 Addr = 0;
+    if (!CheckParamCount(Id) || !ParseLocationAddr(Id, GetActionParam(Id), &Addr)) return;
+    const CBreakpoint Record = Model().GetBreakpoint(Addr);
+    const bool On = Id == ACT_BREAK_ENABLE;
+    if (On && Record.State == BP_STATE_ON) return SetActionError(Id, QStringLiteral("Breakpoint not disabled"));
+    if (!On && Record.State == BP_STATE_DISABLED) return SetActionError(Id, QStringLiteral("Breakpoint not set"));
+    CDevice::Get().SetBreakpointAsync(Addr, On ? BP_STATE_ON : BP_STATE_DISABLED, BP_TYPES(Record.PermittedImpl));
+}
+
+// ---- Source breakpoints --------------------------------------------------------------------------------
+
+void OnBreakSetOnSrc(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const QStringList Params = GetActionParams(Id);
+    CSrcLoc Loc;
+    BP_TYPES Type = DefaultType();
+    if (!ParseLocationSrc(Id, Params[0], &Loc) || (Id == ACT_BREAK_SET_ON_SRC_EX && !ParseType(Id, Params[1], &Type)))
+        return;
+    const CBreakpoint Record = Model().GetBreakpoint(Loc);
+    if (Record.State == BP_STATE_ON && Record.PermittedImpl == Type)
+        return SetActionError(Id, QStringLiteral("Breakpoint already set"));
+    Model().SetSourceBreakpoint(Loc, BP_STATE_ON, Type);
+}
+
+void OnBreakClearOnSrc(int Id)
+{
+    CSrcLoc Loc;
+    if (!CheckParamCount(Id) || !ParseLocationSrc(Id, GetActionParam(Id), &Loc)) return;
+    if (Model().GetBreakpoint(Loc).State == BP_STATE_OFF)
+        return SetActionError(Id, QStringLiteral("Breakpoint not set"));
+    Model().ClearSourceBreakpoint(Loc);
+}
+
+void OnBreakEnableOnSrc(int Id)
+{
+    CSrcLoc Loc;
+    if (!CheckParamCount(Id) || !ParseLocationSrc(Id, GetActionParam(Id), &Loc)) return;
+    const CBreakpoint Record = Model().GetBreakpoint(Loc);
+    const bool On = Id == ACT_BREAK_ENABLE_ON_SRC;
+    if (On && Record.State == BP_STATE_ON) return SetActionError(Id, QStringLiteral("Breakpoint not disabled"));
+    if (!On && Record.State == BP_STATE_DISABLED) return SetActionError(Id, QStringLiteral("Breakpoint not set"));
+    Model().SetSourceBreakpoint(Loc, On ? BP_STATE_ON : BP_STATE_DISABLED, BP_TYPES(Record.PermittedImpl));
+}
+
+void OnBreakClearAll(int Id)
+{
+    if (CheckParamCount(Id)) Model().ClearAll();
+}
+
+// ---- Extras --------------------------------------------------------------------------------------------
+
+/// The record that a location names; false with the error set if there is none.
+bool RequireRecord(int Id, const QString& sLocation, CBreakpoint* pRecord)
+{
+    *pRecord = Model().FindBreakpoint(sLocation);
+    if (pRecord->State != BP_STATE_OFF) return true;
+    SetActionError(Id, ERR_INVALID_PARAM);
+    return false;
+}
+
+void OnBreakEdit(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const QStringList Params = GetActionParams(Id);
+    CBreakpoint Record;
+    I64 OnChange = 0, Skip = 0;
+    if (!RequireRecord(Id, Params[0], &Record) || !ParseNumberParam(Id, Params[2], &OnChange) ||
+        !ParseNumberParam(Id, Params[3], &Skip))
+        return;
+    Record.Condition = Params[1];
+    Record.TriggerOnChange = OnChange != 0;
+    Record.SkipCount = U32(std::max<I64>(Skip, 0));
+    Record.TaskName = Params[4];
+    Record.ConsoleMsg = Params[5];
+    Record.PopupMsg = Params[6];
+    Record.ScriptCallback = Params.value(7);
+    Model().EditBreakpoint(Record);
+}
+
+void OnBreakSetType(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const QStringList Params = GetActionParams(Id);
+    CBreakpoint Record;
+    BP_TYPES Type = BP_TYPE_ANY;
+    if (!RequireRecord(Id, Params[0], &Record) || !ParseType(Id, Params[1], &Type)) return;
+    if (Record.Loc.IsValid())
+        Model().SetSourceBreakpoint(Record.Loc, BP_STATES(Record.State), Type);
+    else
+        CDevice::Get().SetBreakpointAsync(U32(Record.Addr), BP_STATES(Record.State), Type);
+}
+
+void OnBreakSetCommand(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const QStringList Params = GetActionParams(Id);
+    CBreakpoint Record;
+    if (!RequireRecord(Id, Params[0], &Record)) return;
+    Record.ScriptCallback = Params[1];
+    Model().EditBreakpoint(Record);
+}
+
+// ---- Data breakpoints ----------------------------------------------------------------------------------
+
+/// An optional hexadecimal parameter; the default stays when it is missing.
+template <class T> bool ParseHex(int Id, const QString& sText, T* pValue)
+{
+    if (sText.isEmpty()) return true;
+    bool Ok = false;
+    const U64 Value = sText.toULongLong(&Ok, 16);
+    if (Ok) *pValue = T(Value);
+    if (!Ok) SetActionError(Id, ERR_INVALID_PARAM, sText);
+    return Ok;
+}
+
+bool ParseEnum(int Id, const QString& sText, U32* pValue)
+{
+    if (sText.isEmpty()) return true;
+    I64 Value = 0;
+    const bool Ok = ParseNumberOrConstant(sText, &Value);
+    if (Ok) *pValue = U32(Value);
+    if (!Ok) SetActionError(Id, ERR_INVALID_PARAM, sText);
+    return Ok;
+}
+
+/// The record of the arguments: an address and its mask, or a symbol, then access and match. The last four may be missing.
+bool ParseWatchpoint(int Id, const QStringList& Params, WP* pWp)
+{
+    bool IsAddr = false;
+    pWp->Addr = Params[0].toUInt(&IsAddr, 16);
+    qsizetype Next = 1;
+    if (IsAddr) {
+        if (!ParseHex(Id, Params.value(Next++), &pWp->AddrMask)) return false;
+    } else {
+        CExpression Expr(Params[0]);
+        const I64 Addr = Expr.Evaluate() >= 0 ? Expr.GetResult().GetMemAddr() : -1;
+        if (Addr < 0) {
+            SetActionError(Id, ERR_INVALID_PARAM, Params[0]);
+            return false;
+        }
+        pWp->Addr = U32(Addr);
+        const QByteArray Text = Params[0].toUtf8().left(int(sizeof(pWp->Expression)) - 1);
+        std::memcpy(pWp->Expression, Text.constData(), size_t(Text.size()));
+    }
+    U32 Mask = 0xFFFFFFFFu;
+    if (!ParseEnum(Id, Params.value(Next++), &pWp->AccessType) || !ParseEnum(Id, Params.value(Next++), &pWp->AccessSize) ||
+        !ParseHex(Id, Params.value(Next++), &pWp->MatchValue) || !ParseHex(Id, Params.value(Next++), &Mask))
+        return false;
+    pWp->ValueMask = Mask == 0xFFFFFFFFu ? ~U64(0) : Mask;
+    return true;
+}
+
+bool IsSameWatchpoint(const WP& a, const WP& b)
+{
+    return a.Addr == b.Addr && a.AddrMask == b.AddrMask && a.MatchValue == b.MatchValue && a.ValueMask == b.ValueMask &&
+           a.AccessType == b.AccessType && a.AccessSize == b.AccessSize;
+}
+
+/// The result that tells a script call which job to wait for: 1 something was set, 0 cleared.
+template <BP_STATES STATE, bool MUST_EXIST> void OnWatchpoint(int Id)
+{
+    const QStringList Params = GetActionParams(Id);
+    if (Params.isEmpty() || Params.size() > GetParamCount(Id)) return SetActionError(Id, ERR_WRONG_PARAM_COUNT);
+    WP Wanted;
+    if (!ParseWatchpoint(Id, Params, &Wanted)) return;
+    QList<WP> List;
+    if (!MUST_EXIST) {
+        List.append(Wanted);
+    } else {
+        for (const WP& Wp : Model().GetWatchpoints())
+            if (IsSameWatchpoint(Wp, Wanted)) List.append(Wp);
+        if (List.isEmpty()) return SetActionError(Id, QStringLiteral("No breakpoint matches the given parameters."));
+    }
+    for (WP& Wp : List) Wp.State = STATE;
+    SetActionResult(Id, STATE == BP_STATE_OFF ? 0 : 1);
+    if (STATE == BP_STATE_OFF)
+        CDevice::Get().ClearWatchpointsAsync(U32(List.size()), List.constData());
+    else
+        CDevice::Get().SetWatchpointsAsync(U32(List.size()), List.constData());
+}
+
+// ---- Tracepoints ---------------------------------------------------------------------------------------
+
+bool FindTracepoint(U32 Addr, TP* pTp)
+{
+    for (const TP& Tp : Model().GetTracepoints()) {
+        if (U32(Tp.Addr) != Addr) continue;
+        *pTp = Tp;
+        return true;
+    }
+    return false;
+}
+
+void OnTraceSetPoint(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const QStringList Params = GetActionParams(Id);
+    I64 Op = 0;
+    U32 Addr = 0;
+    if (!ParseNumberParam(Id, Params[0], &Op) || !ParseLocationAddr(Id, Params[1], &Addr)) return;
+    TP Tp;
+    if (FindTracepoint(Addr, &Tp)) return SetActionError(Id, QStringLiteral("Tracepoint already set"));
+    Tp.Op = Op ? TP_OP_STOP : TP_OP_START;
+    Tp.Addr = Addr;
+    Tp.State = BP_STATE_ON;
+    Tp.HasSourceInfo = PROG_HasExactSrcLoc(Addr);
+    CDevice::Get().SetTracepointsAsync(1, &Tp);
+}
+
+void OnTraceEditPoint(int Id)
+{
+    U32 Addr = 0;
+    if (!CheckParamCount(Id) || !ParseLocationAddr(Id, GetActionParam(Id), &Addr)) return;
+    TP Tp;
+    if (!FindTracepoint(Addr, &Tp)) return SetActionError(Id, QStringLiteral("Tracepoint not set"));
+    if (Id == ACT_TRACE_ENABLE_POINT && Tp.State == BP_STATE_ON)
+        return SetActionError(Id, QStringLiteral("Tracepoint already set"));
+    if (Id == ACT_TRACE_CLEAR_POINT) {
+        CDevice::Get().ClearTracepointsAsync(1, &Tp);
+        return;
+    }
+    Tp.State = Id == ACT_TRACE_ENABLE_POINT ? BP_STATE_ON : BP_STATE_DISABLED;
+    CDevice::Get().SetTracepointsAsync(1, &Tp);
+}
+
+} // namespace
+
+void RegisterBreakCommands()
+{
+    SetCommandHandler(ACT_BREAK_SET, OnBreakSet);
+    SetCommandHandler(ACT_BREAK_SET_EX, OnBreakSet);
+    SetCommandHandler(ACT_BREAK_CLEAR, OnBreakClear);
+    SetCommandHandler(ACT_BREAK_ENABLE, OnBreakEnable);
+    SetCommandHandler(ACT_BREAK_DISABLE, OnBreakEnable);
+    SetCommandHandler(ACT_BREAK_SET_ON_SRC, OnBreakSetOnSrc);
+    SetCommandHandler(ACT_BREAK_SET_ON_SRC_EX, OnBreakSetOnSrc);
+    SetCommandHandler(ACT_BREAK_CLEAR_ON_SRC, OnBreakClearOnSrc);
+    SetCommandHandler(ACT_BREAK_ENABLE_ON_SRC, OnBreakEnableOnSrc);
+    SetCommandHandler(ACT_BREAK_DISABLE_ON_SRC, OnBreakEnableOnSrc);
+    SetCommandHandler(ACT_BREAK_CLEAR_ALL, OnBreakClearAll);
+    SetCommandHandler(ACT_BREAK_CLEAR_ALL_ON_DATA,
+                      [](int Id) { if (CheckParamCount(Id)) CDevice::Get().ClearAllWatchpointsAsync(); });
+    SetCommandHandler(ACT_BREAK_EDIT, OnBreakEdit);
+    SetCommandHandler(ACT_BREAK_SET_TYPE, OnBreakSetType);
+    SetCommandHandler(ACT_BREAK_SET_COMMAND, OnBreakSetCommand);
+    SetCommandHandler(ACT_BREAK_SET_CMD_ON_ADDR, OnBreakSetCommand);
+    for (const int Id : {ACT_BREAK_SET_ON_DATA, ACT_BREAK_SET_ON_SYMBOL})
+        SetCommandHandler(Id, OnWatchpoint<BP_STATE_ON, false>);
+    for (const int Id : {ACT_BREAK_CLEAR_ON_DATA, ACT_BREAK_CLEAR_ON_SYMBOL})
+        SetCommandHandler(Id, OnWatchpoint<BP_STATE_OFF, true>);
+    for (const int Id : {ACT_BREAK_ENABLE_ON_DATA, ACT_BREAK_ENABLE_ON_SYMBOL})
+        SetCommandHandler(Id, OnWatchpoint<BP_STATE_ON, true>);
+    for (const int Id : {ACT_BREAK_DISABLE_ON_DATA, ACT_BREAK_DISABLE_ON_SYMBOL})
+        SetCommandHandler(Id, OnWatchpoint<BP_STATE_DISABLED, true>);
+    SetCommandHandler(ACT_TRACE_SET_POINT, OnTraceSetPoint);
+    for (const int Id : {ACT_TRACE_CLEAR_POINT, ACT_TRACE_ENABLE_POINT, ACT_TRACE_DISABLE_POINT})
+        SetCommandHandler(Id, OnTraceEditPoint);
+    SetCommandHandler(ACT_TRACE_CLEAR_ALL_POINTS,
+                      [](int Id) { if (CheckParamCount(Id)) CDevice::Get().ClearAllTracepointsAsync(); });
+}

@@ -1,0 +1,313 @@
+// The commands that read and write the target (Target.*), ask the program (Elf.*) and help scripts (Util.*).
+#include "app/actions/actions.h"
+#include "app/console/consolewindow.h"
+#include "app/services/log.h"
+#include "app/shell/commandtable.h"
+#include "app/shell/mainwindow.h"
+#include "core/host/corecalls.h"
+#include "core/host/corehooks.h"
+#include "core/host/corehost.h"
+#include "device/queue/device.h"
+#include "device/target/datamanager.h"
+#include "program/eval/expression.h"
+#include "program/tables/prog.h"
+#include "project/file/project.h"
+#include "project/finder/filefinder.h"
+#include "project/settings/appearance.h"
+#include "project/settings/sysvars.h"
+#include "registers/svd/cpuregisters.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QSaveFile>
+#include <QThread>
+
+namespace {
+
+constexpr char ERR_MEM_NOT_CONNECTED[] = "cannot access target memory: target not connected";
+constexpr char ERR_MEM_RUNNING[] =
+    "cannot access target memory: target not halted and background memory access not supported";
+constexpr char ERR_REG_NOT_CONNECTED[] = "cannot access target registers: target not connected";
+constexpr char ERR_REG_RUNNING[] = "cannot access target registers: target not halted";
+constexpr char ERR_MEM_READ[] = "could not read target memory";
+constexpr U32 MAX_FILE_BYTES = 256u << 20; ///< largest block that Target.SaveMemory and LoadMemory take
+constexpr int MAX_SLEEP_MS = 360'000;
+
+bool RequireMemory(int Id)
+{
+    const CDevice& Dev = CDevice::Get();
+    if (!Dev.IsConnected())
+        SetActionError(Id, QLatin1String(ERR_MEM_NOT_CONNECTED));
+    else if (!Dev.IsHalted() && Dev.GetCapability(CAP_BACKGROUND_MEM_ACCESS) == 0)
+        SetActionError(Id, QLatin1String(ERR_MEM_RUNNING));
+    else
+        return true;
+    return false;
+}
+
+bool RequireRegisters(int Id)
+{
+    const CDevice& Dev = CDevice::Get();
+    if (!Dev.IsConnected())
+        SetActionError(Id, QLatin1String(ERR_REG_NOT_CONNECTED));
+    else if (!Dev.IsHalted())
+        SetActionError(Id, QLatin1String(ERR_REG_RUNNING));
+    else
+        return true;
+    return false;
+}
+
+U64 FromTargetOrder(const U8* pData, U32 Size)
+{
+    const bool Big = CDevice::Get().State.DataEndian == ENDIAN_BIG;
+    U64 Value = 0;
+    for (U32 i = 0; i < Size; i++) Value |= U64(pData[Big ? Size - 1 - i : i]) << (8 * i);
+    return Value;
+}
+
+void ToTargetOrder(U64 Value, U8* pData, U32 Size)
+{
+    const bool Big = CDevice::Get().State.DataEndian == ENDIAN_BIG;
+    for (U32 i = 0; i < Size; i++) pData[Big ? Size - 1 - i : i] = U8(Value >> (8 * i));
+}
+
+template <U32 SIZE> void OnWrite(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    U32 Addr = 0;
+    I64 Value = 0;
+    const QStringList Params = GetActionParams(Id);
+    if (!ParseAddrParam(Id, Params[0], &Addr) || !ParseNumberParam(Id, Params[1], &Value) || !RequireMemory(Id)) return;
+    U8 ac[SIZE];
+    ToTargetOrder(U64(Value), ac, SIZE);
+    CDevice::Get().WriteMemAsync(Addr, SIZE, 0, SIZE <= 4 ? SIZE : 0, 0, ac, nullptr);
+}
+
+template <U32 SIZE> void OnRead(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    U32 Addr = 0;
+    if (!ParseAddrParam(Id, GetActionParam(Id), &Addr) || !RequireMemory(Id)) return SetActionResult(Id, -1);
+    U8 ac[SIZE];
+    if (CDeviceDataManager::Get().ReadMemBlocking(Addr, SIZE, ac) != 0) {
+        SetActionError(Id, QLatin1String(ERR_MEM_READ));
+        SetActionResult(Id, -1);
+        return;
+    }
+    SetActionResult(Id, I64(FromTargetOrder(ac, SIZE)));
+}
+
+/// The number of a core register for the device by the name that a user writes; 0xFFFFFFFF for any other register.
+U32 FindRegId(const QString& sName)
+{
+    const int Index = FindCpuRegister(sName);
+    return Index < 0 ? 0xFFFFFFFFu : Core_GetRegId(U32(Index));
+}
+
+void OnSetReg(int Id)
+{
+    if (!CheckParamCount(Id) || !RequireRegisters(Id)) return;
+    const QStringList Params = GetActionParams(Id);
+    I64 Value = 0;
+    if (!ParseNumberParam(Id, Params[1], &Value)) return;
+    const U32 RegId = FindRegId(Params[0]);
+    CDeviceDataManager::Get().Invalidate();
+    if (RegId != 0xFFFFFFFFu)
+        CDevice::Get().WriteRegAsync(RegId, U64(Value) & 0xFFFFFFFFu);
+    else
+        CDevice::Get().WriteCPRegAsync(Params[0].toUtf8().constData(), U64(Value));
+}
+
+void OnGetReg(int Id)
+{
+    if (!CheckParamCount(Id) || !RequireRegisters(Id)) return SetActionResult(Id, -1);
+    const QString sName = GetActionParam(Id);
+    const U32 RegId = FindRegId(sName);
+    U64 Value = 0;
+    const bool Read = RegId != 0xFFFFFFFFu
+                          ? CDeviceDataManager::Get().ReadRegBlocking(nullptr, RegId, &Value) == 0
+                          : Core_ReadCPReg(sName.toUtf8().constData(), &Value) == 0;
+    if (!Read) {
+        SetActionError(Id, ERR_INVALID_PARAM, sName);
+        SetActionResult(Id, -1);
+        return;
+    }
+    SetActionResult(Id, I64(Value));
+    // A script gets the value; whoever types the command wants to see it.
+    CConsoleWindow::Get().Print(QStringLiteral("%1 = 0x%2").arg(sName).arg(Value, 8, 16, QLatin1Char('0')),
+                                GetColor(COLOR_LOGGING_BRYLLO), false);
+}
+
+void OnFillMemory(int Id)
+{
+    if (!CheckParamCount(Id) || !RequireMemory(Id)) return;
+    const QStringList Params = GetActionParams(Id);
+    U32 Addr = 0;
+    I64 Size = 0, Value = 0;
+    if (!ParseAddrParam(Id, Params[0], &Addr) || !ParseNumberParam(Id, Params[1], &Size) ||
+        !ParseNumberParam(Id, Params[2], &Value))
+        return;
+    if (Size <= 0 || Size > I64(MAX_FILE_BYTES)) return SetActionError(Id, ERR_INVALID_PARAM);
+    const QByteArray Bytes = QByteArray(qsizetype(Size), char(Value));
+    CDevice::Get().WriteMemAsync(Addr, U32(Size), 0x10000, 0, MEM_FLAG_DOWNLOAD, Bytes.constData(), nullptr);
+}
+
+void OnSaveMemory(int Id)
+{
+    if (!CheckParamCount(Id) || !RequireMemory(Id)) return;
+    const QStringList Params = GetActionParams(Id);
+    U32 Addr = 0;
+    I64 Size = 0;
+    if (!ParseAddrParam(Id, Params[1], &Addr) || !ParseNumberParam(Id, Params[2], &Size)) return;
+    if (Size <= 0 || Size > I64(MAX_FILE_BYTES)) return SetActionError(Id, ERR_INVALID_PARAM);
+    QByteArray Bytes = QByteArray(qsizetype(Size), '\0');
+    constexpr I64 CHUNK = 4096;
+    for (I64 Pos = 0; Pos < Size; Pos += CHUNK) {
+        const U32 n = U32(std::min(CHUNK, Size - Pos));
+        if (CDeviceDataManager::Get().ReadMemBlocking(Addr + U32(Pos), n, reinterpret_cast<U8*>(Bytes.data() + Pos)) != 0)
+            return SetActionError(Id, QLatin1String(ERR_MEM_READ));
+    }
+    QSaveFile File(CFileFinder::Get().Expand(Params[0]));
+    if (!File.open(QIODevice::WriteOnly) || File.write(Bytes) != Bytes.size() || !File.commit())
+        SetActionError(Id, ERR_INVALID_FILENAME, Params[0]);
+}
+
+void OnLoadMemory(int Id)
+{
+    if (!CheckParamCount(Id) || !RequireMemory(Id)) return;
+    const QStringList Params = GetActionParams(Id);
+    U32 Addr = 0;
+    if (!ParseAddrParam(Id, Params[1], &Addr)) return;
+    QFile File(CFileFinder::Get().Resolve(Params[0]));
+    if (!File.open(QIODevice::ReadOnly) || File.size() > I64(MAX_FILE_BYTES))
+        return SetActionError(Id, ERR_FILE_NOT_FOUND, Params[0]);
+    const QByteArray Bytes = File.readAll();
+    CDevice::Get().WriteMemAsync(Addr, U32(Bytes.size()), 0x10000, 0, MEM_FLAG_DOWNLOAD, Bytes.constData(), nullptr);
+}
+
+void OnSetAccessWidth(int Id)
+{
+    I64 Width = 0;
+    if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &Width)) return;
+    if (Width != 0 && Width != 1 && Width != 2 && Width != 4) return SetActionError(Id, ERR_INVALID_PARAM);
+    SetVar(VAR_ACCESS_WIDTH, Width, false);
+}
+
+void OnSetEndianess(int Id)
+{
+    I64 Big = 0;
+    if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &Big)) return;
+    CDevice::Get().SetConfigParamAsync(DCP_ENDIAN, Big != 0);
+}
+
+void OnPowerOn(int Id)
+{
+    I64 On = 0;
+    if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &On)) return;
+    SetVar(VAR_TARGET_POWER_ON, On != 0, false);
+}
+
+// ---- Program -------------------------------------------------------------------------------------------
+
+void OnGetBaseAddr(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    U64 aRange[3] = {~0ull, ~0ull, ~0ull};
+    const auto& GetRange = Core_GetHooks().GetProgramRange;
+    if (GetRange) GetRange(aRange);
+    SetActionResult(Id, I64(U32(aRange[1])));
+}
+
+void OnGetEntryPointPC(int Id)
+{
+    if (CheckParamCount(Id)) SetActionResult(Id, I64(PROG_GetEntryPoint()));
+}
+
+void OnGetEntryFuncPC(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const ELF_SYM_HANDLE hMain = PROG_GetMainFunction();
+    SetActionResult(Id, hMain ? PROG_GetSymAddr(hMain) : -1);
+}
+
+void OnGetExprValue(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    I64 Value = 0;
+    QString sError;
+    if (EVAL_GetInteger(GetActionParam(Id), &Value, &sError)) {
+        SetActionResult(Id, Value);
+        return;
+    }
+    SetActionError(Id, sError.isEmpty() ? QString::fromLatin1(ERR_INVALID_PARAM) : sError);
+    SetActionResult(Id, -1);
+}
+
+void OnGetEndianess(int Id)
+{
+    if (CheckParamCount(Id)) SetActionResult(Id, PROG_GetByteOrder());
+}
+
+// ---- Script helpers ------------------------------------------------------------------------------------
+
+void OnUtilSleep(int Id)
+{
+    I64 Ms = 0;
+    if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &Ms)) return;
+    Ms = std::clamp<I64>(Ms, 0, MAX_SLEEP_MS);
+    QElapsedTimer Time;
+    Time.start();
+    while (Time.elapsed() < Ms) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(1);
+    }
+}
+
+void OnUtilLog(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const QString sText = GetActionParam(Id);
+    CConsoleWindow::Get().Print(sText, GetColor(COLOR_LOGGING_SCRIPT), false);
+    Log(sText, MSG_INFO | MSG_FILE);
+}
+
+void OnUtilLogHex(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const QStringList Params = GetActionParams(Id);
+    I64 Value = 0;
+    if (!ParseNumberParam(Id, Params[1], &Value)) return;
+    const QString sText = QStringLiteral("%1 0x%2").arg(Params[0]).arg(U32(Value), 8, 16, QLatin1Char('0'));
+    CConsoleWindow::Get().Print(sText, GetColor(COLOR_LOGGING_SCRIPT), false);
+    Log(sText, MSG_INFO | MSG_FILE);
+}
+
+} // namespace
+
+void RegisterTargetCommands()
+{
+    SetCommandHandler(ACT_TARGET_SET_REG, OnSetReg);
+    SetCommandHandler(ACT_TARGET_GET_REG, OnGetReg);
+    SetCommandHandler(ACT_TARGET_WRITE_U64, OnWrite<8>);
+    SetCommandHandler(ACT_TARGET_WRITE_U32, OnWrite<4>);
+    SetCommandHandler(ACT_TARGET_WRITE_U16, OnWrite<2>);
+    SetCommandHandler(ACT_TARGET_WRITE_U8, OnWrite<1>);
+    SetCommandHandler(ACT_TARGET_READ_U32, OnRead<4>);
+    SetCommandHandler(ACT_TARGET_READ_U16, OnRead<2>);
+    SetCommandHandler(ACT_TARGET_READ_U8, OnRead<1>);
+    SetCommandHandler(ACT_TARGET_FILL_MEMORY, OnFillMemory);
+    SetCommandHandler(ACT_TARGET_SAVE_MEMORY, OnSaveMemory);
+    SetCommandHandler(ACT_TARGET_LOAD_MEMORY, OnLoadMemory);
+    SetCommandHandler(ACT_TARGET_SET_ACCESS_WIDTH, OnSetAccessWidth);
+    SetCommandHandler(ACT_TARGET_SET_ENDIANESS, OnSetEndianess);
+    SetCommandHandler(ACT_TARGET_POWER_ON, OnPowerOn);
+    SetCommandHandler(ACT_ELF_GET_BASE_ADDR, OnGetBaseAddr);
+    SetCommandHandler(ACT_ELF_GET_ENTRY_POINT_PC, OnGetEntryPointPC);
+    SetCommandHandler(ACT_ELF_GET_ENTRY_FUNC_PC, OnGetEntryFuncPC);
+    SetCommandHandler(ACT_ELF_GET_EXPR_VALUE, OnGetExprValue);
+    SetCommandHandler(ACT_ELF_GET_ENDIANESS, OnGetEndianess);
+    SetCommandHandler(ACT_UTIL_SLEEP, OnUtilSleep);
+    SetCommandHandler(ACT_UTIL_LOG, OnUtilLog);
+    SetCommandHandler(ACT_UTIL_LOG_HEX, OnUtilLogHex);
+}

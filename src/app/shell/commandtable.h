@@ -1,0 +1,30 @@
+// Which function carries out which command. The families register theirs at start; the main window makes a
+// QAction for every command that has a handler and routes its trigger here.
+//
+//   SetCommandHandler(ACT_UTIL_LOG, OnUtilLog);
+//
+// Main thread only.
+#pragma once
+#include "app/actions/actionids.h"
+#include "app/services/types.h"
+
+#include <QString>
+
+/// Carries out one command: takes the parameters from its action, sets its error or result there.
+using COMMAND_HANDLER = void (*)(int ActionId);
+
+void SetCommandHandler(int ActionId, COMMAND_HANDLER pfHandler);
+COMMAND_HANDLER GetCommandHandler(int ActionId); ///< null if nobody carries it out
+
+void RegisterConnectCommands(); ///< Debug.* of the session, Exec.*
+void RegisterRunCommands();     ///< Debug.* of running and stepping
+void RegisterFileCommands();    ///< File.*, Help.*
+void RegisterWindowCommands();  ///< Window.*, Toolbar.*, View.*, Find.* and the show actions
+void RegisterBreakCommands();   ///< Break.*, Trace.*
+void RegisterTargetCommands();  ///< Target.*, Elf.*, Util.*
+void RegisterProjectCommands(); ///< Project.*, Edit.*, Script.*
+
+/// An address of a command, read with base 16. False (and the error "invalid parameter") if it is none.
+bool ParseAddrParam(int ActionId, const QString& sText, U32* pAddr);
+/// A number of a command: a named constant, or C notation.
+bool ParseNumberParam(int ActionId, const QString& sText, I64* pValue);

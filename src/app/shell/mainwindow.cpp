@@ -1,0 +1,270 @@
+#include "app/shell/mainwindow.h"
+
+#include "app/actions/actions.h"
+#include "app/console/consolewindow.h"
+#include "app/services/appinfo.h"
+#include "app/services/cmdline.h"
+#include "app/services/log.h"
+#include "app/services/settingsstore.h"
+#include "app/shell/commandtable.h"
+#include "app/shell/wiring.h"
+#include "core/host/corehost.h"
+#include "device/queue/device.h"
+#include "device/queue/deviceeventworker.h"
+#include "program/tables/prog.h"
+#include "project/file/project.h"
+#include "project/settings/appearance.h"
+#include "project/settings/settingsnotifier.h"
+#include "project/settings/settingspersist.h"
+#include "project/settings/sysvars.h"
+#include "script/host/bscript.h"
+#include "views/debug/disassemblywindow.h"
+#include "views/debug/registerwindow.h"
+#include "views/debug/sourcewindow.h"
+#include "views/framework/messagebox.h"
+#include "views/framework/statusbar.h"
+#include "views/theme/icons.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QFileInfo>
+#include <QKeyEvent>
+
+namespace {
+CMainWindow* s_pMainWindow = nullptr;
+} // namespace
+
+CMainWindow& CMainWindow::Get()
+{
+    if (!s_pMainWindow) new CMainWindow;
+    return *s_pMainWindow;
+}
+
+bool CMainWindow::Exists()
+{
+    return s_pMainWindow != nullptr;
+}
+
+void CMainWindow::Destroy()
+{
+    delete s_pMainWindow;
+}
+
+CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
+{
+    s_pMainWindow = this;
+    InstallQtMessageHandler();
+    setLocale(QLocale(QLocale::English));
+    QLocale::setDefault(QLocale(QLocale::English));
+    setWindowIcon(GetIcon(QStringLiteral("magnifier-32")));
+    InitSysVars();
+    InitColorsAndFonts(QApplication::font());
+    LoadPreferences();
+    LoadColorsAndFonts();
+    WireLayers();
+    WireWindowEnvironment();
+    CDevice::Get().CreateEventWorker(this);
+
+    setStatusBar(&CStatusBar::Get());
+    RegisterConnectCommands();
+    RegisterRunCommands();
+    RegisterFileCommands();
+    RegisterWindowCommands();
+    RegisterBreakCommands();
+    RegisterTargetCommands();
+    RegisterProjectCommands();
+    BuildWindows();
+    BuildActions();
+    BuildMenus();
+    BuildToolBars();
+    LinkWindowActions();
+    CreateTimers();
+    ConnectWindows();
+    WireWindows(*this);
+    SetVar(VAR_RESET_MODE, RM_BREAK_AT_SYMBOL, false);
+    SetVar(VAR_CONNECT_MODE, CM_DOWNLOAD_RESET, false);
+    UpdateModeButtons();
+    RestoreAppData();
+    UpdateConnectionLabel();
+    UpdateTitle();
+    UpdateActions();
+    qApp->installEventFilter(this);
+}
+
+CMainWindow::~CMainWindow()
+{
+    qApp->removeEventFilter(this);
+    UnwireLayers();
+    s_pMainWindow = nullptr;
+}
+
+void CMainWindow::CreateTimers()
+{
+    const auto Init = [this](QTimer& Timer, int Interval, bool SingleShot, void (CMainWindow::*pfSlot)()) {
+        Timer.setInterval(Interval);
+        Timer.setSingleShot(SingleShot);
+        connect(&Timer, &QTimer::timeout, this, pfSlot);
+    };
+    Init(m_TabBarUpdateTimer, 200, true, &CMainWindow::OnTabBarUpdateTimerTimeout);
+    Init(m_WindowShownTimer, 10, true, &CMainWindow::OnWindowShown);
+    Init(m_TargetHaltedTimer, 100, true, &CMainWindow::OnTargetHaltedAndTOElapsed);
+    Init(m_MessageBoxTimer, 100, true, &CMainWindow::OnMessageBoxTimerTimeout);
+    Init(m_PeriodicUpdateTimer, 200, false, &CMainWindow::OnPeriodicUpdateTimerTimeout);
+}
+
+void CMainWindow::ConnectWindows()
+{
+    connect(&CSettingsNotifier::Get(), &CSettingsNotifier::VarChanged, this, &CMainWindow::OnVarChanged);
+    connect(&CProject::Get(), &CProject::ModifiedChanged, this, &CMainWindow::UpdateTitle);
+    connect(this, &CMainWindow::DataFileOpened, this, &CMainWindow::OnDataFileOpened);
+    // A selection in one window reaches all, the sender included, which ignores what it said itself.
+    for (CWindow* pFrom : m_Windows) {
+        for (CWindow* pTo : m_Windows) {
+            connect(pFrom, &CWindow::InstSelected, pTo, &CWindow::OnInstSelected);
+            connect(pFrom, &CWindow::BacktraceSelected, pTo, &CWindow::OnBacktraceSelected);
+            connect(pFrom, &CWindow::BacktraceSelectionChanged, pTo, &CWindow::OnBacktraceSelectionChanged);
+            connect(pFrom, &CWindow::SrcLocSelected, pTo, &CWindow::OnSrcLocSelected);
+            connect(pFrom, &CWindow::FuncSelected, pTo, &CWindow::OnFuncSelected);
+            connect(pFrom, &CWindow::TimeReferencesChanged, pTo, &CWindow::OnTimeReferencesChanged);
+            connect(pFrom, &CWindow::TimeSelected, pTo, &CWindow::OnTimeSelected);
+            connect(pFrom, &CWindow::SymbolSelected, pTo, &CWindow::OnSymbolSelected);
+        }
+    }
+}
+
+void CMainWindow::OnVarChanged(int VarID, I64)
+{
+    if (VarID == VAR_CONNECT_MODE || VarID == VAR_RESET_MODE) UpdateModeButtons();
+    if (VarID == VAR_BREAK_AT_THIS_SYMBOL) ResolveBreakSymbol();
+}
+
+void CMainWindow::OnWindowShown()
+{
+    emit InitComplete();
+    const QStringList Args = GetArguments();
+    if (!Args.isEmpty() && Args.first().section('.', -1) == "bdebug") {
+        PerformAction(ACT_FILE_OPEN, Args.first());
+    } else if (!GetCmdLineArgs().Device.isEmpty()) {
+        CreateProjectFromCmdLine();
+    } else if (!m_RecentProjects.isEmpty() && GetVarValue(PREF_START_WITH_MOST_RECENT_PROJ)) {
+        PerformAction(ACT_FILE_OPEN, m_RecentProjects.first());
+    } else {
+        PerformAction(ACT_FILE_NEW_PROJECT);
+    }
+    OnSideBarStateChanged();
+    for (const QString& sName : GetUnknownActionNames())
+        qWarning("Unknown GUI action could not be linked: %s", qPrintable(sName));
+}
+
+void CMainWindow::closeEvent(QCloseEvent* pEvent)
+{
+    OnWindowClosed(pEvent);
+}
+
+void CMainWindow::OnWindowClosed(QCloseEvent* pEvent)
+{
+    CDevice& Dev = CDevice::Get();
+    if (Dev.IsConnected()) {
+        if (CMessageBox::Ask(MSGBOX_STOP_DEBUGGING) == QDialogButtonBox::Yes) {
+            m_S.PendingAction = PENDING_CLOSE;
+            PerformAction(ACT_DEBUG_STOP);
+        }
+        pEvent->ignore();
+        return;
+    }
+    CProject& Project = CProject::Get();
+    if (Project.IsModified()) {
+        const auto Answer = CMessageBox::Ask(MSGBOX_SAVE_PROJECT);
+        if (Answer == QDialogButtonBox::Cancel) return pEvent->ignore();
+        if (Answer == QDialogButtonBox::Yes) {
+            if (Project.GetPath().isEmpty())
+                PerformAction(ACT_FILE_SAVE_PROJECT_AS);
+            else
+                Project.Save(Project.GetPath());
+        }
+    }
+    if (!SaveModifiedDocuments()) return pEvent->ignore();
+    m_S.Closing = true;
+    CMessageBox::ResetMemory();
+    SaveAppData();
+    for (QTimer* pTimer : {&m_TabBarUpdateTimer, &m_WindowShownTimer, &m_TargetHaltedTimer, &m_MessageBoxTimer,
+                           &m_PeriodicUpdateTimer})
+        pTimer->stop();
+    Project.Close();
+    Dev.CancelJobs(BT_ALL, QUEUE_ALL);
+    Dev.Shutdown();
+    SavePreferences();
+    SaveColorsAndFonts();
+    {
+        const std::lock_guard Lock(Dev.GetDeviceMutex());
+        PROG_Unload();
+    }
+    pEvent->accept();
+    QApplication::closeAllWindows();
+    QApplication::exit(0);
+}
+
+bool CMainWindow::event(QEvent* pEvent)
+{
+    if (pEvent->type() == QEvent::WindowActivate && m_ShownOnce && !m_S.Closing) {
+        CheckProgramFileChanged();
+        if (BScript::IsFileChanged() && BScript::ReloadIfChanged()) ShowProjectWarnings();
+    }
+    if (pEvent->type() == QEvent::Paint && !m_ShownOnce) {
+        m_ShownOnce = true;
+        m_WindowShownTimer.start();
+    }
+    return CWindow::event(pEvent);
+}
+
+bool CMainWindow::eventFilter(QObject* pObject, QEvent* pEvent)
+{
+    if (pEvent->type() == QEvent::KeyPress && pObject->isWindowType() && pObject->inherits("QWidgetWindow") &&
+        !QApplication::activeModalWidget() && !QApplication::activePopupWidget() &&
+        HandleKey(static_cast<QKeyEvent*>(pEvent)))
+        return true;
+    return CWindow::eventFilter(pObject, pEvent);
+}
+
+bool CMainWindow::HandleKey(QKeyEvent* pKey)
+{
+    if (pKey->key() == Qt::Key_Escape && pKey->modifiers() == Qt::NoModifier) {
+        for (CWindow* pWindow : m_Windows)
+            if (pWindow->IsEscKeyOpActive()) return false;
+        m_W.pSource->setFocus();
+        return true;
+    }
+    const QString sKey = QKeySequence(pKey->keyCombination()).toString(QKeySequence::PortableText);
+    // A bare letter, digit or editing key belongs to the widget with the focus when it takes text.
+    const bool Plain = !(pKey->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
+    const QWidget* pFocus = QApplication::focusWidget();
+    const bool TakesText = pFocus && pFocus->testAttribute(Qt::WA_InputMethodEnabled);
+    if (Plain && TakesText && (pKey->key() < Qt::Key_F1 || pKey->key() > Qt::Key_F35)) return false;
+    for (const int ID : FindActionsByHotKey(sKey)) {
+        QAction* pAction = GetAction(ID);
+        if (!pAction || !pAction->isEnabled()) continue;
+        // Two commands may share a key; the one that can run in the present state takes it.
+        auto* pOwner = qobject_cast<CWindow*>(pAction->parent());
+        if (!pOwner || !(pOwner == this || pOwner == m_W.pSource || pOwner->HasFocus())) continue;
+        ::PerformAction(ID);
+        return true;
+    }
+    return false;
+}
+
+void CMainWindow::UpdateTitle()
+{
+    const CProject& Project = CProject::Get();
+    WINDOW_TITLE_STATE State;
+    State.ProjectOpen = Project.IsOpen();
+    State.Modified = Project.IsModified();
+    State.SessionActive = CDevice::Get().IsConnected();
+    State.ProjectPath = Project.GetPath();
+    State.ProgramFile = PROG_IsLoaded() ? PROG_GetPath() : QString();
+    QMainWindow::setWindowTitle(GetWindowTitle(State));
+}
+
+bool CMainWindow::IsTargetUsable() const
+{
+    return Core_IsLoaded();
+}

@@ -1,0 +1,474 @@
+// Opening projects, programs and sources; reload of a changed program; closing of documents.
+#include "app/actions/actions.h"
+#include "app/actions/commandtext.h"
+#include "app/console/consolewindow.h"
+#include "app/services/appinfo.h"
+#include "app/services/cmdline.h"
+#include "app/services/log.h"
+#include "app/services/messages.h"
+#include "app/shell/aboutbox.h"
+#include "app/shell/commandtable.h"
+#include "app/shell/mainwindow.h"
+#include "app/shell/sessiondecisions.h"
+#include "app/shell/warningsdialog.h"
+#include "app/shell/programdata.h"
+#include "core/cache/core.h"
+#include "core/host/corehost.h"
+#include "device/queue/device.h"
+#include "device/target/datamanager.h"
+#include "program/tables/prog.h"
+#include "project/file/project.h"
+#include "project/finder/filefinder.h"
+#include "project/settings/sysvars.h"
+#include "script/host/bscript.h"
+#include "views/debug/sourcewindow.h"
+#include "views/framework/messagebox.h"
+#include "views/framework/statusbar.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QFileDialog>
+#include <QFileInfo>
+
+bool CMainWindow::OpenFile(const QString& sPath, U32 Flags)
+{
+    QString sFile = QFileInfo::exists(sPath) ? sPath : CFileFinder::Get().Resolve(sPath);
+    const QFileInfo Info(sFile);
+    if (sFile.isEmpty() || !Info.exists() || Info.isDir()) return false;
+    sFile = Info.absoluteFilePath();
+    m_S.OpenFlags = Flags;
+    switch (DecideOpenKind(sFile)) {
+    case OPEN_PROJECT: OpenProject(sFile); break;
+    case OPEN_SOURCE: m_W.pSource->Open(sFile); break;
+    case OPEN_DATA: OpenDataFile(sFile); break;
+    }
+    return true;
+}
+
+// ---- Projects ------------------------------------------------------------------------------------------
+
+void CMainWindow::OpenProject(const QString& sPath)
+{
+    if (!QFileInfo::exists(sPath)) return;
+    if (CDevice::Get().IsConnected()) {
+        if (CMessageBox::Ask(MSGBOX_STOP_DEBUGGING) != QDialogButtonBox::Yes) return;
+        m_S.PendingAction = PENDING_OPEN_PROJECT;
+        m_S.sStoredProject = sPath;
+        PerformAction(ACT_DEBUG_STOP);
+        return;
+    }
+    if (!SaveModifiedDocuments()) return;
+    CProject& Project = CProject::Get();
+    Project.Close();
+    CloseProgram();
+    Project.Open(sPath);
+}
+
+void CMainWindow::OnProjectFileOpened(QString sPath)
+{
+    AddRecent(m_RecentProjects, sPath);
+    UpdateTitle();
+    CProject& Project = CProject::Get();
+    if (BScript::HasError()) {
+        Project.LogScriptError();
+        ShowWindow(QStringLiteral("Console"));
+        return;
+    }
+    const QString sProbeSettings = Project.GetProbeSettingsPath();
+    if (!sProbeSettings.isEmpty()) Project.GetHooks().SetDeviceParamText(DCP_SCRIPT_FILE, sProbeSettings);
+    Project.PrepareProjectLoad();
+    BScript::ExecScriptFunction(EVENT_ON_PROJECT_LOAD);
+    ShowProjectWarnings();
+    LoadDefaultRegisterSet();
+    UpdateConnectionLabel();
+    UpdateActions();
+    UpdateTitle();
+}
+
+void CMainWindow::OnProjectFileClosed(QString)
+{
+    UpdateTitle();
+    UpdateActions();
+}
+
+void CMainWindow::ShowProjectWarnings()
+{
+    CProject& Project = CProject::Get();
+    const QStringList Warnings = Project.GetWarnings();
+    bool Cancel = false;
+    if (!Warnings.isEmpty() && GetVarValue(PREF_SHOW_PROJECT_WARNINGS_DIALOG))
+        Cancel = CWarningsDialog::Ask(Warnings, Project.GetPath(), this) == CWarningsDialog::CANCELED;
+    Project.LogNewWarnings();
+    if (Cancel) NewProject();
+    UpdateActions();
+}
+
+void CMainWindow::LoadDefaultRegisterSet()
+{
+    const PROJECT_HOOKS& Hooks = CProject::Get().GetHooks();
+    if (Hooks.HasCPURegisters()) return;
+    const QString sFile = Hooks.DefaultRegisterFile();
+    if (sFile.isEmpty()) return;
+    LogMessage(71, sFile.toUtf8().constData());
+    PerformAction(ACT_PROJECT_ADD_SVD_FILE, sFile);
+}
+
+void CMainWindow::NewProject()
+{
+    if (CDevice::Get().IsConnected()) {
+        if (CMessageBox::Ask(MSGBOX_STOP_DEBUGGING) != QDialogButtonBox::Yes) return;
+        PerformAction(ACT_DEBUG_STOP);
+        CDevice::Get().WaitForJobAndEvent(BT_DISCONNECT, true);
+    }
+    if (!SaveModifiedDocuments()) return;
+    CProject::Get().Close();
+    CloseProgram();
+    UpdateTitle();
+    UpdateActions();
+}
+
+bool CMainWindow::CreateProject(const QString& sPath, const QStringList& Commands, bool Ask)
+{
+    if (CDevice::Get().IsConnected()) {
+        LogError(QStringLiteral("Attempting to create project while debug session is running"));
+        return false;
+    }
+    if (Ask && !SaveModifiedDocuments()) return false;
+    CProject& Project = CProject::Get();
+    Project.Close();
+    BScript::SetProjectPath(sPath);
+    ParseVarText(VAR_BREAK_AT_THIS_SYMBOL, 0, QStringLiteral("main"));
+    SetVar(VAR_TRACE_SOURCE, 0, false);
+    CloseProgram();
+    const bool Created = Project.CreateFromCommands(Commands) == 0;
+    if (Ask)
+        ShowProjectWarnings();
+    else
+        Project.LogNewWarnings();
+    LoadDefaultRegisterSet();
+    UpdateTitle();
+    UpdateActions();
+    return Created;
+}
+
+bool CMainWindow::CreateProjectFromCmdLine()
+{
+    const CmdLineArgs Args = GetCmdLineArgs();
+    const auto Missing = [](const QString& sValue, const char* sName) {
+        if (!sValue.isEmpty()) return false;
+        LogError(QStringLiteral("failed to create project from command line arguments: required argument \"%1\" is "
+                                "missing.")
+                     .arg(QLatin1String(sName)));
+        return true;
+    };
+    if (Missing(Args.Device, "device") || Missing(Args.HostIF, "host interface") ||
+        Missing(Args.TargetIF, "target interface"))
+        return false;
+    QStringList Commands;
+    Commands << FormatCommand(ACT_PROJECT_SET_DEVICE, {Args.Device})
+             << FormatCommand(ACT_PROJECT_SET_HOST_IF, {Args.HostIF, Args.HostID})
+             << FormatCommand(ACT_PROJECT_SET_TARGET_IF, {Args.TargetIF});
+    if (!Args.Speed.isEmpty()) Commands << FormatCommand(ACT_PROJECT_SET_TIF_SPEED, {Args.Speed});
+    if (!Args.BrylloScriptFile.isEmpty())
+        Commands << FormatCommand(ACT_PROJECT_SET_BRYLLO_SCRIPT, {Args.BrylloScriptFile});
+    if (const QStringList Chain = Args.JTAGConfig.split(','); Chain.size() == 2)
+        Commands << FormatCommand(ACT_PROJECT_SET_JTAG_CONFIG, Chain);
+    if (!Args.ProgramFile.isEmpty()) Commands << FormatCommand(ACT_FILE_OPEN, {Args.ProgramFile});
+    CProject& Project = CProject::Get();
+    Project.SetFromCmdLine(Commands);
+    if (QFileInfo(Args.ProjectFile).isFile()) {
+        if (!Project.WriteSettings(Args.ProjectFile, true, Commands, {"Project.SetDevice", "Project.SetHostIF",
+                                                                      "Project.SetTargetIF", "Project.SetTIFSpeed"}))
+            return false;
+        LogInfo(QStringLiteral("Project settings were written to the project file"));
+        return OpenFile(Args.ProjectFile, 0);
+    }
+    return CreateProject(Args.ProjectFile, Commands, false);
+}
+
+// ---- Programs ------------------------------------------------------------------------------------------
+
+void CMainWindow::CloseProgram()
+{
+    const std::lock_guard Lock(CDevice::Get().GetDeviceMutex());
+    PROG_Unload();
+    CProject::Get().SetProgramFile({});
+    m_S.sProgramPath.clear();
+    ClearProgramData();
+    CDeviceDataManager::Get().Invalidate();
+    for (CWindow* pWindow : m_Windows)
+        if (pWindow != this && pWindow != m_W.pSource) pWindow->Clear();
+}
+
+void CMainWindow::OpenDataFile(const QString& sPath)
+{
+    m_S.OpenTime.start();
+    if (sPath.isEmpty()) return CloseProgram();
+    if (IsElfFile(sPath)) {
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        CStatusBar::Get().SetStatusMessage(QStringLiteral("Opening File..."));
+        OpenElfDataFile(sPath);
+        QApplication::restoreOverrideCursor();
+    } else {
+        OpenOtherDataFile(sPath, QFileInfo(sPath).suffix().compare("bin", Qt::CaseInsensitive) == 0);
+    }
+}
+
+void CMainWindow::OpenElfDataFile(const QString& sPath)
+{
+    CDevice& Dev = CDevice::Get();
+    CDeviceDataManager::Get().Invalidate();
+    if (!Dev.IsHalted()) Dev.ResetTargetExecStateAsync();
+    for (CWindow* pWindow : m_Windows)
+        if (pWindow != this && pWindow != m_W.pSource) pWindow->Clear();
+    int Result = 0;
+    {
+        const std::lock_guard Lock(Dev.GetDeviceMutex());
+        PROG_Unload();
+        ClearProgramData();
+        Result = PROG_Load(sPath);
+        if (Result == 0) {
+            Core::ClearCache();
+            Core::AnalyzeProgram();
+        }
+    }
+    if (Result < 0) {
+        // The reason is in the console already; the project keeps no program that isn't there.
+        CProject::Get().SetProgramFile({});
+        m_S.sProgramPath.clear();
+        CStatusBar::Get().SetStatusMessage(QStringLiteral("Ready"));
+        UpdateActions();
+        UpdateTitle();
+        return;
+    }
+    CProject::Get().SetProgramFile(sPath);
+    emit DataFileOpened(sPath);
+}
+
+void CMainWindow::OpenOtherDataFile(const QString& sPath, bool Binary)
+{
+    CDevice& Dev = CDevice::Get();
+    if (Binary && m_S.LoadAddr < 1) {
+        SetActionError(ACT_FILE_OPEN, QStringLiteral("Invalid Address Parameter"));
+        return;
+    }
+    const QString sError = LoadOtherProgramData(sPath, Binary ? U32(m_S.LoadAddr) : 0);
+    if (!sError.isEmpty()) {
+        LogError(sError);
+        return;
+    }
+    {
+        const std::lock_guard Lock(Dev.GetDeviceMutex());
+        PROG_Unload();
+    }
+    CProject::Get().SetProgramFile(sPath);
+    for (CWindow* pWindow : m_Windows)
+        if (pWindow != this && pWindow != m_W.pSource) pWindow->Clear();
+    if (!Dev.IsHalted()) {
+        Dev.ResetTargetExecStateAsync();
+        Dev.WaitForJob(BT_RESET_TARGET_EXEC_STATE, false, 100);
+    }
+    emit DataFileOpened(sPath);
+}
+
+void CMainWindow::OnDataFileOpened(QString sPath)
+{
+    CDevice& Dev = CDevice::Get();
+    AddRecent(m_RecentPrograms, sPath);
+    const PROJECT_HOOKS& Hooks = CProject::Get().GetHooks();
+    if (PROG_IsLoaded() && !Hooks.DataEndianMatches()) {
+        LogMessage(93);
+        PerformAction(ACT_TARGET_SET_ENDIANESS, PROG_GetByteOrder());
+    }
+    for (CWindow* pWindow : m_Windows)
+        if (PROG_IsLoaded()) pWindow->SetSrcLanguage(PROG_GetSrcLang());
+    ResolveBreakSymbol();
+    UpdateActions();
+    UpdateTitle();
+    if (sPath == m_S.sProgramPath)
+        m_W.pSource->ReopenResolvedDocuments();
+    else
+        m_W.pSource->SelectLocation(PROG_GetMainSrcLoc());
+    if (PROG_IsLoaded())
+        LogInfo(QStringLiteral("File.Open: completed in %1 ms").arg(m_S.OpenTime.elapsed()));
+    const bool SameFile = sPath == m_S.sProgramPath;
+    const U32 Flags = std::exchange(m_S.OpenFlags, 0);
+    const DOWNLOAD_MODES Mode = std::exchange(m_S.DownloadMode, DM_PROGRAM);
+    m_S.sProgramPath = sPath;
+    m_S.LoadAddr = -1;
+    if (!Dev.IsConnected()) {
+        CStatusBar::Get().SetStatusMessage(QStringLiteral("Ready"));
+        return;
+    }
+    if (Mode == DM_FILE) {
+        Download(sPath, {}, DM_FILE);
+    } else if (!Dev.IsHalted() || !PROG_IsLoaded() || (SameFile && (Flags & OPEN_FLAG_RELOAD))) {
+        Reset(RM_RESET_BEFORE_DOWNLOAD);
+    } else if (Flags & OPEN_FLAG_INTERACTIVE) {
+        if (CMessageBox::Ask(MSGBOX_DOWNLOAD_PROGRAM) == QDialogButtonBox::Yes) Reset(RM_RESET_BEFORE_DOWNLOAD);
+    }
+}
+
+void CMainWindow::CheckProgramFileChanged()
+{
+    if (m_S.AskingReload) return;
+    CProject& Project = CProject::Get();
+    const QString sPath = Project.GetProgramFile();
+    const QFileInfo Info(sPath);
+    if (sPath.isEmpty() || !Info.exists() || Info.lastModified() == Project.GetProgramFileTime()) return;
+    m_S.AskingReload = true;
+    Project.SetProgramFile(sPath);
+    if (CMessageBox::Ask(MSGBOX_RELOAD_PROGRAM) == QDialogButtonBox::Yes) {
+        m_S.OpenFlags = OPEN_FLAG_RELOAD;
+        SetActionParams(ACT_FILE_OPEN, sPath);
+        PerformAction(ACT_FILE_OPEN);
+    }
+    m_S.AskingReload = false;
+}
+
+bool CMainWindow::SaveModifiedDocuments()
+{
+    const QStringList Names = m_W.pSource->GetDocsWithUnsavedChangesFileNames();
+    if (Names.isEmpty()) return true;
+    const auto Answer = Names.size() == 1 ? CMessageBox::Ask(MSGBOX_SAVE_DOCUMENT, Names.first())
+                                          : CMessageBox::Ask(MSGBOX_SAVE_DOCUMENTS, Names.join('\n'));
+    if (Answer == QDialogButtonBox::Cancel) return false;
+    if (Answer == QDialogButtonBox::Yes) m_W.pSource->SaveAll();
+    return true;
+}
+
+// ---- Commands ------------------------------------------------------------------------------------------
+
+namespace {
+
+void OnFileOpen(int Id)
+{
+    if (!CheckParamCount(Id, 0)) return;
+    QString sPath = GetActionParam(Id);
+    SESSION_STATE& S = CMainWindow::Get().GetSession();
+    U32 Flags = S.OpenFlags & OPEN_FLAG_RELOAD;
+    if (!HasActionParams(Id)) {
+        Flags |= OPEN_FLAG_INTERACTIVE;
+        sPath = QFileDialog::getOpenFileName(&CMainWindow::Get(), QStringLiteral("Open File"), {},
+                                             QStringLiteral("All Files (*);;Source Files (*.h *.c *.hpp *.cpp *.s);;"
+                                                            "Data Files (*.bin *.mot *.srec *.hex *.elf *.out *.axf);;"
+                                                            "Project Files (*.bdebug)"));
+        if (sPath.isEmpty()) return SetActionSilent(Id);
+    }
+    SetActionParams(Id, sPath);
+    if (CMainWindow::Get().OpenFile(sPath, Flags)) return;
+    if (!IsDataFileName(sPath)) return SetActionError(Id, ERR_FILE_NOT_FOUND, sPath);
+    // A missing program is a fault of the project: it stands among the warnings that are shown when it is loaded.
+    char ac[2300];
+    FormatMessage(70, ac, sizeof(ac), sPath.toUtf8().constData());
+    CProject::Get().AddWarning(QString::fromUtf8(ac));
+    if (BScript::GetRunningEvent() == EVENT_ON_PROJECT_LOAD)
+        SetActionSilent(Id);
+    else
+        SetActionError(Id, ERR_FILE_NOT_FOUND, sPath);
+}
+
+void OnFileLoad(int Id)
+{
+    if (!CheckParamCount(Id, 0)) return;
+    const QStringList Params = GetActionParams(Id);
+    QString sPath = Params.value(0);
+    if (sPath.isEmpty()) {
+        sPath = QFileDialog::getOpenFileName(&CMainWindow::Get(), QStringLiteral("Load File"));
+        if (sPath.isEmpty()) return SetActionSilent(Id);
+    }
+    const QString sFile = CFileFinder::Get().Resolve(sPath);
+    if (sFile.isEmpty() || !QFileInfo(sFile).isFile()) return SetActionError(Id, ERR_FILE_NOT_FOUND, sPath);
+    bool HasAddr = false;
+    const I64 Addr = Params.value(1).toLongLong(&HasAddr, 0);
+    const bool Binary = QFileInfo(sFile).suffix().compare("bin", Qt::CaseInsensitive) == 0;
+    if (Binary && !HasAddr) return SetActionError(Id, QStringLiteral("Invalid Address Parameter"));
+    SESSION_STATE& S = CMainWindow::Get().GetSession();
+    S.DownloadMode = DM_FILE;
+    S.LoadAddr = IsElfFile(sFile) || !HasAddr ? -1 : Addr;
+    CMainWindow::Get().OpenDataFile(sFile);
+}
+
+void OnFileNewProject(int Id)
+{
+    if (CheckParamCount(Id)) CMainWindow::Get().NewProject();
+}
+
+void OnFileExit(int Id)
+{
+    if (CheckParamCount(Id)) QMetaObject::invokeMethod(&CMainWindow::Get(), "close", Qt::QueuedConnection);
+}
+
+void OnFileClose(int Id)
+{
+    if (!CheckParamCount(Id, 0)) return;
+    CSourceWindow& Source = *CMainWindow::Get().GetSessionWindows().pSource;
+    const QString sPath = HasActionParams(Id) ? GetActionParam(Id) : Source.GetActiveFile();
+    if (!Source.IsOpen(sPath)) return SetActionError(Id, ERR_FILE_NOT_FOUND, sPath);
+    SetActionParams(Id, sPath);
+    Source.Close(sPath);
+}
+
+void OnFileSave(int Id)
+{
+    if (!CheckParamCount(Id, 0)) return;
+    CSourceWindow& Source = *CMainWindow::Get().GetSessionWindows().pSource;
+    const QString sPath = HasActionParams(Id) ? GetActionParam(Id) : Source.GetActiveFile();
+    if (!Source.IsOpen(sPath)) return SetActionError(Id, ERR_FILE_NOT_FOUND, sPath);
+    SetActionParams(Id, sPath);
+    Source.Save(sPath);
+}
+
+void OnFileSaveProjectAs(int Id)
+{
+    if (!CheckParamCount(Id, 0)) return;
+    QString sPath = GetActionParam(Id);
+    if (!HasActionParams(Id)) {
+        sPath = QFileDialog::getSaveFileName(&CMainWindow::Get(), QStringLiteral("Save Project as..."), {},
+                                             QStringLiteral("Project Files (*.bdebug)"));
+        if (sPath.isEmpty()) return SetActionSilent(Id);
+    }
+    if (QFileInfo(sPath).suffix().isEmpty()) sPath += QStringLiteral(".bdebug");
+    const QFileInfo Info(sPath);
+    if (Info.suffix() != "bdebug" || !QFileInfo(Info.absolutePath()).isWritable())
+        return SetActionError(Id, QStringLiteral("invalid project filename"));
+    SetActionParams(Id, sPath);
+    if (!CProject::Get().Save(sPath)) SetActionError(Id, QStringLiteral("invalid project filename"));
+    CMainWindow::Get().UpdateTitle();
+}
+
+void OnFileSaveAll(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const CProject& Project = CProject::Get();
+    if (Project.IsModified()) PerformAction(ACT_FILE_SAVE_PROJECT_AS, Project.GetPath());
+    CMainWindow::Get().GetSessionWindows().pSource->SaveAll();
+}
+
+void OnHelpCommands(int Id)
+{
+    if (CheckParamCount(Id)) CConsoleWindow::Get().PrintCommandHelp();
+}
+
+void OnHelpAbout(int Id)
+{
+    if (CheckParamCount(Id)) ShowAboutBox(&CMainWindow::Get());
+}
+
+} // namespace
+
+void RegisterFileCommands()
+{
+    SetCommandHandler(ACT_FILE_OPEN, OnFileOpen);
+    SetCommandHandler(ACT_FILE_LOAD, OnFileLoad);
+    SetCommandHandler(ACT_FILE_NEW_PROJECT, OnFileNewProject);
+    SetCommandHandler(ACT_FILE_EXIT, OnFileExit);
+    SetCommandHandler(ACT_FILE_CLOSE, OnFileClose);
+    SetCommandHandler(ACT_FILE_CLOSE_ALL,
+                      [](int Id) { if (CheckParamCount(Id)) CMainWindow::Get().GetSessionWindows().pSource->CloseAll(); });
+    SetCommandHandler(ACT_FILE_SAVE, OnFileSave);
+    SetCommandHandler(ACT_FILE_SAVE_PROJECT_AS, OnFileSaveProjectAs);
+    SetCommandHandler(ACT_FILE_SAVE_ALL, OnFileSaveAll);
+    SetCommandHandler(ACT_HELP_COMMANDS, OnHelpCommands);
+    SetCommandHandler(ACT_HELP_ABOUT, OnHelpAbout);
+}

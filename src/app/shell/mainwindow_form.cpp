@@ -1,0 +1,274 @@
+// Builds what the main window shows: actions, menus, tool bars, the two drop-down buttons and the docks.
+#include "app/actions/actions.h"
+#include "app/console/consolewindow.h"
+#include "app/services/settingsstore.h"
+#include "app/services/appinfo.h"
+#include "app/shell/commandtable.h"
+#include "app/shell/mainwindow.h"
+#include "project/file/project.h"
+#include "project/settings/settingsnotifier.h"
+#include "project/settings/sysvars.h"
+#include "views/debug/breakpointwindow.h"
+#include "views/debug/callstackwindow.h"
+#include "views/debug/disassemblywindow.h"
+#include "views/debug/localswindow.h"
+#include "views/debug/registerwindow.h"
+#include "views/debug/sourcewindow.h"
+#include "views/framework/dockwindow.h"
+#include "views/framework/statusbar.h"
+#include "views/theme/icons.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLabel>
+#include <QMenuBar>
+#include <QToolBar>
+#include <QToolButton>
+
+namespace {
+
+constexpr char GROUP_MAIN[] = "AppData/MainWindow";
+constexpr char GROUP_DEBUG[] = "AppData/Perspectives/Debug";
+constexpr int MAX_RECENT = 10;
+
+const ACTION_LOOK* FindLook(int ID)
+{
+    for (const ACTION_LOOK& Look : ACTION_LOOKS)
+        if (Look.ID == ID) return &Look;
+    return nullptr;
+}
+
+} // namespace
+
+QAction* CMainWindow::MakeAction(int ID)
+{
+    const ACTION_ROW* pRow = GetActionRow(ID);
+    if (!pRow || !*pRow->ObjectName) return nullptr;
+    auto* pAction = new QAction(this);
+    pAction->setObjectName(QLatin1String(pRow->ObjectName));
+    const ACTION_LOOK* pLook = FindLook(ID);
+    pAction->setText(pLook ? QString::fromLatin1(pLook->Text) : GetCommandName(ID));
+    if (pLook && *pLook->Icon) pAction->setIcon(GetIcon(QLatin1String(pLook->Icon)));
+    // Keys run through the action table's own dispatch, which knows the window with the focus; the shortcut is shown only.
+    pAction->setShortcutContext(Qt::WidgetShortcut);
+    addAction(pAction);
+    Connect(pAction, SIGNAL(triggered()), this, SLOT(OnActionCommandTriggered()));
+    m_apAction[size_t(ID)] = pAction;
+    return pAction;
+}
+
+void CMainWindow::BuildActions()
+{
+    for (int ID = 0; ID < NUM_ACTIONS; ID++)
+        if (GetCommandHandler(ID)) MakeAction(ID);
+    for (const TOOLBAR_LAYOUT& Layout : TOOLBARS)
+        if (QAction* pToggle = m_apAction[size_t(Layout.ToggleAction)]) pToggle->setCheckable(true);
+}
+
+void CMainWindow::OnActionCommandTriggered()
+{
+    const int ID = GetActionId(qobject_cast<QAction*>(sender()));
+    if (const COMMAND_HANDLER pfHandler = GetCommandHandler(ID)) pfHandler(ID);
+}
+
+void CMainWindow::BuildMenus()
+{
+    for (const MENU_LAYOUT& Layout : MENUS) {
+        auto* pMenu = new QMenu(QLatin1String(Layout.Text), this);
+        pMenu->setObjectName(QLatin1String(Layout.ObjectName));
+        pMenu->setToolTipsVisible(true);
+        m_apMenu[size_t(Layout.Index)] = pMenu;
+        if (Layout.OnBar) menuBar()->addMenu(pMenu);
+    }
+    for (const MENU_LAYOUT& Layout : MENUS) {
+        QMenu* pMenu = m_apMenu[size_t(Layout.Index)];
+        for (int i = 0; i < Layout.NumEntries; i++) {
+            const int Entry = Layout.aEntries[i];
+            if (Entry == MENU_SEPARATOR)
+                pMenu->addSeparator();
+            else if (Entry <= MENU_SUBMENU)
+                pMenu->addMenu(m_apMenu[size_t(MENU_SUBMENU - Entry)]);
+            else if (QAction* pAction = m_apAction[size_t(Entry)])
+                pMenu->addAction(pAction);
+        }
+    }
+    m_apMenu[MENU_CONNECT]->setIcon(GetIcon(QStringLiteral("control-power-green")));
+    m_apMenu[MENU_RESET]->setIcon(GetIcon(QStringLiteral("reset")));
+    connect(m_apMenu[MENU_WINDOW], &QMenu::aboutToShow, this, &CMainWindow::UpdateWindowMenu);
+    connect(m_apMenu[MENU_WINDOW], &QMenu::triggered, this, &CMainWindow::OnWindowMenuActionTriggered);
+    connect(m_apMenu[MENU_RECENT_PROJECTS], &QMenu::triggered, this, &CMainWindow::OnRecentMenuActionTriggered);
+    connect(m_apMenu[MENU_RECENT_PROGRAMS], &QMenu::triggered, this, &CMainWindow::OnRecentMenuActionTriggered);
+}
+
+void CMainWindow::BuildDropDownButtons()
+{
+    const auto MakeButton = [this](int ID, MENU_INDEX Menu) {
+        auto* pButton = new QToolButton(this);
+        pButton->setDefaultAction(m_apAction[size_t(ID)]);
+        pButton->setMenu(m_apMenu[Menu]);
+        pButton->setPopupMode(QToolButton::MenuButtonPopup);
+        pButton->setAccessibleName(GetCommandName(ID));
+        return pButton;
+    };
+    m_pStartButton = MakeButton(ACT_DEBUG_START, MENU_CONNECT);
+    m_pResetButton = MakeButton(ACT_DEBUG_RESET, MENU_RESET);
+}
+
+void CMainWindow::BuildToolBars()
+{
+    BuildDropDownButtons();
+    for (int i = 0; i < NUM_TOOLBARS; i++) {
+        const TOOLBAR_LAYOUT& Layout = TOOLBARS[i];
+        auto* pBar = new QToolBar(QLatin1String(Layout.Title), this);
+        pBar->setObjectName(QLatin1String(Layout.ObjectName));
+        pBar->setIconSize(QSize(20, 20));
+        for (int k = 0; k < Layout.NumEntries; k++) {
+            const int Entry = Layout.aEntries[k];
+            if (Entry == MENU_SEPARATOR)
+                pBar->addSeparator();
+            else if (Entry == ACT_DEBUG_START)
+                pBar->addWidget(m_pStartButton);
+            else if (Entry == ACT_DEBUG_RESET)
+                pBar->addWidget(m_pResetButton);
+            else if (Entry >= 0 && m_apAction[size_t(Entry)])
+                pBar->addAction(m_apAction[size_t(Entry)]);
+        }
+        addToolBar(Qt::TopToolBarArea, pBar);
+        m_apToolBar[size_t(i)] = pBar;
+    }
+}
+
+void CMainWindow::AdoptWindow(CWindow* pWindow)
+{
+    m_Windows.append(pWindow);
+    CConsoleWindow::Get().AddCommandListener(pWindow);
+    CWindow::Connect(pWindow, SIGNAL(StatusTextChanged()), this, SLOT(OnWindowStatusTextChanged()));
+    connect(&CSettingsNotifier::Get(), &CSettingsNotifier::VarChanged, pWindow, &CWindow::OnSysVarChanged);
+    connect(this, &CMainWindow::InitComplete, pWindow, &CWindow::OnGuiInitComplete);
+    connect(this, &CMainWindow::WindowOpened, pWindow, &CWindow::OnWindowOpened);
+    connect(this, &CMainWindow::WindowClosed, pWindow, &CWindow::OnWindowClosed);
+    connect(&CProject::Get(), &CProject::Opened, pWindow, &CWindow::OnProjectFileOpened);
+    connect(&CProject::Get(), &CProject::Closed, pWindow, &CWindow::OnProjectFileClosed);
+    if (pWindow == this) return;
+    connect(this, &CMainWindow::DataFileOpened, pWindow, &CWindow::OnDataFileOpened);
+    connect(this, &CMainWindow::DataFileAboutToDownload, pWindow, &CWindow::OnDataFileAboutToDownload);
+    connect(this, &CMainWindow::DataFileDownloaded, pWindow, &CWindow::OnDataFileDownloaded);
+}
+
+void CMainWindow::AddDock(CWindow* pWindow, const char* sDockName, Qt::DockWidgetArea Area, int ShowAction)
+{
+    auto* pDock = new CDockWindow(this);
+    pDock->setObjectName(QLatin1String(sDockName));
+    pDock->SetWindow(pWindow);
+    addDockWidget(Area, pDock);
+    connect(pDock, &CDockWindow::visibilityChanged, pWindow, &CWindow::VisibilityChanged);
+    connect(pDock, &CDockWindow::topLevelChanged, pWindow, &CWindow::FloatingStateChanged);
+    pDock->hide();
+    AdoptWindow(pWindow);
+    m_WindowOfAction.insert(ShowAction, pWindow);
+    SetCommandHandler(ShowAction, [](int ID) {
+        if (CWindow* p = CMainWindow::Get().m_WindowOfAction.value(ID)) ::PerformAction(ACT_WINDOW_SHOW, p->GetName());
+    });
+}
+
+void CMainWindow::BuildWindows()
+{
+    setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
+    setDocumentMode(true);
+    setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
+    AdoptWindow(this);
+    m_W.pCallStack = new CCallStackWindow(this);
+    AddDock(m_W.pCallStack, "dockWidgetCallStack", Qt::RightDockWidgetArea, ACT_WINDOW_SHOW_CALL_STACK);
+    m_W.pDisassembly = new CDisassemblyWindow(this);
+    AddDock(m_W.pDisassembly, "dockWidgetDisassembly", Qt::RightDockWidgetArea, ACT_WINDOW_SHOW_DISASSEMBLY);
+    m_W.pSource = new CSourceWindow(this);
+    setCentralWidget(m_W.pSource);
+    AdoptWindow(m_W.pSource);
+    m_W.pBreakpoints = new CBreakpointWindow(this);
+    AddDock(m_W.pBreakpoints, "dockWidgetBreakpoints", Qt::LeftDockWidgetArea, ACT_WINDOW_SHOW_BREAKPOINTS);
+    m_W.pLocals = new CLocalsWindow(this);
+    AddDock(m_W.pLocals, "dockWidgetLocals", Qt::RightDockWidgetArea, ACT_WINDOW_SHOW_LOCAL_DATA);
+    m_W.pConsole = &CConsoleWindow::Get();
+    AddDock(m_W.pConsole, "dockWidgetConsole", Qt::BottomDockWidgetArea, ACT_WINDOW_SHOW_CONSOLE);
+    m_W.pRegisters = new CRegisterWindow(this);
+    AddDock(m_W.pRegisters, "dockWidgetRegisters1", Qt::RightDockWidgetArea, ACT_WINDOW_SHOW_REGISTERS);
+}
+
+void CMainWindow::ApplyDefaultLayout()
+{
+    for (int i = 0; i < NUM_TOOLBARS; i++) m_apToolBar[size_t(i)]->setVisible(TOOLBARS[i].ShownAtFirst);
+    for (CWindow* pWindow : m_Windows)
+        if (CDockWindow* pDock = pWindow->GetDock()) pDock->hide();
+    tabifyDockWidget(m_W.pCallStack->GetDock(), m_W.pLocals->GetDock());
+    tabifyDockWidget(m_W.pRegisters->GetDock(), m_W.pDisassembly->GetDock());
+    for (CWindow* pWindow : QList<CWindow*>{m_W.pRegisters, m_W.pConsole, m_W.pCallStack, m_W.pBreakpoints,
+                                            m_W.pDisassembly, m_W.pLocals})
+        pWindow->GetDock()->show();
+    m_W.pCallStack->GetDock()->raise();
+    m_W.pRegisters->GetDock()->raise();
+    resizeDocks({m_W.pBreakpoints->GetDock(), m_W.pRegisters->GetDock()}, {240, 360}, Qt::Horizontal);
+    resizeDocks({m_W.pCallStack->GetDock(), m_W.pRegisters->GetDock()}, {180, 360}, Qt::Vertical);
+    resizeDocks({m_W.pConsole->GetDock()}, {190}, Qt::Vertical);
+}
+
+void CMainWindow::RestoreAppData()
+{
+    const CSettingsStore& Store = CSettingsStore::Get();
+    m_sDefaultDirOpen = Store.Read(GROUP_MAIN, "DefaultDirOpen", QDir::homePath()).toString();
+    m_sDefaultDirSave = Store.Read(GROUP_MAIN, "DefaultDirSave", QDir::homePath()).toString();
+    m_RecentProjects = Store.Read(GROUP_MAIN, "RecentProjects", {}).toStringList();
+    m_RecentPrograms = Store.Read(GROUP_MAIN, "RecentPrograms", {}).toStringList();
+    RebuildRecentMenus();
+    resize(1440, 900);
+    ApplyDefaultLayout();
+    if (const QByteArray Geometry = Store.Read(GROUP_MAIN, "Geometry", {}).toByteArray(); !Geometry.isEmpty())
+        restoreGeometry(Geometry);
+    if (const QByteArray State = Store.Read(GROUP_DEBUG, "WindowState", {}).toByteArray(); !State.isEmpty())
+        restoreState(State, 0);
+    for (int i = 0; i < NUM_TOOLBARS; i++) {
+        const TOOLBAR_LAYOUT& Layout = TOOLBARS[i];
+        const bool Shown = Store.Read(GROUP_DEBUG, Layout.SettingsKey, Layout.ShownAtFirst).toBool();
+        m_apToolBar[size_t(i)]->setVisible(Shown);
+        if (QAction* pToggle = m_apAction[size_t(Layout.ToggleAction)]) pToggle->setChecked(Shown);
+    }
+}
+
+void CMainWindow::SaveAppData()
+{
+    CSettingsStore& Store = CSettingsStore::Get();
+    Store.Write(GROUP_MAIN, "DefaultDirOpen", m_sDefaultDirOpen);
+    Store.Write(GROUP_MAIN, "DefaultDirSave", m_sDefaultDirSave);
+    Store.Write(GROUP_MAIN, "Geometry", saveGeometry());
+    Store.Write(GROUP_MAIN, "RecentProjects", m_RecentProjects);
+    Store.Write(GROUP_MAIN, "RecentPrograms", m_RecentPrograms);
+    Store.Write(GROUP_MAIN, "Version", GetVersionText());
+    Store.Write(GROUP_DEBUG, "WindowState", saveState(0));
+    for (int i = 0; i < NUM_TOOLBARS; i++)
+        Store.Write(GROUP_DEBUG, TOOLBARS[i].SettingsKey, m_apToolBar[size_t(i)]->isVisible());
+}
+
+void CMainWindow::AddRecent(QStringList& List, const QString& sPath)
+{
+    List.removeAll(sPath);
+    List.prepend(sPath);
+    while (List.size() > MAX_RECENT) List.removeLast();
+    RebuildRecentMenus();
+}
+
+void CMainWindow::RebuildRecentMenus()
+{
+    const auto Fill = [](QMenu* pMenu, const QStringList& List) {
+        pMenu->clear();
+        int Number = 0;
+        for (const QString& sPath : List)
+            pMenu->addAction(QStringLiteral("&%1 %2").arg(++Number).arg(QString(sPath).replace('&', "&&")))->setData(sPath);
+        pMenu->setEnabled(!List.isEmpty());
+    };
+    Fill(m_apMenu[MENU_RECENT_PROJECTS], m_RecentProjects);
+    Fill(m_apMenu[MENU_RECENT_PROGRAMS], m_RecentPrograms);
+}
+
+void CMainWindow::OnRecentMenuActionTriggered(QAction* pAction)
+{
+    ::PerformAction(ACT_FILE_OPEN, pAction->data());
+}

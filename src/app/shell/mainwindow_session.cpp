@@ -1,0 +1,568 @@
+// The chain of a session: connect, reset, download, first run, disconnect. Each handler starts the next link.
+#include "app/actions/actions.h"
+#include "app/actions/constants.h"
+#include "app/console/consolewindow.h"
+#include "app/services/diaglog.h"
+#include "app/services/log.h"
+#include "app/services/messages.h"
+#include "app/shell/commandtable.h"
+#include "app/shell/mainwindow.h"
+#include "app/shell/programdata.h"
+#include "app/shell/sessiondecisions.h"
+#include "core/host/corecalls.h"
+#include "core/host/corehost.h"
+#include "device/queue/device.h"
+#include "device/target/datamanager.h"
+#include "project/file/project.h"
+#include "project/finder/filefinder.h"
+#include "project/settings/appearance.h"
+#include "project/settings/sysvars.h"
+#include "program/eval/expression.h"
+#include "program/tables/prog.h"
+#include "script/host/bscript.h"
+#include "views/debug/sourcewindow.h"
+#include "views/framework/messagebox.h"
+#include "views/framework/statusbar.h"
+
+#include <QFileInfo>
+
+namespace {
+
+void SetStatus(const char* sText)
+{
+    CStatusBar::Get().SetStatusMessage(QString::fromLatin1(sText));
+}
+
+/// Runs a function that replaces a job with that job's reports suppressed, as the controller finishes by itself.
+void RunReplacing(int EventId, std::initializer_list<U32> Suppressed)
+{
+    CDevice& Dev = CDevice::Get();
+    for (const U32 Type : Suppressed) Dev.SetJobEventSuppressed(Type, true);
+    BScript::ExecScriptFunction(EventId);
+    for (const U32 Type : Suppressed) Dev.SetJobEventSuppressed(Type, false);
+}
+
+void RunEvent(int EventId)
+{
+    if (BScript::HasEvent(EventId)) BScript::ExecScriptFunction(EventId);
+}
+
+void PrintConnection(const QString& sText)
+{
+    CConsoleWindow::Get().Print(sText, GetColor(COLOR_LOGGING_BRYLLO), false);
+}
+
+} // namespace
+
+void CMainWindow::Start()
+{
+    if (m_W.pSource->HasModifiedDocument() || m_W.pSource->HasDocumentWithUnsavedChanges()) {
+        if (CMessageBox::AskWithThird(MSGBOX_SOURCES_MODIFIED) != 1) {
+            UpdateActions();
+            const auto Mode = CONNECT_MODES(GetVarValue(VAR_CONNECT_MODE));
+            DEVICE_ForEachListener([Mode](CDeviceEventListener& l) { l.OnDeviceConnectCanceled(Mode); });
+            SetActionSilent(ACT_DEBUG_START);
+            return;
+        }
+    }
+    if (BScript::HasEvent(EVENT_DEBUG_START))
+        BScript::ExecScriptFunction(EVENT_DEBUG_START);
+    else
+        Connect(CONNECT_MODES(GetVarValue(VAR_CONNECT_MODE)));
+}
+
+void CMainWindow::Connect(CONNECT_MODES Mode)
+{
+    CDevice& Dev = CDevice::Get();
+    if (Dev.IsConnected()) return;
+    SetStatus("Connecting...");
+    OnSideBarStateChanged();
+    RunEvent(EVENT_BEFORE_TARGET_CONNECT);
+    if (BScript::HasEvent(EVENT_TARGET_CONNECT)) {
+        RunReplacing(EVENT_TARGET_CONNECT, {BT_CONNECT});
+        Dev.State.FinishConnectMode = GetVarValue(VAR_CONNECT_MODE);
+        Dev.Wake();
+    } else {
+        Dev.ConnectAsync(Mode);
+    }
+}
+
+void CMainWindow::Disconnect()
+{
+    if (!CDevice::Get().IsConnected()) return;
+    Core_OnTargetDisconnect();
+    RunEvent(EVENT_BEFORE_TARGET_DISCONNECT);
+    CDevice::Get().DisconnectAsync();
+}
+
+void CMainWindow::Reset(RESET_MODES Mode)
+{
+    CDevice& Dev = CDevice::Get();
+    if (!Dev.IsConnected()) return;
+    SetStatus("Resetting Device...");
+    RunEvent(EVENT_BEFORE_TARGET_RESET);
+    if (BScript::HasEvent(EVENT_TARGET_RESET)) {
+        RunReplacing(EVENT_TARGET_RESET, {BT_RESET, BT_HALT});
+        Dev.State.FinishResetMode = Mode == RM_RESET_BEFORE_DOWNLOAD ? I64(Mode) : GetVarValue(VAR_RESET_MODE);
+        Dev.Wake();
+    } else {
+        Dev.ResetAsync(Mode);
+    }
+}
+
+void CMainWindow::StartDebugSession()
+{
+    CDevice& Dev = CDevice::Get();
+    Dev.State.DebugStarted = 1;
+    if (Dev.IsHalted()) Dev.PostJobEvent(BT_HALT, JOB_DONE, Dev.GetPC(), I64(Dev.GetPC()), HR_HALT);
+}
+
+void CMainWindow::OnSideBarStateChanged()
+{
+    // The instruction trace has no reader yet that could ask for data; a trace left on in the device would
+    // only cost its probe bandwidth.
+    if (CDevice::Get().State.InstTraceEnabled) CDevice::Get().DisableSimpleInstTraceAsync();
+}
+
+void CMainWindow::RefreshTraceWindows()
+{
+    for (CWindow* pWindow : m_Windows)
+        if (pWindow != this && pWindow->TestFlag(WF_LIVE_ITEMS)) pWindow->Repaint();
+}
+
+void CMainWindow::UpdateConnectionLabel()
+{
+    const CDevice& Dev = CDevice::Get();
+    if (!Dev.IsConnected()) {
+        CStatusBar::Get().SetConnectionInfo(QStringLiteral("Disconnected"));
+        return;
+    }
+    const I64 Speed = Dev.State.TIFSpeed;
+    CStatusBar::Get().SetConnectionInfo(QStringLiteral("Connected @ ") + VarToText(VAR_TIF_SPEED, Speed));
+}
+
+void CMainWindow::RunEventOrDefault(int EventId)
+{
+    if (BScript::HasEvent(EventId))
+        BScript::ExecScriptFunction(EventId);
+    else
+        CDevice::Get().SetTargetExecStateAsync(0, 0);
+}
+
+void CMainWindow::OnDeviceConnectDone(CONNECT_MODES Mode)
+{
+    CWindow::OnDeviceConnectDone(Mode);
+    RefreshTraceWindows();
+    UpdateActions();
+    if (Core_IsLoaded()) PrintConnection(QStringLiteral("Bryllo: connected to target device"));
+    SetStatus("Connected");
+    UpdateConnectionLabel();
+    UpdateActions();
+    UpdateTitle();
+    Core_OnTargetConnected();
+    RunEvent(EVENT_AFTER_TARGET_CONNECT);
+    if (GetVarValue(VAR_CONNECT_MODE) != I64(Mode) && Mode != CM_CONNECT_ONLY)
+        LogError(QStringLiteral("Changing the connection mode while the connection sequence is in progress may lead "
+                                "to undefined behaviour"));
+    CDevice& Dev = CDevice::Get();
+    switch (DecideAfterConnect(Mode, Dev.IsHalted() || Dev.State.HaltedRaw)) {
+    case AFTER_CONNECT_RESET_FOR_DOWNLOAD: Reset(RM_RESET_BEFORE_DOWNLOAD); break;
+    case AFTER_CONNECT_HALT: Dev.HaltAsync(); break;
+    case AFTER_CONNECT_RUNNING: SetStatus("CPU running..."); break;
+    case AFTER_CONNECT_NOTHING: break;
+    }
+    m_PeriodicUpdateTimer.start();
+}
+
+void CMainWindow::OnDeviceConnectFailed(CONNECT_MODES)
+{
+    SetStatus("Bryllo: error connecting to device");
+    PrintConnection(QStringLiteral("Connection failed"));
+    UpdateActions();
+    UpdateTitle();
+}
+
+void CMainWindow::OnDeviceConnectCanceled(CONNECT_MODES)
+{
+    SetStatus("Ready");
+    PrintConnection(QStringLiteral("Connection aborted"));
+    UpdateActions();
+    UpdateTitle();
+}
+
+void CMainWindow::OnDeviceResetDone(U32 NewPC, RESET_MODES Mode)
+{
+    const AFTER_RESET Next = DecideAfterReset(Mode);
+    if (Next == AFTER_RESET_UNKNOWN) {
+        LogWarning(QStringLiteral("In function OnDeviceResetDone: unknown reset mode"));
+        return;
+    }
+    CWindow::OnDeviceResetDone(NewPC, Mode);
+    if (Next == AFTER_RESET_REFRESH) return;
+    RunEventOrDefault(EVENT_AFTER_TARGET_RESET);
+    if (Next == AFTER_RESET_DOWNLOAD) {
+        Download(CProject::Get().GetProgramFile(), {}, DM_PROGRAM);
+        return;
+    }
+    RefreshTraceWindows();
+    switch (Next) {
+    case AFTER_RESET_START_HALTED:
+        SetStatus("Device was reset");
+        StartDebugSession();
+        break;
+    case AFTER_RESET_CONTINUE: Continue(); break;
+    case AFTER_RESET_RUN_TO_SYMBOL:
+        if (!RunToBreakSymbol()) m_MessageBoxTimer.start();
+        break;
+    default: break;
+    }
+    ShowPC(NewPC);
+    UpdateActions();
+}
+
+bool CMainWindow::RunToBreakSymbol()
+{
+    CDevice& Dev = CDevice::Get();
+    const I64 Symbol = CProject::Get().GetHooks().GetDeviceParam(DCP_RESET_BREAK_ADDR);
+    if (!Dev.IsConnected() || Symbol < 0) return false;
+    const U32 Align = std::max<U32>(Core_GetStaticInfo().InstAlignment, 1);
+    const U32 Addr = U32(Symbol) - U32(Symbol) % Align;
+    if (Dev.IsHalted() && Dev.GetPC() == Addr) return true;
+    if (!Dev.IsHalted()) Dev.HaltAsync();
+    Dev.RunToAsync(Addr);
+    return true;
+}
+
+void CMainWindow::ResolveBreakSymbol()
+{
+    const QString sSymbol = GetVarString(VAR_BREAK_AT_THIS_SYMBOL);
+    I64 Addr = -1;
+    if (PROG_IsLoaded() && !sSymbol.isEmpty()) Addr = EVAL_GetAddress(sSymbol);
+    if (Addr < 0 && PROG_IsLoaded() && !sSymbol.isEmpty())
+        LogMessage(88, sSymbol.toUtf8().constData());
+    CProject::Get().GetHooks().SetDeviceParam(DCP_RESET_BREAK_ADDR, Addr < 0 ? -1 : Addr);
+}
+
+void CMainWindow::OnMessageBoxTimerTimeout()
+{
+    CMessageBox::Ask(MSGBOX_BREAK_SYMBOL_UNKNOWN, GetVarString(VAR_BREAK_AT_THIS_SYMBOL));
+}
+
+void CMainWindow::Download(const QString& sPath, const QString& sZone, DOWNLOAD_MODES Mode)
+{
+    Q_UNUSED(sZone);
+    CDevice& Dev = CDevice::Get();
+    if (!Dev.IsConnected()) return;
+    if (Mode != DM_PROGRAM && sPath.isEmpty()) return;
+    SetStatus("Writing Memory...");
+    emit DataFileAboutToDownload(sPath);
+    if (Mode == DM_MEMORY) {
+        WriteProgram(sPath, Mode);
+        return;
+    }
+    if (Mode != DM_PROGRAM && Mode != DM_FILE) {
+        LogError(QStringLiteral("Error downloading file content: unknown download mode"));
+        return;
+    }
+    RunEvent(EVENT_BEFORE_TARGET_DOWNLOAD);
+    if (Mode == DM_FILE) {
+        WriteProgram(sPath, Mode);
+    } else if (BScript::HasEvent(EVENT_TARGET_DOWNLOAD)) {
+        RunReplacing(EVENT_TARGET_DOWNLOAD, {BT_END_DOWNLOAD});
+        if (Dev.State.LastDownloadError < 0) OnDownloadFailed(DM_PROGRAM, Dev.State.LastDownloadError);
+        OnDownloadDone(DM_PROGRAM);
+    } else if (!sPath.isEmpty()) {
+        WriteProgram(sPath, Mode);
+    } else {
+        OnDownloadDone(DM_PROGRAM);
+    }
+}
+
+void CMainWindow::WriteProgram(const QString& sPath, DOWNLOAD_MODES Mode)
+{
+    const PROGRAM_DATA Data = GetProgramData(sPath);
+    if (!Data.sError.isEmpty()) {
+        LogError(Data.sError);
+        OnDownloadDone(Mode);
+        return;
+    }
+    CDevice& Dev = CDevice::Get();
+    QList<U32> Ranges;
+    for (const PROGRAM_DATA_BLOCK& Block : Data.Blocks)
+        Ranges << Block.Addr << U32(Block.Addr + U32(Block.Bytes.size()));
+    QByteArray All;
+    for (const PROGRAM_DATA_BLOCK& Block : Data.Blocks) All += Block.Bytes;
+    const U32 Chunk = GetDownloadChunkSize(Dev.State.TIFSpeed);
+    U32 Flags = MEM_FLAG_DOWNLOAD;
+    if (Dev.GetCapability(CAP_BACKGROUND_MEM_ACCESS) != 1) Flags |= MEM_FLAG_HALT_FOR_IO;
+    // The bracket is closed by the job behind it, so that the flash is programmed once for all blocks.
+    if (!Ranges.isEmpty())
+        Dev.WriteMemMultipleAsync(U32(Data.Blocks.size()), Ranges.constData(), U32(All.size()), All.constData(), Chunk,
+                                  0, Flags, nullptr);
+    Dev.EndDownloadAsync(Mode, false, QFile::encodeName(sPath).constData());
+}
+
+void CMainWindow::OnDeviceEndDownloadDone(const char* sFilePath, DOWNLOAD_MODES Mode)
+{
+    if (sFilePath && *sFilePath) SetStatus("Download Complete.");
+    OnDownloadDone(Mode);
+}
+
+void CMainWindow::OnDeviceEndDownloadFailed(const char*, DOWNLOAD_MODES Mode, int BrylloErrCode)
+{
+    OnDownloadFailed(Mode, BrylloErrCode);
+    OnDownloadDone(Mode);
+}
+
+void CMainWindow::OnDownloadFailed(DOWNLOAD_MODES, int Code)
+{
+    if (!GetVarValue(VAR_VERIFY_DOWNLOAD)) return;
+    SetStatus("Download Failed.");
+    const QString sWords = GetDownloadErrorText(Code);
+    LogError(QStringLiteral("Download failed: ") + sWords);
+    CMessageBox::ShowInfo(QStringLiteral("Download failed"),
+                          QStringLiteral("Parts of the program file could not be written.\n") + sWords);
+}
+
+void CMainWindow::OnDownloadDone(DOWNLOAD_MODES Mode)
+{
+    CDeviceDataManager::Get().Invalidate();
+    if (Mode == DM_MEMORY) return;
+    if (Mode == DM_FILE) {
+        RunEventOrDefault(EVENT_AFTER_TARGET_DOWNLOAD);
+        emit DataFileDownloaded(m_S.sProgramPath);
+        return;
+    }
+    if (Mode != DM_PROGRAM) {
+        LogWarning(QStringLiteral("In function OnDownloadDone: unimplemented download mode %1").arg(int(Mode)));
+        return;
+    }
+    RunEventOrDefault(EVENT_AFTER_TARGET_DOWNLOAD);
+    emit DataFileDownloaded(m_S.sProgramPath);
+    RefreshTraceWindows();
+    PerformInitialProgramOperation();
+}
+
+void CMainWindow::PerformInitialProgramOperation()
+{
+    const I64 ResetMode = GetVarValue(VAR_RESET_MODE);
+    CDevice& Dev = CDevice::Get();
+    switch (DecideInitialOperation(GetVarValue(VAR_CONNECT_MODE), ResetMode)) {
+    case INITIAL_NOTHING: break;
+    case INITIAL_HALT:
+        StartDebugSession();
+        Dev.HaltAsync();
+        break;
+    case INITIAL_RUN_TO_SYMBOL:
+        if (RunToBreakSymbol()) {
+            StartDebugSession();
+        } else {
+            m_MessageBoxTimer.start();
+            StartDebugSession();
+            Dev.HaltAsync();
+        }
+        break;
+    case INITIAL_CONTINUE:
+        StartDebugSession();
+        Continue();
+        break;
+    case INITIAL_UNKNOWN:
+        LogWarning(
+            QStringLiteral("In function PerformInitialProgramOperation: unimplemented reset mode: %1").arg(ResetMode));
+        break;
+    }
+}
+
+void CMainWindow::OnDeviceDisconnectDone()
+{
+    CWindow::OnDeviceDisconnectDone();
+    PrintConnection(QStringLiteral("Bryllo: disconnected from target device"));
+    SetStatus("Ready");
+    CStatusBar::Get().EndProgress();
+    UpdateConnectionLabel();
+    UpdateActions();
+    UpdateTitle();
+    RunEvent(EVENT_AFTER_TARGET_DISCONNECT);
+    const PENDING_ACTIONS Pending = m_S.PendingAction;
+    m_S.PendingAction = PENDING_NOTHING;
+    if (Pending == PENDING_OPEN_PROJECT) {
+        const QString sPath = std::exchange(m_S.sStoredProject, QString());
+        OpenProject(sPath);
+    } else if (Pending == PENDING_CLOSE) {
+        close();
+    }
+}
+
+void CMainWindow::OnDeviceAboutToDisconnect()
+{
+    m_TargetHaltedTimer.stop();
+}
+
+void CMainWindow::OnDeviceConnectionLost()
+{
+    PrintConnection(QStringLiteral("Bryllo: connection to target device lost."));
+    if (CDevice::Get().IsConnected() && CMessageBox::Ask(MSGBOX_CONNECTION_LOST) == QDialogButtonBox::Yes)
+        Disconnect();
+    UpdateActions();
+    UpdateTitle();
+}
+
+void CMainWindow::OnDeviceExecCmdDone(const char*)
+{
+    UpdateActions();
+}
+
+void CMainWindow::OnDeviceLogMsg(const char* sMsg, U32 Flags)
+{
+    LogDeviceMsg(QString::fromUtf8(sMsg), Flags);
+}
+
+void CMainWindow::OnDeviceSetStatusMsg(const char* sMsg)
+{
+    CStatusBar::Get().SetStatusMessage(QString::fromUtf8(sMsg));
+}
+
+void CMainWindow::OnDeviceSetProgressMsg(const char* sMsg)
+{
+    CStatusBar::Get().SetProgressMessage(QString::fromUtf8(sMsg));
+}
+
+void CMainWindow::OnDeviceStartProgress(int Min, int Max)
+{
+    CStatusBar::Get().StartProgress(Min, Max);
+}
+
+void CMainWindow::OnDeviceEndProgress()
+{
+    CStatusBar::Get().EndProgress();
+}
+
+void CMainWindow::OnDeviceSetProgressValue(int Value)
+{
+    CStatusBar::Get().SetProgressValue(Value);
+}
+
+// ---- Commands ------------------------------------------------------------------------------------------
+
+namespace {
+
+bool RequireConnected(int Id)
+{
+    if (CDevice::Get().IsConnected()) return true;
+    SetActionError(Id, ERR_NOT_CONNECTED);
+    return false;
+}
+
+void OnDebugStart(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    if (CDevice::Get().IsConnected()) return SetActionError(Id, ERR_ALREADY_CONNECTED);
+    CMainWindow::Get().Start();
+}
+
+void OnDebugConnect(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    if (CDevice::Get().IsConnected()) return SetActionError(Id, ERR_ALREADY_CONNECTED);
+    CMainWindow::Get().Connect(CONNECT_MODES(GetVarValue(VAR_CONNECT_MODE)));
+}
+
+void OnDebugStop(int Id)
+{
+    if (CheckParamCount(Id) && RequireConnected(Id)) CMainWindow::Get().Disconnect();
+}
+
+void OnDebugDownload(int Id)
+{
+    if (CheckParamCount(Id) && RequireConnected(Id))
+        CMainWindow::Get().Download(CProject::Get().GetProgramFile(), {}, DM_PROGRAM);
+}
+
+void OnDebugReset(int Id)
+{
+    if (CheckParamCount(Id) && RequireConnected(Id))
+        CMainWindow::Get().Reset(RESET_MODES(GetVarValue(VAR_RESET_MODE)));
+}
+
+/// Debug.SetConnectMode and Debug.SetResetMode: the variable, and the canonical name for the echo.
+void SetMode(int Id, int VarID, const QString& sPrefix)
+{
+    if (!CheckParamCount(Id)) return;
+    I64 Value = 0;
+    if (!ParseNumberParam(Id, GetActionParam(Id), &Value)) return;
+    const CONSTANT* pName = FindConstantByValue(sPrefix, Value);
+    if (!pName || Value > 2) return SetActionError(Id, ERR_INVALID_PARAM);
+    SetVar(VarID, Value, false);
+    SetActionParams(Id, pName->Name);
+}
+
+void OnSetConnectMode(int Id)
+{
+    SetMode(Id, VAR_CONNECT_MODE, QStringLiteral("CM_"));
+}
+
+void OnSetResetMode(int Id)
+{
+    SetMode(Id, VAR_RESET_MODE, QStringLiteral("RM_"));
+}
+
+/// An entry of a drop-down button: sets the mode, then runs the button's main command.
+template <int MODE_COMMAND, int MAIN_COMMAND> void OnModeEntry(const char* sModeName)
+{
+    PerformAction(MODE_COMMAND, QString::fromLatin1(sModeName));
+    PerformAction(MAIN_COMMAND);
+}
+
+void OnExecConnect(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    CDevice::Get().ConnectAsync(CM_CONNECT_ONLY);
+}
+
+void OnExecReset(int Id)
+{
+    if (CheckParamCount(Id) && RequireConnected(Id)) CDevice::Get().ResetAsync(RM_RESET_HARDWARE);
+}
+
+void OnExecDownload(int Id)
+{
+    if (!CheckParamCount(Id) || !RequireConnected(Id)) return;
+    CMainWindow::Get().Download(CFileFinder::Get().Resolve(GetActionParam(Id)), {}, DM_MEMORY);
+}
+
+void OnExecCommand(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    CDevice::Get().ExecBrylloCmdAsync(GetActionParam(Id).toUtf8().constData());
+}
+
+} // namespace
+
+void RegisterConnectCommands()
+{
+    SetCommandHandler(ACT_DEBUG_START, OnDebugStart);
+    SetCommandHandler(ACT_DEBUG_STOP, OnDebugStop);
+    SetCommandHandler(ACT_DEBUG_CONNECT, OnDebugConnect);
+    SetCommandHandler(ACT_DEBUG_DISCONNECT, OnDebugStop);
+    SetCommandHandler(ACT_DEBUG_DOWNLOAD, OnDebugDownload);
+    SetCommandHandler(ACT_DEBUG_RESET, OnDebugReset);
+    SetCommandHandler(ACT_DEBUG_SET_CONNECT_MODE, OnSetConnectMode);
+    SetCommandHandler(ACT_DEBUG_SET_RESET_MODE, OnSetResetMode);
+    SetCommandHandler(ACT_DEBUG_DOWNLOAD_RESET, [](int) {
+        OnModeEntry<ACT_DEBUG_SET_CONNECT_MODE, ACT_DEBUG_START>("CM_DOWNLOAD_RESET");
+    });
+    SetCommandHandler(ACT_DEBUG_ATTACH,
+                      [](int) { OnModeEntry<ACT_DEBUG_SET_CONNECT_MODE, ACT_DEBUG_START>("CM_ATTACH"); });
+    SetCommandHandler(ACT_DEBUG_ATTACH_HALT,
+                      [](int) { OnModeEntry<ACT_DEBUG_SET_CONNECT_MODE, ACT_DEBUG_START>("CM_ATTACH_HALT"); });
+    SetCommandHandler(ACT_DEBUG_RESET_HALT,
+                      [](int) { OnModeEntry<ACT_DEBUG_SET_RESET_MODE, ACT_DEBUG_RESET>("RM_RESET_HALT"); });
+    SetCommandHandler(ACT_DEBUG_RESET_BREAK_AT_SYMBOL,
+                      [](int) { OnModeEntry<ACT_DEBUG_SET_RESET_MODE, ACT_DEBUG_RESET>("RM_BREAK_AT_SYMBOL"); });
+    SetCommandHandler(ACT_DEBUG_RESET_RUN,
+                      [](int) { OnModeEntry<ACT_DEBUG_SET_RESET_MODE, ACT_DEBUG_RESET>("RM_RESET_AND_RUN"); });
+    SetCommandHandler(ACT_EXEC_CONNECT, OnExecConnect);
+    SetCommandHandler(ACT_EXEC_RESET, OnExecReset);
+    SetCommandHandler(ACT_EXEC_DOWNLOAD, OnExecDownload);
+    SetCommandHandler(ACT_EXEC_COMMAND, OnExecCommand);
+}

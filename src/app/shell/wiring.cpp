@@ -1,0 +1,234 @@
+#include "app/shell/wiring.h"
+
+#include "app/actions/actions.h"
+#include "app/actions/constants.h"
+#include "app/console/consolewindow.h"
+#include "app/services/diaglog.h"
+#include "app/services/log.h"
+#include "app/services/messages.h"
+#include "app/shell/elfdiag.h"
+#include "app/shell/mainwindow.h"
+#include "core/cache/core.h"
+#include "core/host/corecalls.h"
+#include "core/host/corehooks.h"
+#include "core/host/corehost.h"
+#include "device/breakpoints/breakpointsdatamodel.h"
+#include "device/queue/device.h"
+#include "device/target/datamanager.h"
+#include "device/stepping/devicestepping.h"
+#include "device/target/devicetarget.h"
+#include "program/elf/elf.h"
+#include "program/eval/evalhooks.h"
+#include "program/eval/expression.h"
+#include "program/tables/prog.h"
+#include "program/unwind/callstack.h"
+#include "project/file/project.h"
+#include "project/finder/filefinder.h"
+#include "project/settings/sysvars.h"
+#include "script/host/bscript.h"
+#include "views/debug/sourcewindow.h"
+#include "views/framework/messagebox.h"
+
+#include <QFileInfo>
+#include <cstring>
+
+namespace {
+
+void WireActions()
+{
+    ACTION_HOOKS Hooks;
+    Hooks.PrintError = [](const QString& sText, const QString& sError) { CConsoleWindow::Get().PrintError(sText, sError); };
+    Hooks.GetSrcLocText = [](const QString& sText) {
+        const CSrcLoc Loc = PROG_ParseSrcLoc(sText);
+        return Loc.IsValid() ? PROG_GetSrcLocText(Loc) : QString();
+    };
+    Hooks.CheckStringArg = BScript::CheckStringArg;
+    Hooks.ReadStringArg = BScript::ReadStringArg;
+    Hooks.WaitJob = [](int JobType, int Flag) { CDevice::Get().WaitForJobAndEvent(U32(JobType), Flag != 0); };
+    Hooks.GetNumAddrsOfLocation = [](const QString& sLocation) {
+        const CSrcLoc Loc = PROG_ParseSrcLoc(sLocation);
+        return Loc.IsValid() ? int(PROG_GetAddrs(Loc).size()) : 1;
+    };
+    SetActionHooks(Hooks);
+    BScript::BindSettings();
+}
+
+void WireScript()
+{
+    BSCRIPT_HOOKS Hooks;
+    Hooks.IsProjectClosing = [] { return CMainWindow::Exists() && CMainWindow::Get().GetSession().Closing; };
+    Hooks.EvalExpr = [](const QString& sExpr, I64* pValue) { return EVAL_GetInteger(sExpr, pValue); };
+    Hooks.ShowConsole = [] { CMainWindow::Get().ShowWindow(QStringLiteral("Console")); };
+    Hooks.HasNewWarnings = [] { return CProject::Get().HasNewWarnings(); };
+    BScript::SetHooks(Hooks);
+}
+
+void WireFinder()
+{
+    FILEFINDER_HOOKS Hooks;
+    Hooks.ProjectPath = [] { return BScript::GetProjectPath(); };
+    Hooks.ProgramFile = [] { return CProject::Get().GetProgramFile(); };
+    CFileFinder::Get().SetHooks(Hooks);
+}
+
+void WireCore()
+{
+    CORE_HOOKS& Hooks = Core_GetHooks();
+    Hooks.GetProjectPluginPath = [] { return CProject::Get().GetCorePluginFile(); };
+    Hooks.GetByteOrders = [](U32* pData, U32* pInst) {
+        *pData = CDevice::Get().State.DataEndian;
+        *pInst = CDevice::Get().State.InstEndian;
+    };
+    Hooks.LockDevice = [] { CDevice::Get().GetDeviceMutex().lock(); };
+    Hooks.UnlockDevice = [] { CDevice::Get().GetDeviceMutex().unlock(); };
+    Hooks.CanReadTarget = [] { return CDevice::Get().IsConnected() && CDevice::Get().State.HaltedRaw; };
+    Hooks.ReadTarget = [](U64 Addr, U32 Size, void* pBuffer) {
+        return CDeviceTarget::Get().ReadMemBlocking(U32(Addr), nullptr, Size, pBuffer, nullptr);
+    };
+    Hooks.SizeRegCache = [](U32 NumSlots) { CDeviceDataManager::Get().InitRegCache(NumSlots); };
+}
+
+/// Reads one location for the evaluator. Blocks on the target, as every evaluation does.
+int ReadLocBlocking(const ELF_SYM_LOC& Loc, U32 nBytes, U8* paData)
+{
+    return CDeviceDataManager::Get().ReadSymDataBlocking(Loc, nBytes, nullptr, paData) == 0 ? 0 : -1;
+}
+
+void WireEvaluator()
+{
+    EVAL_HOOKS Hooks;
+    Hooks.IsConnected = [] { return CDevice::Get().IsConnected(); };
+    Hooks.GetFramePC = [] {
+        const CCallStack& Stack = CCallStack::GetInstance();
+        const CCallFrame& Frame = Stack.GetFrame(std::max(Stack.GetSelectedFrame(), 0));
+        if (CDevice::Get().IsHalted() && Stack.IsPCValid(Frame)) return U32(Stack.GetPC(Frame));
+        return CDevice::Get().IsHalted() ? CDevice::Get().GetPC() : ADDR_NONE;
+    };
+    Hooks.ResolveLoc = [](const ELF_SYM_LOC& Loc) {
+        const CCallStack& Stack = CCallStack::GetInstance();
+        const CCallFrame& Frame = Stack.GetFrame(std::max(Stack.GetSelectedFrame(), 0));
+        // Without a frame only what lies at a fixed place has a location.
+        return Frame.IsEmpty() && (ELF_LocIsMemory(Loc) && Loc.aPart[0].Type == ELF_LOC_MEM_FIXED)
+                   ? Loc
+                   : Stack.ResolveLocation(Frame, Loc);
+    };
+    Hooks.ReadLoc = ReadLocBlocking;
+    Hooks.ReadMem = [](U32 Addr, U32 nBytes, U8* paData) {
+        return CDeviceDataManager::Get().ReadMemBlocking(Addr, nBytes, paData) == 0 ? 0 : -1;
+    };
+    Hooks.FindConstant = [](const QString& sName, I64* pValue) { return GetConstantValue(sName, pValue); };
+    Hooks.FindSysVar = [](const QString& sName, I64* pValue) {
+        const int Index = GetVarIndex(sName);
+        if (Index < 0) return false;
+        *pValue = GetVarValue(Index);
+        return true;
+    };
+    EVAL_SetHooks(Hooks);
+}
+
+/// A diagnostic of the program file reader: the ready text, or the message of the table.
+void OnElfDiag(const ELF_DIAG* pDiag)
+{
+    const U64 hProgram = U64(reinterpret_cast<quintptr>(ELF_GetCurrentFile()));
+    LogProgramDiag(GetElfDiagText(*pDiag), pDiag->Flags, hProgram);
+}
+
+/// The unwinder's way to target data: answers come back through a listener of its own.
+class CUnwindReader : public CDeviceEventListener {
+public:
+    void OnDeviceReadLocDone(const ELF_SYM_LOC& Loc, U32 nBytes, const char*, U8* paData) override
+    {
+        CCallStack::GetInstance().OnReadLocDone(Loc, nBytes, paData);
+    }
+    void OnDeviceReadLocFailed(const ELF_SYM_LOC& Loc, U32 nBytes, const char*, U8*) override
+    {
+        CCallStack::GetInstance().OnReadLocDone(Loc, nBytes, nullptr);
+    }
+    void OnDeviceReadLocsDone(U32 Cnt, ELF_SYM_LOC*, U64* paValues, U8* paStatus, U32 Tag) override
+    {
+        CCallStack::GetInstance().OnReadLocsDone(Tag, Cnt, paValues, paStatus);
+    }
+    void OnDeviceReadLocsFailed(U32, ELF_SYM_LOC*, U32 Tag) override { CCallStack::GetInstance().OnReadLocsFailed(Tag); }
+};
+
+CUnwindReader* s_pUnwindReader = nullptr;
+
+void WireUnwinder()
+{
+    if (!s_pUnwindReader) s_pUnwindReader = new CUnwindReader;
+    UNWIND_HOOKS Hooks;
+    Hooks.IsTargetHalted = [] { return CDevice::Get().IsConnected() && CDevice::Get().IsHalted(); };
+    Hooks.ReadLoc = [](const ELF_SYM_LOC& Loc, U32 NumBytes) {
+        return CDeviceDataManager::Get().ReadSymDataCached(s_pUnwindReader, Loc, NumBytes, nullptr) ==
+                       CDeviceDataManager::REFUSED
+                   ? -1
+                   : 0;
+    };
+    Hooks.ReadMem = [](U32 Addr, U32 NumBytes, void* pData) {
+        return CDeviceDataManager::Get().ReadMemBlocking(Addr, NumBytes, pData);
+    };
+    Hooks.ReadLocs = [](U32 Count, const ELF_SYM_LOC* paLoc, U32 Tag) {
+        return CDevice::Get().ReadLocsAsync(Count, paLoc, Tag);
+    };
+    Hooks.SetTopReturnAddr = [](U64 ReturnAddr) {
+        DEVICE_STATE& State = CDevice::Get().State;
+        State.ReturnAddr = ReturnAddr;
+        State.ReturnAddrStatus = DATA_VALID;
+    };
+    Hooks.GetDepthLimit = [] { return U32(std::max<I64>(GetVarValue(PREF_CALLSTACK_DEPTH_LIMIT), 1)); };
+    UNWIND_SetHooks(Hooks);
+    CCallStack::RegisterHooks();
+}
+
+void WireBreakpointLogic()
+{
+    BREAKPOINT_HOOKS Hooks;
+    Hooks.EvalCondition = [](const QString& sExpr, U32) {
+        BP_COND_RESULT Result;
+        CExpression Expr(sExpr);
+        if (Expr.GetResultCode() == EXPR_SYNTAX_ERROR) {
+            Result.Kind = BP_COND_PARSE_ERROR;
+            return Result;
+        }
+        // The stack is that of the last halt that was reported; this one is judged before.
+        CCallStack::GetInstance().Invalidate();
+        CCallStack::GetInstance().UpdateTopFrame();
+        if (Expr.Evaluate() < 0) {
+            Result.Kind = Expr.GetResult().IsEmpty() && Expr.GetError().isEmpty() ? BP_COND_NO_RESULT : BP_COND_EVAL_ERROR;
+            Result.Error = Expr.GetError();
+            return Result;
+        }
+        CSymbol Value = Expr.GetResult();
+        Value.Read();
+        double Double = 0;
+        if (Value.Type.IsFloat() && Value.GetDouble(&Double))
+            Result.Value = Double != 0;
+        else if (!Value.GetInteger(&Result.Value))
+            Result.Kind = BP_COND_UNREADABLE;
+        return Result;
+    };
+    Hooks.CallScript = [](const QString& sFunc) { BScript::ExecScriptFunction(sFunc); };
+    Hooks.ShowConsoleMsg = [](const QString& sText) { CConsoleWindow::Get().PrintInColor(sText, COLOR_LOGGING_SCRIPT); };
+    Hooks.ShowPopupMsg = [](const QString& sTitle, const QString& sText) { CMessageBox::ShowInfo(sTitle, sText); };
+    Hooks.GetSourceText = [](const CSrcLoc& Loc) {
+        return CMainWindow::Exists() ? CMainWindow::Get().GetSessionWindows().pSource->GetActiveDocTextLine(Loc) : QString();
+    };
+    BP_SetHooks(Hooks);
+}
+
+} // namespace
+
+void WireLayers()
+{
+    ELF_SetDiagCallback(OnElfDiag);
+    DEVICE_RegisterTarget();
+    DEVICE_RegisterStepping();
+    WireActions();
+    WireScript();
+    WireFinder();
+    Core::RegisterHooks();
+    WireCore();
+    WireEvaluator();
+    WireUnwinder();
+    WireBreakpointLogic();
+}

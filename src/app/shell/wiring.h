@@ -1,0 +1,14 @@
+// Joins the layers at start: what a lower layer asks of a higher one is answered here and nowhere else.
+#pragma once
+class CMainWindow;
+
+/// All hooks that need no window. Main thread, before the device thread starts.
+void WireLayers();
+/// What every window asks: debug state, commands, preferences. Before the first window is made.
+void WireWindowEnvironment();
+/// The hooks that windows answer or ask, once they exist.
+void WireWindows(CMainWindow& Main);
+/// The part of WireWindows that feeds the debug views.
+void WireDebugViews(CMainWindow& Main);
+/// Takes the hooks out again that lead to windows which are about to die.
+void UnwireLayers();

@@ -1,0 +1,161 @@
+// The hooks between windows and the rest: the debug state for all of them, the project's view of the session, and
+// what single windows show.
+#include "app/actions/actions.h"
+#include "app/actions/commandtext.h"
+#include "app/console/consolewindow.h"
+#include "app/services/appdirs.h"
+#include "app/services/log.h"
+#include "app/shell/mainwindow.h"
+#include "app/shell/wiring.h"
+#include "core/host/corecalls.h"
+#include "core/host/corehost.h"
+#include "device/queue/device.h"
+#include "device/target/devicetarget.h"
+#include "program/elf/elf.h"
+#include "program/tables/prog.h"
+#include "project/file/project.h"
+#include "project/finder/filefinder.h"
+#include "project/settings/appearance.h"
+#include "project/settings/sysvars.h"
+#include "registers/svd/cpuregisters.h"
+#include "script/host/bscript.h"
+#include "views/debug/registerwindow.h"
+#include "views/debug/sourcewindow.h"
+#include "views/framework/messagebox.h"
+#include "views/framework/windowenv.h"
+
+#include <QFileDialog>
+#include <QFileInfo>
+
+namespace {
+
+/// Loads the core support of the selected device. False when there is none for it.
+bool LoadCorePlugin()
+{
+    const U32 CoreId = CDeviceTarget::Get().GetInfo().CoreId;
+    const bool Loaded = CoreId != 0 && Core_Load(int(CoreId)) >= 0;
+    if (CMainWindow::Exists()) CMainWindow::Get().UpdateActions();
+    return Loaded;
+}
+
+/// The session's program against the core that is loaded; 0 when it fits.
+U32 GetProgramFaults()
+{
+    const CProgLock Lock;
+    const ELF_HANDLE hFile = PROG_GetFileHandle();
+    constexpr U32 HEADER_SIZE = 52;
+    if (!hFile || ELF_GetFileSize(hFile) < HEADER_SIZE) return 0;
+    return Core_CheckProgram(ELF_GetFileImage(hFile));
+}
+
+QString GetDefaultRegisterFile()
+{
+    const QString sName = Core_IsLoaded() ? Core_GetCPURegFile(Core_GetCoreId()) : QString();
+    if (sName.isEmpty()) return {};
+    const QString sPath = GetPeripheralsDir() + '/' + sName;
+    return QFileInfo(sPath).isFile() ? sPath : QString();
+}
+
+void OnRegisterFilesChanged(const QStringList& Files, CRegisterWindow* pWindow)
+{
+    ClearCpuRegisters();
+    for (const QString& sFile : Files) {
+        const QString sPath = CFileFinder::Get().Resolve(sFile);
+        if (sPath.isEmpty()) continue;
+        LogDebug(QStringLiteral("Adding %1 to the register window").arg(QFileInfo(sPath).fileName()));
+        if (!IsCpuRegisterFile(sPath)) continue;
+        if (const QString sError = LoadCpuRegisters(sPath); !sError.isEmpty()) LogError(sError);
+    }
+    pWindow->Rebuild();
+}
+
+void WireProject(CMainWindow& Main)
+{
+    PROJECT_HOOKS Hooks;
+    CRegisterWindow* pRegisters = Main.GetSessionWindows().pRegisters;
+    Hooks.SetDeviceParam = [](int Id, I64 Value) {
+        CDevice::Get().SetConfigParamAsync(DEV_CONFIG_PARAMS(Id), int(Value));
+    };
+    Hooks.SetDeviceParamText = [](int Id, const QString& sValue) {
+        CDevice::Get().SetConfigParamAsync(DEV_CONFIG_PARAMS(Id), sValue.toUtf8().constData());
+        if (Id != DCP_DEVICE_NAME) return;
+        // What a device needs follows its selection at once: the next statement of the project may already use it.
+        CDevice::Get().WaitForJobAndEvent(BT_SET_CONFIG_PARAM, false);
+        LoadCorePlugin();
+    };
+    Hooks.GetDeviceParam = [](int Id) { return I64(CDeviceTarget::Get().Config.GetInt(U32(Id))); };
+    Hooks.GetDeviceParamText = [](int Id) { return CDeviceTarget::Get().Config.GetString(U32(Id)); };
+    Hooks.PathsChanged = [&Main] { Main.GetSessionWindows().pSource->ReopenResolvedDocuments(); };
+    Hooks.RegisterFilesChanged = [pRegisters](const QStringList& Files) { OnRegisterFilesChanged(Files, pRegisters); };
+    Hooks.IsOSPluginSet = [] { return false; };
+    Hooks.LoadOSPlugin = [](const QString& sPath) {
+        return QStringLiteral("RTOS awareness plugin could not be loaded: ") + sPath;
+    };
+    Hooks.LoadCorePlugin = LoadCorePlugin;
+    Hooks.IsCorePluginMissing = [] { return CDeviceTarget::Get().GetInfo().CoreId != 0 && !Core_IsLoaded(); };
+    Hooks.HasCPURegisters = [] { return !GetCpuRegisterGroups().isEmpty(); };
+    Hooks.DefaultRegisterFile = GetDefaultRegisterFile;
+    Hooks.HasSymbol = [](const QString& sName) {
+        return !PROG_FindSymbols(sName, false, true, false, true, false).isEmpty();
+    };
+    Hooks.IsProgramOpen = [] { return PROG_IsLoaded(); };
+    Hooks.CanProgramRun = [] { return (GetProgramFaults() & CORE_PROGRAM_NOT_EXECUTABLE) == 0; };
+    Hooks.DataEndianMatches = [] { return (GetProgramFaults() & CORE_PROGRAM_DATA_ORDER) == 0; };
+    Hooks.InstEndianMatches = [] { return (GetProgramFaults() & CORE_PROGRAM_INST_ORDER) == 0; };
+    Hooks.SysVarChanged = [&Main](int VarID, I64 Value) { emit Main.SysVarEdited(VarID, Value); };
+    Hooks.RelocateSymbols = [](const QString& sSymbols, int Offset) {
+        const CProgLock Lock;
+        return ELF_AddRelocation(sSymbols.toUtf8().constData(), Offset) == 0;
+    };
+    Hooks.SetConsoleLogFile = [](const QString& sPath) {
+        CConsoleWindow::Get().SetLogFile(sPath);
+        return true;
+    };
+    Hooks.AskSavePath = [&Main](const QString& sCaption, const QString& sFolder) {
+        return QFileDialog::getSaveFileName(&Main, sCaption, sFolder, QStringLiteral("Project Files (*.bdebug)"));
+    };
+    Hooks.ShowErrorBox = [](const QString& sText) { CMessageBox::ShowInfo(QStringLiteral("Project Warning"), sText); };
+    Hooks.ShowConsole = [&Main] { Main.ShowWindow(QStringLiteral("Console")); };
+    CProject::Get().SetHooks(Hooks);
+}
+
+void WireEnvironment()
+{
+    WINDOW_ENV Env;
+    Env.IsConnected = [] { return CDevice::Get().IsConnected(); };
+    Env.IsHalted = [] { return CDevice::Get().IsConnected() && CDevice::Get().IsHalted(); };
+    Env.IsDebugging = [] { return CDevice::Get().State.DebugStarted != 0; };
+    Env.IsStepPending = [] { return CDevice::Get().IsJobScheduled(BT_ANY_STEP) || CDevice::Get().State.SrcStepActive; };
+    Env.GetPC = [] { return CDevice::Get().GetPC(); };
+    Env.GetInstAlignment = [] { return std::max<U32>(Core_GetStaticInfo().InstAlignment, 1); };
+    Env.PerformCommand = [](const QString& sCommand, const QStringList& Params) {
+        const int Id = FindCommand(sCommand);
+        return Id < 0 ? -1 : int(PerformActionList(Id, Params));
+    };
+    Env.IsCommandEnabled = [](const QString& sCommand) { return IsCommandEnabled(FindCommand(sCommand)); };
+    Env.LinkActions = LinkActions;
+    Env.UnlinkActions = UnlinkActions;
+    SetWindowEnv(Env);
+}
+
+} // namespace
+
+void WireWindowEnvironment()
+{
+    WireEnvironment();
+    CMessageBox::SetCheckBoxAllowed([] { return GetVarValue(PREF_DIALOG_SHOW_DNSA) != 0; });
+}
+
+void WireWindows(CMainWindow& Main)
+{
+    WireProject(Main);
+    WireDebugViews(Main);
+}
+
+void UnwireLayers()
+{
+    CProject::Get().SetHooks({});
+    SetActionHooks({});
+    BScript::SetHooks({});
+    SetWindowEnv({});
+}

@@ -1,0 +1,8 @@
+// Families of commands that CProject::HandleCommand tries in turn. Each takes the parameters stored
+// in the action, sets the action's error, and gives false if the id is none of its own.
+#pragma once
+
+bool HandleTargetSetting(int ActionId);   ///< device, probe, interfaces, speed, scan chain
+bool HandleFileSetting(int ActionId);     ///< paths, description files, plug-ins, log files
+bool HandleIOSetting(int ActionId);       ///< semihosting, Memlane, SWO, trace, symbols, session
+bool HandleSettingsCommand(int ActionId); ///< Edit.SysVar, Edit.Preference, Edit.Color, Edit.Font

@@ -1,0 +1,228 @@
+// Editing of the project text in place.
+#include "project/file/projecttext.h"
+
+#include "app/actions/actions.h"
+#include "app/actions/commandtext.h"
+#include "project/settings/sysvars.h"
+#include "script/host/bscript.h"
+
+#include <QMap>
+#include <QRegularExpression>
+#include <algorithm>
+
+namespace {
+constexpr const char* NO_DIALOG_SECTION =
+    "could not find dialog-generated text section in script function 'OnProjectLoad'";
+constexpr const char* NO_USER_SECTION =
+    "could not find user settings text section in script function 'OnProjectLoad'";
+
+struct SECTION {
+    int Begin = 0;
+    int End = 0;
+};
+
+SECTION FindSection(const QString& sText, bool IsDialog, QStringList* pWarnings)
+{
+    SECTION Section;
+    FindProjectLoadBody(sText, &Section.Begin, &Section.End);
+    const QString sMark = IsDialog ? BScript::GetDialogSectionMark() : BScript::GetUserSectionMark();
+    const qsizetype Mark = sText.indexOf(sMark, Section.Begin);
+    if (Mark < 0 || Mark + sMark.size() > Section.End) {
+        pWarnings->append(QLatin1String(IsDialog ? NO_DIALOG_SECTION : NO_USER_SECTION));
+        return Section;
+    }
+    Section.Begin = static_cast<int>(Mark + sMark.size());
+    if (IsDialog) {
+        const qsizetype User = sText.indexOf(BScript::GetUserSectionMark(), Section.Begin);
+        if (User >= 0 && User < Section.End) {
+            Section.End = static_cast<int>(User);
+        }
+    }
+    return Section;
+}
+
+void RemoveLines(QString* psText, const QStringList& Names)
+{
+    int Begin = 0;
+    int End = 0;
+    if (Names.isEmpty() || !FindProjectLoadBody(*psText, &Begin, &End)) {
+        return;
+    }
+    QList<QRegularExpression> Patterns;
+    for (const QString& sName : Names) {
+        Patterns.append(QRegularExpression(sName));
+    }
+    QStringList Kept;
+    for (const QString& sLine : psText->mid(Begin, End - Begin).split(QLatin1Char('\n'))) {
+        const QString sTrimmed = sLine.trimmed();
+        const auto Hits = [&sTrimmed](const QRegularExpression& Pattern) {
+            return Pattern.match(sTrimmed).hasMatch();
+        };
+        if (std::none_of(Patterns.begin(), Patterns.end(), Hits)) {
+            Kept.append(sLine);
+        }
+    }
+    psText->replace(Begin, End - Begin, Kept.join(QLatin1Char('\n')));
+}
+
+void InsertLines(QString* psText, const QStringList& NewLines, bool IsDialog, bool Merge,
+                 QStringList* pWarnings)
+{
+    if (NewLines.isEmpty()) {
+        return;
+    }
+    const SECTION Section = FindSection(*psText, IsDialog, pWarnings);
+    QStringList Lines = psText->mid(Section.Begin, Section.End - Section.Begin).split(QLatin1Char('\n'));
+    if (Merge) {
+        Lines = NewLines + Lines;
+    } else {
+        // What follows the last line end is no line: the next marker or the brace stands there.
+        const QString sRest = Lines.last().trimmed().isEmpty() ? Lines.takeLast() : QString();
+        Lines += NewLines;
+        Lines += sRest;
+    }
+    for (QString& sLine : Lines) {
+        const QString sTrimmed = sLine.trimmed();
+        if (!sTrimmed.isEmpty()) {
+            sLine = QStringLiteral("  ") + sTrimmed;
+        }
+    }
+    psText->replace(Section.Begin, Section.End - Section.Begin, Lines.join(QLatin1Char('\n')));
+}
+
+} // namespace
+
+bool FindProjectLoadBody(const QString& sText, int* pBegin, int* pEnd)
+{
+    const qsizetype Name = sText.indexOf(QLatin1String("OnProjectLoad"));
+    const qsizetype Brace = Name < 0 ? -1 : sText.indexOf(QLatin1Char('{'), Name);
+    const qsizetype LineEnd = Brace < 0 ? -1 : sText.indexOf(QLatin1Char('\n'), Brace);
+    if (LineEnd < 0) {
+        return false;
+    }
+    int Level = 1;
+    for (qsizetype i = LineEnd + 1; i < sText.size(); ++i) {
+        Level += sText[i] == QLatin1Char('{') ? 1 : 0;
+        Level -= sText[i] == QLatin1Char('}') ? 1 : 0;
+        if (Level == 0) {
+            *pBegin = static_cast<int>(LineEnd + 1);
+            *pEnd = static_cast<int>(i);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool EditProjectText(QString* psText, const PROJECT_EDIT& Edit, QStringList* pWarnings)
+{
+    int Begin = 0;
+    int End = 0;
+    if (!FindProjectLoadBody(*psText, &Begin, &End)) {
+        return false;
+    }
+    RemoveLines(psText, Edit.Names);
+    QStringList Dialog;
+    QStringList User;
+    for (const QString& sCommand : Edit.Commands) {
+        (IsDialogCommand(sCommand) ? Dialog : User).append(sCommand);
+    }
+    InsertLines(psText, User, false, Edit.Merge, pWarnings);
+    InsertLines(psText, Dialog, true, Edit.Merge, pWarnings);
+    return true;
+}
+
+QString GetVarCommandName(int VarID)
+{
+    const SYS_VAR* pRow = GetVar(VarID);
+    return pRow ? GetCommandName(VarID < FIRST_PREFERENCE ? ACT_EDIT_SYS_VAR : ACT_EDIT_PREFERENCE) +
+                      QStringLiteral(".*") + QLatin1String(pRow->Name) + QStringLiteral("\\b")
+                : QString();
+}
+
+int GetVarAction(int VarID)
+{
+    for (int Id = 0; Id < NUM_ACTIONS; ++Id) {
+        if (GetActionRow(Id)->SysVar == VarID) {
+            return Id;
+        }
+    }
+    return -1;
+}
+
+QStringList GetProbeSettingNames()
+{
+    QStringList Names;
+    for (const int Id : {ACT_PROJECT_SET_CORE_PLUGIN, ACT_PROJECT_SET_DEVICE, ACT_PROJECT_SET_HOST_IF,
+                         ACT_PROJECT_SET_TARGET_IF, ACT_PROJECT_SET_TIF_SPEED, ACT_PROJECT_SET_JTAG_CONFIG,
+                         ACT_TARGET_SET_ENDIANESS}) {
+        Names += GetCommandName(Id);
+    }
+    return Names;
+}
+
+QStringList GetTraceSettingNames()
+{
+    QStringList Names;
+    for (const int Id :
+         {ACT_PROJECT_SET_TRACE_SOURCE, ACT_PROJECT_SET_TRACE_TIMING, ACT_PROJECT_SET_TRACE_FILE,
+          ACT_PROJECT_SET_TRACE_PORT_WIDTH, ACT_PROJECT_CONFIG_SWO}) {
+        Names += GetCommandName(Id);
+    }
+    for (const int VarID : {VAR_TRACE_INIT_ON_ATTACH, VAR_TRACE_TIMESTAMPS_ENABLED, VAR_TRACE_CORE_CLOCK}) {
+        Names += GetVarCommandName(VarID);
+    }
+    return Names;
+}
+
+QStringList GetSystemSettingNames()
+{
+    QStringList Names;
+    for (int VarID = 0; VarID < NUM_SYS_VARS; ++VarID) {
+        if (!GetVar(VarID)->Editable) {
+            continue;
+        }
+        Names += GetVarCommandName(VarID);
+        const int Id = GetVarAction(VarID);
+        if (Id >= 0) {
+            Names += GetCommandName(Id);
+        }
+    }
+    return Names;
+}
+
+bool IsDialogCommand(const QString& sLine)
+{
+    QStringList Names = GetProbeSettingNames() + GetTraceSettingNames() + GetSystemSettingNames();
+    for (const int Id :
+         {ACT_TARGET_ADD_MEMORY_SEGMENT, ACT_PROJECT_ADD_SVD_FILE, ACT_PROJECT_ADD_PATH_SUBSTITUTE}) {
+        Names += GetCommandName(Id);
+    }
+    const QString sTrimmed = sLine.trimmed();
+    for (const QString& sName : Names) {
+        const QRegularExpression Pattern(sName, QRegularExpression::NoPatternOption);
+        if (Pattern
+                .match(sTrimmed, 0, QRegularExpression::NormalMatch,
+                       QRegularExpression::AnchorAtOffsetMatchOption)
+                .hasMatch()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+QStringList FindDuplicateCommands(const QString& sBody)
+{
+    QMap<int, int> Counts;
+    QStringList Duplicates;
+    for (const QString& sLine : sBody.split(QLatin1Char('\n'))) {
+        const QString sTrimmed = sLine.trimmed();
+        if (sTrimmed.isEmpty() || sTrimmed.startsWith(QLatin1String("//"))) {
+            continue;
+        }
+        const int Id = FindCommand(GetNameOfCommandText(sTrimmed));
+        if (Id >= 0 && !GetActionRow(Id)->Repeatable && ++Counts[Id] == 2) {
+            Duplicates += GetCommandName(Id);
+        }
+    }
+    return Duplicates;
+}

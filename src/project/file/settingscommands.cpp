@@ -1,0 +1,149 @@
+// The commands that edit variables, preferences, colours and fonts.
+#include "app/actions/actions.h"
+#include "app/actions/constants.h"
+#include "project/file/project.h"
+#include "project/file/projectcommands.h"
+#include "project/settings/appearance.h"
+#include "project/settings/sysvars.h"
+#include "script/host/bscript.h"
+
+namespace {
+/// An optional yes or no behind the declared parameters.
+bool ReadSwitch(const QStringList& Params, int Index, bool Default)
+{
+    I64 Value = 0;
+    return Index < Params.size() && ParseNumberOrConstant(Params[Index], &Value) ? Value != 0 : Default;
+}
+
+/// At least the prototype's parameters; further ones are options.
+bool HasParams(int Id, const QStringList& Params)
+{
+    if (Params.size() >= GetParamCount(Id)) {
+        return true;
+    }
+    SetActionError(Id, QLatin1String(ERR_WRONG_PARAM_COUNT));
+    return false;
+}
+
+/// The value of a string variable. The prototype declares a number, so a script's text arrives as its
+/// address in the script's block.
+QString ReadText(const QString& sParam)
+{
+    bool Ok = false;
+    const I64 Address = sParam.toLongLong(&Ok, 10);
+    const QString sText = Ok ? BScript::ReadStringArg(Address) : QString();
+    return sText.isEmpty() ? sParam : sText;
+}
+
+void Tell(int VarID)
+{
+    const PROJECT_HOOKS& Hooks = CProject::Get().GetHooks();
+    const I64 Value = GetVarValue(VarID);
+    if (VarID < FIRST_PREFERENCE && Hooks.SysVarChanged) {
+        Hooks.SysVarChanged(VarID, Value);
+    } else if (VarID >= FIRST_PREFERENCE && Hooks.PreferenceChanged) {
+        Hooks.PreferenceChanged(VarID, Value);
+    }
+}
+
+/// Sets a row from a parameter and puts the canonical form into the echo.
+void EditVar(int Id, const char* sUnknown, bool Store, bool Echo)
+{
+    const QStringList Params = GetActionParams(Id);
+    const SYS_VAR* pRow = FindVar(Params[0]);
+    if (!pRow) {
+        SetActionError(Id, QLatin1String(sUnknown), Params[0]);
+        return;
+    }
+    const int VarID = pRow->Index;
+    bool Ok = false;
+    if (IsStringVar(VarID)) {
+        Ok = ParseVarText(VarID, Store ? 1 : 0, ReadText(Params[1])) == 0;
+    } else {
+        const I64 Value = ParseVar(VarID, Params[1], &Ok);
+        if (Ok) {
+            SetVar(VarID, Value, Store);
+        }
+    }
+    if (!Ok) {
+        SetActionError(Id, QLatin1String(ERR_INVALID_PARAM), Params[1]);
+        return;
+    }
+    Tell(VarID);
+    SetActionParams(Id, QString::fromLatin1(pRow->Name), VarToText(VarID));
+    if (!Echo) {
+        SetActionSilent(Id);
+    }
+}
+
+void EditColor(int Id, const QStringList& Params)
+{
+    const int ColorID = FindColor(Params[0]);
+    if (ColorID < 0) {
+        SetActionError(Id, QLatin1String(ERR_UNKNOWN_COLOR), Params[0]);
+        return;
+    }
+    const QString sColor = Params[1].trimmed();
+    bool Ok = QColor::isValidColor(sColor);
+    const U32 Value = Ok ? QColor(sColor).rgba() : sColor.toUInt(&Ok, 0);
+    if (!Ok) {
+        SetActionError(Id, QLatin1String(ERR_INVALID_PARAM), Params[1]);
+        return;
+    }
+    SetColor(ColorID, Value, ReadSwitch(Params, 2, false));
+    SetActionParams(Id, QString::fromLatin1(GetColorRow(ColorID)->Name),
+                    QStringLiteral("0x%1").arg(Value, 8, 16, QLatin1Char('0')));
+}
+
+void EditFont(int Id, const QStringList& Params)
+{
+    const int FontID = FindFont(Params[0]);
+    if (FontID < 0) {
+        SetActionError(Id, QLatin1String(ERR_UNKNOWN_FONT), Params[0]);
+        return;
+    }
+    QFont Font;
+    if (!ParseFont(Params[1], &Font)) {
+        SetActionError(Id, QLatin1String(ERR_INVALID_PARAM), Params[1]);
+        return;
+    }
+    SetFont(FontID, Font, ReadSwitch(Params, 2, false));
+    SetActionParams(Id, QString::fromLatin1(GetFontRow(FontID)->Name), FontToText(Font));
+}
+} // namespace
+
+bool HandleSettingsCommand(int ActionId)
+{
+    if (ActionId != ACT_EDIT_SYS_VAR && ActionId != ACT_EDIT_PREFERENCE && ActionId != ACT_EDIT_COLOR &&
+        ActionId != ACT_EDIT_FONT) {
+        return false;
+    }
+    const QStringList Params = GetActionParams(ActionId);
+    if (!HasParams(ActionId, Params)) {
+        return true;
+    }
+    if (ActionId == ACT_EDIT_SYS_VAR) {
+        EditVar(ActionId, ERR_UNKNOWN_SYSVAR, false, ReadSwitch(Params, 2, true));
+    } else if (ActionId == ACT_EDIT_PREFERENCE) {
+        EditVar(ActionId, ERR_UNKNOWN_PREFERENCE, ReadSwitch(Params, 2, false), ReadSwitch(Params, 3, true));
+    } else if (ActionId == ACT_EDIT_COLOR) {
+        EditColor(ActionId, Params);
+    } else {
+        EditFont(ActionId, Params);
+    }
+    return true;
+}
+
+bool CProject::HandleCommand(int ActionId)
+{
+    if (ActionId == ACT_SCRIPT_EXEC) {
+        BScript::OnScriptExec(ActionId);
+        return true;
+    }
+    if (ActionId == ACT_SCRIPT_DEFINE_CONST) {
+        BScript::OnScriptDefineConst(ActionId);
+        return true;
+    }
+    return HandleTargetSetting(ActionId) || HandleFileSetting(ActionId) || HandleIOSetting(ActionId) ||
+           HandleSettingsCommand(ActionId);
+}

@@ -1,0 +1,30 @@
+// CDockTitleBar, the title of a dock with its float and close buttons; it stands out while the dock has the focus.
+#pragma once
+#include <QWidget>
+
+class CDockWindow;
+class QToolButton;
+
+class CDockTitleBar : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit CDockTitleBar(CDockWindow* pDock);
+
+    void SetHighlighted(bool Highlighted);
+    void UpdateButtons();
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* pEvent) override;
+    void mousePressEvent(QMouseEvent* pEvent) override;
+
+private:
+    QToolButton* AddButton(const char* sName, const char* sIcon, const QString& sToolTip);
+
+    CDockWindow* m_pDock;
+    QToolButton* m_pButtonFloat = nullptr;
+    QToolButton* m_pButtonClose = nullptr;
+    bool m_Highlighted = false;
+};

@@ -1,0 +1,44 @@
+// CDockWindow, the frame of a debug window: title bar with its own buttons, focus highlight, keys passed inward.
+//
+//   auto* pDock = new CDockWindow(pMainWindow);
+//   pDock->SetWindow(pWindow);                       // takes ownership, title and object name follow the window
+//   pMainWindow->addDockWidget(Qt::RightDockWidgetArea, pDock);
+#pragma once
+#include <QDockWidget>
+
+class CDockTitleBar;
+class CWindow;
+
+class CDockWindow : public QDockWidget {
+    Q_OBJECT
+
+public:
+    explicit CDockWindow(QWidget* pParent = nullptr);
+
+    void SetWindow(CWindow* pWindow); ///< becomes the widget; the dock's focus proxy and owner of the window
+    CWindow* GetWindow() const;       ///< null before SetWindow
+    void SetTitle(const QString& sTitle);
+    void SetHighlighted(bool Highlighted); ///< the look of the dock that holds the focus
+    bool IsHighlighted() const { return m_Highlighted; }
+    void RequestClose(); ///< emits CloseRequested() if anybody listens, else closes
+    bool IsTabbed() const; ///< shares its place with others, so that a tab bar shows its title
+
+    QSize sizeHint() const override;
+
+signals:
+    void CloseRequested(); ///< the close button was clicked; without a receiver the dock closes itself
+
+public slots:
+    void OnTopLevelChanged(bool IsFloating);
+
+protected:
+    void keyPressEvent(QKeyEvent* pEvent) override;
+    void closeEvent(QCloseEvent* pEvent) override;
+    void changeEvent(QEvent* pEvent) override;
+
+private:
+    void UpdateMinimumSize();
+
+    CDockTitleBar* m_pTitleBar = nullptr;
+    bool m_Highlighted = false;
+};

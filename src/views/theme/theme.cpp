@@ -1,0 +1,252 @@
+#include "views/theme/theme.h"
+
+#include "project/settings/appearance.h"
+#include "views/theme/icons.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QFontDatabase>
+#include <QStyle>
+#include <QStyleFactory>
+#include <array>
+#include <memory>
+
+namespace {
+
+constexpr QRgb NO_DARK_COLOR = 0;
+
+/// Counterparts on a dark ground of the colour table's defaults; 0 keeps the default, which then follows the palette.
+constexpr std::array<QRgb, NUM_COLORS> aDarkColors{
+    NO_DARK_COLOR, // COLOR_SELECTION_HIGHLIGHT
+    NO_DARK_COLOR, // COLOR_SELECTION_HIGHLIGHT_TEXT
+    NO_DARK_COLOR, // COLOR_CHANGE_LEVEL_1_BG
+    NO_DARK_COLOR, // COLOR_CHANGE_LEVEL_2_BG
+    NO_DARK_COLOR, // COLOR_CHANGE_LEVEL_3_BG
+    0xFFFF6B68,    // COLOR_CHANGE_LEVEL_1_FG
+    0xFFE08A87,    // COLOR_CHANGE_LEVEL_2_FG
+    0xFFC9A3A1,    // COLOR_CHANGE_LEVEL_3_FG
+    0xFF2C5A36,    // COLOR_PC_ACTIVE
+    0xFF2B3D2F,    // COLOR_PC_INACTIVE
+    0xFF5C561F,    // COLOR_PC_BACKTRACE
+    0xFF3A3824,    // COLOR_CALL_SITE_ACTIVE
+    0xFF32312A,    // COLOR_CALL_SITE_INACTIVE
+    0xFF33373D,    // COLOR_TABLE_GRID_LINES
+    0xFF8FB4F5,    // COLOR_SYNTAX_REGISTER
+    0xFFD7DAE0,    // COLOR_SYNTAX_LABEL
+    0xFFC89BE8,    // COLOR_SYNTAX_MNEMONIC
+    0xFFF0A37C,    // COLOR_SYNTAX_IMMEDIATE
+    0xFF7AABF0,    // COLOR_SYNTAX_KEYWORD
+    0xFF9FB6D8,    // COLOR_SYNTAX_DIRECTIVE
+    0xFFE39C82,    // COLOR_SYNTAX_STRING
+    0xFF76B37A,    // COLOR_SYNTAX_COMMENT
+    0xFFD7DAE0,    // COLOR_SYNTAX_TEXT
+    0xFF6CC777,    // COLOR_LOGGING_SCRIPT
+    NO_DARK_COLOR, // COLOR_LOGGING_USER
+    0xFFFF7B72,    // COLOR_LOGGING_ERROR
+    0xFF8FB4F5,    // COLOR_LOGGING_BRYLLO
+    0xFF2C5A36,    // COLOR_PROGRESS_BAR_PROGRESS
+    NO_DARK_COLOR, // COLOR_PROGRESS_BAR_REMAINING
+    0xFFD79BD0,    // COLOR_SYMBOL_GLOBAL_VAR
+    0xFFD79BD0,    // COLOR_SYMBOL_LOCAL_VAR
+    0xFFD7DAE0,    // COLOR_SYMBOL_CONSTANT
+    0xFFD7DAE0,    // COLOR_SYMBOL_MEMBER
+    0xFFD7DAE0,    // COLOR_SYMBOL_FUNCTION
+    0xFF25303D,    // COLOR_ASM_LABEL_BACKG
+    0xFF1C1F23,    // COLOR_ASM_BACKG
+    0xFF2B4530,    // COLOR_EXEC_PROFILE_GOOD_INSTR
+    0xFF5A4B16,    // COLOR_EXEC_PROFILE_BAD_INSTR
+    0xFFFF7B72,    // COLOR_TABLE_FILTER_MATCH
+};
+
+struct PALETTE_ROW {
+    QPalette::ColorRole Role;
+    QRgb Light;
+    QRgb Dark;
+};
+constexpr PALETTE_ROW aPalette[] = {
+    {QPalette::Window, 0xFFF3F4F6, 0xFF24272C},        {QPalette::WindowText, 0xFF1F2328, 0xFFD7DAE0},
+    {QPalette::Base, 0xFFFFFFFF, 0xFF1C1F23},          {QPalette::AlternateBase, 0xFFF8F9FA, 0xFF202328},
+    {QPalette::Text, 0xFF1F2328, 0xFFD7DAE0},          {QPalette::Button, 0xFFF3F4F6, 0xFF2B2F35},
+    {QPalette::ButtonText, 0xFF353B44, 0xFFC9CED6},    {QPalette::BrightText, 0xFFFFFFFF, 0xFFFFFFFF},
+    {QPalette::Light, 0xFFFFFFFF, 0xFF383D45},         {QPalette::Midlight, 0xFFE9EBEF, 0xFF30343A},
+    {QPalette::Mid, 0xFFCDD2D9, 0xFF3A3F47},           {QPalette::Dark, 0xFFA9B0BA, 0xFF17191C},
+    {QPalette::Shadow, 0xFF6B727C, 0xFF0E0F11},        {QPalette::Highlight, 0xFF2F6FD6, 0xFF3565A8},
+    {QPalette::HighlightedText, 0xFFFFFFFF, 0xFFFFFFFF}, {QPalette::Link, 0xFF2560C4, 0xFF7AABF0},
+    {QPalette::LinkVisited, 0xFF6A48B0, 0xFFB08CE6},   {QPalette::ToolTipBase, 0xFFFFFFFF, 0xFF2F343B},
+    {QPalette::ToolTipText, 0xFF1F2328, 0xFFD7DAE0},   {QPalette::PlaceholderText, 0xFF8A919B, 0xFF7B838F},
+};
+
+const char* const sStyleTemplate = R"(
+QMainWindow::separator { background: @window; width: 5px; height: 5px; }
+QMainWindow::separator:hover { background: @highlight; }
+QToolTip { color: @text; background: @tip; border: 1px solid @border; padding: 4px 6px; }
+QMenuBar { background: @window; padding: 2px 4px; }
+QMenuBar::item { padding: 4px 9px; border-radius: 4px; background: transparent; }
+QMenuBar::item:selected { background: @hover; }
+QMenu { background: @base; border: 1px solid @border; padding: 4px; }
+QMenu::item { padding: 5px 24px 5px 10px; border-radius: 4px; }
+QMenu::icon { padding-left: 6px; }
+QMenu::item:selected { background: @highlight; color: @highlighttext; }
+QMenu::item:disabled { color: @weak; background: transparent; }
+QMenu::separator { height: 1px; background: @line; margin: 4px 6px; }
+QToolBar { background: @window; border: none; padding: 3px 6px; spacing: 2px; }
+QToolBar::separator { background: @border; width: 1px; margin: 5px 5px; }
+QToolBar QToolButton, QFrame#FindBar QToolButton { border: 1px solid transparent; border-radius: 5px; padding: 4px; }
+QToolBar QToolButton:hover, QFrame#FindBar QToolButton:hover { background: @hover; }
+QToolBar QToolButton:pressed, QToolBar QToolButton:checked, QFrame#FindBar QToolButton:checked { background: @pressed; }
+QStatusBar { background: @window; border-top: 1px solid @line; }
+QStatusBar::item { border: none; }
+QHeaderView { background: @window; border: none; }
+QHeaderView::section { background: @window; color: @button; border: none; border-right: 1px solid @line;
+    border-bottom: 1px solid @line; padding: 2px 6px; }
+QTreeView, QTableView, QPlainTextEdit { border: none; background: @base; }
+QTabBar { qproperty-drawBase: 0; }
+QTabBar::tab { background: transparent; color: @button; padding: 5px 12px; border: none;
+    border-bottom: 2px solid transparent; }
+QTabBar::tab:hover { background: @hover; }
+QTabBar::tab:selected { color: @text; background: @base; border-bottom: 2px solid @highlight; }
+QTabBar::tab:bottom, QTabBar::tab:south { border-bottom: none; border-top: 2px solid transparent; }
+QScrollBar:vertical { background: transparent; width: 12px; margin: 0; }
+QScrollBar:horizontal { background: transparent; height: 12px; margin: 0; }
+QScrollBar::handle { background: @scroll; border-radius: 4px; margin: 2px; }
+QScrollBar::handle:vertical { min-height: 28px; }
+QScrollBar::handle:horizontal { min-width: 28px; }
+QScrollBar::handle:hover { background: @scrollhover; }
+QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }
+QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }
+QAbstractScrollArea::corner { background: transparent; }
+QLineEdit { background: @base; border: 1px solid @border; border-radius: 4px; padding: 3px 6px;
+    selection-background-color: @highlight; selection-color: @highlighttext; }
+QLineEdit:focus { border-color: @highlight; }
+QPushButton { background: @base; color: @text; border: 1px solid @border; border-radius: 5px; padding: 5px 14px; }
+QPushButton:hover { background: @hover; }
+QPushButton:pressed { background: @pressed; }
+QPushButton:default { background: @highlight; border-color: @highlight; color: @highlighttext; }
+QPushButton:focus { border-color: @highlight; }
+QPushButton:disabled { color: @weak; background: @window; border-color: @line; }
+QComboBox { background: @base; border: 1px solid @border; border-radius: 4px; padding: 2px 6px; }
+QComboBox:hover { border-color: @weak; }
+QComboBox::drop-down { border: none; width: 18px; }
+QComboBox::down-arrow { image: url(:/Resources/Icons/chevron-down@scheme.svg); width: 12px; height: 12px; }
+QComboBox QAbstractItemView { background: @base; border: 1px solid @border; selection-background-color: @highlight;
+    selection-color: @highlighttext; }
+QTabBar::close-button { image: url(:/Resources/Icons/cross-small@scheme.svg); subcontrol-position: right; border-radius: 3px;
+    width: 12px; height: 12px; }
+QTabBar::close-button:hover { background: @pressed; }
+QProgressBar { background: @hover; border: none; border-radius: 3px; text-align: center; }
+QProgressBar::chunk { background: @highlight; border-radius: 3px; }
+)";
+
+QString ColorText(QRgb Color) { return QColor(Color).name(); }
+
+} // namespace
+
+CTheme& CTheme::Get()
+{
+    static CTheme s_Theme;
+    return s_Theme;
+}
+
+void CTheme::Init(QApplication& App)
+{
+    CTheme& Theme = Get();
+    Theme.m_pApp = &App;
+    InitIconResources();
+    App.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    if (QFontDatabase::families().contains(QStringLiteral("DejaVu Sans")) && App.font().family().isEmpty())
+        App.setFont(QFont(QStringLiteral("DejaVu Sans"), 9));
+    App.installEventFilter(&Theme);
+    Theme.Apply();
+}
+
+void CTheme::SetScheme(THEME_SCHEMES Scheme)
+{
+    Get().m_Scheme = Scheme;
+    Get().Apply();
+}
+
+THEME_SCHEMES CTheme::GetScheme() { return Get().m_Scheme; }
+
+bool CTheme::IsDark() { return Get().m_Dark; }
+
+bool CTheme::IsDesktopDark()
+{
+    const QByteArray sGtkTheme = qgetenv("GTK_THEME").toLower();
+    if (sGtkTheme.endsWith(":dark") || sGtkTheme.endsWith("-dark")) return true;
+    // A fresh style asks the desktop, whatever palette the application has set meanwhile.
+    const std::unique_ptr<QStyle> pStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    const QPalette Palette = pStyle->standardPalette();
+    return Palette.color(QPalette::WindowText).lightness() > Palette.color(QPalette::Window).lightness();
+}
+
+void CTheme::Apply()
+{
+    if (!m_pApp || m_Applying) return;
+    m_Applying = true;
+    const bool Dark = m_Scheme == THEME_DARK || (m_Scheme == THEME_AUTO && IsDesktopDark());
+    const bool Changed = Dark != m_Dark;
+    m_Dark = Dark;
+    m_pApp->setPalette(MakePalette(Dark));
+    m_pApp->setStyleSheet(MakeStyleSheet(Dark));
+    m_Applying = false;
+    if (Changed) emit SchemeChanged(Dark);
+}
+
+bool CTheme::eventFilter(QObject* pObject, QEvent* pEvent)
+{
+    if (pObject == m_pApp && pEvent->type() == QEvent::ThemeChange && m_Scheme == THEME_AUTO) Apply();
+    return QObject::eventFilter(pObject, pEvent);
+}
+
+QPalette CTheme::MakePalette(bool Dark)
+{
+    QPalette Palette;
+    for (const PALETTE_ROW& Row : aPalette) Palette.setColor(Row.Role, QColor::fromRgb(Dark ? Row.Dark : Row.Light));
+    const QColor Weak = QColor::fromRgb(Dark ? 0xFF6C737E : 0xFF9AA1AB);
+    for (auto Role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        Palette.setColor(QPalette::Disabled, Role, Weak);
+    Palette.setColor(QPalette::Disabled, QPalette::Highlight, QColor::fromRgb(Dark ? 0xFF3A3F47 : 0xFFCDD2D9));
+    return Palette;
+}
+
+QString CTheme::MakeStyleSheet(bool Dark)
+{
+    struct TOKEN {
+        const char* sName;
+        QRgb Light;
+        QRgb Dark;
+    };
+    // Longer names first, so that no token is the head of a later one.
+    static constexpr TOKEN aTokens[] = {
+        {"@highlighttext", 0xFFFFFFFF, 0xFFFFFFFF}, {"@highlight", 0xFF2F6FD6, 0xFF4A82CF},
+        {"@scrollhover", 0xFFA9B0BA, 0xFF5A616B},   {"@scroll", 0xFFCDD2D9, 0xFF434952},
+        {"@border", 0xFFCDD2D9, 0xFF3F454E},        {"@line", 0xFFE1E4E8, 0xFF32363D},
+        {"@hover", 0xFFE6E9EE, 0xFF32373E},         {"@pressed", 0xFFD6DBE3, 0xFF3C424B},
+        {"@window", 0xFFF3F4F6, 0xFF24272C},        {"@base", 0xFFFFFFFF, 0xFF1C1F23},
+        {"@button", 0xFF4A515C, 0xFFB4BAC4},        {"@text", 0xFF1F2328, 0xFFD7DAE0},
+        {"@weak", 0xFF9AA1AB, 0xFF6C737E},          {"@tip", 0xFFFFFFFF, 0xFF2F343B},
+    };
+    QString sSheet = QString::fromLatin1(sStyleTemplate);
+    // Style sheets load drawings as they stand, so the few they need exist in both strokes.
+    sSheet.replace(QLatin1String("@scheme"), Dark ? QLatin1String("-dark") : QLatin1String("-light"));
+    for (const TOKEN& Token : aTokens)
+        sSheet.replace(QLatin1String(Token.sName), ColorText(Dark ? Token.Dark : Token.Light));
+    return sSheet;
+}
+
+QColor CTheme::GetColor(int ColorID)
+{
+    const COLOR_ROW* pRow = GetColorRow(ColorID);
+    if (!pRow) return QColor();
+    const QRgb DarkColor = aDarkColors[static_cast<size_t>(ColorID)];
+    if (IsDark() && DarkColor != NO_DARK_COLOR && GetColorValue(ColorID) == pRow->Default)
+        return QColor::fromRgba(DarkColor);
+    return ::GetColor(ColorID);
+}
+
+QColor CTheme::GetBorderColor() { return QColor::fromRgb(IsDark() ? 0xFF32363D : 0xFFE1E4E8); }
+QColor CTheme::GetMarginColor() { return QColor::fromRgb(IsDark() ? 0xFF202328 : 0xFFF5F6F8); }
+QColor CTheme::GetCurrentLineColor() { return QColor::fromRgb(IsDark() ? 0xFF262A30 : 0xFFF1F4F9); }
+QColor CTheme::GetWeakTextColor() { return QColor::fromRgb(IsDark() ? 0xFF6C737E : 0xFF9AA1AB); }
+
+#include "moc_theme.cpp"

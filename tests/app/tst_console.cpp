@@ -1,0 +1,387 @@
+// The console window: what it shows of messages and actions, and the input line.
+#include "app/actions/actions.h"
+#include "app/actions/commandtext.h"
+#include "app/console/consolewindow.h"
+#include "app/services/log.h"
+#include "app/services/logfile.h"
+#include "app/services/mainthread.h"
+#include "project/settings/appearance.h"
+#include "project/settings/sysvars.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QAction>
+#include <QFile>
+#include <QLineEdit>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextEdit>
+#include <thread>
+#include <vector>
+
+/// A window with a few actions, whose handlers only note what they were given.
+class CTestWindow : public CWindow {
+    Q_OBJECT
+public:
+    CTestWindow()
+    {
+        for (const int Id : {ACT_DEBUG_HALT, ACT_FILE_CLOSE, ACT_WATCH_ADD, ACT_FILE_LOAD, ACT_EDIT_COPY,
+                             ACT_HELP_COMMANDS, ACT_BP_SET}) {
+            QAction* pAction = AddAction(GetActionRow(Id)->ObjectName, "x");
+            Connect(pAction, SIGNAL(triggered()), this, SLOT(OnAnyTriggered()));
+        }
+        ::LinkActions(this);
+    }
+    ~CTestWindow() override { ::UnlinkActions(this); }
+
+    std::function<void(int Id)> Handler;
+
+public slots:
+    void OnAnyTriggered()
+    {
+        const int Id = GetActionId(qobject_cast<QAction*>(sender()));
+        if (Handler) Handler(Id);
+    }
+};
+
+class tst_console : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void lines();
+    void drainLimit();
+    void timeStampAlignment();
+    void plainText();
+    void colorsAndFonts();
+    void logMessages();
+    void logFile();
+    void transcript();
+    void clear();
+    void inputLine();
+    void enteredCommands();
+    void echo();
+    void echoOfErrors();
+    void echoOnce();
+    void fromWorkers();
+
+private:
+    CConsoleWindow& Console() { return CConsoleWindow::Get(); }
+    QTextEdit* Text() { return Console().findChild<QTextEdit*>("textEditConsole"); }
+    QStringList Flushed()
+    {
+        Console().Flush();
+        return Console().GetLines();
+    }
+};
+
+void tst_console::initTestCase()
+{
+    SetMainThread();
+    InitSysVars();
+    InitColorsAndFonts(QFont());
+    QVERIFY(!CConsoleWindow::Exists());
+    Console().resize(600, 300);
+    Console().show();
+    QVERIFY(CConsoleWindow::Exists());
+    ::LinkActions(&Console());
+    ACTION_HOOKS Hooks;
+    Hooks.PrintError = [this](const QString& sText, const QString& sError) {
+        Console().PrintError(sText, sError);
+    };
+    SetActionHooks(Hooks);
+}
+
+void tst_console::init()
+{
+    Console().Clear();
+}
+
+void tst_console::lines()
+{
+    Console().Print("one");
+    Console().Print("");
+    Console().Print("two\nthree\nfour");
+    Console().PrintLines({"", "five"});
+    QCOMPARE(Flushed(), (QStringList{"one", "two", "three", "four", "", "five"}));
+    const QStringList Stamps = Console().GetSidebarLines();
+    QCOMPARE(Stamps.size(), 6);
+    QCOMPARE(Stamps[1], Stamps[3]);
+    for (const QString& s : Stamps)
+        QVERIFY(QRegularExpression("^(\\d+:)*\\d+\\.\\d{3} \\d{3}$").match(s).hasMatch());
+    // An empty first line is a line too.
+    Console().Clear();
+    Console().PrintLines({"", "x"});
+    QCOMPARE(Flushed(), (QStringList{"", "x"}));
+    QCOMPARE(Console().GetSidebarLines().size(), 2);
+}
+
+void tst_console::drainLimit()
+{
+    for (int i = 0; i < CONSOLE_RING_SLOTS + 5; i++) Console().Print(QString::number(i));
+    QVERIFY(Console().IsUpdatePending());
+    Console().OnUpdateTimerTimeout();
+    QCOMPARE(Console().GetLines().size(), 100);
+    QVERIFY(Console().IsUpdatePending());
+    QCOMPARE(Flushed().size(), CONSOLE_RING_SLOTS); // five were dropped
+    QCOMPARE(Console().GetLines().last(), "999");
+    Console().Print("later");
+    QTRY_COMPARE(Console().GetLines().last(), "later");
+    QTRY_VERIFY(!Console().IsUpdatePending());
+}
+
+void tst_console::timeStampAlignment()
+{
+    Console().SetSidebarVisible(true);
+    Console().Print("normal\nsecond");
+    Console().PrintLines({"fixed"});
+    for (int i = 0; i < 60; i++) Console().Print("line");
+    Console().Flush();
+    auto* pSidebar = Console().findChild<QTextEdit*>("textEditSidebar");
+    QTextBlock a = Text()->document()->begin();
+    QTextBlock b = pSidebar->document()->begin();
+    const auto* pA = Text()->document()->documentLayout();
+    const auto* pB = pSidebar->document()->documentLayout();
+    for (; a.isValid() && b.isValid(); a = a.next(), b = b.next())
+        QCOMPARE(pA->blockBoundingRect(a).top(), pB->blockBoundingRect(b).top());
+    QVERIFY(!a.isValid() && !b.isValid());
+    QVERIFY(pSidebar->width() > 10);
+    QVERIFY(Console().GetText().size() < 63);
+    QCOMPARE(Console().GetText().last(), "line");
+    Console().SetSidebarVisible(false);
+}
+
+void tst_console::plainText()
+{
+    Console().Print("<b>x</b> &lt;");
+    QCOMPARE(Flushed(), QStringList{"<b>x</b> &lt;"});
+}
+
+void tst_console::colorsAndFonts()
+{
+    SetColor(COLOR_LOGGING_ERROR, 0xFF112233u);
+    Console().Print("plain");
+    Console().Print("green", QColor(0, 200, 0));
+    Console().PrintError("File.Open (\"x\")", "file not found");
+    Console().PrintLines({"fixed"});
+    Console().Print("plain again");
+    Console().Flush();
+    const auto Format = [this](int i) {
+        return Text()->document()->findBlockByNumber(i).begin().fragment().charFormat();
+    };
+    QVERIFY(!Format(0).hasProperty(QTextFormat::ForegroundBrush));
+    QCOMPARE(Format(1).foreground().color(), QColor(0, 200, 0));
+    QCOMPARE(Format(2).foreground().color(), QColor(0x11, 0x22, 0x33));
+    QCOMPARE(Text()->document()->findBlockByNumber(2).text(), "File.Open (\"x\"): file not found");
+    QVERIFY(!Format(0).hasProperty(QTextFormat::FontFamilies));
+    QVERIFY(Format(3).hasProperty(QTextFormat::FontFamilies));
+    QVERIFY(!Format(4).hasProperty(QTextFormat::FontFamilies));
+}
+
+void tst_console::logMessages()
+{
+    const U64 NumErrors = Console().GetLogErrorCount();
+    LogInfo("connected");
+    LogWarning("goes nowhere without a log file");
+    LogError("lost\n");
+    Log("shown", MSG_WARNING | MSG_ALL);
+    QCOMPARE(Flushed(), (QStringList{"Connected", "Lost", "Shown"}));
+    QCOMPARE(Console().GetLogErrorCount(), NumErrors + 1);
+}
+
+void tst_console::logFile()
+{
+    QTemporaryDir Dir;
+    Console().SetLogFile(Dir.filePath("console.log"));
+    Console().Print("first\nsecond");
+    Console().Print("third");
+    Console().Flush();
+    Console().SetLogFile("");
+    Console().Print("after");
+    Console().Flush();
+    QFile File(Dir.filePath("console.log"));
+    QVERIFY(File.open(QIODevice::ReadOnly));
+    QCOMPARE(File.readAll(), QByteArray("first\nsecond\nthird\n"));
+    QVERIFY(!IsLogFileOpen(LOG_SLOT_CONSOLE));
+}
+
+void tst_console::transcript()
+{
+    QStringList Lines;
+    Console().SetTranscriptSink(
+        [&](const QString& s, bool IsError) { Lines.append((IsError ? "E " : "  ") + s); });
+    Console().PrintCommand("Debug.Halt();");
+    Console().PrintError("Debug.Halt()", "not connected");
+    Log("odd", MSG_WARNING | MSG_CONSOLE);
+    Log("bad", MSG_ERROR | MSG_CONSOLE);
+    QVERIFY(Lines.isEmpty());
+    Console().Flush();
+    Console().SetTranscriptSink(nullptr);
+    QCOMPARE(Lines, (QStringList{"  Debug.Halt();", "E Debug.Halt(): not connected", "  Odd", "E Bad"}));
+}
+
+void tst_console::clear()
+{
+    Console().Print("shown");
+    Console().Flush();
+    Console().Print("unread");
+    Console().Clear();
+    QCOMPARE(Flushed(), QStringList());
+    Console().Print("new");
+    QCOMPARE(Flushed(), QStringList{"new"});
+}
+
+void tst_console::inputLine()
+{
+    auto* pInput = Console().findChild<QLineEdit*>("lineEditInput");
+    const auto Type = [&](const char* s) { QTest::keyClicks(pInput, s); };
+    const auto Key = [&](Qt::Key k) { QTest::keyClick(pInput, k); };
+    Key(Qt::Key_Up); // nothing typed yet
+    QCOMPARE(pInput->text(), QString());
+    Type("no.such");
+    Key(Qt::Key_Return);
+    QCOMPARE(pInput->text(), QString());
+    Type("other x");
+    Key(Qt::Key_Enter);
+    Key(Qt::Key_Return); // empty line
+    QCOMPARE(Flushed(),
+             (QStringList{"no.such: unknown command. Type ? or help for a list of available commands.",
+                          "other x: unknown command. Type ? or help for a list of available commands.", ""}));
+    QCOMPARE(Console().GetHistory(), (QStringList{"other x", "no.such"}));
+    Key(Qt::Key_Up);
+    QCOMPARE(pInput->text(), "other x");
+    Key(Qt::Key_Up);
+    QCOMPARE(pInput->text(), "no.such");
+    Key(Qt::Key_Down);
+    pInput->clear();
+
+    Console().Clear();
+    Type("debug.ste");
+    Key(Qt::Key_Tab);
+    QCOMPARE(pInput->text(), "Debug.Step");
+    Key(Qt::Key_Tab); // adds nothing: the choices are listed
+    QCOMPARE(pInput->text(), "Debug.Step");
+    QCOMPARE(Flushed(), (QStringList{"Debug.StepInto", "Debug.StepOut", "Debug.StepOver"}));
+    Type("ov");
+    Key(Qt::Key_Tab);
+    QCOMPARE(pInput->text(), "Debug.StepOver");
+}
+
+void tst_console::enteredCommands()
+{
+    CTestWindow Window;
+    Console().AddCommandListener(&Window);
+    QCOMPARE(Console().ExecuteCommand("debug.halt"), int(EXECUTE_DONE));
+    QCOMPARE(Flushed(), QStringList{"Debug.Halt();"});
+    Window.Handler = [this](int Id) {
+        if (Id == ACT_HELP_COMMANDS) Console().PrintCommandHelp();
+    };
+    QCOMPARE(Console().ExecuteCommand("?"), int(EXECUTE_DONE));
+    const QStringList Lines = Flushed();
+    QCOMPARE(Lines[1], "Help.Commands();");
+    QCOMPARE(Lines[2], QString(150, '-'));
+    QCOMPARE(Lines[3], QString());
+    QVERIFY(Lines.last().startsWith("Help.Commands"));
+    const U64 NumErrors = Console().GetErrorCount();
+    SetCommandState(ACT_DEBUG_HALT, false, true);
+    QCOMPARE(Console().ExecuteCommand("Debug.Halt"), int(EXECUTE_DISABLED));
+    QCOMPARE(Flushed().last(), "Debug.Halt: Command disabled");
+    QCOMPARE(Console().GetErrorCount(), NumErrors + 1);
+}
+
+void tst_console::echo()
+{
+    CTestWindow Window;
+    Console().AddCommandListener(&Window);
+    QStringList During;
+    Window.Handler = [&](int Id) {
+        During = Flushed();
+        if (Id == ACT_FILE_CLOSE) SetActionParams(Id, "chosen.c");
+    };
+    // Before the operation, with what it was called with.
+    ::PerformAction(ACT_FILE_LOAD, "a.bin", "0x100");
+    QCOMPARE(During, QStringList{"File.Load (\"a.bin\", 0x100);"});
+    QCOMPARE(Flushed(), During);
+    QVERIFY(!HasActionParams(ACT_FILE_LOAD));
+    // After the operation, with what the handler made of it.
+    Console().Clear();
+    ::PerformAction(ACT_FILE_CLOSE);
+    QCOMPARE(During, QStringList());
+    QCOMPARE(Flushed(), QStringList{"File.Close (\"chosen.c\");"});
+    // From a menu.
+    Console().Clear();
+    GetAction(ACT_DEBUG_HALT)->trigger();
+    QCOMPARE(Flushed(), QStringList{"Debug.Halt();"});
+    // Not listed, and a plain action.
+    Console().Clear();
+    ::PerformAction(ACT_WATCH_ADD, "x");
+    ::PerformAction(ACT_BP_SET);
+    QCOMPARE(Flushed(), QStringList());
+    // Silent.
+    Window.Handler = [](int Id) { SetActionSilent(Id); };
+    ::PerformAction(ACT_FILE_CLOSE, "x");
+    QCOMPARE(Flushed(), QStringList());
+    QVERIFY(!IsActionSilent(ACT_FILE_CLOSE));
+}
+
+void tst_console::echoOfErrors()
+{
+    CTestWindow Window;
+    Console().AddCommandListener(&Window);
+    Window.Handler = [](int Id) {
+        if (CheckParamCount(Id)) SetActionError(Id, ERR_FILE_NOT_FOUND, GetActionParams(Id).value(0));
+    };
+    Console().ExecuteCommand("File.Load a.bin");
+    QCOMPARE(Flushed(),
+             (QStringList{"File.Load (\"a.bin\");", "File.Load (\"a.bin\"): wrong parameter count"}));
+    Console().Clear();
+    Console().ExecuteCommand("File.Load (a.bin, 0)");
+    QCOMPARE(Flushed().last(), "File.Load (\"a.bin\", 0): file not found: a.bin");
+    QCOMPARE(GetActionError(ACT_FILE_LOAD), QString());
+    // A command that isn't listed still tells its errors.
+    Console().Clear();
+    Window.Handler = [](int Id) { SetActionError(Id, ERR_UNKNOWN_SYMBOL); };
+    ::PerformAction(ACT_WATCH_ADD, "x");
+    QCOMPARE(Flushed(), QStringList{"Watch.Add (\"x\"): unknown symbol"});
+}
+
+void tst_console::echoOnce()
+{
+    {
+        CTestWindow Window;
+        Console().AddCommandListener(&Window);
+        Console().AddCommandListener(&Window);
+        ::PerformAction(ACT_DEBUG_HALT);
+        QCOMPARE(Flushed().size(), 1);
+        Console().RemoveCommandListener(&Window);
+        ::PerformAction(ACT_DEBUG_HALT);
+        QCOMPARE(Flushed().size(), 1);
+        Console().AddCommandListener(&Window);
+        ::PerformAction(ACT_DEBUG_HALT);
+        QCOMPARE(Flushed().size(), 2);
+    }
+    // A closed window is no trouble: its commands do nothing and say nothing.
+    QCOMPARE(Console().ExecuteCommand("Debug.Halt"), int(EXECUTE_DONE));
+    QCOMPARE(Flushed().size(), 2);
+}
+
+void tst_console::fromWorkers()
+{
+    std::vector<std::thread> Threads;
+    for (int t = 0; t < 3; t++) {
+        Threads.emplace_back([this, t] {
+            for (int i = 0; i < 100; i++) {
+                LogInfo(QString("l%1").arg(t));
+                Console().Print(QString("p%1").arg(t));
+            }
+        });
+    }
+    for (std::thread& t : Threads) t.join();
+    QTRY_COMPARE(Console().GetLines().size(), 600);
+    QCOMPARE(Console().GetLines().count("L1"), 100);
+    QCOMPARE(Console().GetLines().count("p2"), 100);
+}
+
+QTEST_MAIN(tst_console)
+#include "tst_console.moc"

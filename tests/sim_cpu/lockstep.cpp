@@ -1,0 +1,215 @@
+#include "lockstep.h"
+
+#include "emulatorlog.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+namespace {
+
+QString ProgramPath(const QString& sName)
+{
+    return QString(VANTREL_SOURCE_DIR "/tests/sim_cpu/programs/") + sName;
+}
+
+bool RunTool(const QString& sProgram, const QStringList& aArgs, QString* psError,
+             QByteArray* pOutput = nullptr)
+{
+    QProcess Process;
+    Process.setProcessChannelMode(QProcess::MergedChannels);
+    Process.start(sProgram, aArgs);
+    if (!Process.waitForStarted()) {
+        *psError = sProgram + " is not installed: the test programs are compiled with it";
+        return false;
+    }
+    Process.waitForFinished(120000);
+    if (Process.exitStatus() == QProcess::NormalExit && Process.exitCode() == 0) {
+        if (pOutput) *pOutput = Process.readAll();
+        return true;
+    }
+    *psError = sProgram + " failed:\n" + QString::fromLocal8Bit(Process.readAll());
+    return false;
+}
+
+QString Describe(const CpuState& Ours, const CpuState& Theirs)
+{
+    QString sText;
+    auto Row = [&](const QString& sName, uint32_t A, uint32_t B) {
+        if (A != B)
+            sText += QString("  %1: ours %2, emulator %3\n")
+                         .arg(sName)
+                         .arg(A, 8, 16, QChar('0'))
+                         .arg(B, 8, 16, QChar('0'));
+    };
+    for (int i = 0; i < 16; ++i) Row(QString("R%1").arg(i), Ours.R[i], Theirs.R[i]);
+    Row("XPSR", Ours.Xpsr, Theirs.Xpsr);
+    for (int i = 0; i < 32; ++i) Row(QString("S%1").arg(i), Ours.S[i], Theirs.S[i]);
+    Row("FPSCR", Ours.Fpscr, Theirs.Fpscr);
+    return sText;
+}
+
+// The emulator's Cortex-M33 has the security extension: its EXC_RETURN says "secure".
+uint32_t WithoutSecurity(uint32_t Value)
+{
+    return (Value & 0xFFFFFF80u) == 0xFFFFFF80u ? Value & ~0x41u : Value;
+}
+
+bool Same(const CpuState& Ours, CpuState Theirs, bool HasSecurity)
+{
+    if (Ours == Theirs) return true;
+    if (!HasSecurity) return false;
+    CpuState A = Ours;
+    for (int i = 0; i < 15; ++i) {
+        A.R[i] = WithoutSecurity(A.R[i]);
+        Theirs.R[i] = WithoutSecurity(Theirs.R[i]);
+    }
+    return A == Theirs;
+}
+
+// The emulator logs the next instruction before it sees that an interrupt is pending there.
+// Such a record must be the state that our exception entry has just stacked.
+bool IsInterrupted(const TestMachine& Machine, const CpuState& Ours, const CpuState& Theirs)
+{
+    if (!(Ours.Xpsr & 0x1FF) || Ours.R[14] < 0xFFFFFF00u) return false;
+    uint32_t Frame =
+        uint32_t(Machine.GetReg(Ours.R[14] & 4 ? Sim::kRegPsp : Sim::kRegMsp)) - Machine.m_Info.Ram;
+    if (Frame > Machine.m_Ram.size() - 32) return false;
+    uint32_t Words[8];
+    memcpy(Words, Machine.m_Ram.data() + Frame, sizeof Words);
+    return Words[0] == Theirs.R[0] && Words[3] == Theirs.R[3] && Words[6] == Theirs.R[15] &&
+           ((Words[7] ^ Theirs.Xpsr) & ~0x200u) == 0 && std::equal(Ours.R + 4, Ours.R + 12, Theirs.R + 4);
+}
+
+} // namespace
+
+QByteArray BuildProgram(const BoardInfo& Info, const QString& sSource, const QStringList& aOptions,
+                        QString* psError)
+{
+    QTemporaryDir Dir;
+    QFile Template(ProgramPath("program.ld.in"));
+    QFile Script(Dir.filePath("program.ld"));
+    if (!Template.open(QIODevice::ReadOnly) || !Script.open(QIODevice::WriteOnly)) {
+        *psError = "cannot write the linker script";
+        return {};
+    }
+    QByteArray Text = Template.readAll();
+    Text.replace("@ROM@", QByteArray::number(Info.Rom)).replace("@RAM@", QByteArray::number(Info.Ram));
+    Script.write(Text);
+    Script.close();
+
+    QStringList aArgs = QString(Info.sGccFlags).split(' ');
+    aArgs << "-mthumb"
+          << "-g"
+          << "-ffunction-sections"
+          << "-fno-exceptions"
+          << "-nostartfiles"
+          << "--specs=nosys.specs"
+          << "-T" << Script.fileName() << "-Wl,--gc-sections"
+          << "-w" << aOptions << "-x"
+          << "c" << ProgramPath("startup.c");
+    bool IsCpp = sSource.endsWith(".cpp");
+    aArgs << "-x" << (IsCpp ? "c++" : "c") << ProgramPath(sSource) << "-o" << Dir.filePath("program.elf")
+          << "-lm";
+    if (!RunTool(IsCpp ? "arm-none-eabi-g++" : "arm-none-eabi-gcc", aArgs, psError)) return {};
+    QStringList aCopy{"-O", "binary", Dir.filePath("program.elf"), Dir.filePath("program.bin")};
+    if (!RunTool("arm-none-eabi-objcopy", aCopy, psError)) return {};
+    QFile Image(Dir.filePath("program.bin"));
+    if (!Image.open(QIODevice::ReadOnly)) return {};
+    return Image.readAll();
+}
+
+QByteArray Assemble(const BoardInfo& Info, const char* sSource, QMap<QString, uint32_t>* pSymbols,
+                    QString* psError)
+{
+    QTemporaryDir Dir;
+    QFile Source(Dir.filePath("source.s"));
+    if (!Source.open(QIODevice::WriteOnly)) return {};
+    Source.write(".syntax unified\n.thumb\n.text\n");
+    Source.write(sSource);
+    Source.write("\n");
+    Source.close();
+    QStringList aArgs = QString(Info.sGccFlags).split(' ');
+    aArgs << "-mthumb"
+          << "-nostdlib"
+          << "-Wl,-Ttext=0x" + QString::number(Info.Rom, 16) << "-Wl,-e,0" << Source.fileName() << "-o"
+          << Dir.filePath("source.elf");
+    QByteArray Names;
+    if (!RunTool("arm-none-eabi-gcc", aArgs, psError) ||
+        !RunTool("arm-none-eabi-objcopy",
+                 {"-O", "binary", Dir.filePath("source.elf"), Dir.filePath("source.bin")}, psError) ||
+        !RunTool("arm-none-eabi-nm", {Dir.filePath("source.elf")}, psError, &Names))
+        return {};
+    for (const QByteArray& Line : Names.split('\n')) {
+        QList<QByteArray> aParts = Line.split(' ');
+        if (aParts.size() == 3) pSymbols->insert(QString(aParts[2]), aParts[0].toUInt(nullptr, 16));
+    }
+    QFile Image(Dir.filePath("source.bin"));
+    if (!Image.open(QIODevice::ReadOnly)) return {};
+    return Image.readAll();
+}
+
+LockstepResult RunLockstep(const BoardInfo& Info, const QByteArray& Image, uint64_t MaxInstructions,
+                           uint32_t* pResult)
+{
+    LockstepResult Result;
+    QTemporaryDir Dir;
+    QFile File(Dir.filePath("image.bin"));
+    if (!File.open(QIODevice::WriteOnly) || File.write(Image) != Image.size()) {
+        Result.sError = "cannot write the image";
+        return Result;
+    }
+    File.close();
+    TestMachine Machine(Info);
+    Machine.LoadRom(Image);
+    EmulatorLog Log;
+    if (!Log.Start(Info, File.fileName())) {
+        Result.sError = Log.GetError();
+        return Result;
+    }
+    bool HasSecurity = Info.Kind == Sim::ArmCoreKind::M33;
+    CpuState Ours = Machine.GetState(), Before, Theirs, TheirsBefore;
+    while (Result.NumInstructions < MaxInstructions) {
+        if (!Log.Next(Theirs)) {
+            Result.sError = QString("%1 after %2 instructions, ours at %3")
+                                .arg(Log.GetError())
+                                .arg(Result.NumInstructions)
+                                .arg(Ours.R[15], 0, 16);
+            return Result;
+        }
+        if (Result.NumInstructions == 0) { // unknown at reset: the link register and the flags
+            Machine.m_Cpu.SetReg(Sim::kRegLr, Theirs.R[14]);
+            Machine.m_Cpu.SetReg(Sim::kRegXpsr, (Ours.Xpsr & 0x07FFFFFF) | (Theirs.Xpsr & 0xF8000000));
+            Ours = Machine.GetState();
+        }
+        // Where nothing can be fetched the emulator logs the handler only.
+        bool CanFetch = Ours.R[15] - Info.Rom < Info.RomSize || Ours.R[15] - Info.Ram < Info.RamSize;
+        if (!(Ours == Theirs) && !CanFetch) {
+            Machine.RunOne();
+            Ours = Machine.GetState();
+        }
+        bool IsSame = Same(Ours, Theirs, HasSecurity);
+        // A block that was left before its instruction is logged again.
+        if (!IsSame && Result.NumInstructions &&
+            (Theirs == TheirsBefore || IsInterrupted(Machine, Ours, Theirs)))
+            continue;
+        if (!IsSame) {
+            Result.sError = QString("difference after %1 instructions; the last one was at %2\n%3")
+                                .arg(Result.NumInstructions)
+                                .arg(Before.R[15], 8, 16, QChar('0'))
+                                .arg(Describe(Ours, Theirs));
+            return Result;
+        }
+        if (Result.NumInstructions && Ours == Before) break; // "b ." at the end
+        Before = Ours;
+        TheirsBefore = Theirs;
+        Machine.RunOne();
+        Ours = Machine.GetState();
+        ++Result.NumInstructions;
+        if ((Ours.Xpsr & 0x1FF) && !(Before.Xpsr & 0x1FF)) Result.ExceptionPc = Before.R[15];
+    }
+    Result.LastPc = Ours.R[15];
+    if (pResult) *pResult = Ours.R[0];
+    return Result;
+}
