@@ -31,6 +31,7 @@ private slots:
     void systemRegisters();
     void twoCores();
     void manyThreads();
+    void sessionsUnderReads();
     void hugeCounts();
 
 private:
@@ -367,6 +368,13 @@ void tst_simtarget::systemRegisters()
     QCOMPARE(BRYLLOARM_WriteCPReg("VTOR", 0x20000000), 0);
     QCOMPARE(Word(0xE000ED08), 0x20000000u);
     QVERIFY(BRYLLOARM_ReadCPReg("NOSUCH", &Value) < 0);
+    // A project script writes the vector's content into PC, Thumb bit and all.
+    QVERIFY(SetReg(BRYLLO_REG_PC, Word(4)));
+    QCOMPARE(Word(4) & 1, 1u);
+    QCOMPARE(Pc(), Symbol("Reset_Handler"));
+    QVERIFY(BRYLLOARM_SetBPEx(Symbol("main"), BRYLLO_BP_TYPE_ANY) > 0);
+    QVERIFY(RunToHalt());
+    QCOMPARE(Pc(), Symbol("main"));
     const U32 aIndex[] = {0, BRYLLO_REG_S0 + 3, 31, BRYLLO_REG_CYCLES};
     const U64 aWrite[] = {0x12345678, 0x3F800000, 1, 1};
     U64 aRead[4];
@@ -437,6 +445,43 @@ void tst_simtarget::manyThreads()
     QVERIFY(Ok);
     QCOMPARE(NumBad.load(), 0);
     QVERIFY(NumReads > 0);
+}
+
+void tst_simtarget::sessionsUnderReads()
+{
+    // One thread opens, downloads, runs and closes; the other asks all the while. Neither may
+    // crash or hang, and the thread sanitizer has a look at both.
+    QVERIFY(Connect("VS4F-512"));
+    QCOMPARE(Exec("Sim.FlashCost 1"), 0);
+    std::atomic<bool> Quit = false;
+    std::thread Reader([&] {
+        while (!Quit) {
+            U32 Value = 0, Index = BRYLLO_REG_PC;
+            U64 Reg = 0;
+            U8 Status = 0;
+            BRYLLOARM_ReadMemU32(0x20000000, 1, &Value, &Status);
+            BRYLLOARM_WriteU32(0x20000100, 1);
+            BRYLLOARM_ReadRegs(&Index, &Reg, &Status, 1);
+            BRYLLOARM_IsHalted();
+            BRYLLOARM_FindBP(4);
+            reinterpret_cast<BRYLLO_PFUNC_BMA>(BRYLLO_GetpFunc(BRYLLO_PFUNC_GET_BMA))();
+            Query("Sim.Cycles");
+        }
+    });
+    bool Ok = true;
+    const char* const asDevices[] = {"VS4F-512", "VS33-2CORE", "VS3-512-BE", "VS0P-256-LP"};
+    for (int i = 0; i < 24 && Ok; ++i) {
+        U32 LoopAddr;
+        BRYLLOARM_SetEndian(i & 1);
+        Ok = Connect(asDevices[i % 4]) && LoadLoop(i % 4 == 3 ? 0x08000000 : 0, 0x20000000, &LoopAddr) &&
+             BRYLLOARM_SetBPEx(LoopAddr, BRYLLO_BP_TYPE_ANY) > 0 && RunToHalt() && Pc() == LoopAddr;
+        BRYLLOARM_GoEx(0, 1);
+        if (i % 3 == 0) BRYLLOARM_Close();
+    }
+    Quit = true;
+    Reader.join();
+    QCOMPARE(Exec("Sim.FlashCost 0"), 0);
+    QVERIFY(Ok);
 }
 
 void tst_simtarget::hugeCounts()

@@ -15,7 +15,8 @@
 
 class CProjectRig {
 public:
-    CProjectRig() {
+    CProjectRig()
+    {
         InitSysVars();
         for (int Id = 0; Id < NUM_ACTIONS; ++Id) {
             auto* pAction = new QAction(&Window);
@@ -41,7 +42,8 @@ public:
         CProject::Get().Init();
         CFileFinder::Get().Hooks().InstallDir = [this] { return In("install"); };
     }
-    ~CProjectRig() {
+    ~CProjectRig()
+    {
         SetLogConsoleSink({});
         CProject::Get().Close();
         BScript::Close();
@@ -53,14 +55,16 @@ public:
     QString In(const QString& sName) const { return Dir.path() + QLatin1Char('/') + sName; }
 
     /// Writes bytes to a file of the folder.
-    QString Put(const QString& sName, const QByteArray& Bytes) const {
+    QString Put(const QString& sName, const QByteArray& Bytes) const
+    {
         QFile File(In(sName));
         if (File.open(QIODevice::WriteOnly)) {
             File.write(Bytes);
         }
         return In(sName);
     }
-    QByteArray Bytes(const QString& sName) const {
+    QByteArray Bytes(const QString& sName) const
+    {
         QFile File(In(sName));
         return File.open(QIODevice::ReadOnly) ? File.readAll() : QByteArray();
     }
@@ -78,9 +82,11 @@ public:
     std::function<void(int)> OnOther; ///< called for commands of other layers
 
 private:
-    void Run(int Id) {
+    void Run(int Id)
+    {
         if (!CProject::Get().HandleCommand(Id)) {
-            Calls += GetCommandName(Id) + QLatin1Char('(') + GetActionParams(Id).join(QLatin1Char(',')) + QLatin1Char(')');
+            Calls += GetCommandName(Id) + QLatin1Char('(') + GetActionParams(Id).join(QLatin1Char(',')) +
+                     QLatin1Char(')');
             if (OnOther) {
                 OnOther(Id);
             }

@@ -35,20 +35,37 @@ private:
     QString m_sOldDir;
 };
 
-void tst_filefinder::Touch(const QString& sPath) {
+void tst_filefinder::Touch(const QString& sPath)
+{
     QDir().mkpath(QFileInfo(In(sPath)).path());
     QFile File(In(sPath));
     QVERIFY(File.open(QIODevice::WriteOnly));
 }
 
-void tst_filefinder::init() {
+void tst_filefinder::init()
+{
     m_pDir = std::make_unique<QTemporaryDir>();
     m_sOldDir = QDir::currentPath();
-    for (const char* s : {"proj/p.bdebug", "proj/src/main.c", "proj/only.bin", "install/Config/Peripherals/Dev.xml",
-                          "install/Config/CPU/Core.svd", "install/Plugins/Core/CorePlugin.so", "install/Plugins/OS/MyOS.so",
-                          "install/Doc/guide.pdf", "install/data/tool.hex", "prog/app.elf", "prog/near.c", "root1/lib/a.c",
-                          "root2/lib/a.c", "root2/lib/b.c", "search/found.c", "search/found.xyz", "search/img.bin", "search/header",
-                          "cwd/here.c", "sub/deep/er/x.c"}) {
+    for (const char* s : {"proj/p.bdebug",
+                          "proj/src/main.c",
+                          "proj/only.bin",
+                          "install/Config/Peripherals/Dev.xml",
+                          "install/Config/CPU/Core.svd",
+                          "install/Plugins/Core/CorePlugin.so",
+                          "install/Plugins/OS/MyOS.so",
+                          "install/Doc/guide.pdf",
+                          "install/data/tool.hex",
+                          "prog/app.elf",
+                          "prog/near.c",
+                          "root1/lib/a.c",
+                          "root2/lib/a.c",
+                          "root2/lib/b.c",
+                          "search/found.c",
+                          "search/found.xyz",
+                          "search/img.bin",
+                          "search/header",
+                          "cwd/here.c",
+                          "sub/deep/er/x.c"}) {
         Touch(s);
     }
     QVERIFY(QDir::setCurrent(In("cwd")));
@@ -56,23 +73,29 @@ void tst_filefinder::init() {
     m_pFinder->Hooks().InstallDir = [this] { return In("install"); };
     m_pFinder->Hooks().ProjectPath = [this] { return In("proj/p.bdebug"); };
     m_pFinder->Hooks().ProgramFile = [this] { return In("prog/app.elf"); };
-    m_pFinder->Hooks().QualifySrcPath = [this](const QString& s) { return s == "table.c" ? In("sub/deep/er/x.c") : QString(); };
+    m_pFinder->Hooks().QualifySrcPath = [this](const QString& s) {
+        return s == "table.c" ? In("sub/deep/er/x.c") : QString();
+    };
     m_Console.clear();
     SetLogConsoleSink([this](const QString& sText, U32) { m_Console += sText; });
     qputenv("TST_FINDER_DIR", In("search").toLocal8Bit());
 }
 
-void tst_filefinder::cleanup() {
+void tst_filefinder::cleanup()
+{
     SetLogConsoleSink({});
     QDir::setCurrent(m_sOldDir);
     m_pFinder.reset();
     m_pDir.reset();
 }
 
-void tst_filefinder::Expand_data() {
+void tst_filefinder::Expand_data()
+{
     QTest::addColumn<QString>("Text");
     QTest::addColumn<QString>("Expected"); ///< "@" stands for the test's folder
-    const auto Row = [](const char* sText, const char* sExpected) { QTest::newRow(sText) << QString(sText) << QString(sExpected); };
+    const auto Row = [](const char* sText, const char* sExpected) {
+        QTest::newRow(sText) << QString(sText) << QString(sExpected);
+    };
     Row("plain/a.c", "plain/a.c");
     Row("$(ProjectDir)/a.c", "@/proj/a.c");
     Row("$(projectdir)/a.c", "@/proj/a.c");
@@ -92,16 +115,20 @@ void tst_filefinder::Expand_data() {
     Row("$(open %TST_FINDER_DIR%", "$(open @/search");
 }
 
-void tst_filefinder::Expand() {
+void tst_filefinder::Expand()
+{
     QFETCH(QString, Text);
     QFETCH(QString, Expected);
     QCOMPARE(m_pFinder->Expand(Text), Expected.replace('@', m_pDir->path()));
 }
 
-void tst_filefinder::Resolve_data() {
+void tst_filefinder::Resolve_data()
+{
     QTest::addColumn<QString>("Path");
     QTest::addColumn<QString>("Expected"); ///< "@" stands for the test's folder; empty: not found
-    const auto Row = [](const char* sPath, const char* sExpected) { QTest::newRow(sPath) << QString(sPath) << QString(sExpected); };
+    const auto Row = [](const char* sPath, const char* sExpected) {
+        QTest::newRow(sPath) << QString(sPath) << QString(sExpected);
+    };
     Row("@/proj/src/main.c", "@/proj/src/main.c");
     Row("@/proj//src/../src/main.c", "@/proj/src/main.c");
     Row("@\\proj\\src\\main.c", "@/proj/src/main.c");
@@ -119,7 +146,7 @@ void tst_filefinder::Resolve_data() {
     Row("x.c", ""); // the search never descends
     Row("missing.c", "");
     Row("missing.bin", "");
-    Row("proj", "");           // a folder is no file
+    Row("proj", ""); // a folder is no file
     Row("src", "");
     Row("only.bin", "@/proj/only.bin");
     Row("data/tool.hex", "@/install/data/tool.hex");
@@ -135,7 +162,8 @@ void tst_filefinder::Resolve_data() {
     Row("lib/b.c", "@/root2/lib/b.c");
 }
 
-void tst_filefinder::Resolve() {
+void tst_filefinder::Resolve()
+{
     QFETCH(QString, Path);
     QFETCH(QString, Expected);
     m_pFinder->AddRootPath(In("root1"));
@@ -144,7 +172,8 @@ void tst_filefinder::Resolve() {
     QCOMPARE(m_pFinder->Resolve(Path.replace('@', m_pDir->path())), Expected.replace('@', m_pDir->path()));
 }
 
-void tst_filefinder::Substitutes() {
+void tst_filefinder::Substitutes()
+{
     m_pFinder->AddPathSubstitute("C:\\build\\job", "$(ProjectDir)");
     QCOMPARE(m_pFinder->Resolve("c:/BUILD/job/src/main.c"), In("proj/src/main.c"));
     QCOMPARE(m_pFinder->Resolve("C:\\build\\\\job\\src\\main.c"), In("proj/src/main.c"));
@@ -156,7 +185,8 @@ void tst_filefinder::Substitutes() {
     QCOMPARE(m_pFinder->Resolve(In("a/src/main.c")), In("proj/src/main.c"));
 }
 
-void tst_filefinder::Aliases() {
+void tst_filefinder::Aliases()
+{
     m_pFinder->AddFileAlias("/old/Gone.c", "$(ProjectDir)/src/../src/main.c");
     QCOMPARE(m_pFinder->Resolve("/old/gone.c"), In("proj/src/main.c"));
     QCOMPARE(m_pFinder->Resolve("/old/x/../GONE.C"), In("proj/src/main.c"));
@@ -168,7 +198,8 @@ void tst_filefinder::Aliases() {
     QCOMPARE(m_pFinder->Resolve(In("install/gone.bin")), In("proj/only.bin"));
 }
 
-void tst_filefinder::RootPathOrder() {
+void tst_filefinder::RootPathOrder()
+{
     m_pFinder->AddRootPath(In("root2"));
     m_pFinder->AddRootPath(In("root1"));
     QCOMPARE(m_pFinder->Resolve("lib/a.c"), In("root2/lib/a.c"));
@@ -178,16 +209,20 @@ void tst_filefinder::RootPathOrder() {
     QCOMPARE(m_pFinder->Resolve("main.c"), In("proj/src/main.c"));
 }
 
-void tst_filefinder::Collapse() {
-    QCOMPARE(m_pFinder->Collapse(In("proj/src/main.c"), "$(ProjectDir)"), QString("$(ProjectDir)/src/main.c"));
+void tst_filefinder::Collapse()
+{
+    QCOMPARE(m_pFinder->Collapse(In("proj/src/main.c"), "$(ProjectDir)"),
+             QString("$(ProjectDir)/src/main.c"));
     QCOMPARE(m_pFinder->Collapse(In("project2/main.c"), "$(ProjectDir)"), In("project2/main.c"));
-    QCOMPARE(m_pFinder->Collapse(In("install/Config/a.svd"), "$(InstallDir)"), QString("$(InstallDir)/Config/a.svd"));
+    QCOMPARE(m_pFinder->Collapse(In("install/Config/a.svd"), "$(InstallDir)"),
+             QString("$(InstallDir)/Config/a.svd"));
     m_pFinder->Hooks().ProjectPath = {};
     QCOMPARE(m_pFinder->Collapse("/x/main.c", "$(ProjectDir)"), QString("/x/main.c"));
     QCOMPARE(m_pFinder->GetVariable("$(ProjectDir)"), QString());
 }
 
-void tst_filefinder::Reports() {
+void tst_filefinder::Reports()
+{
     m_pFinder->AddRootPath(In("root1"));
     Touch("root1/img2.bin");
     m_pFinder->Resolve(In("proj/only.bin")); // itself: nothing is said
@@ -197,15 +232,18 @@ void tst_filefinder::Reports() {
     m_pFinder->Resolve("img2.bin");
     m_pFinder->Resolve("img2.bin");
     m_pFinder->Resolve("missing.c"); // source files are counted, not told one by one
-    QCOMPARE(m_Console, (QStringList{"File not found: missing.bin",
-                                     QString("File path resolved: \"img2.bin\" was found at \"%1\"").arg(In("root1/img2.bin"))}));
+    QCOMPARE(m_Console,
+             (QStringList{
+                 "File not found: missing.bin",
+                 QString("File path resolved: \"img2.bin\" was found at \"%1\"").arg(In("root1/img2.bin"))}));
     m_pFinder->Reset();
     m_pFinder->SetLogResolutions(false);
     m_pFinder->Resolve("missing.bin");
     QCOMPARE(m_Console.size(), 2);
 }
 
-void tst_filefinder::Statistics() {
+void tst_filefinder::Statistics()
+{
     QSignalSpy Resolved(m_pFinder.get(), &CFileFinder::SrcFilePathResolved);
     QSignalSpy Stats(m_pFinder.get(), &CFileFinder::SrcFileResStatsChanged);
     m_pFinder->Resolve("src/main.c");
@@ -220,7 +258,8 @@ void tst_filefinder::Statistics() {
     QCOMPARE(m_pFinder->GetNumResolved() + m_pFinder->GetNumUnresolved(), 0u);
 }
 
-void tst_filefinder::Plugins() {
+void tst_filefinder::Plugins()
+{
     QCOMPARE(m_pFinder->ResolvePlugin("MyOS"), In("install/Plugins/OS/MyOS.so"));
     QCOMPARE(m_pFinder->ResolvePlugin("MyOS.dll"), In("install/Plugins/OS/MyOS.so"));
     QCOMPARE(m_pFinder->ResolvePlugin("myos.so"), In("install/Plugins/OS/MyOS.so"));
@@ -232,7 +271,8 @@ void tst_filefinder::Plugins() {
     QCOMPARE(m_pFinder->ResolvePlugin(""), QString());
 }
 
-void tst_filefinder::ResetForgets() {
+void tst_filefinder::ResetForgets()
+{
     m_pFinder->AddSearchPath(In("search"));
     m_pFinder->AddFileAlias("a.c", In("proj/src/main.c"));
     QCOMPARE(m_pFinder->Resolve("found.c"), In("search/found.c"));

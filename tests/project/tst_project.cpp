@@ -26,7 +26,8 @@ const char* const PROJECT = "// head: kept { as } it is\r\n"
                             "\tUtil.Log(\"{kept}\");\r\n"
                             "}\r\n";
 
-QString Text(const QByteArray& Bytes) {
+QString Text(const QByteArray& Bytes)
+{
     return QString::fromUtf8(Bytes).replace("\r\n", "\n");
 }
 } // namespace
@@ -60,21 +61,32 @@ private slots:
     void CloseForgets();
 };
 
-void tst_project::Bounds_data() {
+void tst_project::Bounds_data()
+{
     QTest::addColumn<QString>("Source");
     QTest::addColumn<QString>("Body"); ///< "none" if there is none
-    QTest::newRow("plain") << "void OnProjectLoad (void) {\n  a;\n}\n" << "  a;\n";
-    QTest::newRow("name in a comment first") << "/* OnProjectLoad */\nvoid OnProjectLoad (void)\n{\n  a;\n}\n" << "  a;\n";
-    QTest::newRow("nested braces") << "OnProjectLoad {\n if (1) { x; }\n}\n}" << " if (1) { x; }\n";
-    QTest::newRow("a brace in a comment moves the end") << "OnProjectLoad {\n // }\n x;\n}\n" << " // ";
-    QTest::newRow("text behind the brace isn't in the body") << "OnProjectLoad { a;\n b;\n}" << " b;\n";
-    QTest::newRow("one line") << "OnProjectLoad { a; }\n" << "none";
-    QTest::newRow("not closed") << "OnProjectLoad {\n a;\n" << "none";
-    QTest::newRow("other name") << "void onprojectload (void) {\n}\n" << "none";
-    QTest::newRow("empty") << "" << "none";
+    QTest::newRow("plain") << "void OnProjectLoad (void) {\n  a;\n}\n"
+                           << "  a;\n";
+    QTest::newRow("name in a comment first") << "/* OnProjectLoad */\nvoid OnProjectLoad (void)\n{\n  a;\n}\n"
+                                             << "  a;\n";
+    QTest::newRow("nested braces") << "OnProjectLoad {\n if (1) { x; }\n}\n}"
+                                   << " if (1) { x; }\n";
+    QTest::newRow("a brace in a comment moves the end") << "OnProjectLoad {\n // }\n x;\n}\n"
+                                                        << " // ";
+    QTest::newRow("text behind the brace isn't in the body") << "OnProjectLoad { a;\n b;\n}"
+                                                             << " b;\n";
+    QTest::newRow("one line") << "OnProjectLoad { a; }\n"
+                              << "none";
+    QTest::newRow("not closed") << "OnProjectLoad {\n a;\n"
+                                << "none";
+    QTest::newRow("other name") << "void onprojectload (void) {\n}\n"
+                                << "none";
+    QTest::newRow("empty") << ""
+                           << "none";
 }
 
-void tst_project::Bounds() {
+void tst_project::Bounds()
+{
     QFETCH(QString, Source);
     QFETCH(QString, Body);
     int Begin = -1;
@@ -83,7 +95,8 @@ void tst_project::Bounds() {
     QCOMPARE(Found ? Source.mid(Begin, End - Begin) : QString("none"), Body);
 }
 
-void tst_project::Edit_data() {
+void tst_project::Edit_data()
+{
     QTest::addColumn<QString>("Before");
     QTest::addColumn<QStringList>("Commands");
     QTest::addColumn<QStringList>("Names");
@@ -96,41 +109,50 @@ void tst_project::Edit_data() {
     const QString Foot = "}\nvoid f(void) { Project.SetDevice(\"x\"); }\n";
     const QString Device = "Project.SetDevice (\"NEW\");";
     const QString Util = "Util.Log (\"hi\");";
-    QTest::newRow("replace a dialog line") << Head + Dialog + "  Project.SetDevice (\"OLD\");\n  Other();\n" + User + Foot
-                                           << QStringList{Device} << QStringList{"Project.SetDevice"} << true
-                                           << Head + Dialog + "  " + Device + "\n  Other();\n" + User + Foot << 0;
-    QTest::newRow("behind the old lines") << Head + Dialog + "  Other();\n" + User + Foot << QStringList{Device} << QStringList{}
-                                          << false << Head + Dialog + "  Other();\n  " + Device + "\n" + User + Foot << 0;
-    QTest::newRow("user line goes to the user section") << Head + Dialog + User + "\tMine();\n" + Foot << QStringList{Util, Device}
-                                                        << QStringList{} << true
-                                                        << Head + Dialog + "  " + Device + "\n" + User + "  " + Util + "\n  Mine();\n" + Foot
-                                                        << 0;
-    QTest::newRow("empty lines stay") << Head + Dialog + "  a;\n\n  b;\n" + User + Foot << QStringList{Device} << QStringList{} << true
-                                      << Head + Dialog + "  " + Device + "\n  a;\n\n  b;\n" + User + Foot << 0;
+    QTest::newRow("replace a dialog line")
+        << Head + Dialog + "  Project.SetDevice (\"OLD\");\n  Other();\n" + User + Foot << QStringList{Device}
+        << QStringList{"Project.SetDevice"} << true
+        << Head + Dialog + "  " + Device + "\n  Other();\n" + User + Foot << 0;
+    QTest::newRow("behind the old lines")
+        << Head + Dialog + "  Other();\n" + User + Foot << QStringList{Device} << QStringList{} << false
+        << Head + Dialog + "  Other();\n  " + Device + "\n" + User + Foot << 0;
+    QTest::newRow("user line goes to the user section")
+        << Head + Dialog + User + "\tMine();\n" + Foot << QStringList{Util, Device} << QStringList{} << true
+        << Head + Dialog + "  " + Device + "\n" + User + "  " + Util + "\n  Mine();\n" + Foot << 0;
+    QTest::newRow("empty lines stay")
+        << Head + Dialog + "  a;\n\n  b;\n" + User + Foot << QStringList{Device} << QStringList{} << true
+        << Head + Dialog + "  " + Device + "\n  a;\n\n  b;\n" + User + Foot << 0;
     QTest::newRow("a commented line is removed like a live one")
-        << Head + Dialog + "// Project.SetDevice (\"x\");\n" + User + Foot << QStringList{Device} << QStringList{"Project.SetDevice"} << true
-        << Head + Dialog + "  " + Device + "\n" + User + Foot << 0;
-    QTest::newRow("only removed; the section's form stays") << Head + Dialog + "\ta;\n  Project.SetDevice(1);\n" + User + "\tb;\n" + Foot
-                                                            << QStringList{} << QStringList{"Project.SetDevice"} << true
-                                                            << Head + Dialog + "\ta;\n" + User + "\tb;\n" + Foot << 0;
-    QTest::newRow("no user marker") << Head + Dialog + "  a;\n" + Foot << QStringList{Util, Device} << QStringList{} << true
-                                    << Head + "  " + Util + "\n" + Dialog + "  " + Device + "\n  a;\n" + Foot << 1;
+        << Head + Dialog + "// Project.SetDevice (\"x\");\n" + User + Foot << QStringList{Device}
+        << QStringList{"Project.SetDevice"} << true << Head + Dialog + "  " + Device + "\n" + User + Foot
+        << 0;
+    QTest::newRow("only removed; the section's form stays")
+        << Head + Dialog + "\ta;\n  Project.SetDevice(1);\n" + User + "\tb;\n" + Foot << QStringList{}
+        << QStringList{"Project.SetDevice"} << true << Head + Dialog + "\ta;\n" + User + "\tb;\n" + Foot << 0;
+    QTest::newRow("no user marker") << Head + Dialog + "  a;\n" + Foot << QStringList{Util, Device}
+                                    << QStringList{} << true
+                                    << Head + "  " + Util + "\n" + Dialog + "  " + Device + "\n  a;\n" + Foot
+                                    << 1;
     QTest::newRow("no markers") << Head + "\ta;\n" + Foot << QStringList{Device} << QStringList{} << true
                                 << Head + "  " + Device + "\n  a;\n" + Foot << 1;
-    QTest::newRow("user marker before the dialog marker") << Head + User + "  u;\n" + Dialog + "  a;\n" + Foot << QStringList{Device}
-                                                          << QStringList{} << true
-                                                          << Head + User + "  u;\n" + Dialog + "  " + Device + "\n  a;\n" + Foot << 0;
-    QTest::newRow("brace behind the last line") << Head + User + "  u; }\n" << QStringList{Util} << QStringList{} << false
-                                                << Head + User + "  u;\n  " + Util + "\n}\n" << 0;
+    QTest::newRow("user marker before the dialog marker")
+        << Head + User + "  u;\n" + Dialog + "  a;\n" + Foot << QStringList{Device} << QStringList{} << true
+        << Head + User + "  u;\n" + Dialog + "  " + Device + "\n  a;\n" + Foot << 0;
+    QTest::newRow("brace behind the last line")
+        << Head + User + "  u; }\n"
+        << QStringList{Util} << QStringList{} << false << Head + User + "  u;\n  " + Util + "\n}\n"
+        << 0;
     QTest::newRow("no body") << QString("void f(void) {\n}\n") << QStringList{Device} << QStringList{} << true
                              << QString("void f(void) {\n}\n") << -1;
     QTest::newRow("one variable of many")
-        << Head + Dialog + "  Edit.SysVar (VAR_VERIFY_DOWNLOAD, 0);\n  Edit.SysVar (VAR_ACCESS_WIDTH, 1);\n" + User + Foot << QStringList{}
-        << QStringList{GetVarCommandName(VAR_VERIFY_DOWNLOAD)} << true
+        << Head + Dialog + "  Edit.SysVar (VAR_VERIFY_DOWNLOAD, 0);\n  Edit.SysVar (VAR_ACCESS_WIDTH, 1);\n" +
+               User + Foot
+        << QStringList{} << QStringList{GetVarCommandName(VAR_VERIFY_DOWNLOAD)} << true
         << Head + Dialog + "  Edit.SysVar (VAR_ACCESS_WIDTH, 1);\n" + User + Foot << 0;
 }
 
-void tst_project::Edit() {
+void tst_project::Edit()
+{
     QFETCH(QString, Before);
     QFETCH(QStringList, Commands);
     QFETCH(QStringList, Names);
@@ -144,24 +166,30 @@ void tst_project::Edit() {
     QCOMPARE(int(Told.size()), qMax(Warnings, 0));
 }
 
-void tst_project::EditOfNewProject() {
+void tst_project::EditOfNewProject()
+{
     // The generator's own text can be edited, and an edit that writes what stands there changes nothing.
-    const QStringList Commands{"Project.SetDevice (\"A\");", "Project.SetTargetIF (\"SWD\");", "File.Open (\"x.elf\");"};
+    const QStringList Commands{"Project.SetDevice (\"A\");", "Project.SetTargetIF (\"SWD\");",
+                               "File.Open (\"x.elf\");"};
     const QString sText = BScript::GetNewProjectText(Commands);
     QString s = sText;
     QStringList Warnings;
-    QVERIFY(EditProjectText(&s, {true, Commands.mid(0, 2), {"Project.SetDevice", "Project.SetTargetIF"}}, &Warnings));
+    QVERIFY(EditProjectText(&s, {true, Commands.mid(0, 2), {"Project.SetDevice", "Project.SetTargetIF"}},
+                            &Warnings));
     QCOMPARE(s, sText);
     QVERIFY(Warnings.isEmpty());
 }
 
-void tst_project::WriteKeepsTheRest() {
+void tst_project::WriteKeepsTheRest()
+{
     CProjectRig Rig;
     const QString sPath = Rig.Put("p.bdebug", PROJECT);
     BScript::SetProjectPath(sPath);
-    QVERIFY(CProject::Get().WriteBrylloSettings({"Project.SetDevice (\"NEW\");", "Project.SetTIFSpeed (\"1 MHz\");"}));
-    QCOMPARE(Rig.Bytes("p.bdebug"), QByteArray(PROJECT)
-                                        .replace("(\"OLD\");\r\n\tProject.SetTIFSpeed (\"4 MHz\");   // fast", "(\"NEW\");\r\n  Project.SetTIFSpeed (\"1 MHz\");"));
+    QVERIFY(CProject::Get().WriteBrylloSettings(
+        {"Project.SetDevice (\"NEW\");", "Project.SetTIFSpeed (\"1 MHz\");"}));
+    QCOMPARE(Rig.Bytes("p.bdebug"),
+             QByteArray(PROJECT).replace("(\"OLD\");\r\n\tProject.SetTIFSpeed (\"4 MHz\");   // fast",
+                                         "(\"NEW\");\r\n  Project.SetTIFSpeed (\"1 MHz\");"));
     QVERIFY(Rig.Console.contains("Bryllo settings were written to the project file"));
     // A file with plain LF comes out with CR LF and is otherwise the same.
     Rig.Put("q.bdebug", QByteArray(PROJECT).replace("\r\n", "\n"));
@@ -169,7 +197,8 @@ void tst_project::WriteKeepsTheRest() {
     QCOMPARE(Rig.Bytes("q.bdebug"), QByteArray(PROJECT));
 }
 
-void tst_project::WriteFailures() {
+void tst_project::WriteFailures()
+{
     CProjectRig Rig;
     CProject& Project = CProject::Get();
     QVERIFY(!Project.WriteSettings("", true, {"Project.SetDevice (\"x\");"}, {}));
@@ -177,7 +206,8 @@ void tst_project::WriteFailures() {
     QVERIFY(!Project.WriteSettings(Rig.Put("empty.bdebug", ""), true, {}, {}));
     QCOMPARE(Rig.Boxes.last(), QString("Error writing project settings: file contents could not be read"));
     const QByteArray NoLoad("void f(void) {\r\n}\r\n");
-    QVERIFY(!Project.WriteSettings(Rig.Put("noload.bdebug", NoLoad), true, {"Project.SetDevice (\"x\");"}, {}));
+    QVERIFY(
+        !Project.WriteSettings(Rig.Put("noload.bdebug", NoLoad), true, {"Project.SetDevice (\"x\");"}, {}));
     QVERIFY(Rig.Boxes.last().endsWith("Verify that script function 'OnProjectLoad' is present."));
     QCOMPARE(Rig.Bytes("noload.bdebug"), NoLoad);
     // A write-protected file stays as it was, although its folder could take another in its place.
@@ -191,7 +221,8 @@ void tst_project::WriteFailures() {
     QVERIFY(Rig.Console.contains(Rig.Boxes.last().replace("\n", "\n")));
 }
 
-void tst_project::WriteVariables() {
+void tst_project::WriteVariables()
+{
     CProjectRig Rig;
     const QString sPath = Rig.Put("p.bdebug", PROJECT);
     CProject& Project = CProject::Get();
@@ -199,7 +230,8 @@ void tst_project::WriteVariables() {
     QVERIFY(Project.WriteVar(sPath, PREF_TIMESTAMP_FORMAT, "Cycles"));
     QString s = Text(Rig.Bytes("p.bdebug"));
     QVERIFY2(s.contains("\n  Edit.SysVar (VAR_ALLOW_BMA_EMULATION, YES);\n"), qPrintable(s));
-    QVERIFY2(s.contains("\n  Edit.Preference (PREF_TIMESTAMP_FORMAT, TIMESTAMP_FORMAT_CYCLES);\n"), qPrintable(s));
+    QVERIFY2(s.contains("\n  Edit.Preference (PREF_TIMESTAMP_FORMAT, TIMESTAMP_FORMAT_CYCLES);\n"),
+             qPrintable(s));
     QVERIFY(Project.WriteVar(sPath, PREF_TIMESTAMP_FORMAT, "1"));
     s = Text(Rig.Bytes("p.bdebug"));
     QCOMPARE(s.count("PREF_TIMESTAMP_FORMAT"), 1);
@@ -210,7 +242,8 @@ void tst_project::WriteVariables() {
     QVERIFY(!Project.WriteVar(sPath, VAR_ALLOW_BMA_EMULATION, "perhaps"));
 }
 
-void tst_project::WriteSystemSettings() {
+void tst_project::WriteSystemSettings()
+{
     CProjectRig Rig;
     const QString sPath = Rig.Put("p.bdebug", PROJECT);
     BScript::SetProjectPath(sPath);
@@ -222,7 +255,8 @@ void tst_project::WriteSystemSettings() {
     SetVar(VAR_RESET_MODE, 2, false); // no row of the editor
     QVERIFY(CProject::Get().WriteSystemSettings());
     const QString s = Text(Rig.Bytes("p.bdebug"));
-    for (const char* sLine : {"\n  Project.SetBPType (BP_TYPE_SOFT);\n", "\n  Edit.SysVar (VAR_BREAK_AT_THIS_SYMBOL, \"Reset_Handler\");\n",
+    for (const char* sLine : {"\n  Project.SetBPType (BP_TYPE_SOFT);\n",
+                              "\n  Edit.SysVar (VAR_BREAK_AT_THIS_SYMBOL, \"Reset_Handler\");\n",
                               "\n  Project.SetMemZoneRunning (\"AHB\");\n", "\n  Target.SetAccessWidth ("}) {
         QVERIFY2(s.contains(sLine), qPrintable(s));
     }
@@ -243,7 +277,8 @@ void tst_project::WriteSystemSettings() {
     QVERIFY(!Text(Rig.Bytes("p.bdebug")).contains("SysVar"));
 }
 
-void tst_project::OpenRunsCommands() {
+void tst_project::OpenRunsCommands()
+{
     CProjectRig Rig;
     CProject& Project = CProject::Get();
     const QString sPath = Rig.Put("p.bdebug", PROJECT);
@@ -268,7 +303,8 @@ void tst_project::OpenRunsCommands() {
     QCOMPARE(Project.GetProbeSettingsPath(), Rig.In("p.bryllo"));
 }
 
-void tst_project::OpenWithinScript() {
+void tst_project::OpenWithinScript()
+{
     CProjectRig Rig;
     CProject& Project = CProject::Get();
     const QString sSecond = Rig.Put("second.bdebug", "void OnProjectLoad (void) { Util.Log(\"second\"); }");
@@ -279,7 +315,9 @@ void tst_project::OpenWithinScript() {
             QVERIFY(BScript::IsLoaded() && Project.IsOpening());
         }
     };
-    QCOMPARE(BScript::LoadText("void OnProjectLoad (void) { File.Open(\"second.bdebug\"); Util.Log(\"not run\"); }"), 0);
+    QCOMPARE(BScript::LoadText(
+                 "void OnProjectLoad (void) { File.Open(\"second.bdebug\"); Util.Log(\"not run\"); }"),
+             0);
     QSignalSpy Opened(&Project, &CProject::Opened);
     BScript::ExecScriptFunction(EVENT_ON_PROJECT_LOAD);
     QCOMPARE(Opened.size(), 0);
@@ -290,7 +328,8 @@ void tst_project::OpenWithinScript() {
     QCOMPARE(Rig.Calls.last(), QString("Util.Log(second)"));
 }
 
-void tst_project::OpenOfMissingFile() {
+void tst_project::OpenOfMissingFile()
+{
     CProjectRig Rig;
     QTest::ignoreMessage(QtWarningMsg, "file not found");
     CProject::Get().Open(Rig.In("none.bdebug"));
@@ -298,7 +337,8 @@ void tst_project::OpenOfMissingFile() {
     QVERIFY(!CProject::Get().IsOpen());
 }
 
-void tst_project::Commands_data() {
+void tst_project::Commands_data()
+{
     QTest::addColumn<QString>("Line");
     QTest::addColumn<QString>("Effect"); ///< numbers and texts of the configuration, in id order
     QTest::addColumn<QString>("Error");
@@ -341,7 +381,8 @@ void tst_project::Commands_data() {
     Row("Project.AddRootPath ()", "", "wrong parameter count");
 }
 
-void tst_project::Commands() {
+void tst_project::Commands()
+{
     QFETCH(QString, Line);
     QFETCH(QString, Effect);
     QFETCH(QString, Error);
@@ -358,11 +399,13 @@ void tst_project::Commands() {
     }
     QCOMPARE(Seen.join(' '), Effect.replace("@", Rig.Dir.path()));
     const QString sName = GetCommandName(FindCommand(GetNameOfCommandText(Line)));
-    QCOMPARE(Rig.Errors.join('|'), Error.isEmpty() ? QString() : sName + ": " + Error.replace("@", Rig.Dir.path()));
+    QCOMPARE(Rig.Errors.join('|'),
+             Error.isEmpty() ? QString() : sName + ": " + Error.replace("@", Rig.Dir.path()));
     QVERIFY(!QFileInfo::exists(Rig.In("log.txt"))); // a test file is removed again
 }
 
-void tst_project::EditCommands_data() {
+void tst_project::EditCommands_data()
+{
     QTest::addColumn<QString>("Line");
     QTest::addColumn<int>("VarID");
     QTest::addColumn<QString>("Value");
@@ -374,11 +417,13 @@ void tst_project::EditCommands_data() {
     Row("Edit.SysVar (0, 2)", VAR_RESET_MODE, "Reset & Run");
     Row("edit.sysvar (var_reset_mode, \"reset & run\")", VAR_RESET_MODE, "Reset & Run");
     Row("Edit.SysVar (VAR_RESET_MODE, 5)", VAR_RESET_MODE, "Reset & Break At Symbol", "invalid parameter: 5");
-    Row("Edit.SysVar (VAR_NONE, 5)", VAR_RESET_MODE, "Reset & Break At Symbol", "unknown system variable: VAR_NONE");
+    Row("Edit.SysVar (VAR_NONE, 5)", VAR_RESET_MODE, "Reset & Break At Symbol",
+        "unknown system variable: VAR_NONE");
     Row("Edit.SysVar (VAR_RESET_MODE)", VAR_RESET_MODE, "Reset & Break At Symbol", "wrong parameter count");
     Row("Edit.SysVar (VAR_BREAK_AT_THIS_SYMBOL, \"start\")", VAR_BREAK_AT_THIS_SYMBOL, "start");
     Row("Edit.SysVar (VAR_SWO_SPEED, 2 MHz)", VAR_SWO_SPEED, "2 MHz");
-    Row("Edit.SysVar (VAR_TRACE_CORE_CLOCK, 18446744073709551615)", VAR_TRACE_CORE_CLOCK, "18446744073709551615");
+    Row("Edit.SysVar (VAR_TRACE_CORE_CLOCK, 18446744073709551615)", VAR_TRACE_CORE_CLOCK,
+        "18446744073709551615");
     Row("Edit.Preference (PREF_TAB_SPACING, 4)", PREF_TAB_SPACING, "4");
     Row("Edit.Preference (PREF_TAB_SPACING, 9)", PREF_TAB_SPACING, "2", "invalid parameter: 9");
     Row("Edit.Preference (PREF_NONE, 9)", PREF_TAB_SPACING, "2", "unknown preference: PREF_NONE");
@@ -394,7 +439,8 @@ void tst_project::EditCommands_data() {
     Row("Project.SetSemihosting (perhaps)", VAR_SEMIHOSTING_ENABLED, "no", "invalid parameter");
 }
 
-void tst_project::EditCommands() {
+void tst_project::EditCommands()
+{
     QFETCH(QString, Line);
     QFETCH(int, VarID);
     QFETCH(QString, Value);
@@ -407,7 +453,8 @@ void tst_project::EditCommands() {
     QCOMPARE(GetVarStored(VarID), GetVarDefault(VarID)); // a command changes the current value alone
 }
 
-void tst_project::Speed_data() {
+void tst_project::Speed_data()
+{
     QTest::addColumn<QString>("SpeedText");
     QTest::addColumn<qint64>("Hz");
     const auto Row = [](const char* sText, qint64 Hz) { QTest::newRow(sText) << QString(sText) << Hz; };
@@ -430,13 +477,15 @@ void tst_project::Speed_data() {
     Row("4294967295", -1);
 }
 
-void tst_project::Speed() {
+void tst_project::Speed()
+{
     QFETCH(QString, SpeedText);
     QFETCH(qint64, Hz);
     QCOMPARE(ParseTIFSpeed(SpeedText), Hz);
 }
 
-void tst_project::Duplicates() {
+void tst_project::Duplicates()
+{
     CProjectRig Rig;
     QCOMPARE(BScript::LoadText("void OnProjectLoad (void) {\n"
                                "  Project.SetDevice (\"a\");\n  File.Open (\"a\");\n  File.Open (\"b\");\n"
@@ -444,13 +493,16 @@ void tst_project::Duplicates() {
                                "  Project.SetDevice (\"b\");\n  Project.SetDevice (\"c\");\n"
                                "  Project.AddRootPath (\"x\");\n  Project.SetRootPath (\"y\");\n}\n"),
              0);
-    QCOMPARE(CProject::Get().GetDuplicateCommands(), (QStringList{"Project.SetDevice", "Project.AddRootPath"}));
+    QCOMPARE(CProject::Get().GetDuplicateCommands(),
+             (QStringList{"Project.SetDevice", "Project.AddRootPath"}));
     const QStringList Warnings = CProject::Get().GetWarnings();
     QCOMPARE(Warnings.size(), 2);
-    QVERIFY2(Warnings[0].contains("project command specified twice: Project.SetDevice"), qPrintable(Warnings[0]));
+    QVERIFY2(Warnings[0].contains("project command specified twice: Project.SetDevice"),
+             qPrintable(Warnings[0]));
 }
 
-void tst_project::WarningsAreToldOnce() {
+void tst_project::WarningsAreToldOnce()
+{
     CProjectRig Rig;
     CProject& Project = CProject::Get();
     PROJECT_HOOKS Hooks = Project.GetHooks();
@@ -464,7 +516,8 @@ void tst_project::WarningsAreToldOnce() {
     Project.AddRegisterFile("none.svd");
     const QStringList Warnings = Project.GetWarnings();
     QCOMPARE(Warnings.size(), 4); // script, description file, RTOS, byte order, in this order
-    QVERIFY2(Warnings[0].contains("script interpretation failure: syntax error at line 2"), qPrintable(Warnings[0]));
+    QVERIFY2(Warnings[0].contains("script interpretation failure: syntax error at line 2"),
+             qPrintable(Warnings[0]));
     QVERIFY2(Warnings[2].contains("FreeRTOS"), qPrintable(Warnings[2]));
     QVERIFY(Project.HasNewWarnings());
     QCOMPARE(Project.LogNewWarnings(), 4);
@@ -479,13 +532,15 @@ void tst_project::WarningsAreToldOnce() {
     QCOMPARE(Project.LogScriptError(), 1); // told again after a close
 }
 
-void tst_project::SaveNewProject() {
+void tst_project::SaveNewProject()
+{
     CProjectRig Rig;
     CProject& Project = CProject::Get();
     QSignalSpy Modified(&Project, &CProject::ModifiedChanged);
-    QCOMPARE(Project.CreateFromCommands({"Project.SetDevice (\"DEV\");", "Project.SetHostIF (\"USB\", \"\");",
-                                         "Project.SetTargetIF (\"SWD\");", "Project.SetTIFSpeed (\"4 MHz\");"}),
-             0);
+    QCOMPARE(
+        Project.CreateFromCommands({"Project.SetDevice (\"DEV\");", "Project.SetHostIF (\"USB\", \"\");",
+                                    "Project.SetTargetIF (\"SWD\");", "Project.SetTIFSpeed (\"4 MHz\");"}),
+        0);
     QVERIFY(Project.IsModified());
     QCOMPARE(Modified.last()[0].toBool(), true);
     QCOMPARE(Rig.Texts[19], QString("DEV")); // the commands have run
@@ -495,10 +550,12 @@ void tst_project::SaveNewProject() {
     QVERIFY(!Project.IsModified());
     QVERIFY(!BScript::IsFileChanged());
     const QString s = Text(Rig.Bytes("new.bdebug"));
-    QVERIFY2(s.contains("  Project.SetDevice (\"DEV\");\n  Project.SetHostIF (\"USB\", \"\");\n  Project.SetTargetIF (\"SWD\");\n"
+    QVERIFY2(s.contains("  Project.SetDevice (\"DEV\");\n  Project.SetHostIF (\"USB\", \"\");\n  "
+                        "Project.SetTargetIF (\"SWD\");\n"
                         "  Project.SetTIFSpeed (\"4 MHz\");\n"),
              qPrintable(s));
-    QVERIFY2(s.contains("  // User settings\n  //\n  File.Open (\"$(ProjectDir)/sub/app.elf\");\n}\n"), qPrintable(s));
+    QVERIFY2(s.contains("  // User settings\n  //\n  File.Open (\"$(ProjectDir)/sub/app.elf\");\n}\n"),
+             qPrintable(s));
     QCOMPARE(s.count("Project.AddPathSubstitute"), Rig.Dir.path() == Rig.Dir.path().toLower() ? 1 : 2);
     // Saving again changes nothing, and the file loads as it is.
     const QByteArray Before = Rig.Bytes("new.bdebug");
@@ -509,7 +566,8 @@ void tst_project::SaveNewProject() {
     QCOMPARE(Rig.Errors, QStringList());
 }
 
-void tst_project::SaveKeepsUserText() {
+void tst_project::SaveKeepsUserText()
+{
     CProjectRig Rig;
     CProject& Project = CProject::Get();
     const QString sPath = Rig.Put("p.bdebug", PROJECT);
@@ -519,25 +577,28 @@ void tst_project::SaveKeepsUserText() {
     QVERIFY(Project.Save(Rig.In("copy.bdebug")));
     const QString s = Text(Rig.Bytes("copy.bdebug"));
     QVERIFY2(s.contains("(\"OTHER\")") && !s.contains("(\"OLD\")"), qPrintable(s));
-    QVERIFY2(s.contains("\tUtil.Log(\"{kept}\");\n") && s.contains("File.Open (\"$(ProjectDir)/a.elf\");"), qPrintable(s));
+    QVERIFY2(s.contains("\tUtil.Log(\"{kept}\");\n") && s.contains("File.Open (\"$(ProjectDir)/a.elf\");"),
+             qPrintable(s));
     QCOMPARE(Rig.Bytes("p.bdebug"), QByteArray(PROJECT));
 }
 
-void tst_project::CommandLine() {
+void tst_project::CommandLine()
+{
     CProjectRig Rig;
     CProject& Project = CProject::Get();
     CmdLineArgs Args;
     Args.Device = "DEV";
     QVERIFY(Project.CreateFromCmdLine(Args).isEmpty());
-    QCOMPARE(Rig.Console.last(),
-             QString("Failed to create project from command line arguments: required argument \"host interface\" is missing."));
+    QCOMPARE(Rig.Console.last(), QString("Failed to create project from command line arguments: required "
+                                         "argument \"host interface\" is missing."));
     Args.HostIF = "USB";
     Args.TargetIF = "SWD";
     Args.JTAGConfig = "1,2";
     Args.ProgramFile = "a.elf";
     const QStringList Commands = Project.CreateFromCmdLine(Args);
-    QCOMPARE(Commands, (QStringList{"Project.SetDevice (\"DEV\");", "Project.SetHostIF (\"USB\", \"\");", "Project.SetTargetIF (\"SWD\");",
-                                    "Project.SetJTAGConfig (1, 2);", "File.Open (\"a.elf\");"}));
+    QCOMPARE(Commands, (QStringList{"Project.SetDevice (\"DEV\");", "Project.SetHostIF (\"USB\", \"\");",
+                                    "Project.SetTargetIF (\"SWD\");", "Project.SetJTAGConfig (1, 2);",
+                                    "File.Open (\"a.elf\");"}));
     Args.JTAGConfig = "1,2,3";
     QCOMPARE(Project.CreateFromCmdLine(Args).size(), 4);
     // Saved over a project that exists, the commands go into its text.
@@ -546,11 +607,13 @@ void tst_project::CommandLine() {
     QVERIFY(Project.Save(Rig.In("p.bdebug")));
     Project.SetFromCmdLine({});
     const QString s = Text(Rig.Bytes("p.bdebug"));
-    QVERIFY2(s.contains("(\"DEV\")") && !s.contains("OLD") && s.contains("\tUtil.Log(\"{kept}\");"), qPrintable(s));
+    QVERIFY2(s.contains("(\"DEV\")") && !s.contains("OLD") && s.contains("\tUtil.Log(\"{kept}\");"),
+             qPrintable(s));
     QVERIFY2(s.contains("  File.Open (\"a.elf\");\n}") && s.count("File.Open") == 1, qPrintable(s));
 }
 
-void tst_project::CloseForgets() {
+void tst_project::CloseForgets()
+{
     CProjectRig Rig;
     CProject& Project = CProject::Get();
     BScript::Load(Rig.Put("p.bdebug", PROJECT));
@@ -564,7 +627,8 @@ void tst_project::CloseForgets() {
     QCOMPARE(AboutToClose.size(), 1);
     QCOMPARE(AboutToClose[0][0].toString(), Rig.In("p.bdebug"));
     QCOMPARE(Closed.size(), 1);
-    QVERIFY(Project.GetPath().isEmpty() && Project.GetRegisterFiles().isEmpty() && Project.GetProgramFile().isEmpty());
+    QVERIFY(Project.GetPath().isEmpty() && Project.GetRegisterFiles().isEmpty() &&
+            Project.GetProgramFile().isEmpty());
     QVERIFY(Project.GetWarnings().isEmpty() && CFileFinder::Get().GetSearchPaths().isEmpty());
     QVERIFY(!BScript::HasEvent(EVENT_ON_PROJECT_LOAD)); // nothing of the closed project runs
     QCOMPARE(Project.GetName(), QString("New Project"));

@@ -15,14 +15,18 @@
 
 namespace {
 /// A few words of the shared constant table, as the script host provides them.
-bool FindTestConstant(const QString& sName, I64* pValue) {
-    static const QMap<QString, I64> Names{{"rm_reset_halt", 0}, {"yes", 1}, {"off", 0}, {"freq_4_mhz", 4000000}, {"aw_word", 4},
-                                          {"disable_save_any", 4294967295}, {"tp_op_stop", 1}};
+bool FindTestConstant(const QString& sName, I64* pValue)
+{
+    static const QMap<QString, I64> Names{{"rm_reset_halt", 0}, {"yes", 1},
+                                          {"off", 0},           {"freq_4_mhz", 4000000},
+                                          {"aw_word", 4},       {"disable_save_any", 4294967295},
+                                          {"tp_op_stop", 1}};
     const auto it = Names.find(sName.toLower());
     *pValue = it == Names.end() ? 0 : *it;
     return it != Names.end();
 }
-I64 ParseTestFreq(const QString& sText) {
+I64 ParseTestFreq(const QString& sText)
+{
     return sText.endsWith(QLatin1String("kHz")) ? sText.chopped(3).trimmed().toLongLong() * 1000 : -1;
 }
 std::atomic<I64> s_Field{0};
@@ -51,7 +55,8 @@ private slots:
     void ReadsFromOtherThreads();
 };
 
-void tst_settings::init() {
+void tst_settings::init()
+{
     SETTINGS_HOOKS Hooks;
     Hooks.pfFindConstant = FindTestConstant;
     Hooks.pfParseFreq = ParseTestFreq;
@@ -61,7 +66,8 @@ void tst_settings::init() {
     CSettingsStore::Get().Clear();
 }
 
-void tst_settings::Parse_data() {
+void tst_settings::Parse_data()
+{
     QTest::addColumn<int>("VarID");
     QTest::addColumn<QString>("Text");
     QTest::addColumn<bool>("Ok");
@@ -112,7 +118,8 @@ void tst_settings::Parse_data() {
     Bad(VAR_BREAK_AT_THIS_SYMBOL, "1"); // no number lives there
 }
 
-void tst_settings::Parse() {
+void tst_settings::Parse()
+{
     QFETCH(int, VarID);
     QFETCH(QString, Text);
     QFETCH(bool, Ok);
@@ -122,7 +129,8 @@ void tst_settings::Parse() {
     QCOMPARE(WasOk, Ok);
 }
 
-void tst_settings::Texts_data() {
+void tst_settings::Texts_data()
+{
     QTest::addColumn<int>("VarID");
     QTest::addColumn<qint64>("Value");
     QTest::addColumn<int>("Result");
@@ -141,7 +149,8 @@ void tst_settings::Texts_data() {
     QTest::newRow("string") << int(VAR_MEM_ZONE_RUNNING) << qint64(-1) << 0 << "Default";
 }
 
-void tst_settings::Texts() {
+void tst_settings::Texts()
+{
     QFETCH(int, VarID);
     QFETCH(qint64, Value);
     QFETCH(int, Result);
@@ -155,14 +164,19 @@ void tst_settings::Texts() {
     }
 }
 
-void tst_settings::ParseText_data() {
+void tst_settings::ParseText_data()
+{
     QTest::addColumn<int>("VarID");
     QTest::addColumn<QString>("Text");
     QTest::addColumn<QString>("Error"); ///< "ok" for none
-    QTest::newRow("decimal") << int(PREF_MAX_SYMBOL_MEMBERS) << "  77" << "ok";
-    QTest::newRow("hexadecimal") << int(PREF_MAX_SYMBOL_MEMBERS) << "0x4D" << "ok";
-    QTest::newRow("no decimal") << int(PREF_MAX_SYMBOL_MEMBERS) << "7x" << "  ***ERROR: Expected a dec value\n\n";
-    QTest::newRow("no hexadecimal") << int(PREF_MAX_SYMBOL_MEMBERS) << "0xG" << "  ***ERROR: Expected a hex value\n\n";
+    QTest::newRow("decimal") << int(PREF_MAX_SYMBOL_MEMBERS) << "  77"
+                             << "ok";
+    QTest::newRow("hexadecimal") << int(PREF_MAX_SYMBOL_MEMBERS) << "0x4D"
+                                 << "ok";
+    QTest::newRow("no decimal") << int(PREF_MAX_SYMBOL_MEMBERS) << "7x"
+                                << "  ***ERROR: Expected a dec value\n\n";
+    QTest::newRow("no hexadecimal") << int(PREF_MAX_SYMBOL_MEMBERS) << "0xG"
+                                    << "  ***ERROR: Expected a hex value\n\n";
     QTest::newRow("range") << int(PREF_MAX_SYMBOL_MEMBERS) << "100001"
                            << "  ***ERROR: The value is out of range (Min: 0, Max: 100000)\n\n";
     QTest::newRow("signed range") << int(VAR_TRACE_PORT_DELAY_0) << "-0x186A1"
@@ -173,7 +187,8 @@ void tst_settings::ParseText_data() {
     QTest::newRow("101 characters") << int(VAR_BREAK_AT_THIS_SYMBOL) << QString(101, 'x') << "";
 }
 
-void tst_settings::ParseText() {
+void tst_settings::ParseText()
+{
     QFETCH(int, VarID);
     QFETCH(QString, Text);
     QFETCH(QString, Error);
@@ -185,7 +200,8 @@ void tst_settings::ParseText() {
     QCOMPARE(VarToText(VarID) == sOld, Error != "ok"); // a bad value changes nothing
 }
 
-void tst_settings::ThreeValues() {
+void tst_settings::ThreeValues()
+{
     QCOMPARE(GetVarValue(VAR_RESET_MODE), 1);
     QVERIFY(!IsVarChanged(VAR_RESET_MODE));
     SetVar(VAR_RESET_MODE, 2, false); // as a project does
@@ -213,7 +229,8 @@ void tst_settings::ThreeValues() {
     QCOMPARE(GetVarIndex("3"), -1);
 }
 
-void tst_settings::SetMarks() {
+void tst_settings::SetMarks()
+{
     QVERIFY(!IsVarSet(VAR_ALLOW_BMA_EMULATION));
     RestoreVar(VAR_ALLOW_BMA_EMULATION, 1); // from the store: nobody has decided in this run
     QCOMPARE(GetVarValue(VAR_ALLOW_BMA_EMULATION), 1);
@@ -224,7 +241,8 @@ void tst_settings::SetMarks() {
     QCOMPARE(GetVarValue(VAR_RESET_MODE), 1);
 }
 
-void tst_settings::NotifierTellsChanges() {
+void tst_settings::NotifierTellsChanges()
+{
     QSignalSpy Vars(&CSettingsNotifier::Get(), &CSettingsNotifier::VarChanged);
     SetVar(VAR_RESET_MODE, 1, false); // no change
     SetVar(VAR_RESET_MODE, 2, false);
@@ -235,9 +253,11 @@ void tst_settings::NotifierTellsChanges() {
     QCOMPARE(Vars[1][0].toInt(), int(VAR_BREAK_AT_THIS_SYMBOL));
 }
 
-void tst_settings::BoundRow() {
+void tst_settings::BoundRow()
+{
     s_Field = 5;
-    BindVar(VAR_TIF_SCAN_CHAIN_POS, [] { return s_Field.load(); }, [](I64 v) { s_Field = v; });
+    BindVar(
+        VAR_TIF_SCAN_CHAIN_POS, [] { return s_Field.load(); }, [](I64 v) { s_Field = v; });
     QCOMPARE(GetVarValue(VAR_TIF_SCAN_CHAIN_POS), I64(5));
     QSignalSpy Vars(&CSettingsNotifier::Get(), &CSettingsNotifier::VarChanged);
     SetVar(VAR_TIF_SCAN_CHAIN_POS, 5, false); // equal to the field, whatever the row held before
@@ -249,7 +269,8 @@ void tst_settings::BoundRow() {
     BindVar(VAR_TIF_SCAN_CHAIN_POS, nullptr, nullptr);
 }
 
-void tst_settings::DefaultsAreValid() {
+void tst_settings::DefaultsAreValid()
+{
     int Lists = 0;
     for (int i = 0; i < NUM_SYS_VARS; ++i) {
         if (IsStringVar(i)) {
@@ -268,7 +289,8 @@ void tst_settings::DefaultsAreValid() {
     QCOMPARE(Lists, 66);
 }
 
-void tst_settings::StoreRoundTrip() {
+void tst_settings::StoreRoundTrip()
+{
     QTemporaryDir Dir;
     CSettingsStore& Store = CSettingsStore::Get();
     Store.SetDir(Dir.path());
@@ -307,7 +329,8 @@ void tst_settings::StoreRoundTrip() {
     QVERIFY(Store.Contains("AppData/Preferences/Fonts/FONT_CONSOLE"));
 }
 
-void tst_settings::BadStoreEntries() {
+void tst_settings::BadStoreEntries()
+{
     CSettingsStore& Store = CSettingsStore::Get();
     Store.Write("AppData/Preferences/Preferences/VAR_RESET_MODE", "rubbish");
     Store.Write("AppData/Preferences/Preferences/VAR_CONNECT_MODE", 17);
@@ -324,7 +347,8 @@ void tst_settings::BadStoreEntries() {
     QCOMPARE(GetFont(FONT_CONSOLE), GetFontDefault(FONT_CONSOLE));
 }
 
-void tst_settings::Colors() {
+void tst_settings::Colors()
+{
     QPalette Palette = QGuiApplication::palette();
     Palette.setColor(QPalette::Highlight, QColor(1, 2, 3));
     Palette.setColor(QPalette::Base, QColor(140, 140, 140));
@@ -340,22 +364,34 @@ void tst_settings::Colors() {
     QVERIFY(!GetColor(39).isValid());
 }
 
-void tst_settings::Fonts_data() {
+void tst_settings::Fonts_data()
+{
     QTest::addColumn<QString>("Text");
     QTest::addColumn<QString>("Again"); ///< written back; empty if it is no font
-    QTest::newRow("plain") << "Sans,  10pt,  Normal" << "Sans,  10pt,  Normal";
-    QTest::newRow("quotes and blanks") << " \"Sans\" , 9PT,bold ITALIC " << "Sans,  9pt,  Bold Italic";
-    QTest::newRow("black oblique") << "Sans,12,Black Oblique" << "Sans,  12pt,  Bold Italic";
-    QTest::newRow("medium counts as bold") << "Sans,12,Medium" << "Sans,  12pt,  Bold";
-    QTest::newRow("light") << "Sans,59pt,Light Italic" << "Sans,  59pt,  Italic";
-    QTest::newRow("size 60") << "Sans,60pt,Normal" << "";
-    QTest::newRow("size 0") << "Sans,0pt,Normal" << "";
-    QTest::newRow("two entries") << "Sans,10pt" << "";
-    QTest::newRow("four entries") << "Sans,10pt,Bold,Italic" << "";
-    QTest::newRow("no number") << "Sans,big,Bold" << "";
+    QTest::newRow("plain") << "Sans,  10pt,  Normal"
+                           << "Sans,  10pt,  Normal";
+    QTest::newRow("quotes and blanks") << " \"Sans\" , 9PT,bold ITALIC "
+                                       << "Sans,  9pt,  Bold Italic";
+    QTest::newRow("black oblique") << "Sans,12,Black Oblique"
+                                   << "Sans,  12pt,  Bold Italic";
+    QTest::newRow("medium counts as bold") << "Sans,12,Medium"
+                                           << "Sans,  12pt,  Bold";
+    QTest::newRow("light") << "Sans,59pt,Light Italic"
+                           << "Sans,  59pt,  Italic";
+    QTest::newRow("size 60") << "Sans,60pt,Normal"
+                             << "";
+    QTest::newRow("size 0") << "Sans,0pt,Normal"
+                            << "";
+    QTest::newRow("two entries") << "Sans,10pt"
+                                 << "";
+    QTest::newRow("four entries") << "Sans,10pt,Bold,Italic"
+                                  << "";
+    QTest::newRow("no number") << "Sans,big,Bold"
+                               << "";
 }
 
-void tst_settings::Fonts() {
+void tst_settings::Fonts()
+{
     QFETCH(QString, Text);
     QFETCH(QString, Again);
     QFont Font;
@@ -365,7 +401,8 @@ void tst_settings::Fonts() {
     }
 }
 
-void tst_settings::ReadsFromOtherThreads() {
+void tst_settings::ReadsFromOtherThreads()
+{
     std::atomic<bool> Stop{false};
     std::atomic<int> Torn{0};
     std::thread Reader([&] {

@@ -14,7 +14,8 @@ QString ProgramPath(const QString& sName)
     return QString(VANTREL_SOURCE_DIR "/tests/sim_cpu/programs/") + sName;
 }
 
-bool RunTool(const QString& sProgram, const QStringList& aArgs, QString* psError)
+bool RunTool(const QString& sProgram, const QStringList& aArgs, QString* psError,
+             QByteArray* pOutput = nullptr)
 {
     QProcess Process;
     Process.setProcessChannelMode(QProcess::MergedChannels);
@@ -24,7 +25,10 @@ bool RunTool(const QString& sProgram, const QStringList& aArgs, QString* psError
         return false;
     }
     Process.waitForFinished(120000);
-    if (Process.exitStatus() == QProcess::NormalExit && Process.exitCode() == 0) return true;
+    if (Process.exitStatus() == QProcess::NormalExit && Process.exitCode() == 0) {
+        if (pOutput) *pOutput = Process.readAll();
+        return true;
+    }
     *psError = sProgram + " failed:\n" + QString::fromLocal8Bit(Process.readAll());
     return false;
 }
@@ -112,6 +116,36 @@ QByteArray BuildProgram(const BoardInfo& Info, const QString& sSource, const QSt
     QStringList aCopy{"-O", "binary", Dir.filePath("program.elf"), Dir.filePath("program.bin")};
     if (!RunTool("arm-none-eabi-objcopy", aCopy, psError)) return {};
     QFile Image(Dir.filePath("program.bin"));
+    if (!Image.open(QIODevice::ReadOnly)) return {};
+    return Image.readAll();
+}
+
+QByteArray Assemble(const BoardInfo& Info, const char* sSource, QMap<QString, uint32_t>* pSymbols,
+                    QString* psError)
+{
+    QTemporaryDir Dir;
+    QFile Source(Dir.filePath("source.s"));
+    if (!Source.open(QIODevice::WriteOnly)) return {};
+    Source.write(".syntax unified\n.thumb\n.text\n");
+    Source.write(sSource);
+    Source.write("\n");
+    Source.close();
+    QStringList aArgs = QString(Info.sGccFlags).split(' ');
+    aArgs << "-mthumb"
+          << "-nostdlib"
+          << "-Wl,-Ttext=0x" + QString::number(Info.Rom, 16) << "-Wl,-e,0" << Source.fileName() << "-o"
+          << Dir.filePath("source.elf");
+    QByteArray Names;
+    if (!RunTool("arm-none-eabi-gcc", aArgs, psError) ||
+        !RunTool("arm-none-eabi-objcopy",
+                 {"-O", "binary", Dir.filePath("source.elf"), Dir.filePath("source.bin")}, psError) ||
+        !RunTool("arm-none-eabi-nm", {Dir.filePath("source.elf")}, psError, &Names))
+        return {};
+    for (const QByteArray& Line : Names.split('\n')) {
+        QList<QByteArray> aParts = Line.split(' ');
+        if (aParts.size() == 3) pSymbols->insert(QString(aParts[2]), aParts[0].toUInt(nullptr, 16));
+    }
+    QFile Image(Dir.filePath("source.bin"));
     if (!Image.open(QIODevice::ReadOnly)) return {};
     return Image.readAll();
 }

@@ -4,6 +4,7 @@
 
 #include "testmachine.h"
 
+#include <QMap>
 #include <QString>
 #include <QStringList>
 
@@ -11,13 +12,17 @@ struct LockstepResult {
     uint64_t NumInstructions = 0;
     uint32_t LastPc = 0;
     uint32_t ExceptionPc = 0; // instruction before the latest exception entry
-    QString sError; // empty: no difference
+    QString sError;           // empty: no difference
 };
 
 // The raw image of programs/<sSource> with the start-up code for a board; empty with a
 // message in *psError when the compiler is missing or refuses.
 QByteArray BuildProgram(const BoardInfo& Info, const QString& sSource, const QStringList& aOptions,
                         QString* psError);
+
+// Assembles a source that holds the vector table too, at the board's ROM; symbols by name.
+QByteArray Assemble(const BoardInfo& Info, const char* sSource, QMap<QString, uint32_t>* pSymbols,
+                    QString* psError);
 
 // Runs until the program stays on one instruction or MaxInstructions are compared. What is
 // the same in both by agreement (EXC_RETURN of cores with and without security extension) is

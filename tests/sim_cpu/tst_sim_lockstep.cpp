@@ -75,7 +75,8 @@ void tst_sim_lockstep::RandomInstructions()
     QVERIFY2(Result.sError.isEmpty(), qPrintable(Result.sError));
     qInfo("%llu instructions without a difference", static_cast<unsigned long long>(Result.NumInstructions));
     int Offset = int(Result.ExceptionPc - pBoard->Rom);
-    QVERIFY2(Result.LastPc == End, qPrintable(QString("exception at %1: %2").arg(Result.ExceptionPc, 0, 16)
+    QVERIFY2(Result.LastPc == End, qPrintable(QString("exception at %1: %2")
+                                                  .arg(Result.ExceptionPc, 0, 16)
                                                   .arg(QString(Image.mid(Offset, 4).toHex()))));
     QVERIFY(Result.NumInstructions >= 12000);
 }

@@ -29,9 +29,20 @@ private:
 
 namespace {
 
-enum Way { kSlices, kSteps, kStepsAndRuns, kBreakpoints, kIdleWatch, kWatchHits, kTrace, kStopRequests, kNumWays };
-constexpr const char* kWayNames[] = {"slices", "steps", "steps and runs", "breakpoints", "watch without hits", "watch hits", "trace",
-                                     "stop requests"};
+enum Way {
+    kSlices,
+    kSteps,
+    kStepsAndRuns,
+    kBreakpoints,
+    kIdleWatch,
+    kWatchHits,
+    kTrace,
+    kStopRequests,
+    kNumWays
+};
+constexpr const char* kWayNames[] = {
+    "slices",     "steps", "steps and runs", "breakpoints", "watch without hits",
+    "watch hits", "trace", "stop requests"};
 static_assert(std::size(kWayNames) == kNumWays);
 constexpr uint64_t kRunCycles = 400000;
 
@@ -39,7 +50,8 @@ constexpr uint64_t kRunCycles = 400000;
 
 tst_sim_resume::EndState tst_sim_resume::StateOf(const TestMachine& Machine)
 {
-    EndState State{Machine.GetState(), {}, Machine.m_Ram, Machine.m_Cpu.GetCycles(), Machine.m_Cpu.GetInstructions()};
+    EndState State{
+        Machine.GetState(), {}, Machine.m_Ram, Machine.m_Cpu.GetCycles(), Machine.m_Cpu.GetInstructions()};
     for (unsigned Reg = kRegMsp; Reg <= kRegPsplim; ++Reg) State.aSpecial.push_back(Machine.GetReg(Reg));
     return State;
 }
@@ -59,7 +71,8 @@ void tst_sim_resume::SameRun_data()
     QTest::addColumn<int>("How");
     for (int How = 0; How < kNumWays; ++How) {
         for (const BoardInfo* pBoard : {&kBoardM3, &kBoardM4F, &kBoardM33})
-            QTest::addRow("%s timers.c %s", pBoard->sName, kWayNames[How]) << pBoard << QString("timers.c") << How;
+            QTest::addRow("%s timers.c %s", pBoard->sName, kWayNames[How])
+                << pBoard << QString("timers.c") << How;
         QTest::addRow("interrupts.c %s", kWayNames[How]) << &kBoardM4F << QString("interrupts.c") << How;
         QTest::addRow("random code %s", kWayNames[How]) << &kBoardM4F << QString() << How;
     }
@@ -74,7 +87,9 @@ void tst_sim_resume::SameRun()
     uint32_t End;
     static QMap<QString, QByteArray> Images; // compiling takes longer than running
     QByteArray& Image = Images[pBoard->sName + sSource];
-    if (Image.isEmpty()) Image = sSource.isEmpty() ? RandomCode(*pBoard, 5).Make(3000, &End) : BuildProgram(*pBoard, sSource, {"-O2"}, &sError);
+    if (Image.isEmpty())
+        Image = sSource.isEmpty() ? RandomCode(*pBoard, 5).Make(3000, &End)
+                                  : BuildProgram(*pBoard, sSource, {"-O2"}, &sError);
     QVERIFY2(!Image.isEmpty(), qPrintable(sError));
 
     TestMachine Straight(*pBoard);
@@ -102,12 +117,19 @@ void tst_sim_resume::SameRun()
         uint64_t Now = Cpu.GetCycles();
         StopInfo Info;
         switch (How) {
-        case kSlices: Info = Cpu.Run(std::min(EndCycle, Now + Random() % 300)); break;
-        case kSteps: Info = Cpu.Step(); break;
-        case kStepsAndRuns: Info = Random() % 3 ? Cpu.Step() : Cpu.Run(std::min(EndCycle, Now + Random() % 60)); break;
+        case kSlices:
+            Info = Cpu.Run(std::min(EndCycle, Now + Random() % 300));
+            break;
+        case kSteps:
+            Info = Cpu.Step();
+            break;
+        case kStepsAndRuns:
+            Info = Random() % 3 ? Cpu.Step() : Cpu.Run(std::min(EndCycle, Now + Random() % 60));
+            break;
         case kBreakpoints:
             // At any half word, also inside IT blocks and instructions.
-            for (int i = 0; i < 3; ++i) Cpu.SetBreakpoint(pBoard->Rom + 0x100 + Random() % uint32_t(Image.size() - 0x100));
+            for (int i = 0; i < 3; ++i)
+                Cpu.SetBreakpoint(pBoard->Rom + 0x100 + Random() % uint32_t(Image.size() - 0x100));
             Cpu.SetBreakpoint(Cpu.GetPc() + 2 * (Random() % 8));
             Info = Cpu.Run(std::min(EndCycle, Now + 500), kRunStepOverBreakpoint);
             if (Random() % 16 == 0) Cpu.ClearAllBreakpoints();
@@ -116,9 +138,12 @@ void tst_sim_resume::SameRun()
             Cpu.RequestStop();
             Info = Cpu.Run(EndCycle);
             NumStops += Info.Reason == StopReason::StopRequested;
-            if (Info.Reason == StopReason::StopRequested) Info = Cpu.Run(std::min(EndCycle, Now + 1 + Random() % 900));
+            if (Info.Reason == StopReason::StopRequested)
+                Info = Cpu.Run(std::min(EndCycle, Now + 1 + Random() % 900));
             break;
-        default: Info = Cpu.Run(EndCycle, kRunStepOverBreakpoint); break;
+        default:
+            Info = Cpu.Run(EndCycle, kRunStepOverBreakpoint);
+            break;
         }
         NumStops += Info.Reason != StopReason::Budget || How == kSlices;
         QCOMPARE(Info.Pc, Cpu.GetPc());

@@ -99,7 +99,7 @@ int CSession::ExecCommand(const std::string& Cmd, std::string& Answer)
     }
     int Result = 0;
     if (ExecOwn(Name, Args, Result, Answer) || ExecFault(Name, Args, Result, Answer) ||
-        m_pBackend->ExecCommand(Name, Args, Result, Answer)) {
+        ExecRange(Name, Args, Result, Answer) || m_pBackend->ExecCommand(Name, Args, Result, Answer)) {
         return Result;
     }
     Answer = Text.empty() ? "Empty command" : "Unknown command: \"" + Text + "\"";
@@ -140,6 +140,37 @@ bool CSession::ExecOwn(const std::string& Name, const std::string& Args, int& Re
     return false;
 }
 
+bool CSession::ExecRange(const std::string& Name, const std::string& Args, int& Result, std::string& Answer)
+{
+    const std::vector<std::string> Words = SplitWords(Args);
+    const auto Number = [&](std::size_t Index) {
+        return Index < Words.size() ? ToU32(Words[Index]) : std::nullopt;
+    };
+    const auto Usage = [&](const char* sText) {
+        Answer = sText;
+        Result = BRYLLO_ERR_PARAM;
+        return true;
+    };
+    if (Name == "sim.unreadable" || Name == "sim.unwritable" || Name == "sim.shortread") {
+        const auto Addr = Number(0);
+        const auto NumBytes = Number(1);
+        if (!Addr || !NumBytes || *NumBytes == 0) {
+            return Usage("usage: <command> <address> <number of bytes>");
+        }
+        using ERange = CFaults::ERange;
+        Faults.AddRange(Name == "sim.unreadable"   ? ERange::Unreadable
+                        : Name == "sim.unwritable" ? ERange::Unwritable
+                                                   : ERange::ShortRead,
+                        *Addr, *NumBytes);
+        return true;
+    }
+    if (Name == "sim.clearranges") {
+        Faults.ClearRanges();
+        return true;
+    }
+    return false;
+}
+
 bool CSession::ExecFault(const std::string& Name, const std::string& Args, int& Result, std::string& Answer)
 {
     const std::vector<std::string> Words = SplitWords(Args);
@@ -158,23 +189,6 @@ bool CSession::ExecFault(const std::string& Name, const std::string& Args, int& 
             return Usage("usage: Sim.Fail <operation> <number of calls> [<code>]");
         }
         Faults.FailCalls(Words[0], *NumCalls, Code);
-        return true;
-    }
-    if (Name == "sim.unreadable" || Name == "sim.unwritable" || Name == "sim.shortread") {
-        const auto Addr = Number(0);
-        const auto NumBytes = Number(1);
-        if (!Addr || !NumBytes || *NumBytes == 0) {
-            return Usage("usage: <command> <address> <number of bytes>");
-        }
-        using ERange = CFaults::ERange;
-        Faults.AddRange(Name == "sim.unreadable"   ? ERange::Unreadable
-                        : Name == "sim.unwritable" ? ERange::Unwritable
-                                                   : ERange::ShortRead,
-                        *Addr, *NumBytes);
-        return true;
-    }
-    if (Name == "sim.clearranges") {
-        Faults.ClearRanges();
         return true;
     }
     if (Name == "sim.lose") {

@@ -105,6 +105,7 @@ private:
     bool ReadOne(U32 Addr, unsigned NumBytes, U8* pData);
     bool WriteOne(U32 Addr, unsigned NumBytes, const U8* pData);
     bool ExecSimCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer);
+    bool ExecPortCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer);
     bool ExecBoardCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer);
 
     Probe::CTicketLock& m_Lock;

@@ -3,7 +3,10 @@
 #include "platform/probe/core/textargs.h"
 #include "platform/probe/sim/simbackend.h"
 
+#include <algorithm>
 #include <cctype>
+#include <iterator>
+#include <utility>
 
 namespace Sim {
 
@@ -52,6 +55,13 @@ std::optional<CPinName> ToPin(const std::string& Word)
     return CPinName{static_cast<unsigned>(Letter - 'A'), *Pin};
 }
 
+constexpr const char* NO_BOARD = "There is no board yet: connect first";
+
+bool IsOneOf(const std::string& Name, std::initializer_list<const char*> Names)
+{
+    return std::any_of(Names.begin(), Names.end(), [&](const char* s) { return Name == s; });
+}
+
 bool Fail(int& Result, std::string& Answer, const char* sText)
 {
     Result = BRYLLO_ERR_PARAM;
@@ -96,7 +106,8 @@ bool CSimBackend::ExecCommand(const std::string& Name, const std::string& Args, 
     if (!Name.starts_with("sim.")) {
         return false;
     }
-    return ExecSimCommand(Name, Args, Result, Answer) || ExecBoardCommand(Name, Args, Result, Answer);
+    return ExecSimCommand(Name, Args, Result, Answer) || ExecPortCommand(Name, Args, Result, Answer) ||
+           ExecBoardCommand(Name, Args, Result, Answer);
 }
 
 /// Commands that concern the simulator and last from board to board.
@@ -174,65 +185,66 @@ bool CSimBackend::ExecSimCommand(const std::string& Name, const std::string& Arg
     return false;
 }
 
-/// Commands that concern the board of the selected probe.
-bool CSimBackend::ExecBoardCommand(const std::string& Name, const std::string& Args, int& Result,
-                                   std::string& Answer)
+/// Pins and serial port of the board of the selected probe.
+bool CSimBackend::ExecPortCommand(const std::string& Name, const std::string& Args, int& Result,
+                                  std::string& Answer)
 {
-    const std::vector<std::string> Words = SplitWords(Args);
-    const auto Known = [&](std::initializer_list<const char*> Names) {
-        for (const char* s : Names) {
-            if (Name == s) {
-                return true;
-            }
-        }
-        return false;
-    };
-    if (!Known({"sim.setpin", "sim.getpin", "sim.uartfeed", "sim.uartread", "sim.uartfile", "sim.cycles",
-                "sim.instructions", "sim.diagreads", "sim.flashfail", "sim.erase", "sim.powercycle"})) {
+    if (!IsOneOf(Name, {"sim.setpin", "sim.getpin", "sim.uartfeed", "sim.uartread", "sim.uartfile"})) {
         return false;
     }
-    if (!HasBoard()) {
-        return Fail(Result, Answer, "There is no board yet: connect first");
-    }
-    const auto SetValue = [&](U64 Value) {
-        Answer = std::to_string(Value);
-        return true;
-    };
-    if (Name == "sim.setpin" || Name == "sim.getpin") {
-        const auto Pin = Words.empty() ? std::nullopt : ToPin(Words[0]);
-        const auto Level = Words.size() > 1 ? ToU32(Words[1]) : std::nullopt;
-        if (Name == "sim.getpin") {
-            return Pin ? SetValue(Board().Gpio(Pin->Port).GetPin(Pin->Pin))
-                       : Fail(Result, Answer, "usage: Sim.GetPin <A0..B15>");
-        }
-        if (!Pin || !Level || *Level > 1) {
-            return Fail(Result, Answer, "usage: Sim.SetPin <A0..B15> <0 or 1>");
-        }
-        Board().Gpio(Pin->Port).SetPin(Pin->Pin, *Level != 0);
-    } else if (Name == "sim.uartfeed") {
+    if (!HasBoard()) return Fail(Result, Answer, NO_BOARD);
+    if (Name == "sim.uartfeed") {
         Board().Uart().Feed(Unescape(Args));
     } else if (Name == "sim.uartread") {
         Answer = Board().Uart().TakeOutput();
     } else if (Name == "sim.uartfile") {
-        if (!Board().Uart().SetFile(Unescape(Args))) {
-            return Fail(Result, Answer, "The file cannot be opened");
+        if (!Board().Uart().SetFile(Unescape(Args))) return Fail(Result, Answer, "The file cannot be opened");
+    } else {
+        const std::vector<std::string> Words = SplitWords(Args);
+        const auto Pin = Words.empty() ? std::nullopt : ToPin(Words[0]);
+        const auto Level = Words.size() > 1 ? ToU32(Words[1]) : std::nullopt;
+        const bool IsSet = Name == "sim.setpin";
+        if (!Pin || (IsSet && (!Level || *Level > 1))) {
+            return Fail(Result, Answer,
+                        IsSet ? "usage: Sim.SetPin <A0..B15> <0 or 1>" : "usage: Sim.GetPin <A0..B15>");
         }
-    } else if (Name == "sim.cycles") {
-        return SetValue(Board().Core(m_Core).GetCycles());
+        CGpio& Gpio = Board().Gpio(Pin->Port);
+        if (IsSet) {
+            Gpio.SetPin(Pin->Pin, *Level != 0);
+        } else {
+            Answer = Gpio.GetPin(Pin->Pin) ? "1" : "0";
+        }
+    }
+    return true;
+}
+
+/// Counts, flash and power of the board of the selected probe.
+bool CSimBackend::ExecBoardCommand(const std::string& Name, const std::string& Args, int& Result,
+                                   std::string& Answer)
+{
+    if (!IsOneOf(Name, {"sim.cycles", "sim.instructions", "sim.diagreads", "sim.flashfail", "sim.erase",
+                        "sim.powercycle"})) {
+        return false;
+    }
+    if (!HasBoard()) return Fail(Result, Answer, NO_BOARD);
+    if (Name == "sim.cycles") {
+        Answer = std::to_string(Board().Core(m_Core).GetCycles());
     } else if (Name == "sim.instructions") {
-        return SetValue(Board().Core(m_Core).GetInstructions());
+        Answer = std::to_string(Board().Core(m_Core).GetInstructions());
     } else if (Name == "sim.diagreads") {
-        return SetValue(Board().Diag().GetNumReads());
+        Answer = std::to_string(Board().Diag().GetNumReads());
     } else if (Name == "sim.flashfail") {
         using EPhase = CFlash::EPhase;
-        const std::string Phase = Words.empty() ? "" : Probe::ToLower(Words[0]);
-        if (Phase != "none" && Phase != "compare" && Phase != "program" && Phase != "verify") {
+        constexpr std::pair<const char*, EPhase> PHASES[] = {{"none", EPhase::None},
+                                                             {"compare", EPhase::Compare},
+                                                             {"program", EPhase::Program},
+                                                             {"verify", EPhase::Verify}};
+        const auto It = std::find_if(std::begin(PHASES), std::end(PHASES),
+                                     [&](const auto& p) { return Probe::ToLower(Args) == p.first; });
+        if (It == std::end(PHASES)) {
             return Fail(Result, Answer, "usage: Sim.FlashFail none | compare | program | verify");
         }
-        Board().Flash().FailNext(Phase == "compare"   ? EPhase::Compare
-                                 : Phase == "program" ? EPhase::Program
-                                 : Phase == "verify"  ? EPhase::Verify
-                                                      : EPhase::None);
+        Board().Flash().FailNext(It->second);
     } else if (m_Programming) {
         return Fail(Result, Answer, "Flash is being programmed");
     } else {
@@ -242,9 +254,7 @@ bool CSimBackend::ExecBoardCommand(const std::string& Name, const std::string& A
         }
         Board().SetPower(false);
         Board().SetPower(true);
-        if (Board().TakeRecreated() && m_Connected) {
-            m_Debug.Reapply();
-        }
+        if (Board().TakeRecreated() && m_Connected) m_Debug.Reapply();
         WakeRunner();
     }
     return true;

@@ -1,5 +1,6 @@
 // Opening projects, programs and sources; reload of a changed program; closing of documents.
 #include "app/actions/actions.h"
+#include "app/actions/commandtext.h"
 #include "app/console/consolewindow.h"
 #include "app/services/appinfo.h"
 #include "app/services/cmdline.h"
@@ -11,6 +12,7 @@
 #include "app/shell/sessiondecisions.h"
 #include "app/shell/warningsdialog.h"
 #include "app/shell/programdata.h"
+#include "core/cache/core.h"
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
 #include "device/target/datamanager.h"
@@ -74,10 +76,7 @@ void CMainWindow::OnProjectFileOpened(QString sPath)
     }
     const QString sProbeSettings = Project.GetProbeSettingsPath();
     if (!sProbeSettings.isEmpty()) Project.GetHooks().SetDeviceParamText(DCP_SCRIPT_FILE, sProbeSettings);
-    ParseVarText(VAR_BREAK_AT_THIS_SYMBOL, 0, QStringLiteral("main"));
-    SetVar(VAR_TRACE_SOURCE, 0, false);
-    SetVar(VAR_TRACE_OVERRIDE_TIMINGS, Project.HasCommand(QStringLiteral("Project.SetTraceTiming")), false);
-    SetVar(VAR_TRACE_FILE_ENABLED, Project.HasCommand(QStringLiteral("Project.SetTraceFile")), false);
+    Project.PrepareProjectLoad();
     BScript::ExecScriptFunction(EVENT_ON_PROJECT_LOAD);
     ShowProjectWarnings();
     LoadDefaultRegisterSet();
@@ -228,6 +227,10 @@ void CMainWindow::OpenElfDataFile(const QString& sPath)
         PROG_Unload();
         ClearProgramData();
         Result = PROG_Load(sPath);
+        if (Result == 0) {
+            Core::ClearCache();
+            Core::AnalyzeProgram();
+        }
     }
     if (Result < 0) {
         // The reason is in the console already; the project keeps no program that isn't there.
@@ -285,7 +288,7 @@ void CMainWindow::OnDataFileOpened(QString sPath)
     if (sPath == m_S.sProgramPath)
         m_W.pSource->ReopenResolvedDocuments();
     else
-        m_W.pSource->ShowProgramEntryPoint();
+        m_W.pSource->SelectLocation(PROG_GetMainSrcLoc());
     if (PROG_IsLoaded())
         LogInfo(QStringLiteral("File.Open: completed in %1 ms").arg(m_S.OpenTime.elapsed()));
     const bool SameFile = sPath == m_S.sProgramPath;

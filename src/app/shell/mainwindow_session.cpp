@@ -14,6 +14,7 @@
 #include "device/queue/device.h"
 #include "device/target/datamanager.h"
 #include "project/file/project.h"
+#include "project/finder/filefinder.h"
 #include "project/settings/appearance.h"
 #include "project/settings/sysvars.h"
 #include "program/eval/expression.h"

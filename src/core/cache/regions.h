@@ -8,8 +8,6 @@
 #include <memory>
 #include <vector>
 
-#include "program/tables/prog.h"
-
 namespace Core {
 
 struct REGION {

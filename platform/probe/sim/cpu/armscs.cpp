@@ -195,8 +195,12 @@ namespace {
 struct ShcsrRow {
     uint8_t Exc, ActiveBit, PendingBit;
 };
-constexpr ShcsrRow kShcsr[] = {{kExcMemManage, 0, 13}, {kExcBusFault, 1, 14}, {kExcUsageFault, 3, 12},
-                               {kExcSvc, 7, 15},       {kExcDebugMon, 8, 32}, {kExcPendSv, 10, 32},
+constexpr ShcsrRow kShcsr[] = {{kExcMemManage, 0, 13},
+                               {kExcBusFault, 1, 14},
+                               {kExcUsageFault, 3, 12},
+                               {kExcSvc, 7, 15},
+                               {kExcDebugMon, 8, 32},
+                               {kExcPendSv, 10, 32},
                                {kExcSysTick, 11, 32},
                                // ARMv8-M shows these too; a write doesn't change them
                                {kExcHardFault, 2, 21},
