@@ -12,7 +12,7 @@ struct CFakeProgram {
     static constexpr U32 FILE_NO = 77;
     QString sPath = QStringLiteral(VANTREL_SOURCE_DIR "/tests/views/blinky.c");
     QList<U32> CodeLines{20, 21, 22, 24, 25, 26, 28, 29, 30, 31, 35, 37, 38, 40, 41, 42};
-    QMap<U32, U32> Breakpoints; ///< state by line
+    QMap<U32, U32> Breakpoints;     ///< state by line
     QMap<U32, U32> InstBreakpoints; ///< state by address
     QList<VIEW_FRAME> Frames;
     int SelectedFrame = 0;
@@ -29,7 +29,8 @@ struct CFakeProgram {
     CSrcLoc GetLoc(U32 Addr) const
     {
         const U32 Line = (Addr - BASE) / 16;
-        return Addr >= BASE && CodeLines.contains(Line) && (Addr - BASE) % 16 < 8 ? CSrcLoc(FILE_NO, Line) : CSrcLoc();
+        return Addr >= BASE && CodeLines.contains(Line) && (Addr - BASE) % 16 < 8 ? CSrcLoc(FILE_NO, Line)
+                                                                                  : CSrcLoc();
     }
     void SetFrames()
     {
@@ -72,14 +73,22 @@ private:
     {
         Hooks.GetSrcLoc = [this](U32 Addr) { return GetLoc(Addr); };
         Hooks.GetLineRanges = [this](CSrcLoc Loc) {
-            return Loc.File == FILE_NO && CodeLines.contains(Loc.Line) ? QList<CAddrRange>{CAddrRange(GetAddr(Loc.Line), 8)} : QList<CAddrRange>();
+            return Loc.File == FILE_NO && CodeLines.contains(Loc.Line)
+                       ? QList<CAddrRange>{CAddrRange(GetAddr(Loc.Line), 8)}
+                       : QList<CAddrRange>();
         };
-        Hooks.GetFileNo = [this](const QString& sFile) { return sFile == sPath || sFile == QLatin1String("blinky.c") ? FILE_NO : 0xFFFFFFFFu; };
+        Hooks.GetFileNo = [this](const QString& sFile) {
+            return sFile == sPath || sFile == QLatin1String("blinky.c") ? FILE_NO : 0xFFFFFFFFu;
+        };
         Hooks.GetFilePath = [this](U32 File) { return File == FILE_NO ? sPath : QString(); };
-        Hooks.GetSrcLocText = [](CSrcLoc Loc) { return Loc.File == FILE_NO ? QStringLiteral("blinky.c:%1").arg(Loc.Line) : QString(); };
+        Hooks.GetSrcLocText = [](CSrcLoc Loc) {
+            return Loc.File == FILE_NO ? QStringLiteral("blinky.c:%1").arg(Loc.Line) : QString();
+        };
         Hooks.GetFileFuncs = [](U32) {
-            return QList<VIEW_FUNC>{{QStringLiteral("SysTick_Handler"), {}, 20, 1}, {QStringLiteral("_IsDue"), {}, 24, 2},
-                                    {QStringLiteral("_Toggle"), {}, 28, 3}, {QStringLiteral("main"), {}, 37, 4}};
+            return QList<VIEW_FUNC>{{QStringLiteral("SysTick_Handler"), {}, 20, 1},
+                                    {QStringLiteral("_IsDue"), {}, 24, 2},
+                                    {QStringLiteral("_Toggle"), {}, 28, 3},
+                                    {QStringLiteral("main"), {}, 37, 4}};
         };
         Hooks.HasProgram = [] { return true; };
         Hooks.GetBreakpointOnLine = [this](CSrcLoc Loc) {
@@ -118,7 +127,8 @@ private:
             VIEW_INST Inst;
             Inst.Addr = Addr;
             Inst.Size = Addr % 8 == 4 ? 4 : 2;
-            static const char* const aTexts[] = {"LDR    R3, [PC, #0x1C]    ; =_Led", "ADDS   R3, #1", "BL     0x08000190    ; _IsDue"};
+            static const char* const aTexts[] = {"LDR    R3, [PC, #0x1C]    ; =_Led", "ADDS   R3, #1",
+                                                 "BL     0x08000190    ; _IsDue"};
             static const char* const aEncodings[] = {"4B07", "3301", "F7FF FFE4"};
             const int Kind = int(Addr % 8) / 2;
             Inst.sText = QLatin1String(aTexts[Kind]);
@@ -137,12 +147,18 @@ private:
         };
         Hooks.GetSrcLineText = [](CSrcLoc Loc) { return QStringLiteral("source line %1;").arg(Loc.Line); };
         Hooks.GetRegGroups = [] {
-            QList<VIEW_REG_GROUP> Groups{{QStringLiteral("Current CPU Registers"), QStringLiteral("Core registers of the CPU"), {}}};
+            QList<VIEW_REG_GROUP> Groups{
+                {QStringLiteral("Current CPU Registers"), QStringLiteral("Core registers of the CPU"), {}}};
             for (U32 i = 0; i < 16; i++) {
-                const QString sName = i < 13 ? QStringLiteral("R%1").arg(i) : QStringList{QStringLiteral("SP"), QStringLiteral("LR"), QStringLiteral("PC")}[int(i) - 13];
+                const QString sName = i < 13 ? QStringLiteral("R%1").arg(i)
+                                             : QStringList{QStringLiteral("SP"), QStringLiteral("LR"),
+                                                           QStringLiteral("PC")}[int(i) - 13];
                 Groups[0].Regs.append({sName, QString(), 32, i});
             }
-            Groups.append({QStringLiteral("Special Registers"), QString(), {{QStringLiteral("XPSR"), QStringLiteral("Program status"), 32, 16}, {QStringLiteral("PRIMASK"), QString(), 8, 19}}});
+            Groups.append({QStringLiteral("Special Registers"),
+                           QString(),
+                           {{QStringLiteral("XPSR"), QStringLiteral("Program status"), 32, 16},
+                            {QStringLiteral("PRIMASK"), QString(), 8, 19}}});
             return Groups;
         };
         Hooks.ReadRegs = [this](const QList<U32>& Idxs, QList<U64>& Values, QList<bool>& Valid) {
@@ -160,11 +176,16 @@ private:
         Hooks.GetFrame = [this](int i) { return i >= 0 && i < Frames.size() ? Frames[i] : VIEW_FRAME(); };
         Hooks.GetSelectedFrame = [this] { return SelectedFrame; };
         Hooks.SelectFrame = [this](int i) { SelectedFrame = i; };
-        Hooks.GetStopText = [this] { return NumUnwound == Frames.size() ? QStringLiteral("no unwinding symbols at 0x080001A0") : QString(); };
+        Hooks.GetStopText = [this] {
+            return NumUnwound == Frames.size() ? QStringLiteral("no unwinding symbols at 0x080001A0")
+                                               : QString();
+        };
         Hooks.StartUnwind = [this] { NumUnwound = 0; };
         Hooks.UnwindNext = [this](bool OnlyMinimum) {
-            if (OnlyMinimum) HasMinimumOnly = true;
-            else if (NumUnwound < Frames.size()) NumUnwound++;
+            if (OnlyMinimum)
+                HasMinimumOnly = true;
+            else if (NumUnwound < Frames.size())
+                NumUnwound++;
         };
         Hooks.InvalidateStack = [this] { NumUnwound = 0; };
         Hooks.GetCallSites = [this] {

@@ -9,10 +9,12 @@ public:
     CModelFaults()
     {
         List().clear();
-        m_pfOld = qInstallMessageHandler([](QtMsgType, const QMessageLogContext& Context, const QString& sText) {
-            const bool IsModelTest = Context.category && qstrcmp(Context.category, "qt.modeltest") == 0;
-            if (IsModelTest && !sText.contains(QLatin1String("flags == Qt::ItemIsDropEnabled"))) List().append(sText);
-        });
+        m_pfOld =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext& Context, const QString& sText) {
+                const bool IsModelTest = Context.category && qstrcmp(Context.category, "qt.modeltest") == 0;
+                if (IsModelTest && !sText.contains(QLatin1String("flags == Qt::ItemIsDropEnabled")))
+                    List().append(sText);
+            });
     }
     ~CModelFaults() { qInstallMessageHandler(m_pfOld); }
     QStringList Get() const { return List(); }

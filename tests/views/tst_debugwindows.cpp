@@ -1,11 +1,11 @@
 // Call stack and register window with a made-up program.
+#include "fakeprogram.h"
+#include "modelfaults.h"
 #include "project/settings/sysvars.h"
 #include "views/debug/callstackwindow.h"
 #include "views/debug/registerwindow.h"
 #include "views/framework/sortfilter.h"
 #include "views/framework/treeview.h"
-#include "fakeprogram.h"
-#include "modelfaults.h"
 #include "viewsenv.h"
 
 #include <QAbstractItemModelTester>
@@ -64,7 +64,8 @@ void tst_debugwindows::framesArriveOneByOne()
 {
     CCallStackWindow Window;
     CModelFaults Faults;
-    QAbstractItemModelTester Tester(Window.GetStackModel(), QAbstractItemModelTester::FailureReportingMode::Warning);
+    QAbstractItemModelTester Tester(Window.GetStackModel(),
+                                    QAbstractItemModelTester::FailureReportingMode::Warning);
     Window.resize(700, 200);
     Window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&Window));
@@ -76,9 +77,11 @@ void tst_debugwindows::framesArriveOneByOne()
     QCOMPARE(Window.GetStackModel()->rowCount(), 1);
     Unwind(Window);
     QVERIFY(!Window.IsUpdatePending());
-    QCOMPARE(Window.GetText(), (QStringList{QStringLiteral("_Toggle\t16 @ 0x20000FD8\tblinky.c:30\t0x080001E0\tR14: 0x08000290"),
-                                            QStringLiteral("main\t24 @ 0x20000FE8\tblinky.c:41\t0x08000290\t[CFA-4]: 0x080001A0"),
-                                            QStringLiteral("no unwinding symbols at 0x080001A0\t\t\t\t")}));
+    QCOMPARE(
+        Window.GetText(),
+        (QStringList{QStringLiteral("_Toggle\t16 @ 0x20000FD8\tblinky.c:30\t0x080001E0\tR14: 0x08000290"),
+                     QStringLiteral("main\t24 @ 0x20000FE8\tblinky.c:41\t0x08000290\t[CFA-4]: 0x080001A0"),
+                     QStringLiteral("no unwinding symbols at 0x080001A0\t\t\t\t")}));
     QCOMPARE(Window.GetCurrentItem().row(), 0);
     // A frame that can't be read says so.
     m_Program.Frames[1].IsPCValid = false;
@@ -107,7 +110,10 @@ void tst_debugwindows::framesAreSelected()
     Unwind(Window);
     QSignalSpy Spy(&Window, &CWindow::CallSiteSelected);
     CTreeView* pView = Window.GetView();
-    auto Click = [&](int Row) { QTest::mouseClick(pView->viewport(), Qt::LeftButton, {}, pView->visualRect(pView->model()->index(Row, 1)).center()); };
+    auto Click = [&](int Row) {
+        QTest::mouseClick(pView->viewport(), Qt::LeftButton, {},
+                          pView->visualRect(pView->model()->index(Row, 1)).center());
+    };
     Click(1);
     QCOMPARE(m_Program.SelectedFrame, 1);
     QCOMPARE(Spy.last()[0].toInt(), 1);
@@ -116,7 +122,8 @@ void tst_debugwindows::framesAreSelected()
     QCOMPARE(m_Program.SelectedFrame, 1);
     QCOMPARE(Window.GetCurrentItem().row(), 1);
     emit pView->doubleClicked(pView->model()->index(1, 0));
-    QCOMPARE(m_Program.Commands.last(), (QPair<QString, QStringList>(QStringLiteral("View.Source"), {QStringLiteral("blinky.c:41")})));
+    QCOMPARE(m_Program.Commands.last(),
+             (QPair<QString, QStringList>(QStringLiteral("View.Source"), {QStringLiteral("blinky.c:41")})));
     Halt(Window, 31); // a halt goes back to the innermost frame
     QCOMPARE(m_Program.SelectedFrame, 0);
     m_Program.SelectedFrame = 1;
@@ -136,7 +143,8 @@ void tst_debugwindows::layoutTurnsStackRound()
     const QAbstractItemModel* pModel = Window.GetView()->model();
     QCOMPARE(pModel->index(0, 0).data().toString(), QStringLiteral("main"));
     QCOMPARE(pModel->index(1, 0).data().toString(), QStringLiteral("_Toggle"));
-    QVERIFY(pModel->index(2, 0).data().toString().startsWith(QLatin1String("no unwinding"))); // stays behind the frames
+    QVERIFY(pModel->index(2, 0).data().toString().startsWith(
+        QLatin1String("no unwinding"))); // stays behind the frames
     QVERIFY(!Window.findChild<QAction*>(QStringLiteral("actionCallstackCurrFrameOnTop"))->isChecked());
 }
 
@@ -159,7 +167,8 @@ void tst_debugwindows::registersAreReadByGroup()
 {
     CRegisterWindow Window;
     CModelFaults Faults;
-    QAbstractItemModelTester Tester(Window.GetRegisterModel(), QAbstractItemModelTester::FailureReportingMode::Warning);
+    QAbstractItemModelTester Tester(Window.GetRegisterModel(),
+                                    QAbstractItemModelTester::FailureReportingMode::Warning);
     Window.resize(500, 500);
     Window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&Window));
@@ -195,7 +204,9 @@ void tst_debugwindows::registersChangeAndAge()
         m_Program.Regs.insert(3, R3);
         Window.OnDeviceStepped(m_Program.PC);
         Window.UpdateItems();
-        return Window.GetRegisterModel()->GetStoredRole(Window.GetRegisterModel()->FindReg(3), ROLE_CHANGE_LEVEL).toInt();
+        return Window.GetRegisterModel()
+            ->GetStoredRole(Window.GetRegisterModel()->FindReg(3), ROLE_CHANGE_LEVEL)
+            .toInt();
     };
     Halt(Window, 30);
     QTRY_COMPARE(m_Program.NumRegReads, 1);
@@ -282,7 +293,8 @@ void tst_debugwindows::registerEdits()
         return;
     }
     QCOMPARE(m_Program.Commands.size(), 1);
-    QCOMPARE(m_Program.Commands[0], (QPair<QString, QStringList>(QStringLiteral("Target.SetReg"), {QStringLiteral("R3"), sValue})));
+    QCOMPARE(m_Program.Commands[0],
+             (QPair<QString, QStringList>(QStringLiteral("Target.SetReg"), {QStringLiteral("R3"), sValue})));
 }
 
 QTEST_MAIN(tst_debugwindows)

@@ -1,4 +1,5 @@
 // The source window with a made-up program: following the PC, margin, editing, finding, documents, session.
+#include "fakeprogram.h"
 #include "project/settings/sysvars.h"
 #include "views/debug/cppsyntax.h"
 #include "views/debug/findbar.h"
@@ -6,7 +7,6 @@
 #include "views/debug/srcdocument.h"
 #include "views/framework/messagebox.h"
 #include "views/framework/sidebar.h"
-#include "fakeprogram.h"
 #include "viewsenv.h"
 
 #include <QAction>
@@ -48,7 +48,12 @@ private slots:
 
 private:
     void Halt(U32 Line);
-    QPoint GetRowPos(int Row) const { return QPoint(6, (Row - m_pWindow->GetEditor()->GetFirstVisibleRow()) * m_pWindow->GetEditor()->GetRowHeight() + 4); }
+    QPoint GetRowPos(int Row) const
+    {
+        return QPoint(6, (Row - m_pWindow->GetEditor()->GetFirstVisibleRow()) *
+                                 m_pWindow->GetEditor()->GetRowHeight() +
+                             4);
+    }
     int RowOf(U32 Line) const { return m_pWindow->GetEditor()->GetRowOfLine(Line); }
 
     std::unique_ptr<CFakeProgram> m_pProgram;
@@ -132,12 +137,14 @@ void tst_sourcewindow::clickInMarginTogglesBreakpoint()
     QCOMPARE(Selected.size(), 1);
     QCOMPARE(Selected[0][0].value<CSrcLoc>(), CSrcLoc(CFakeProgram::FILE_NO, 25));
     const QStringList Location{QStringLiteral("blinky.c:25")};
-    QCOMPARE(m_pProgram->Commands.last(), (QPair<QString, QStringList>(QStringLiteral("Break.SetOnSrc"), Location)));
+    QCOMPARE(m_pProgram->Commands.last(),
+             (QPair<QString, QStringList>(QStringLiteral("Break.SetOnSrc"), Location)));
     m_pProgram->Breakpoints.insert(25, BP_STATE_ON);
     m_pWindow->OnDeviceBPStateChanged();
     QCOMPARE(m_pWindow->GetSideBar()->GetLeftSymbol(RowOf(25)), int(SIDEBAR_BP_ON));
     QTest::mouseClick(m_pWindow->GetSideBar(), Qt::LeftButton, Qt::ShiftModifier, GetRowPos(RowOf(25)));
-    QCOMPARE(m_pProgram->Commands.last(), (QPair<QString, QStringList>(QStringLiteral("Break.DisableOnSrc"), Location)));
+    QCOMPARE(m_pProgram->Commands.last(),
+             (QPair<QString, QStringList>(QStringLiteral("Break.DisableOnSrc"), Location)));
     m_pProgram->Breakpoints.insert(25, BP_STATE_DISABLED);
     m_pWindow->OnDeviceBPStateChanged();
     QCOMPARE(m_pWindow->GetSideBar()->GetLeftSymbol(RowOf(25)), int(SIDEBAR_BP_OFF));
@@ -191,10 +198,12 @@ void tst_sourcewindow::lineNumberFrequency()
     m_pWindow->SetPreference(PREF_LINE_NUMBER_FREQ, 3);
     m_pWindow->GetEditor()->SetLineExpanded(24, true);
     m_pWindow->Repaint();
-    // The picture of the margin must differ between a numbered and an unnumbered row only in the number's column.
+    // The picture of the margin must differ between a numbered and an unnumbered row only in the number's
+    // column.
     auto HasNumber = [this](int Row) {
         const QImage Image = m_pWindow->GetSideBar()->grab().toImage();
-        const int y = (Row - m_pWindow->GetEditor()->GetFirstVisibleRow()) * m_pWindow->GetEditor()->GetRowHeight();
+        const int y =
+            (Row - m_pWindow->GetEditor()->GetFirstVisibleRow()) * m_pWindow->GetEditor()->GetRowHeight();
         for (int i = y; i < y + m_pWindow->GetEditor()->GetRowHeight(); i++)
             for (int x = m_pWindow->GetSideBar()->GetSymbolStripWidth() + 4; x < Image.width() - 4; x++)
                 if (Image.pixelColor(x, i).lightness() < 200) return true;
@@ -211,7 +220,8 @@ void tst_sourcewindow::selectionGoesRoundOnce()
 {
     m_pWindow->Open(m_pProgram->sPath);
     // The main window sends every selection back to its sender as well.
-    connect(m_pWindow.get(), SIGNAL(SrcLocSelected(CSrcLoc, int)), m_pWindow.get(), SLOT(OnSrcLocSelected(CSrcLoc, int)));
+    connect(m_pWindow.get(), SIGNAL(SrcLocSelected(CSrcLoc, int)), m_pWindow.get(),
+            SLOT(OnSrcLocSelected(CSrcLoc, int)));
     QSignalSpy Spy(m_pWindow.get(), SIGNAL(SrcLocSelected(CSrcLoc, int)));
     const QPoint Pos = m_pWindow->GetEditor()->GetViewportPos(QPoint(4, 20)) + QPoint(2, 4);
     QTest::mouseClick(m_pWindow->GetEditor()->viewport(), Qt::LeftButton, {}, Pos);
@@ -385,7 +395,10 @@ void tst_sourcewindow::missingFileSaysSo()
     m_pWindow->Open(sPath);
     auto* pLabel = m_pWindow->findChild<QLabel*>(QStringLiteral("labelNotFound"));
     QVERIFY(pLabel->isVisible());
-    QCOMPARE(pLabel->text(), QStringLiteral("File not found:\n\n%1\n\nPlease use the source files window to locate the file manually").arg(sPath));
+    QCOMPARE(pLabel->text(),
+             QStringLiteral(
+                 "File not found:\n\n%1\n\nPlease use the source files window to locate the file manually")
+                 .arg(sPath));
     QVERIFY(m_pWindow->GetEditor()->IsReadOnly());
     QFile File(sPath);
     QVERIFY(File.open(QIODevice::WriteOnly));
@@ -415,7 +428,8 @@ void tst_sourcewindow::findGoesAround()
     QCOMPARE(pEditor->GetCursor().y() + 1, 33);
     m_pWindow->OpenFindBar(QStringLiteral("no such text"));
     QVERIFY(!m_pWindow->FindNext(true));
-    QCOMPARE(m_pWindow->findChild<QLabel*>(QStringLiteral("labelResult"))->text(), QStringLiteral("Not found"));
+    QCOMPARE(m_pWindow->findChild<QLabel*>(QStringLiteral("labelResult"))->text(),
+             QStringLiteral("Not found"));
     QTest::keyClick(m_pWindow->findChild<CFindBar*>(), Qt::Key_Escape);
     QVERIFY(m_pWindow->findChild<CFindBar*>()->isHidden());
 }
@@ -438,9 +452,11 @@ void tst_sourcewindow::sessionLines()
     QCOMPARE(Other.GetFilePaths(), (QStringList{sOther, m_pProgram->sPath}));
     QCOMPARE(Other.GetCursorLoc().Line, 25u);
     SetVar(PREF_SESSION_SAVE_FLAGS, 4, false);
-    QCOMPARE(m_pWindow->MakeSessionLine({QStringLiteral("OpenDocument=\"old.c\"")}).split(u'\n').mid(1), QStringList{QStringLiteral("OpenDocument=\"old.c\"")});
+    QCOMPARE(m_pWindow->MakeSessionLine({QStringLiteral("OpenDocument=\"old.c\"")}).split(u'\n').mid(1),
+             QStringList{QStringLiteral("OpenDocument=\"old.c\"")});
     SetVar(PREF_SESSION_SAVE_FLAGS, 0, false);
-    Other.ApplyDocumentLines({QStringLiteral("OpenDocument"), QStringLiteral("OpenDocument=, Line=-5"), QString()});
+    Other.ApplyDocumentLines(
+        {QStringLiteral("OpenDocument"), QStringLiteral("OpenDocument=, Line=-5"), QString()});
     QCOMPARE(Other.GetFileCount(), 2);
 }
 
@@ -448,7 +464,8 @@ void tst_sourcewindow::syntax_data()
 {
     QTest::addColumn<QString>("sLine");
     QTest::addColumn<int>("State");
-    QTest::addColumn<QString>("sMap"); ///< a letter for each character: k keyword, d directive, s string, c comment
+    QTest::addColumn<QString>(
+        "sMap"); ///< a letter for each character: k keyword, d directive, s string, c comment
     QTest::addColumn<int>("Next");
     QTest::newRow("keywords") << "int x = return1;" << 0 << "kkk............." << 0;
     QTest::newRow("string with escape") << "f(\"a\\\"//b\");" << 0 << "..ssssssss.." << 0;
@@ -480,8 +497,10 @@ void tst_sourcewindow::syntax()
 
 void tst_sourcewindow::erasedCommentsKeepPositions()
 {
-    const QStringList Lines{QStringLiteral("a /* b"), QStringLiteral("c */ d // e"), QStringLiteral("\"/*\" f")};
-    QCOMPARE(EraseComments(Lines), (QStringList{QStringLiteral("a     "), QStringLiteral("     d     "), QStringLiteral("\"/*\" f")}));
+    const QStringList Lines{QStringLiteral("a /* b"), QStringLiteral("c */ d // e"),
+                            QStringLiteral("\"/*\" f")};
+    QCOMPARE(EraseComments(Lines), (QStringList{QStringLiteral("a     "), QStringLiteral("     d     "),
+                                                QStringLiteral("\"/*\" f")}));
 }
 
 void tst_sourcewindow::wordsAndIncludes()
@@ -512,7 +531,8 @@ void tst_sourcewindow::longLinesAndTabs()
     const int TwoTabs = pEditor->GetViewportPos(QPoint(2, 0)).x() - pEditor->GetViewportPos(QPoint(0, 0)).x();
     SetVar(PREF_TAB_SPACING, 8, false);
     m_pWindow->SetPreference(PREF_TAB_SPACING, 8);
-    QVERIFY(pEditor->GetViewportPos(QPoint(2, 0)).x() - pEditor->GetViewportPos(QPoint(0, 0)).x() > 3 * TwoTabs);
+    QVERIFY(pEditor->GetViewportPos(QPoint(2, 0)).x() - pEditor->GetViewportPos(QPoint(0, 0)).x() >
+            3 * TwoTabs);
     SetVar(PREF_TAB_SPACING, 2, false);
     m_pWindow->SetPreference(PREF_TAB_SPACING, 2);
     pEditor->setFocus();
@@ -529,7 +549,8 @@ void tst_sourcewindow::longLinesAndTabs()
     pEditor->EnsureRowVisible(0, false);
     QTest::keyClick(pEditor, Qt::Key_Home);
     for (int Col : {0, 1, 2, 3})
-        QCOMPARE(pEditor->GetTextPosAt(pEditor->GetViewportPos(QPoint(Col, 0)) + QPoint(1, 3)), QPoint(Col, 0));
+        QCOMPARE(pEditor->GetTextPosAt(pEditor->GetViewportPos(QPoint(Col, 0)) + QPoint(1, 3)),
+                 QPoint(Col, 0));
 }
 
 QTEST_MAIN(tst_sourcewindow)

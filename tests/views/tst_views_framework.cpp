@@ -1,5 +1,6 @@
 // Windows, item models, status bar and message box without a target.
 #include "app/services/types.h"
+#include "modelfaults.h"
 #include "project/settings/sysvars.h"
 #include "views/framework/dockwindow.h"
 #include "views/framework/filterheaderview.h"
@@ -10,7 +11,6 @@
 #include "views/framework/tableheader.h"
 #include "views/framework/treeview.h"
 #include "views/theme/icons.h"
-#include "modelfaults.h"
 #include "viewsenv.h"
 
 #include <QAbstractItemModelTester>
@@ -31,9 +31,11 @@ class CCounterModel : public CTableModel {
 public:
     explicit CCounterModel(int NumGroups) : CTableModel(nullptr, QStringLiteral("CounterDataModel"))
     {
-        static constexpr TABLE_COLUMN aColumns[] = {{"Name", COLUMN_TEXT, 120}, {"Value", COLUMN_NUMERIC, 80}, {"Note", COLUMN_TEXT, 60}};
+        static constexpr TABLE_COLUMN aColumns[] = {
+            {"Name", COLUMN_TEXT, 120}, {"Value", COLUMN_NUMERIC, 80}, {"Note", COLUMN_TEXT, 60}};
         SetColumns(aColumns, 3);
-        for (int i = 0; i < NumGroups; i++) m_Groups.append({QStringLiteral("group %1").arg(i), {i * 10, i * 10 + 1}});
+        for (int i = 0; i < NumGroups; i++)
+            m_Groups.append({QStringLiteral("group %1").arg(i), {i * 10, i * 10 + 1}});
     }
     struct GROUP {
         QString sName;
@@ -46,12 +48,14 @@ public:
     int rowCount(const QModelIndex& Parent = {}) const override
     {
         if (!Parent.isValid()) return int(m_Groups.size());
-        return Parent.internalId() < 1000 || Parent.column() > 0 ? 0 : int(m_Groups[Parent.row()].Values.size());
+        return Parent.internalId() < 1000 || Parent.column() > 0 ? 0
+                                                                 : int(m_Groups[Parent.row()].Values.size());
     }
     QModelIndex index(int Row, int Column, const QModelIndex& Parent = {}) const override
     {
         if (Row < 0 || Row >= rowCount(Parent) || Column < 0 || Column >= columnCount()) return QModelIndex();
-        return createIndex(Row, Column, quintptr(Parent.isValid() ? 1 + Parent.row() * 10 + Row : 1000 + Row));
+        return createIndex(Row, Column,
+                           quintptr(Parent.isValid() ? 1 + Parent.row() * 10 + Row : 1000 + Row));
     }
     QModelIndex parent(const QModelIndex& Index) const override
     {
@@ -62,7 +66,8 @@ public:
     QString GetItemText(const QModelIndex& Index) const override
     {
         const bool IsGroup = Index.internalId() >= 1000;
-        if (Index.column() == 0) return IsGroup ? m_Groups[Index.row()].sName : QStringLiteral("counter %1").arg(Index.row());
+        if (Index.column() == 0)
+            return IsGroup ? m_Groups[Index.row()].sName : QStringLiteral("counter %1").arg(Index.row());
         if (Index.column() == 1) return QString::number(GetValue(Index));
         return QString();
     }
@@ -73,7 +78,8 @@ public:
     }
     int GetValue(const QModelIndex& Index) const
     {
-        return Index.internalId() >= 1000 ? m_Groups[Index.row()].Values.first() : m_Groups[Index.parent().row()].Values[Index.row()];
+        return Index.internalId() >= 1000 ? m_Groups[Index.row()].Values.first()
+                                          : m_Groups[Index.parent().row()].Values[Index.row()];
     }
     bool UpdateItem(const QModelIndex& Index) override
     {
@@ -85,7 +91,8 @@ public:
 
 class CCounterWindow : public CModelViewWindow {
 public:
-    explicit CCounterWindow(int NumGroups = 3, bool WithFilterBar = false) : CModelViewWindow(nullptr, QStringLiteral("Counters"))
+    explicit CCounterWindow(int NumGroups = 3, bool WithFilterBar = false)
+        : CModelViewWindow(nullptr, QStringLiteral("Counters"))
     {
         m_pCounters = new CCounterModel(NumGroups);
         SetFlag(WF_ACTIVATE_ON_HALT, true);
@@ -100,7 +107,10 @@ public:
         m_Updates.append(NewPC);
         CModelViewWindow::Update(NewPC);
     }
-    int GetLevel(int Row) const { return m_pCounters->GetStoredRole(m_pCounters->index(Row, 0), ROLE_CHANGE_LEVEL).toInt(); }
+    int GetLevel(int Row) const
+    {
+        return m_pCounters->GetStoredRole(m_pCounters->index(Row, 0), ROLE_CHANGE_LEVEL).toInt();
+    }
     CCounterModel* m_pCounters;
     QList<U32> m_Updates;
 };
@@ -162,8 +172,10 @@ void tst_views_framework::modelKeepsItemModelRules()
 {
     CCounterWindow Window;
     CModelFaults Faults;
-    QAbstractItemModelTester Source(Window.GetModel(), QAbstractItemModelTester::FailureReportingMode::Warning);
-    QAbstractItemModelTester Proxy(Window.GetSortFilter(), QAbstractItemModelTester::FailureReportingMode::Warning);
+    QAbstractItemModelTester Source(Window.GetModel(),
+                                    QAbstractItemModelTester::FailureReportingMode::Warning);
+    QAbstractItemModelTester Proxy(Window.GetSortFilter(),
+                                   QAbstractItemModelTester::FailureReportingMode::Warning);
     Window.SetSortingEnabled(true);
     Window.SetSortColumn(1, Qt::DescendingOrder);
     Window.GetSortFilter()->SetFilterText(0, QStringLiteral("group"));
@@ -264,7 +276,7 @@ void tst_views_framework::changeLevelsAge()
         return Window.GetLevel(0);
     };
     Window.SetCurrentItem(Window.m_pCounters->index(2, 0)); // the current row has colours of its own
-    QCOMPARE(Step(5), int(CHANGE_LEVEL_NONE)); // the first value is no change
+    QCOMPARE(Step(5), int(CHANGE_LEVEL_NONE));              // the first value is no change
     QCOMPARE(Step(6), 1);
     QCOMPARE(Window.GetItemTextColor(Window.m_pCounters->index(0, 1)), GetColor(COLOR_CHANGE_LEVEL_1_FG));
     QCOMPARE(Step(6), 2);
@@ -318,15 +330,19 @@ void tst_views_framework::actionsAreReportedBeforeAndAfter()
 {
     CCounterWindow Window;
     QStringList Order;
-    connect(&Window, &CWindow::ActionTriggered, this, [&Order](QAction* pAction) { Order.append(QStringLiteral("before ") + pAction->objectName()); });
-    connect(&Window, &CWindow::ActionPerformed, this, [&Order](QAction* pAction) { Order.append(QStringLiteral("after ") + pAction->objectName()); });
+    connect(&Window, &CWindow::ActionTriggered, this,
+            [&Order](QAction* pAction) { Order.append(QStringLiteral("before ") + pAction->objectName()); });
+    connect(&Window, &CWindow::ActionPerformed, this,
+            [&Order](QAction* pAction) { Order.append(QStringLiteral("after ") + pAction->objectName()); });
     auto* pHex = Window.findChild<QAction*>(QStringLiteral("actionWinSetDisplayFormatHex"));
     QVERIFY(pHex);
     pHex->trigger();
-    QCOMPARE(Order, (QStringList{QStringLiteral("before actionWinSetDisplayFormatHex"), QStringLiteral("after actionWinSetDisplayFormatHex")}));
+    QCOMPARE(Order, (QStringList{QStringLiteral("before actionWinSetDisplayFormatHex"),
+                                 QStringLiteral("after actionWinSetDisplayFormatHex")}));
     QCOMPARE(m_Target.Commands.size(), 1);
     QCOMPARE(m_Target.Commands[0].first, QStringLiteral("Window.SetDisplayFormat"));
-    QCOMPARE(m_Target.Commands[0].second, (QStringList{QStringLiteral("Counters"), QStringLiteral("DISPLAY_FORMAT_HEX")}));
+    QCOMPARE(m_Target.Commands[0].second,
+             (QStringList{QStringLiteral("Counters"), QStringLiteral("DISPLAY_FORMAT_HEX")}));
     QCOMPARE(Window.GetDisplayFormat(), int(DISPLAY_FORMAT_AUTO)); // only the command changes it
     Window.SetDisplayFormat(DISPLAY_FORMAT_HEX);
     QCOMPARE(Window.GetDisplayFormat(), int(DISPLAY_FORMAT_HEX));
@@ -366,7 +382,8 @@ void tst_views_framework::overlayTellsWhyEmpty()
 void tst_views_framework::sortingKeepsPinnedAndEqualStable()
 {
     CCounterWindow Window;
-    Window.m_pCounters->m_Groups = {{QStringLiteral("b"), {5}}, {QStringLiteral("a"), {5}}, {QStringLiteral("c"), {1}}};
+    Window.m_pCounters->m_Groups = {
+        {QStringLiteral("b"), {5}}, {QStringLiteral("a"), {5}}, {QStringLiteral("c"), {1}}};
     Window.m_pCounters->Reset();
     Window.SetSortingEnabled(true);
     auto GetNames = [&Window] {
@@ -389,14 +406,22 @@ void tst_views_framework::filterTexts_data()
     QTest::addColumn<QString>("sCell");
     QTest::addColumn<QString>("sFilter");
     QTest::addColumn<int>("Pos");
-    QTest::newRow("anywhere") << "UART_Init" << "art" << 1;
-    QTest::newRow("both ends") << "UART_Init" << "*init*" << 5;
-    QTest::newRow("starts, yes") << "UART_Init" << "uart*" << 0;
-    QTest::newRow("starts, no") << "UART_Init" << "init*" << -1;
-    QTest::newRow("ends, yes") << "UART_Init" << "*INIT" << 5;
-    QTest::newRow("ends, no") << "UART_Init" << "*uart" << -1;
-    QTest::newRow("star") << "x" << "*" << 0;
-    QTest::newRow("empty cell") << "" << "a" << -1;
+    QTest::newRow("anywhere") << "UART_Init"
+                              << "art" << 1;
+    QTest::newRow("both ends") << "UART_Init"
+                               << "*init*" << 5;
+    QTest::newRow("starts, yes") << "UART_Init"
+                                 << "uart*" << 0;
+    QTest::newRow("starts, no") << "UART_Init"
+                                << "init*" << -1;
+    QTest::newRow("ends, yes") << "UART_Init"
+                               << "*INIT" << 5;
+    QTest::newRow("ends, no") << "UART_Init"
+                              << "*uart" << -1;
+    QTest::newRow("star") << "x"
+                          << "*" << 0;
+    QTest::newRow("empty cell") << ""
+                                << "a" << -1;
 }
 
 void tst_views_framework::filterTexts()
@@ -439,16 +464,21 @@ void tst_views_framework::headerStateText()
     pHeader->SetSectionVisible(2, false);
     Window.SetSortColumn(1, Qt::DescendingOrder);
     const QString sState = pHeader->GetStateText();
-    QVERIFY2(sState.startsWith(QLatin1String("SortCol=Value, SortOrder=DESCENDING, VisibleCols=[\"Name\";\"Value\"], ColWidths=[")), qPrintable(sState));
+    QVERIFY2(sState.startsWith(QLatin1String(
+                 "SortCol=Value, SortOrder=DESCENDING, VisibleCols=[\"Name\";\"Value\"], ColWidths=[")),
+             qPrintable(sState));
     CCounterWindow Other;
     Other.SetSortingEnabled(true);
-    QCOMPARE(Other.GetHeader()->SetStateText(QStringLiteral("SortCol=Name, SortOrder=descending, VisibleCols=[\"Value\";\"Name\"], ColWidths=[200;5]")), 4);
+    QCOMPARE(Other.GetHeader()->SetStateText(QStringLiteral(
+                 "SortCol=Name, SortOrder=descending, VisibleCols=[\"Value\";\"Name\"], ColWidths=[200;5]")),
+             4);
     QVERIFY(Other.GetHeader()->isSectionHidden(2));
     QCOMPARE(Other.GetHeader()->logicalIndex(0), 1);
     QCOMPARE(Other.GetHeader()->sectionSize(1), 27); // too narrow to grab otherwise
     QCOMPARE(Other.GetHeader()->sortIndicatorOrder(), Qt::DescendingOrder);
     // Garbage from a file changes nothing.
-    QCOMPARE(Other.GetHeader()->SetStateText(QStringLiteral("VisibleCols=[\"None of them\"], Foo=1, ,=,")), 1);
+    QCOMPARE(Other.GetHeader()->SetStateText(QStringLiteral("VisibleCols=[\"None of them\"], Foo=1, ,=,")),
+             1);
     QVERIFY(!Other.GetHeader()->isSectionHidden(0));
 }
 
@@ -459,7 +489,8 @@ void tst_views_framework::attributesSurviveReset()
     Window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&Window));
     Window.GetView()->SetExpanded(Window.MapToView(Window.m_pCounters->index(1, 0)), true);
-    Window.m_pCounters->SetRole(Window.m_pCounters->index(1, 0), ROLE_DISPLAY_FORMAT, DISPLAY_FORMAT_HEX, false, true);
+    Window.m_pCounters->SetRole(Window.m_pCounters->index(1, 0), ROLE_DISPLAY_FORMAT, DISPLAY_FORMAT_HEX,
+                                false, true);
     Window.SetCurrentItem(Window.m_pCounters->index(2, 0));
     Window.BackupState(0);
     Window.m_pCounters->BeginReset();
@@ -476,13 +507,15 @@ void tst_views_framework::attributesSurviveReset()
 void tst_views_framework::textOfTree()
 {
     CCounterWindow Window(2);
-    QCOMPARE(Window.GetText(), (QStringList{QStringLiteral("group 0\t0\t"), QStringLiteral("group 1\t10\t")}));
+    QCOMPARE(Window.GetText(),
+             (QStringList{QStringLiteral("group 0\t0\t"), QStringLiteral("group 1\t10\t")}));
     Window.ExpandAll();
     QCOMPARE(Window.GetText().size(), 6);
     Window.CollapseAll();
     Window.SetColumnVisible(2, false);
-    const QStringList Expected{QStringLiteral("group 0\t0"), QStringLiteral("  counter 0\t0"), QStringLiteral("  counter 1\t1"),
-                               QStringLiteral("group 1\t10"), QStringLiteral("  counter 0\t10"), QStringLiteral("  counter 1\t11")};
+    const QStringList Expected{QStringLiteral("group 0\t0"),      QStringLiteral("  counter 0\t0"),
+                               QStringLiteral("  counter 1\t1"),  QStringLiteral("group 1\t10"),
+                               QStringLiteral("  counter 0\t10"), QStringLiteral("  counter 1\t11")};
     QCOMPARE(Window.GetText(1), Expected);
     Window.m_pCounters->m_AnswerLater = true;
     QVERIFY(Window.PrepareText(0)); // reads for rows that no screen shows
@@ -501,11 +534,14 @@ void tst_views_framework::sessionLine()
     Main.show();
     QVERIFY(QTest::qWaitForWindowExposed(&Main));
     const QString sLine = pWindow->MakeSessionLine({});
-    QVERIFY2(sLine.startsWith(QLatin1String("OpenWindow=\"Memory 1\", DockArea=RIGHT, x=0, y=0, w=")), qPrintable(sLine));
+    QVERIFY2(sLine.startsWith(QLatin1String("OpenWindow=\"Memory 1\", DockArea=RIGHT, x=0, y=0, w=")),
+             qPrintable(sLine));
     QVERIFY2(sLine.endsWith(QLatin1String(", FilterBarShown=0")), qPrintable(sLine));
     // A line under the window's old name finds it; settings it doesn't know are skipped.
-    const QStringList Lines{QStringLiteral("OpenWindow=\"Other\", x=9"),
-                            QStringLiteral("OpenWindow=\"Memory Content1\", DockArea=bottom, x=1, w=333, FilterBarShown=1, Bogus=2")};
+    const QStringList Lines{
+        QStringLiteral("OpenWindow=\"Other\", x=9"),
+        QStringLiteral(
+            "OpenWindow=\"Memory Content1\", DockArea=bottom, x=1, w=333, FilterBarShown=1, Bogus=2")};
     QCOMPARE(pWindow->FindSessionLine(Lines), 1);
     QCOMPARE(pWindow->ApplySessionLine(Lines), 5);
     QCOMPARE(pWindow->GetUserSettingValue(USER_SETTING_DOCK_AREA, true), int(DOCK_AREA_BOTTOM));
@@ -549,7 +585,8 @@ void tst_views_framework::parseValues_data()
     QTest::newRow("hex prefix") << "0x1F" << 10 << true << quint64(31);
     QTest::newRow("hex radix") << "1F" << 16 << true << quint64(31);
     QTest::newRow("binary") << "0b1010" << 16 << true << quint64(10);
-    QTest::newRow("blocks") << QStringLiteral("0xDEAD") + QChar(0x2008) + QStringLiteral("BEEF") << 10 << true << quint64(0xDEADBEEF);
+    QTest::newRow("blocks") << QStringLiteral("0xDEAD") + QChar(0x2008) + QStringLiteral("BEEF") << 10 << true
+                            << quint64(0xDEADBEEF);
     QTest::newRow("negative") << "-1" << 10 << true << ~quint64(0);
     QTest::newRow("char") << "'A'" << 10 << true << quint64(65);
     QTest::newRow("too big") << "0x10000000000000000" << 10 << false << quint64(0);
@@ -574,10 +611,11 @@ void tst_views_framework::messageBoxInterceptor()
 {
     QString sSeen;
     int Answer = QDialogButtonBox::No;
-    CMessageBox::SetInterceptor([&](const QString& sTitle, const QString& sText, CMessageBox::BUTTONS Buttons) {
-        sSeen = sTitle + u'|' + sText + u'|' + CMessageBox::GetButtonNames(Buttons).join(u',');
-        return Answer;
-    });
+    CMessageBox::SetInterceptor(
+        [&](const QString& sTitle, const QString& sText, CMessageBox::BUTTONS Buttons) {
+            sSeen = sTitle + u'|' + sText + u'|' + CMessageBox::GetButtonNames(Buttons).join(u',');
+            return Answer;
+        });
     QCOMPARE(CMessageBox::Ask(MSGBOX_STOP_DEBUGGING), QDialogButtonBox::No);
     QCOMPARE(sSeen, QStringLiteral("Stop Debugging|Close this Session?|Yes,No"));
     Answer = 0;
@@ -591,7 +629,9 @@ void tst_views_framework::messageBoxInterceptor()
     QCOMPARE(sSeen, QStringLiteral("Clear All|Clear all Breakpoints? |Yes,No"));
     CMessageBox::Ask(MSGBOX_CLEAR);
     QCOMPARE(sSeen, QStringLiteral("Clear|Clear?|Yes,No"));
-    QCOMPARE(CMessageBox::FindButton(QStringLiteral("&cancel"), QDialogButtonBox::Cancel | QDialogButtonBox::Yes), int(QDialogButtonBox::Cancel));
+    QCOMPARE(
+        CMessageBox::FindButton(QStringLiteral("&cancel"), QDialogButtonBox::Cancel | QDialogButtonBox::Yes),
+        int(QDialogButtonBox::Cancel));
     QCOMPARE(CMessageBox::FindButton(QStringLiteral("No"), QDialogButtonBox::Yes), 0);
 }
 
@@ -608,11 +648,16 @@ void tst_views_framework::messageBoxMemory()
         });
     };
     const auto YesNo = QDialogButtonBox::Yes | QDialogButtonBox::No;
-    auto Show = [YesNo](const char* sText, int Mode) { return CMessageBox::ShowBox(QStringLiteral("T"), QLatin1String(sText), YesNo, Mode); };
+    auto Show = [YesNo](const char* sText, int Mode) {
+        return CMessageBox::ShowBox(QStringLiteral("T"), QLatin1String(sText), YesNo, Mode);
+    };
     bool Shown = false;
     auto ShowUnseen = [&](const char* sText, int Mode) {
         Shown = false;
-        CMessageBox::SetInterceptor([&Shown](const QString&, const QString&, CMessageBox::BUTTONS) { Shown = true; return 0; });
+        CMessageBox::SetInterceptor([&Shown](const QString&, const QString&, CMessageBox::BUTTONS) {
+            Shown = true;
+            return 0;
+        });
         const auto Answer = Show(sText, Mode);
         CMessageBox::SetInterceptor({});
         return Answer;
@@ -685,7 +730,8 @@ void tst_views_framework::iconsFollowScheme()
         int Lightest = 0;
         for (int y = 0; y < Image.height(); y++)
             for (int x = 0; x < Image.width(); x++)
-                if (Image.pixelColor(x, y).alpha() > 200 && Image.pixelColor(x, y).saturation() < 60) Lightest = qMax(Lightest, Image.pixelColor(x, y).lightness());
+                if (Image.pixelColor(x, y).alpha() > 200 && Image.pixelColor(x, y).saturation() < 60)
+                    Lightest = qMax(Lightest, Image.pixelColor(x, y).lightness());
         return Lightest;
     };
     CTheme::SetScheme(THEME_DARK);

@@ -1,4 +1,5 @@
 // Shows the debug views with a made-up program and saves pictures of them: viewsdemo DIR. Not installed.
+#include "fakeprogram.h"
 #include "views/debug/callstackwindow.h"
 #include "views/debug/findbar.h"
 #include "views/debug/registerwindow.h"
@@ -9,7 +10,6 @@
 #include "views/framework/sidebar.h"
 #include "views/framework/statusbar.h"
 #include "views/theme/icons.h"
-#include "fakeprogram.h"
 #include "viewsenv.h"
 
 #include <QDir>
@@ -33,7 +33,8 @@ void SaveIconSheet(const QString& sFile)
     for (int i = 0; i < Names.size(); i++) {
         const QPoint Cell(i % COLUMNS * CELL_W, i / COLUMNS * CELL_H);
         GetIcon(Names[i]).paint(&Painter, QRect(Cell + QPoint(4, 3), QSize(24, 24)));
-        Painter.drawText(QRect(Cell + QPoint(34, 0), QSize(CELL_W - 34, CELL_H)), Qt::AlignVCenter, QString(Names[i]).remove(QStringLiteral(".svg")));
+        Painter.drawText(QRect(Cell + QPoint(34, 0), QSize(CELL_W - 34, CELL_H)), Qt::AlignVCenter,
+                         QString(Names[i]).remove(QStringLiteral(".svg")));
     }
     Painter.end();
     Image.save(sFile);
@@ -44,12 +45,16 @@ void AddToolBar(QMainWindow& Main)
     QToolBar* pBar = Main.addToolBar(QStringLiteral("Debug"));
     pBar->setMovable(false);
     pBar->setIconSize(QSize(18, 18));
-    for (const char* sIcon : {"control-power-green", "control-power-red", "", "control", "control-pause", "reset", "", "arrow-step-over", "arrow-step", "arrow-step-out", "", "breakpoint-set",
-                              "breakpoint-clear-all", "watchpoint-set", "tracepoint-set"}) {
-        if (*sIcon) pBar->addAction(GetIcon(QLatin1String(sIcon)), QLatin1String(sIcon));
-        else pBar->addSeparator();
+    for (const char* sIcon : {"control-power-green", "control-power-red", "", "control", "control-pause",
+                              "reset", "", "arrow-step-over", "arrow-step", "arrow-step-out", "",
+                              "breakpoint-set", "breakpoint-clear-all", "watchpoint-set", "tracepoint-set"}) {
+        if (*sIcon)
+            pBar->addAction(GetIcon(QLatin1String(sIcon)), QLatin1String(sIcon));
+        else
+            pBar->addSeparator();
     }
-    for (const char* sMenu : {"&File", "&View", "Fi&nd", "&Debug", "&Tools", "&Window", "&Help"}) Main.menuBar()->addMenu(QLatin1String(sMenu))->addAction(QStringLiteral("Entry"));
+    for (const char* sMenu : {"&File", "&View", "Fi&nd", "&Debug", "&Tools", "&Window", "&Help"})
+        Main.menuBar()->addMenu(QLatin1String(sMenu))->addAction(QStringLiteral("Entry"));
 }
 
 } // namespace
@@ -80,7 +85,8 @@ int main(int argc, char** argv)
     CDockWindow* pStackDock = AddDock(pStack, Qt::RightDockWidgetArea);
     AddDock(new CWindow(&Main, QStringLiteral("Console")), Qt::BottomDockWidgetArea);
     CDockWindow* pRegDock = AddDock(pRegisters, Qt::RightDockWidgetArea);
-    Main.tabifyDockWidget(pRegDock, AddDock(new CModelViewWindow(&Main, QStringLiteral("Local Data")), Qt::RightDockWidgetArea));
+    Main.tabifyDockWidget(pRegDock, AddDock(new CModelViewWindow(&Main, QStringLiteral("Local Data")),
+                                            Qt::RightDockWidgetArea));
     pRegDock->raise();
     Main.setDocumentMode(true);
     Main.setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
@@ -96,7 +102,8 @@ int main(int argc, char** argv)
     CStatusBar::Get().SetStatusMessage(QStringLiteral("Halted at breakpoint"));
     CStatusBar::Get().StartProgress(0, 100);
     CStatusBar::Get().SetProgressValue(40);
-    for (CWindow* pWindow : Main.findChildren<CWindow*>()) pWindow->OnDeviceHaltDone(Program.PC, HR_BREAKPOINT);
+    for (CWindow* pWindow : Main.findChildren<CWindow*>())
+        pWindow->OnDeviceHaltDone(Program.PC, HR_BREAKPOINT);
     Program.NumUnwound = 2;
     pStack->OnCallStackUnwinded();
     QTest::qWait(100);
@@ -115,8 +122,10 @@ int main(int argc, char** argv)
         QTest::qWait(300);
         Main.grab().save(QStringLiteral("%1/main-%2.png").arg(sDir, QLatin1String(sName)));
         SaveIconSheet(QStringLiteral("%1/icons-%2.png").arg(sDir, QLatin1String(sName)));
-        CMessageBox Box(QStringLiteral("Save Document Changes?"), QStringLiteral("blinky.c is modified. Save changes?"), QStringLiteral("document--pencil.png"),
-                        QDialogButtonBox::Yes | QDialogButtonBox::No | QDialogButtonBox::Cancel, MSGBOX_MODE_REMEMBER);
+        CMessageBox Box(
+            QStringLiteral("Save Document Changes?"), QStringLiteral("blinky.c is modified. Save changes?"),
+            QStringLiteral("document--pencil.png"),
+            QDialogButtonBox::Yes | QDialogButtonBox::No | QDialogButtonBox::Cancel, MSGBOX_MODE_REMEMBER);
         Box.show();
         QTest::qWait(50);
         Box.grab().save(QStringLiteral("%1/box-%2.png").arg(sDir, QLatin1String(sName)));

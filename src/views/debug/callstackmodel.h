@@ -1,5 +1,5 @@
-// CCallStackDataModel, the rows of the call stack window: a row for each frame, innermost first, and a closing row
-// that says why the unwinding stopped. It holds copies, so that a half-built stack never shows.
+// CCallStackDataModel, the rows of the call stack window: a row for each frame, innermost first, and a
+// closing row that says why the unwinding stopped. It holds copies, so that a half-built stack never shows.
 #pragma once
 #include "views/debug/debugviewhooks.h"
 #include "views/framework/tablemodel.h"

@@ -19,10 +19,12 @@ class CCallStackItemDelegate : public CItemDelegate {
 public:
     CCallStackItemDelegate(CCallStackWindow* pWindow) : CItemDelegate(pWindow), m_pWindow(pWindow) {}
 
-    void paint(QPainter* pPainter, const QStyleOptionViewItem& Option, const QModelIndex& Index) const override
+    void paint(QPainter* pPainter, const QStyleOptionViewItem& Option,
+               const QModelIndex& Index) const override
     {
         const QModelIndex First = m_pWindow->MapToSource(Index.siblingAtColumn(0));
-        if (!m_pWindow->GetStackModel()->IsClosingRow(First)) return CItemDelegate::paint(pPainter, Option, Index);
+        if (!m_pWindow->GetStackModel()->IsClosingRow(First))
+            return CItemDelegate::paint(pPainter, Option, Index);
         const CTreeView* pView = m_pWindow->GetView();
         QRect Row = Option.rect;
         Row.setLeft(pView->header()->sectionViewportPosition(pView->header()->logicalIndex(0)));
@@ -32,7 +34,8 @@ public:
         pPainter->fillRect(Option.rect, m_pWindow->GetItemBackgroundColor(First));
         pPainter->setPen(m_pWindow->palette().color(QPalette::PlaceholderText));
         pPainter->setFont(m_pWindow->GetItemFont(0));
-        pPainter->drawText(Row.adjusted(5, 0, -5, 0), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, First.data().toString());
+        pPainter->drawText(Row.adjusted(5, 0, -5, 0), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+                           First.data().toString());
         pPainter->restore();
     }
 
@@ -51,7 +54,8 @@ CCallStackWindow::CCallStackWindow(QWidget* pParent) : CModelViewWindow(pParent,
     SetView(new CTreeView, false, new CCallStackItemDelegate(this));
     SetModel(m_pStack);
     SetIndentation(0);
-    m_pActionOnTop = AddAction("actionCallstackCurrFrameOnTop", QStringLiteral("Current Fra&me on Top"), "", QStringLiteral("Shows the current Frame at the Top"));
+    m_pActionOnTop = AddAction("actionCallstackCurrFrameOnTop", QStringLiteral("Current Fra&me on Top"), "",
+                               QStringLiteral("Shows the current Frame at the Top"));
     m_pActionOnTop->setCheckable(true);
     Connect(m_pActionOnTop, SIGNAL(triggered()), this, SLOT(OnActionCurrFrameOnTopTriggered()));
     GetHeader()->setSectionsClickable(false); // the order is the stack's
@@ -63,11 +67,16 @@ CCallStackWindow::CCallStackWindow(QWidget* pParent) : CModelViewWindow(pParent,
 void CCallStackWindow::ApplyLayout()
 {
     GetSortFilter()->SetSortingEnabled(true);
-    GetSortFilter()->sort(0, GetVarValue(PREF_CALLSTACK_LAYOUT) == LAYOUT_CURRENT_AT_BOTTOM ? Qt::DescendingOrder : Qt::AscendingOrder);
+    GetSortFilter()->sort(0, GetVarValue(PREF_CALLSTACK_LAYOUT) == LAYOUT_CURRENT_AT_BOTTOM
+                                 ? Qt::DescendingOrder
+                                 : Qt::AscendingOrder);
     GetHeader()->setSortIndicatorShown(false);
 }
 
-bool CCallStackWindow::IsEmpty() const { return !m_pStack || !IsTargetConnected() || m_pStack->rowCount() == 0; }
+bool CCallStackWindow::IsEmpty() const
+{
+    return !m_pStack || !IsTargetConnected() || m_pStack->rowCount() == 0;
+}
 
 void CCallStackWindow::Clear()
 {
@@ -93,8 +102,10 @@ void CCallStackWindow::StartUnwind()
 {
     m_IsUnwinding = true;
     m_pStack->Clear();
-    if (GetDebugViewHooks().StartUnwind) GetDebugViewHooks().StartUnwind();
-    else m_IsUnwinding = false;
+    if (GetDebugViewHooks().StartUnwind)
+        GetDebugViewHooks().StartUnwind();
+    else
+        m_IsUnwinding = false;
 }
 
 void CCallStackWindow::OnNextFrameUnwinded()
@@ -103,7 +114,8 @@ void CCallStackWindow::OnNextFrameUnwinded()
     // A window that nobody sees doesn't pay for frames that nobody needs.
     const bool IsWanted = IsOpen() && IsEnabled();
     if (IsWanted && Hooks.GetNumFrames && Hooks.GetFrame)
-        while (m_pStack->GetNumFrames() < Hooks.GetNumFrames()) m_pStack->AppendFrame(Hooks.GetFrame(m_pStack->GetNumFrames()));
+        while (m_pStack->GetNumFrames() < Hooks.GetNumFrames())
+            m_pStack->AppendFrame(Hooks.GetFrame(m_pStack->GetNumFrames()));
     if (Hooks.UnwindNext) Hooks.UnwindNext(!IsWanted);
 }
 
@@ -126,7 +138,8 @@ void CCallStackWindow::OnCallFrameEvaluated(int Index)
 {
     m_pStack->SetSelectedFrame(Index);
     Repaint();
-    if (Index > 0 && m_pStack->GetFrame(Index).Loc.IsValid() && GetCurrentItem().row() != Index) SetCurrentItem(m_pStack->index(Index, 0));
+    if (Index > 0 && m_pStack->GetFrame(Index).Loc.IsValid() && GetCurrentItem().row() != Index)
+        SetCurrentItem(m_pStack->index(Index, 0));
     emit CallStackChanged();
 }
 
@@ -138,7 +151,8 @@ void CCallStackWindow::SelectFrame(int Index)
 
 void CCallStackWindow::ResetSelectedFrame()
 {
-    if (GetDebugViewHooks().SelectFrame && AskHook(GetDebugViewHooks().GetSelectedFrame, 0) != 0) GetDebugViewHooks().SelectFrame(0);
+    if (GetDebugViewHooks().SelectFrame && AskHook(GetDebugViewHooks().GetSelectedFrame, 0) != 0)
+        GetDebugViewHooks().SelectFrame(0);
     m_pStack->SetSelectedFrame(0);
 }
 
@@ -163,8 +177,10 @@ void CCallStackWindow::OnItemDoubleClicked(QModelIndex ViewIndex)
     const VIEW_FRAME Frame = m_pStack->GetFrame(Index.row());
     SelectFrame(Index.row());
     if (!Frame.IsPCValid) return;
-    if (Frame.Loc.IsValid()) PerformWindowCommand(QStringLiteral("View.Source"), {GetViewSrcLocText(Frame.Loc)});
-    else PerformWindowCommand(QStringLiteral("View.Disassembly"), {FormatAddr(U32(Frame.PC))});
+    if (Frame.Loc.IsValid())
+        PerformWindowCommand(QStringLiteral("View.Source"), {GetViewSrcLocText(Frame.Loc)});
+    else
+        PerformWindowCommand(QStringLiteral("View.Disassembly"), {FormatAddr(U32(Frame.PC))});
 }
 
 void CCallStackWindow::OnBacktraceSelectionChanged(I64 InstIdx)
@@ -182,10 +198,12 @@ void CCallStackWindow::FillContextMenu(QMenu* pMenu, const QModelIndex& SourceIn
         auto Add = [pMenu, this](const char* sText, const QString& sCommand, const QString& sParam) {
             QAction* pAction = pMenu->addAction(QString::fromLatin1(sText));
             pAction->setEnabled(IsWindowCommandEnabled(sCommand));
-            connect(pAction, &QAction::triggered, this, [sCommand, sParam] { PerformWindowCommand(sCommand, {sParam}); });
+            connect(pAction, &QAction::triggered, this,
+                    [sCommand, sParam] { PerformWindowCommand(sCommand, {sParam}); });
         };
         if (Frame.IsPCValid) {
-            if (Frame.Loc.IsValid()) Add("View &Source", QStringLiteral("View.Source"), GetViewSrcLocText(Frame.Loc));
+            if (Frame.Loc.IsValid())
+                Add("View &Source", QStringLiteral("View.Source"), GetViewSrcLocText(Frame.Loc));
             Add("View &Disassembly", QStringLiteral("View.Disassembly"), sPC);
             Add("View D&ata", QStringLiteral("View.Data"), FormatAddr(U32(Frame.SP)));
         }
@@ -199,13 +217,17 @@ void CCallStackWindow::FillContextMenu(QMenu* pMenu, const QModelIndex& SourceIn
 void CCallStackWindow::UpdateActions()
 {
     CModelViewWindow::UpdateActions();
-    if (m_pActionOnTop) m_pActionOnTop->setChecked(GetVarValue(PREF_CALLSTACK_LAYOUT) != LAYOUT_CURRENT_AT_BOTTOM);
+    if (m_pActionOnTop)
+        m_pActionOnTop->setChecked(GetVarValue(PREF_CALLSTACK_LAYOUT) != LAYOUT_CURRENT_AT_BOTTOM);
 }
 
 void CCallStackWindow::OnActionCurrFrameOnTopTriggered()
 {
-    const I64 Layout = GetVarValue(PREF_CALLSTACK_LAYOUT) == LAYOUT_CURRENT_AT_BOTTOM ? 0 : LAYOUT_CURRENT_AT_BOTTOM;
-    if (PerformWindowCommand(QStringLiteral("Edit.Preference"), {QStringLiteral("PREF_CALLSTACK_LAYOUT"), QString::number(Layout), QStringLiteral("1")}) < 0) {
+    const I64 Layout =
+        GetVarValue(PREF_CALLSTACK_LAYOUT) == LAYOUT_CURRENT_AT_BOTTOM ? 0 : LAYOUT_CURRENT_AT_BOTTOM;
+    if (PerformWindowCommand(
+            QStringLiteral("Edit.Preference"),
+            {QStringLiteral("PREF_CALLSTACK_LAYOUT"), QString::number(Layout), QStringLiteral("1")}) < 0) {
         SetVar(PREF_CALLSTACK_LAYOUT, Layout, true);
         SetPreference(PREF_CALLSTACK_LAYOUT, Layout);
     }

@@ -1,5 +1,5 @@
-// CCallStackWindow, the frames of the visible call stack. It doesn't unwind: it starts the stack's work, shows what
-// arrives frame by frame, and lets the user pick the frame that all windows use.
+// CCallStackWindow, the frames of the visible call stack. It doesn't unwind: it starts the stack's work,
+// shows what arrives frame by frame, and lets the user pick the frame that all windows use.
 #pragma once
 #include "views/debug/callstackmodel.h"
 #include "views/framework/modelviewwindow.h"

@@ -9,11 +9,16 @@ const QSet<QString>& Keywords()
 {
     static const QSet<QString> s_Keywords = [] {
         const QString sAll = QStringLiteral(
-            "alignas alignof and and_eq asm auto bitand bitor bool break case catch char char16_t char32_t class compl const "
-            "constexpr const_cast continue decltype default delete do double dynamic_cast else enum explicit export extern "
-            "false final float for friend goto if inline int long mutable namespace new noexcept not not_eq nullptr operator "
-            "or or_eq override private protected public register reinterpret_cast return short signed sizeof static "
-            "static_assert static_cast struct switch template this thread_local throw true try typedef typeid typename uchar "
+            "alignas alignof and and_eq asm auto bitand bitor bool break case catch char char16_t char32_t "
+            "class compl const "
+            "constexpr const_cast continue decltype default delete do double dynamic_cast else enum explicit "
+            "export extern "
+            "false final float for friend goto if inline int long mutable namespace new noexcept not not_eq "
+            "nullptr operator "
+            "or or_eq override private protected public register reinterpret_cast return short signed sizeof "
+            "static "
+            "static_assert static_cast struct switch template this thread_local throw true try typedef "
+            "typeid typename uchar "
             "uint ulong ushort union unsigned using virtual void volatile wchar_t while xor xor_eq null");
         const QStringList Words = sAll.split(u' ');
         return QSet<QString>(Words.begin(), Words.end());
@@ -24,14 +29,21 @@ const QSet<QString>& Keywords()
 const QSet<QString>& Directives()
 {
     static const QSet<QString> s_Directives{
-        QStringLiteral("include"), QStringLiteral("define"), QStringLiteral("undef"), QStringLiteral("if"),
-        QStringLiteral("ifdef"),   QStringLiteral("ifndef"), QStringLiteral("error"), QStringLiteral("pragma"),
-        QStringLiteral("else"),    QStringLiteral("elif"),   QStringLiteral("endif")};
+        QStringLiteral("include"), QStringLiteral("define"), QStringLiteral("undef"),
+        QStringLiteral("if"),      QStringLiteral("ifdef"),  QStringLiteral("ifndef"),
+        QStringLiteral("error"),   QStringLiteral("pragma"), QStringLiteral("else"),
+        QStringLiteral("elif"),    QStringLiteral("endif")};
     return s_Directives;
 }
 
-bool IsWordStart(QChar Char) { return Char.isLetter() || Char == u'_'; }
-bool IsWord(QChar Char) { return Char.isLetterOrNumber() || Char == u'_'; }
+bool IsWordStart(QChar Char)
+{
+    return Char.isLetter() || Char == u'_';
+}
+bool IsWord(QChar Char)
+{
+    return Char.isLetterOrNumber() || Char == u'_';
+}
 
 /// End of a string or character constant that starts at Pos; an unfinished one ends with the line.
 int SkipString(const QString& sLine, int Pos)
@@ -154,7 +166,9 @@ QStringList EraseComments(const QStringList& Lines)
 QString GetIncludedFile(const QString& sLine)
 {
     const QString sPlain = sLine.trimmed();
-    if (!sPlain.startsWith(u'#') || !QStringView(sPlain).mid(1).trimmed().startsWith(QLatin1String("include"))) return QString();
+    if (!sPlain.startsWith(u'#') ||
+        !QStringView(sPlain).mid(1).trimmed().startsWith(QLatin1String("include")))
+        return QString();
     for (const auto& [Open, Close] : {std::pair{u'"', u'"'}, std::pair{u'<', u'>'}}) {
         const int Start = int(sPlain.indexOf(QChar(Open)));
         const int End = Start < 0 ? -1 : int(sPlain.indexOf(QChar(Close), Start + 1));

@@ -1,7 +1,8 @@
 // The syntax scan of C and C++ text, a line at a time, and the pass that blanks out comments.
 //
 //   SYNTAX_STATE State = SYNTAX_STATE_CODE;
-//   for (const QString& sLine : Lines) { QList<SYNTAX_SPAN> Spans; State = ScanSyntax(sLine, State, &Spans); }
+//   for (const QString& sLine : Lines) { QList<SYNTAX_SPAN> Spans; State = ScanSyntax(sLine, State, &Spans);
+//   }
 #pragma once
 #include "app/services/types.h"
 
@@ -25,11 +26,13 @@ struct SYNTAX_SPAN {
     SYNTAX_CLASSES Class;
 };
 
-/// Scans one line; the spans (may be null) hold what isn't plain text, in order. Returns the state of the next line.
+/// Scans one line; the spans (may be null) hold what isn't plain text, in order. Returns the state of the
+/// next line.
 SYNTAX_STATE ScanSyntax(const QString& sLine, SYNTAX_STATE State, QList<SYNTAX_SPAN>* pSpans);
 /// The lines with every character of a comment overwritten by a blank; positions stay the same.
 QStringList EraseComments(const QStringList& Lines);
 /// The file name of an include line, without quotes or brackets; empty for any other line.
 QString GetIncludedFile(const QString& sLine);
-/// The identifier at a position with the member accesses before it ("a.b->c"); the plain word with WholeChain false.
+/// The identifier at a position with the member accesses before it ("a.b->c"); the plain word with WholeChain
+/// false.
 QString GetWordAt(const QString& sLine, int Pos, bool WholeChain, int* pStart = nullptr);

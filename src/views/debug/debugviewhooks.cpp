@@ -12,8 +12,14 @@ DEBUG_VIEW_HOOKS& Hooks()
 constexpr U32 NO_FILE = 0xFFFFFFFFu;
 } // namespace
 
-void SetDebugViewHooks(const DEBUG_VIEW_HOOKS& NewHooks) { Hooks() = NewHooks; }
-const DEBUG_VIEW_HOOKS& GetDebugViewHooks() { return Hooks(); }
+void SetDebugViewHooks(const DEBUG_VIEW_HOOKS& NewHooks)
+{
+    Hooks() = NewHooks;
+}
+const DEBUG_VIEW_HOOKS& GetDebugViewHooks()
+{
+    return Hooks();
+}
 
 U32 GetViewFileNo(const QString& sPath)
 {
@@ -29,7 +35,8 @@ QString GetViewSrcLocText(const CSrcLoc& Loc)
     const QString sText = AskHook(Hooks().GetSrcLocText, QString(), Loc);
     if (!sText.isEmpty()) return sText;
     const QString sPath = AskHook(Hooks().GetFilePath, QString(), Loc.File);
-    return sPath.isEmpty() ? QString() : QStringLiteral("%1:%2").arg(QFileInfo(sPath).fileName()).arg(Loc.Line);
+    return sPath.isEmpty() ? QString()
+                           : QStringLiteral("%1:%2").arg(QFileInfo(sPath).fileName()).arg(Loc.Line);
 }
 
 QString FormatAddr(U32 Addr, bool WithPrefix)

@@ -1,6 +1,6 @@
 // What the debug views ask of program tables, breakpoint logic, instruction cache, unwinder and evaluator.
-// The application registers the answers once at start; tests hand in their own. A missing answer means "nothing
-// known", so that a view without it stays usable.
+// The application registers the answers once at start; tests hand in their own. A missing answer means
+// "nothing known", so that a view without it stays usable.
 //
 //   DEBUG_VIEW_HOOKS Hooks;
 //   Hooks.GetSrcLoc = [](U32 PC) { return PROG_GetFirstSrcLoc(PC); };
@@ -22,7 +22,7 @@
 struct VIEW_POINT {
     bool Exists = false;
     U32 State = BP_STATE_OFF;
-    bool IsAtStart = true; ///< at the row's first address; else at a later one
+    bool IsAtStart = true;    ///< at the row's first address; else at a later one
     U8 TraceOp = TP_OP_START; ///< of a tracepoint
 };
 
@@ -45,11 +45,11 @@ struct VIEW_FUNC {
 /// One row of the call stack window.
 struct VIEW_FRAME {
     QString sFunction;
-    QString sReturn;       ///< text of the return address column
-    U64 PC = ~U64(0);      ///< all ones = not known
+    QString sReturn;  ///< text of the return address column
+    U64 PC = ~U64(0); ///< all ones = not known
     U64 SP = ~U64(0);
-    U32 FrameSize = 0;     ///< bytes
-    CSrcLoc Loc;           ///< call site of outer frames
+    U32 FrameSize = 0; ///< bytes
+    CSrcLoc Loc;       ///< call site of outer frames
     bool IsPCValid = false;
 };
 
@@ -71,12 +71,12 @@ struct VIEW_BREAKPOINT {
     enum KINDS : U8 { CODE, DATA, TRACE_START, TRACE_STOP };
     KINDS Kind = CODE;
     U32 State = BP_STATE_ON;
-    QString sImpl;      ///< "Hard", "Soft" while connected
-    QString sLocation;  ///< as commands take it
+    QString sImpl;     ///< "Hard", "Soft" while connected
+    QString sLocation; ///< as commands take it
     QString sExtras;
-    CSrcLoc Loc;        ///< invalid for a bare address
+    CSrcLoc Loc; ///< invalid for a bare address
     U32 Addr = ADDR_NONE;
-    QString sExpression; ///< of a data breakpoint
+    QString sExpression;       ///< of a data breakpoint
     QStringList CommandParams; ///< parameters of a data breakpoint's commands
     QList<VIEW_BREAKPOINT> Derived;
 };
@@ -97,26 +97,26 @@ struct VIEW_SYMBOL {
 /// Answers of the program to the debug views. Main thread only.
 struct DEBUG_VIEW_HOOKS {
     // Program tables.
-    std::function<CSrcLoc(U32 PC)> GetSrcLoc;                 ///< of a PC; invalid for none
+    std::function<CSrcLoc(U32 PC)> GetSrcLoc;                    ///< of a PC; invalid for none
     std::function<QList<CAddrRange>(CSrcLoc Loc)> GetLineRanges; ///< code of a line, ascending
-    std::function<U32(const QString& sPath)> GetFileNo;       ///< 0xFFFFFFFF for a file that isn't the program's
-    std::function<QString(U32 FileNo)> GetFilePath;           ///< empty for an unknown number
+    std::function<U32(const QString& sPath)> GetFileNo; ///< 0xFFFFFFFF for a file that isn't the program's
+    std::function<QString(U32 FileNo)> GetFilePath;     ///< empty for an unknown number
     std::function<QString(const QString& sPath)> ResolvePath; ///< where a file really is; empty if nowhere
     std::function<QString(CSrcLoc Loc)> GetSrcLocText;        ///< "main.c:12"
     std::function<QList<VIEW_FUNC>(U32 FileNo)> GetFileFuncs;
-    std::function<QString(U32 Addr)> GetFunctionName;         ///< empty for none
+    std::function<QString(U32 Addr)> GetFunctionName; ///< empty for none
     std::function<ELF_SYM_HANDLE(U32 Addr)> GetFunctionAt;
     std::function<bool()> HasProgram;
-    std::function<U32()> GetEntryPoint;                       ///< ADDR_NONE for none
+    std::function<U32()> GetEntryPoint; ///< ADDR_NONE for none
     // Instruction cache.
-    std::function<bool()> HasCore;                            ///< a core plug-in is loaded
-    std::function<U32(U32 Addr)> GetSafeStartAddr;            ///< nearest certain instruction start at or below
-    std::function<U32(U32 Addr)> GetInstSize;                 ///< bytes, at least 1
+    std::function<bool()> HasCore;                 ///< a core plug-in is loaded
+    std::function<U32(U32 Addr)> GetSafeStartAddr; ///< nearest certain instruction start at or below
+    std::function<U32(U32 Addr)> GetInstSize;      ///< bytes, at least 1
     std::function<VIEW_INST(U32 Addr, bool WithEncoding)> GetInst;
-    std::function<U32()> GetMaxInstSize;                      ///< bytes; default 4
-    std::function<QStringList(U32 Addr)> GetLabelsAt;         ///< symbols that start at the address
-    std::function<QList<CSrcLoc>(U32 Addr)> GetSrcLinesAt;    ///< source lines whose code starts at the address
-    std::function<QString(CSrcLoc Loc)> GetSrcLineText;       ///< text of a line of a file
+    std::function<U32()> GetMaxInstSize;                   ///< bytes; default 4
+    std::function<QStringList(U32 Addr)> GetLabelsAt;      ///< symbols that start at the address
+    std::function<QList<CSrcLoc>(U32 Addr)> GetSrcLinesAt; ///< source lines whose code starts at the address
+    std::function<QString(CSrcLoc Loc)> GetSrcLineText;    ///< text of a line of a file
     // Breakpoints.
     std::function<VIEW_POINT(CSrcLoc Loc)> GetBreakpointOnLine;
     std::function<VIEW_POINT(U32 Addr)> GetBreakpointAt;
@@ -125,24 +125,28 @@ struct DEBUG_VIEW_HOOKS {
     std::function<void(const VIEW_BREAKPOINT& Row)> EditBreakpoint; ///< the properties dialog of a row
     // Call stack.
     std::function<void()> StartUnwind;
-    std::function<void(bool OnlyMinimum)> UnwindNext;         ///< next frame, or just what other windows need
+    std::function<void(bool OnlyMinimum)> UnwindNext; ///< next frame, or just what other windows need
     std::function<int()> GetNumFrames;
     std::function<VIEW_FRAME(int Index)> GetFrame;
-    std::function<QString()> GetStopText;                     ///< why the unwinding ended
+    std::function<QString()> GetStopText; ///< why the unwinding ended
     std::function<int()> GetSelectedFrame;
-    std::function<void(int Index)> SelectFrame;               ///< asks for its registers; the answer is OnCallFrameEvaluated
-    std::function<bool(U32 Addr)> IsOnStack;                  ///< PC of a frame but the innermost
-    std::function<QList<CSrcLoc>()> GetCallSites;             ///< of all frames but the innermost
-    std::function<int(U32 PC)> FindFrame;                     ///< -1 for none
+    std::function<void(int Index)>
+        SelectFrame;                         ///< asks for its registers; the answer is OnCallFrameEvaluated
+    std::function<bool(U32 Addr)> IsOnStack; ///< PC of a frame but the innermost
+    std::function<QList<CSrcLoc>()> GetCallSites; ///< of all frames but the innermost
+    std::function<int(U32 PC)> FindFrame;         ///< -1 for none
     std::function<void()> InvalidateStack;
     // Registers.
     std::function<QList<VIEW_REG_GROUP>()> GetRegGroups;
-    /// Asks for registers by index; true and the values if they are known at once, else the answer is an event.
+    /// Asks for registers by index; true and the values if they are known at once, else the answer is an
+    /// event.
     std::function<bool(const QList<U32>& RegIdxs, QList<U64>& Values, QList<bool>& Valid)> ReadRegs;
     /// Registers of an outer call frame as the unwinder worked them out; false if the frame has none.
-    std::function<bool(int Frame, const QList<U32>& RegIdxs, QList<U64>& Values, QList<bool>& Valid)> ReadFrameRegs;
+    std::function<bool(int Frame, const QList<U32>& RegIdxs, QList<U64>& Values, QList<bool>& Valid)>
+        ReadFrameRegs;
     // Values.
-    std::function<QList<VIEW_SYMBOL>(const QStringList& Path)> GetLocals; ///< members of the symbol at a path of names
+    std::function<QList<VIEW_SYMBOL>(const QStringList& Path)>
+        GetLocals; ///< members of the symbol at a path of names
     std::function<QString(const QString& sExpr, CSrcLoc Loc)> GetTooltip; ///< empty for none
     // Execution counters.
     std::function<bool(U32 Start, U64 End, U64& Fetched, U64& NotExecuted)> GetExecCounts;

@@ -28,8 +28,10 @@ CFindBar::CFindBar(QWidget* pParent) : QFrame(pParent)
     m_pButtonCase->setText(QStringLiteral("Aa"));
     m_pButtonWord = AddButton("buttonWholeWord", QStringLiteral("Match Whole Word"), "", true);
     m_pButtonWord->setText(QStringLiteral("W"));
-    QToolButton* pButtonPrev = AddButton("buttonFindPrev", QStringLiteral("Find Previous"), "chevron-up", false);
-    QToolButton* pButtonNext = AddButton("buttonFindNext", QStringLiteral("Find Next"), "chevron-down", false);
+    QToolButton* pButtonPrev =
+        AddButton("buttonFindPrev", QStringLiteral("Find Previous"), "chevron-up", false);
+    QToolButton* pButtonNext =
+        AddButton("buttonFindNext", QStringLiteral("Find Next"), "chevron-down", false);
     m_pLabelResult = new QLabel(this);
     m_pLabelResult->setObjectName(QStringLiteral("labelResult"));
     m_pLabelResult->setForegroundRole(QPalette::PlaceholderText);
@@ -66,26 +68,47 @@ void CFindBar::Open(const QString& sText)
     m_pEdit->setFocus();
 }
 
-QString CFindBar::GetText() const { return m_pEdit->text(); }
-void CFindBar::SetText(const QString& sText) { m_pEdit->setText(sText); }
-bool CFindBar::IsMatchCase() const { return m_pButtonCase->isChecked(); }
-bool CFindBar::IsWholeWord() const { return m_pButtonWord->isChecked(); }
+QString CFindBar::GetText() const
+{
+    return m_pEdit->text();
+}
+void CFindBar::SetText(const QString& sText)
+{
+    m_pEdit->setText(sText);
+}
+bool CFindBar::IsMatchCase() const
+{
+    return m_pButtonCase->isChecked();
+}
+bool CFindBar::IsWholeWord() const
+{
+    return m_pButtonWord->isChecked();
+}
 
 void CFindBar::SetResult(int Index, int NumMatches)
 {
-    if (m_pEdit->text().isEmpty()) m_pLabelResult->clear();
-    else if (NumMatches == 0) m_pLabelResult->setText(QStringLiteral("Not found"));
-    else if (Index > 0) m_pLabelResult->setText(QStringLiteral("%1 of %2").arg(Index).arg(NumMatches));
-    else m_pLabelResult->setText(QStringLiteral("%1 matches").arg(NumMatches));
+    if (m_pEdit->text().isEmpty())
+        m_pLabelResult->clear();
+    else if (NumMatches == 0)
+        m_pLabelResult->setText(QStringLiteral("Not found"));
+    else if (Index > 0)
+        m_pLabelResult->setText(QStringLiteral("%1 of %2").arg(Index).arg(NumMatches));
+    else
+        m_pLabelResult->setText(QStringLiteral("%1 matches").arg(NumMatches));
 }
 
 void CFindBar::keyPressEvent(QKeyEvent* pEvent)
 {
     switch (pEvent->key()) {
-    case Qt::Key_Escape: emit Closed(); break;
+    case Qt::Key_Escape:
+        emit Closed();
+        break;
     case Qt::Key_Return:
-    case Qt::Key_Enter: emit FindRequested(!(pEvent->modifiers() & Qt::ShiftModifier)); break;
-    default: QFrame::keyPressEvent(pEvent);
+    case Qt::Key_Enter:
+        emit FindRequested(!(pEvent->modifiers() & Qt::ShiftModifier));
+        break;
+    default:
+        QFrame::keyPressEvent(pEvent);
     }
 }
 

@@ -17,7 +17,8 @@ public:
     void SetText(const QString& sText);
     bool IsMatchCase() const;
     bool IsWholeWord() const;
-    void SetResult(int Index, int NumMatches); ///< 1-based place of the current match; 0 matches show as not found
+    void SetResult(int Index,
+                   int NumMatches); ///< 1-based place of the current match; 0 matches show as not found
 
 signals:
     void FindRequested(bool Forward);

@@ -5,16 +5,23 @@
 
 namespace {
 enum COLUMNS { COL_NAME, COL_VALUE, COL_ADDRESS, COL_DESCRIPTION, NUM_COLUMNS };
-constexpr TABLE_COLUMN aColumns[] = {
-    {"Name", COLUMN_TEXT, 190}, {"Value", COLUMN_NUMERIC, 110}, {"Address", COLUMN_HEX, 90}, {"Description", COLUMN_TEXT, 160}};
+constexpr TABLE_COLUMN aColumns[] = {{"Name", COLUMN_TEXT, 190},
+                                     {"Value", COLUMN_NUMERIC, 110},
+                                     {"Address", COLUMN_HEX, 90},
+                                     {"Description", COLUMN_TEXT, 160}};
 static_assert(std::size(aColumns) == NUM_COLUMNS);
 constexpr int MAX_BATCH = 256; ///< registers in one request
 const QString sUnknown = QStringLiteral("--------");
-/// Ids of indexes: a group holds its number plus one, a register the number of its group in the upper half as well.
+/// Ids of indexes: a group holds its number plus one, a register the number of its group in the upper half as
+/// well.
 constexpr quintptr GROUP_SHIFT = 16;
 } // namespace
 
-CRegistersDataModel::CRegistersDataModel(QObject* pParent) : CTableModel(pParent, QStringLiteral("RegistersDataModel")) { SetColumns(aColumns, NUM_COLUMNS); }
+CRegistersDataModel::CRegistersDataModel(QObject* pParent)
+    : CTableModel(pParent, QStringLiteral("RegistersDataModel"))
+{
+    SetColumns(aColumns, NUM_COLUMNS);
+}
 
 void CRegistersDataModel::SetGroups(const QList<VIEW_REG_GROUP>& Groups)
 {
@@ -28,7 +35,8 @@ void CRegistersDataModel::Invalidate()
     m_Values.clear();
     ClearRole(ROLE_READ_STATE);
     for (int i = 0; i < rowCount(); i++)
-        if (const int NumRegs = rowCount(index(i, 0))) NotifyItemChanged(index(0, 0, index(i, 0)), index(NumRegs - 1, NUM_COLUMNS - 1, index(i, 0)));
+        if (const int NumRegs = rowCount(index(i, 0)))
+            NotifyItemChanged(index(0, 0, index(i, 0)), index(NumRegs - 1, NUM_COLUMNS - 1, index(i, 0)));
 }
 
 int CRegistersDataModel::rowCount(const QModelIndex& Parent) const
@@ -75,11 +83,14 @@ bool CRegistersDataModel::GetValue(const QModelIndex& Index, U64& Value) const
     return true;
 }
 
-void CRegistersDataModel::SetRegValues(const QList<U32>& RegIdxs, const QList<U64>& Values, const QList<bool>& Valid)
+void CRegistersDataModel::SetRegValues(const QList<U32>& RegIdxs, const QList<U64>& Values,
+                                       const QList<bool>& Valid)
 {
     for (int i = 0; i < RegIdxs.size() && i < Values.size() && i < Valid.size(); i++) {
-        if (Valid[i]) m_Values.insert(RegIdxs[i], Values[i]);
-        else m_Values.remove(RegIdxs[i]);
+        if (Valid[i])
+            m_Values.insert(RegIdxs[i], Values[i]);
+        else
+            m_Values.remove(RegIdxs[i]);
         const QModelIndex Index = FindReg(RegIdxs[i]);
         if (!Index.isValid()) continue;
         SetRole(Index, ROLE_READ_STATE, READ_STATE_VALID, false, true);
@@ -94,7 +105,9 @@ QString CRegistersDataModel::GetValueText(const QModelIndex& Index) const
     U64 Value = 0;
     if (!GetValue(Index, Value)) return IsTargetConnected() ? sUnknown : QString();
     const int Format = GetWindow() ? GetWindow()->GetItemDisplayFormat(Index) : int(DISPLAY_FORMAT_HEX);
-    const int Digits = Format == DISPLAY_FORMAT_BINARY ? int(pReg->NumBits) : Format == DISPLAY_FORMAT_DEC ? 0 : int(pReg->NumBits + 3) / 4;
+    const int Digits = Format == DISPLAY_FORMAT_BINARY ? int(pReg->NumBits)
+                       : Format == DISPLAY_FORMAT_DEC  ? 0
+                                                       : int(pReg->NumBits + 3) / 4;
     return FormatValue(Value, Format == DISPLAY_FORMAT_AUTO ? int(DISPLAY_FORMAT_HEX) : Format, Digits);
 }
 
@@ -102,16 +115,21 @@ QString CRegistersDataModel::GetItemText(const QModelIndex& Index) const
 {
     const VIEW_REG* pReg = GetReg(Index);
     switch (Index.column()) {
-    case COL_NAME: return pReg ? pReg->sName : m_Groups.value(Index.row()).sName;
-    case COL_VALUE: return GetValueText(Index);
-    case COL_DESCRIPTION: return pReg ? pReg->sDescription : m_Groups.value(Index.row()).sDescription;
-    default: return QString();
+    case COL_NAME:
+        return pReg ? pReg->sName : m_Groups.value(Index.row()).sName;
+    case COL_VALUE:
+        return GetValueText(Index);
+    case COL_DESCRIPTION:
+        return pReg ? pReg->sDescription : m_Groups.value(Index.row()).sDescription;
+    default:
+        return QString();
     }
 }
 
 QIcon CRegistersDataModel::GetIcon(const QModelIndex& Index) const
 {
-    return Index.column() == COL_NAME && !Index.parent().isValid() ? ::GetIcon(QStringLiteral("cpu2")) : QIcon();
+    return Index.column() == COL_NAME && !Index.parent().isValid() ? ::GetIcon(QStringLiteral("cpu2"))
+                                                                   : QIcon();
 }
 
 QVariant CRegistersDataModel::data(const QModelIndex& Index, int Role) const
@@ -132,9 +150,13 @@ bool CRegistersDataModel::setData(const QModelIndex& Index, const QVariant& Valu
     if (!pReg || Index.column() != COL_VALUE) return false;
     U64 NewValue = 0;
     const int Format = GetWindow() ? GetWindow()->GetItemDisplayFormat(Index) : 0;
-    if (!ParseValue(Value.toString(), Format == DISPLAY_FORMAT_AUTO ? int(DISPLAY_FORMAT_HEX) : Format, NewValue)) return false;
+    if (!ParseValue(Value.toString(), Format == DISPLAY_FORMAT_AUTO ? int(DISPLAY_FORMAT_HEX) : Format,
+                    NewValue))
+        return false;
     // The write is a user's command, so that it is echoed; the new value comes back with the next read.
-    return PerformWindowCommand(QStringLiteral("Target.SetReg"), {pReg->sName, QStringLiteral("0x") + QString::number(NewValue, 16).toUpper()}) >= 0;
+    return PerformWindowCommand(
+               QStringLiteral("Target.SetReg"),
+               {pReg->sName, QStringLiteral("0x") + QString::number(NewValue, 16).toUpper()}) >= 0;
 }
 
 bool CRegistersDataModel::UpdateItem(const QModelIndex& Index)
@@ -142,7 +164,8 @@ bool CRegistersDataModel::UpdateItem(const QModelIndex& Index)
     const QModelIndex Group = Index.parent();
     if (!Group.isValid() || !IsTargetConnected()) return false;
     const QList<VIEW_REG>& Regs = m_Groups[Group.row()].Regs;
-    for (int i = 0; i < Regs.size(); i++) SetRole(index(i, 0, Group), ROLE_READ_STATE, READ_STATE_PENDING, false, true);
+    for (int i = 0; i < Regs.size(); i++)
+        SetRole(index(i, 0, Group), ROLE_READ_STATE, READ_STATE_PENDING, false, true);
     const auto& Hooks = GetDebugViewHooks();
     if (!IsTargetHalted() || Regs.size() > MAX_BATCH) return false;
     QList<U32> RegIdxs;
@@ -150,7 +173,8 @@ bool CRegistersDataModel::UpdateItem(const QModelIndex& Index)
     QList<U64> Values;
     QList<bool> Valid;
     const int Frame = AskHook(Hooks.GetSelectedFrame, 0);
-    const bool Known = Frame > 0 ? Hooks.ReadFrameRegs && Hooks.ReadFrameRegs(Frame, RegIdxs, Values, Valid) : Hooks.ReadRegs && Hooks.ReadRegs(RegIdxs, Values, Valid);
+    const bool Known = Frame > 0 ? Hooks.ReadFrameRegs && Hooks.ReadFrameRegs(Frame, RegIdxs, Values, Valid)
+                                 : Hooks.ReadRegs && Hooks.ReadRegs(RegIdxs, Values, Valid);
     if (Known) SetRegValues(RegIdxs, Values, Valid);
     return Known;
 }

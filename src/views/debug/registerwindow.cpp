@@ -21,28 +21,39 @@ void CRegisterWindow::Rebuild()
     const bool IsFirst = !m_pRegisters->HasGroups();
     BackupState(0);
     m_pRegisters->SetGroups(AskHook(GetDebugViewHooks().GetRegGroups, QList<VIEW_REG_GROUP>()));
-    if (IsFirst && m_pRegisters->HasGroups()) GetView()->SetExpanded(MapToView(m_pRegisters->index(0, 0)), true);
-    else RestoreState(0);
+    if (IsFirst && m_pRegisters->HasGroups())
+        GetView()->SetExpanded(MapToView(m_pRegisters->index(0, 0)), true);
+    else
+        RestoreState(0);
     Update(GetTargetPC());
 }
 
-void CRegisterWindow::Clear() { m_pRegisters->Invalidate(); }
+void CRegisterWindow::Clear()
+{
+    m_pRegisters->Invalidate();
+}
 
 QString CRegisterWindow::GetDisplayName() const
 {
     QStringList Names;
-    for (int i = 0; i < m_pRegisters->rowCount(); i++) Names.append(m_pRegisters->index(i, 0).data().toString());
-    return Names.isEmpty() ? GetName() : QStringLiteral("%1 (%2)").arg(GetName(), Names.join(QStringLiteral(", ")));
+    for (int i = 0; i < m_pRegisters->rowCount(); i++)
+        Names.append(m_pRegisters->index(i, 0).data().toString());
+    return Names.isEmpty() ? GetName()
+                           : QStringLiteral("%1 (%2)").arg(GetName(), Names.join(QStringLiteral(", ")));
 }
 
-bool CRegisterWindow::IsCurrentFrameSelected() const { return AskHook(GetDebugViewHooks().GetSelectedFrame, 0) <= 0; }
+bool CRegisterWindow::IsCurrentFrameSelected() const
+{
+    return AskHook(GetDebugViewHooks().GetSelectedFrame, 0) <= 0;
+}
 
 void CRegisterWindow::UpdateWindowTitle()
 {
     QString sTitle = GetName();
     if (IsTargetHalted() && !IsCurrentFrameSelected() && GetDebugViewHooks().GetFrame) {
         const VIEW_FRAME Frame = GetDebugViewHooks().GetFrame(GetDebugViewHooks().GetSelectedFrame());
-        sTitle += QStringLiteral(" @ ") + (Frame.sFunction.isEmpty() ? FormatAddr(U32(Frame.PC), false) : Frame.sFunction);
+        sTitle += QStringLiteral(" @ ") +
+                  (Frame.sFunction.isEmpty() ? FormatAddr(U32(Frame.PC), false) : Frame.sFunction);
     }
     SetWindowTitle(sTitle);
 }
@@ -66,8 +77,14 @@ void CRegisterWindow::OnDeviceDisconnectDone()
     CModelViewWindow::OnDeviceDisconnectDone();
 }
 
-void CRegisterWindow::OnPluginLoaded(QString, int) { Rebuild(); }
-void CRegisterWindow::OnPluginReconfigured(QString, int) { Rebuild(); }
+void CRegisterWindow::OnPluginLoaded(QString, int)
+{
+    Rebuild();
+}
+void CRegisterWindow::OnPluginReconfigured(QString, int)
+{
+    Rebuild();
+}
 
 void CRegisterWindow::OnDeviceReadRegsDone(U32 Cnt, U32* paBrylloRegIdxs, U64* paRegVals, U8* paRegStatus)
 {
@@ -83,7 +100,8 @@ void CRegisterWindow::OnDeviceReadRegsDone(U32 Cnt, U32* paBrylloRegIdxs, U64* p
 void CRegisterWindow::OnDeviceReadRegsFailed(U32 Cnt, U32* paBrylloRegIdxs)
 {
     if (!IsEnabled() || !IsOpen() || !IsCurrentFrameSelected()) return;
-    m_pRegisters->SetRegValues(QList<U32>(paBrylloRegIdxs, paBrylloRegIdxs + Cnt), QList<U64>(Cnt), QList<bool>(Cnt, false));
+    m_pRegisters->SetRegValues(QList<U32>(paBrylloRegIdxs, paBrylloRegIdxs + Cnt), QList<U64>(Cnt),
+                               QList<bool>(Cnt, false));
 }
 
 void CRegisterWindow::OnDeviceReadRegDone(U32 BrylloRegIdx, U64 RegValue)
@@ -92,7 +110,10 @@ void CRegisterWindow::OnDeviceReadRegDone(U32 BrylloRegIdx, U64 RegValue)
     OnDeviceReadRegsDone(1, &BrylloRegIdx, &RegValue, &Status);
 }
 
-void CRegisterWindow::OnDeviceReadRegFailed(U32 BrylloRegIdx) { OnDeviceReadRegsFailed(1, &BrylloRegIdx); }
+void CRegisterWindow::OnDeviceReadRegFailed(U32 BrylloRegIdx)
+{
+    OnDeviceReadRegsFailed(1, &BrylloRegIdx);
+}
 
 void CRegisterWindow::FillContextMenu(QMenu* pMenu, const QModelIndex& SourceIndex)
 {
@@ -101,9 +122,11 @@ void CRegisterWindow::FillContextMenu(QMenu* pMenu, const QModelIndex& SourceInd
         const QString sAddr = FormatAddr(U32(Value));
         auto Add = [pMenu, this, sAddr](const char* sText, const QString& sCommand) {
             QAction* pAction = pMenu->addAction(QString::fromLatin1(sText).arg(sAddr));
-            connect(pAction, &QAction::triggered, this, [sCommand, sAddr] { PerformWindowCommand(sCommand, {sAddr}); });
+            connect(pAction, &QAction::triggered, this,
+                    [sCommand, sAddr] { PerformWindowCommand(sCommand, {sAddr}); });
         };
-        if (AskHook(GetDebugViewHooks().GetSrcLoc, CSrcLoc(), AlignToInst(U32(Value))).IsValid()) Add("View &Source of %1", QStringLiteral("View.Source"));
+        if (AskHook(GetDebugViewHooks().GetSrcLoc, CSrcLoc(), AlignToInst(U32(Value))).IsValid())
+            Add("View &Source of %1", QStringLiteral("View.Source"));
         Add("View &Disassembly of %1", QStringLiteral("View.Disassembly"));
         Add("View D&ata at %1", QStringLiteral("View.Data"));
     }

@@ -1,4 +1,5 @@
-// CRegisterWindow, the registers of the selected call frame as a tree of groups; values can be edited while halted.
+// CRegisterWindow, the registers of the selected call frame as a tree of groups; values can be edited while
+// halted.
 #pragma once
 #include "views/debug/registermodel.h"
 #include "views/framework/modelviewwindow.h"
@@ -7,7 +8,8 @@ class CRegisterWindow : public CModelViewWindow {
     Q_OBJECT
 
 public:
-    explicit CRegisterWindow(QWidget* pParent = nullptr, const QString& sName = QStringLiteral("Registers 1"));
+    explicit CRegisterWindow(QWidget* pParent = nullptr,
+                             const QString& sName = QStringLiteral("Registers 1"));
 
     void Rebuild(); ///< takes the groups of the core in use; at first the first one is unfolded
     void Clear() override;

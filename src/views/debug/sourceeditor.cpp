@@ -103,7 +103,8 @@ void CSourceEditor::AskAddress(SRC_ROW& Row) const
     if (Row.Addr != ROW_ADDR_NOT_ASKED) return;
     Row.Addr = ROW_ADDR_UNKNOWN;
     if (!m_pDocument) return;
-    Row.Ranges = AskHook(GetDebugViewHooks().GetLineRanges, QList<CAddrRange>(), CSrcLoc(m_pDocument->GetFileNo(), Row.Line));
+    Row.Ranges = AskHook(GetDebugViewHooks().GetLineRanges, QList<CAddrRange>(),
+                         CSrcLoc(m_pDocument->GetFileNo(), Row.Line));
     for (const CAddrRange& Range : std::as_const(Row.Ranges)) {
         // Several ranges of a line show as one: from the smallest start to the largest end.
         Row.Addr = Row.Addr == ROW_ADDR_UNKNOWN ? Range.Start : std::min<U64>(Row.Addr, Range.Start);
@@ -142,7 +143,10 @@ const SRC_ROW& CSourceEditor::GetRow(int Row)
     return m_Rows[Row];
 }
 
-int CSourceEditor::GetRowOfLine(U32 Line) const { return Line >= 1 && Line <= U32(m_RowOfLine.size()) ? m_RowOfLine[int(Line) - 1] : -1; }
+int CSourceEditor::GetRowOfLine(U32 Line) const
+{
+    return Line >= 1 && Line <= U32(m_RowOfLine.size()) ? m_RowOfLine[int(Line) - 1] : -1;
+}
 
 int CSourceEditor::GetRowOfInst(U32 Addr) const
 {
@@ -151,9 +155,18 @@ int CSourceEditor::GetRowOfInst(U32 Addr) const
     return -1;
 }
 
-int CSourceEditor::GetFirstVisibleRow() const { return verticalScrollBar()->value(); }
-int CSourceEditor::GetNumVisibleRows() const { return (viewport()->height() + m_RowHeight - 1) / m_RowHeight; }
-int CSourceEditor::GetRowAt(int y) const { return GetFirstVisibleRow() + (y >= 0 ? y / m_RowHeight : -1); }
+int CSourceEditor::GetFirstVisibleRow() const
+{
+    return verticalScrollBar()->value();
+}
+int CSourceEditor::GetNumVisibleRows() const
+{
+    return (viewport()->height() + m_RowHeight - 1) / m_RowHeight;
+}
+int CSourceEditor::GetRowAt(int y) const
+{
+    return GetFirstVisibleRow() + (y >= 0 ? y / m_RowHeight : -1);
+}
 
 // ---- Line expansion --------------------------------------------------------------------------------------
 
@@ -163,12 +176,16 @@ bool CSourceEditor::IsLineExpandable(int Row)
     return !Found.IsInst && !Found.Ranges.isEmpty() && GetDebugViewHooks().GetInst;
 }
 
-bool CSourceEditor::IsLineExpanded(U32 Line) const { return m_pDocument && m_pDocument->m_ExpandedLines.contains(int(Line) - 1); }
+bool CSourceEditor::IsLineExpanded(U32 Line) const
+{
+    return m_pDocument && m_pDocument->m_ExpandedLines.contains(int(Line) - 1);
+}
 
 void CSourceEditor::SetLineExpanded(U32 Line, bool Expanded)
 {
     const int Row = GetRowOfLine(Line);
-    if (!m_pDocument || Row < 0 || IsLineExpanded(Line) == Expanded || (Expanded && !IsLineExpandable(Row))) return;
+    if (!m_pDocument || Row < 0 || IsLineExpanded(Line) == Expanded || (Expanded && !IsLineExpandable(Row)))
+        return;
     if (Expanded)
         m_pDocument->m_ExpandedLines.insert(int(Line) - 1);
     else
@@ -194,8 +211,14 @@ void CSourceEditor::SetAllExpanded(bool Expanded)
 
 // ---- Text geometry ---------------------------------------------------------------------------------------
 
-bool CSourceEditor::IsExpansionBarShown() const { return GetVarValue(PREF_SHOW_EXPANSION_BAR) != 0 && GetDebugViewHooks().GetInst; }
-int CSourceEditor::GetTextLeft() const { return (IsExpansionBarShown() ? EXPANSION_BAR_WIDTH : 0) + TEXT_GAP; }
+bool CSourceEditor::IsExpansionBarShown() const
+{
+    return GetVarValue(PREF_SHOW_EXPANSION_BAR) != 0 && GetDebugViewHooks().GetInst;
+}
+int CSourceEditor::GetTextLeft() const
+{
+    return (IsExpansionBarShown() ? EXPANSION_BAR_WIDTH : 0) + TEXT_GAP;
+}
 
 QString CSourceEditor::ExpandTabs(const QString& sText) const
 {
@@ -212,7 +235,10 @@ QString CSourceEditor::ExpandTabs(const QString& sText) const
     return sExpanded;
 }
 
-int CSourceEditor::GetColumnX(const QString& sLine, int Col) const { return int(std::lround(double(ExpandTabs(sLine.left(Col)).size()) * m_CharWidth)); }
+int CSourceEditor::GetColumnX(const QString& sLine, int Col) const
+{
+    return int(std::lround(double(ExpandTabs(sLine.left(Col)).size()) * m_CharWidth));
+}
 
 int CSourceEditor::GetColumnAtX(const QString& sLine, int x) const
 {
@@ -226,14 +252,17 @@ QPoint CSourceEditor::GetTextPosAt(QPoint ViewportPos) const
     const int Row = GetRowAt(ViewportPos.y());
     if (Row < 0 || Row >= m_Rows.size() || m_Rows[Row].IsInst) return QPoint(-1, -1);
     const int Line = int(m_Rows[Row].Line) - 1;
-    return QPoint(GetColumnAtX(m_pDocument->GetLine(Line), ViewportPos.x() - GetTextLeft() + horizontalScrollBar()->value()), Line);
+    return QPoint(GetColumnAtX(m_pDocument->GetLine(Line),
+                               ViewportPos.x() - GetTextLeft() + horizontalScrollBar()->value()),
+                  Line);
 }
 
 QPoint CSourceEditor::GetViewportPos(QPoint TextPos) const
 {
     const int Row = GetRowOfLine(U32(TextPos.y() + 1));
     const QString sLine = m_pDocument ? m_pDocument->GetLine(TextPos.y()) : QString();
-    return QPoint(GetTextLeft() + GetColumnX(sLine, TextPos.x()) - horizontalScrollBar()->value(), (Row - GetFirstVisibleRow()) * m_RowHeight);
+    return QPoint(GetTextLeft() + GetColumnX(sLine, TextPos.x()) - horizontalScrollBar()->value(),
+                  (Row - GetFirstVisibleRow()) * m_RowHeight);
 }
 
 // ---- Scrolling -------------------------------------------------------------------------------------------
@@ -276,15 +305,18 @@ void CSourceEditor::EnsureRowVisible(int Row, bool Center)
     const int WholeRows = std::max(1, viewport()->height() / m_RowHeight);
     const int First = GetFirstVisibleRow();
     if (Row >= First && Row < First + WholeRows) return;
-    if (Center) ScrollToRow(Row, true);
-    else verticalScrollBar()->setValue(Row < First ? Row : Row - WholeRows + 1);
+    if (Center)
+        ScrollToRow(Row, true);
+    else
+        verticalScrollBar()->setValue(Row < First ? Row : Row - WholeRows + 1);
 }
 
 // ---- Cursor and selection --------------------------------------------------------------------------------
 
 std::pair<QPoint, QPoint> CSourceEditor::GetSelectionRange() const
 {
-    const bool CursorFirst = m_Cursor.y() < m_Anchor.y() || (m_Cursor.y() == m_Anchor.y() && m_Cursor.x() < m_Anchor.x());
+    const bool CursorFirst =
+        m_Cursor.y() < m_Anchor.y() || (m_Cursor.y() == m_Anchor.y() && m_Cursor.x() < m_Anchor.x());
     return CursorFirst ? std::pair{m_Cursor, m_Anchor} : std::pair{m_Anchor, m_Cursor};
 }
 
@@ -325,9 +357,15 @@ void CSourceEditor::SelectAll()
     SetCursorTextPos(QPoint(int(m_pDocument->GetLine(Last).size()), Last), true);
 }
 
-void CSourceEditor::Unselect() { SetCursorTextPos(m_Cursor); }
+void CSourceEditor::Unselect()
+{
+    SetCursorTextPos(m_Cursor);
+}
 
-QString CSourceEditor::GetWordUnderCursor() const { return m_pDocument ? GetWordAt(m_pDocument->GetLine(m_Cursor.y()), m_Cursor.x(), false) : QString(); }
+QString CSourceEditor::GetWordUnderCursor() const
+{
+    return m_pDocument ? GetWordAt(m_pDocument->GetLine(m_Cursor.y()), m_Cursor.x(), false) : QString();
+}
 
 void CSourceEditor::SetSelectedInstRow(int Row)
 {

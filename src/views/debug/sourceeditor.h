@@ -1,6 +1,6 @@
-// CSourceEditor, the text control of the source window. Every text line is a row that carries an address and may
-// unfold into the instructions of the line; instruction rows can't be edited. Text positions are (column, line),
-// rows count what stands on the screen, both from 0.
+// CSourceEditor, the text control of the source window. Every text line is a row that carries an address and
+// may unfold into the instructions of the line; instruction rows can't be edited. Text positions are (column,
+// line), rows count what stands on the screen, both from 0.
 #pragma once
 #include "app/services/types.h"
 #include "views/debug/debugviewhooks.h"
@@ -21,11 +21,11 @@ inline constexpr U64 ROW_ADDR_NOT_ASKED = ~U64(0) - 1; ///< not looked up yet
 struct SRC_ROW {
     bool IsInst = false;
     bool IsExpanded = false;
-    U32 Line = 0;                    ///< 1-based line of the file
-    U64 Addr = ROW_ADDR_NOT_ASKED;   ///< first address
-    U64 EndAddr = 0;                 ///< end of the row's code, exclusive
-    QList<CAddrRange> Ranges;        ///< all code of a source row
-    VIEW_INST Inst;                  ///< of an instruction row
+    U32 Line = 0;                  ///< 1-based line of the file
+    U64 Addr = ROW_ADDR_NOT_ASKED; ///< first address
+    U64 EndAddr = 0;               ///< end of the row's code, exclusive
+    QList<CAddrRange> Ranges;      ///< all code of a source row
+    VIEW_INST Inst;                ///< of an instruction row
 };
 
 class CSourceEditor : public QAbstractScrollArea {
@@ -45,9 +45,9 @@ public:
     int GetRowOfInst(U32 Addr) const; ///< instruction row; -1 when it isn't unfolded
     int GetRowAt(int y) const;        ///< at a pixel of the viewport; may lie beyond the text
     int GetFirstVisibleRow() const;
-    int GetNumVisibleRows() const;    ///< partly visible ones included
+    int GetNumVisibleRows() const; ///< partly visible ones included
     int GetRowHeight() const { return m_RowHeight; }
-    void ForgetAddresses();           ///< after a new program or plug-in
+    void ForgetAddresses(); ///< after a new program or plug-in
     ///@}
 
     /// \name Line expansion
@@ -68,7 +68,7 @@ public:
     void SelectAll();
     void Unselect();
     QString GetWordUnderCursor() const;
-    QPoint GetTextPosAt(QPoint ViewportPos) const;   ///< (-1, -1) on an instruction row or outside the text
+    QPoint GetTextPosAt(QPoint ViewportPos) const; ///< (-1, -1) on an instruction row or outside the text
     QPoint GetViewportPos(QPoint TextPos) const;
     int GetSelectedInstRow() const { return m_InstRow; } ///< -1 while a source row is current
     void SetSelectedInstRow(int Row);
@@ -109,10 +109,10 @@ signals:
     void TextSelectionChanged();
     void LineExpansionStateToggled(int Line); ///< 0-based line, by a click on the expansion bar
     void DocumentEdited();
-    void ViewChanged();                 ///< scroll position, size, rows or fonts changed
-    void MouseHovered(QPoint Pos);      ///< in viewport pixels
+    void ViewChanged();            ///< scroll position, size, rows or fonts changed
+    void MouseHovered(QPoint Pos); ///< in viewport pixels
     void MouseLeft();
-    void Clicked(int Row);              ///< a press moved the cursor
+    void Clicked(int Row); ///< a press moved the cursor
 
 protected:
     void paintEvent(QPaintEvent* pEvent) override;

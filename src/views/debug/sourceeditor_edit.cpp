@@ -13,7 +13,10 @@
 
 namespace {
 constexpr int EXPANSION_BAR_WIDTH = 14;
-bool IsWordChar(QChar Char) { return Char.isLetterOrNumber() || Char == u'_'; }
+bool IsWordChar(QChar Char)
+{
+    return Char.isLetterOrNumber() || Char == u'_';
+}
 } // namespace
 
 // ---- Editing ---------------------------------------------------------------------------------------------
@@ -116,7 +119,8 @@ QPoint CSourceEditor::GetWordStep(QPoint Pos, int Direction) const
         while (x < sLine.size() && IsWordChar(sLine[x]) == Word && !sLine[x].isSpace()) x++;
         while (x < sLine.size() && sLine[x].isSpace()) x++;
     } else {
-        if (x == 0) return Pos.y() > 0 ? QPoint(int(m_pDocument->GetLine(Pos.y() - 1).size()), Pos.y() - 1) : Pos;
+        if (x == 0)
+            return Pos.y() > 0 ? QPoint(int(m_pDocument->GetLine(Pos.y() - 1).size()), Pos.y() - 1) : Pos;
         while (x > 0 && sLine[x - 1].isSpace()) x--;
         const bool Word = x > 0 && IsWordChar(sLine[x - 1]);
         while (x > 0 && !sLine[x - 1].isSpace() && IsWordChar(sLine[x - 1]) == Word) x--;
@@ -130,8 +134,12 @@ void CSourceEditor::MoveTo(QPoint Pos, bool KeepAnchor)
     SetCursorTextPos(Pos, KeepAnchor);
     EnsureRowVisible(GetRowOfLine(U32(m_Cursor.y() + 1)), false);
     const int x = GetViewportPos(m_Cursor).x();
-    if (x < GetTextLeft()) horizontalScrollBar()->setValue(horizontalScrollBar()->value() - (GetTextLeft() - x) - int(4 * m_CharWidth));
-    else if (x > viewport()->width() - int(2 * m_CharWidth)) horizontalScrollBar()->setValue(horizontalScrollBar()->value() + x - viewport()->width() + int(6 * m_CharWidth));
+    if (x < GetTextLeft())
+        horizontalScrollBar()->setValue(horizontalScrollBar()->value() - (GetTextLeft() - x) -
+                                        int(4 * m_CharWidth));
+    else if (x > viewport()->width() - int(2 * m_CharWidth))
+        horizontalScrollBar()->setValue(horizontalScrollBar()->value() + x - viewport()->width() +
+                                        int(6 * m_CharWidth));
 }
 
 void CSourceEditor::MoveByRows(int NumRows, bool KeepAnchor)
@@ -158,24 +166,36 @@ bool CSourceEditor::OnMoveKeyPressed(QKeyEvent* pEvent)
     const QString& sLine = m_pDocument->GetLine(Pos.y());
     switch (pEvent->key()) {
     case Qt::Key_Left:
-        if (Ctrl) MoveTo(GetWordStep(Pos, -1), Shift);
-        else if (HasSelection() && !Shift) MoveTo(GetSelectionRange().first, false);
-        else if (Pos.x() > 0) MoveTo(QPoint(Pos.x() - 1, Pos.y()), Shift);
-        else if (Pos.y() > 0) MoveTo(QPoint(int(m_pDocument->GetLine(Pos.y() - 1).size()), Pos.y() - 1), Shift);
+        if (Ctrl)
+            MoveTo(GetWordStep(Pos, -1), Shift);
+        else if (HasSelection() && !Shift)
+            MoveTo(GetSelectionRange().first, false);
+        else if (Pos.x() > 0)
+            MoveTo(QPoint(Pos.x() - 1, Pos.y()), Shift);
+        else if (Pos.y() > 0)
+            MoveTo(QPoint(int(m_pDocument->GetLine(Pos.y() - 1).size()), Pos.y() - 1), Shift);
         return true;
     case Qt::Key_Right:
-        if (Ctrl) MoveTo(GetWordStep(Pos, 1), Shift);
-        else if (HasSelection() && !Shift) MoveTo(GetSelectionRange().second, false);
-        else if (Pos.x() < sLine.size()) MoveTo(QPoint(Pos.x() + 1, Pos.y()), Shift);
-        else if (Pos.y() + 1 < m_pDocument->GetNumLines()) MoveTo(QPoint(0, Pos.y() + 1), Shift);
+        if (Ctrl)
+            MoveTo(GetWordStep(Pos, 1), Shift);
+        else if (HasSelection() && !Shift)
+            MoveTo(GetSelectionRange().second, false);
+        else if (Pos.x() < sLine.size())
+            MoveTo(QPoint(Pos.x() + 1, Pos.y()), Shift);
+        else if (Pos.y() + 1 < m_pDocument->GetNumLines())
+            MoveTo(QPoint(0, Pos.y() + 1), Shift);
         return true;
     case Qt::Key_Up:
-        if (Ctrl) verticalScrollBar()->setValue(verticalScrollBar()->value() - 1);
-        else MoveByRows(-1, Shift);
+        if (Ctrl)
+            verticalScrollBar()->setValue(verticalScrollBar()->value() - 1);
+        else
+            MoveByRows(-1, Shift);
         return true;
     case Qt::Key_Down:
-        if (Ctrl) verticalScrollBar()->setValue(verticalScrollBar()->value() + 1);
-        else MoveByRows(1, Shift);
+        if (Ctrl)
+            verticalScrollBar()->setValue(verticalScrollBar()->value() + 1);
+        else
+            MoveByRows(1, Shift);
         return true;
     case Qt::Key_PageUp:
     case Qt::Key_PageDown: {
@@ -188,13 +208,19 @@ bool CSourceEditor::OnMoveKeyPressed(QKeyEvent* pEvent)
     case Qt::Key_Home: {
         int Indent = 0;
         while (Indent < sLine.size() && sLine[Indent].isSpace()) Indent++;
-        if (Ctrl) MoveTo(QPoint(0, 0), Shift);
-        else MoveTo(QPoint(Pos.x() == Indent ? 0 : Indent, Pos.y()), Shift);
+        if (Ctrl)
+            MoveTo(QPoint(0, 0), Shift);
+        else
+            MoveTo(QPoint(Pos.x() == Indent ? 0 : Indent, Pos.y()), Shift);
         return true;
     }
     case Qt::Key_End:
-        if (Ctrl) MoveTo(QPoint(int(m_pDocument->GetLine(m_pDocument->GetNumLines() - 1).size()), m_pDocument->GetNumLines() - 1), Shift);
-        else MoveTo(QPoint(int(sLine.size()), Pos.y()), Shift);
+        if (Ctrl)
+            MoveTo(QPoint(int(m_pDocument->GetLine(m_pDocument->GetNumLines() - 1).size()),
+                          m_pDocument->GetNumLines() - 1),
+                   Shift);
+        else
+            MoveTo(QPoint(int(sLine.size()), Pos.y()), Shift);
         return true;
     default:
         return false;
@@ -222,9 +248,12 @@ bool CSourceEditor::OnKeyPressedEditMode(QKeyEvent* pEvent)
     case Qt::Key_Backspace: {
         QPoint Start = From;
         if (!HasSelection()) {
-            if (pEvent->modifiers() & Qt::ControlModifier) Start = GetWordStep(From, -1);
-            else if (From.x() > 0) Start = QPoint(From.x() - 1, From.y());
-            else if (From.y() > 0) Start = QPoint(int(m_pDocument->GetLine(From.y() - 1).size()), From.y() - 1);
+            if (pEvent->modifiers() & Qt::ControlModifier)
+                Start = GetWordStep(From, -1);
+            else if (From.x() > 0)
+                Start = QPoint(From.x() - 1, From.y());
+            else if (From.y() > 0)
+                Start = QPoint(int(m_pDocument->GetLine(From.y() - 1).size()), From.y() - 1);
         }
         if (Start != To) Edit(Start, To, QString());
         return true;
@@ -232,7 +261,9 @@ bool CSourceEditor::OnKeyPressedEditMode(QKeyEvent* pEvent)
     case Qt::Key_Delete: {
         if (!Plain || (pEvent->modifiers() & Qt::ShiftModifier)) return false;
         QPoint End = To;
-        if (!HasSelection()) End = To.x() < m_pDocument->GetLine(To.y()).size() ? QPoint(To.x() + 1, To.y()) : m_pDocument->Clamp(QPoint(0, To.y() + 1));
+        if (!HasSelection())
+            End = To.x() < m_pDocument->GetLine(To.y()).size() ? QPoint(To.x() + 1, To.y())
+                                                               : m_pDocument->Clamp(QPoint(0, To.y() + 1));
         if (From != End && !(End.y() == From.y() && End.x() < From.x())) Edit(From, End, QString());
         return true;
     }
@@ -257,8 +288,9 @@ void CSourceEditor::mousePressEvent(QMouseEvent* pEvent)
     if (!m_pDocument) return;
     const int Row = qBound(0, GetRowAt(pEvent->pos().y()), GetNumRows() - 1);
     if (Row < 0) return;
-    if (IsExpansionBarShown() && pEvent->button() == Qt::LeftButton && pEvent->pos().x() < EXPANSION_BAR_WIDTH &&
-        GetRowAt(pEvent->pos().y()) == Row && IsLineExpandable(Row)) {
+    if (IsExpansionBarShown() && pEvent->button() == Qt::LeftButton &&
+        pEvent->pos().x() < EXPANSION_BAR_WIDTH && GetRowAt(pEvent->pos().y()) == Row &&
+        IsLineExpandable(Row)) {
         const U32 Line = m_Rows[Row].Line;
         SetLineExpanded(Line, !IsLineExpanded(Line));
         emit LineExpansionStateToggled(int(Line) - 1);
@@ -270,7 +302,9 @@ void CSourceEditor::mousePressEvent(QMouseEvent* pEvent)
         SetSelectedInstRow(Row);
     } else {
         const int Line = int(m_Rows[Row].Line) - 1;
-        const QPoint Pos(GetColumnAtX(m_pDocument->GetLine(Line), pEvent->pos().x() - GetTextLeft() + horizontalScrollBar()->value()), Line);
+        const QPoint Pos(GetColumnAtX(m_pDocument->GetLine(Line),
+                                      pEvent->pos().x() - GetTextLeft() + horizontalScrollBar()->value()),
+                         Line);
         const bool IsLeft = pEvent->button() == Qt::LeftButton;
         // A right click within the selection keeps it for the menu.
         const auto [From, To] = GetSelectionRange();
@@ -286,7 +320,10 @@ void CSourceEditor::mouseMoveEvent(QMouseEvent* pEvent)
     if (m_Dragging && m_pDocument) {
         const int Row = qBound(0, GetRowAt(pEvent->pos().y()), GetNumRows() - 1);
         const int Line = int(m_Rows[Row].Line) - 1;
-        SetCursorTextPos(QPoint(GetColumnAtX(m_pDocument->GetLine(Line), pEvent->pos().x() - GetTextLeft() + horizontalScrollBar()->value()), Line), true);
+        SetCursorTextPos(QPoint(GetColumnAtX(m_pDocument->GetLine(Line), pEvent->pos().x() - GetTextLeft() +
+                                                                             horizontalScrollBar()->value()),
+                                Line),
+                         true);
         EnsureRowVisible(Row, false);
         return;
     }
@@ -295,7 +332,10 @@ void CSourceEditor::mouseMoveEvent(QMouseEvent* pEvent)
     emit MouseHovered(pEvent->pos());
 }
 
-void CSourceEditor::mouseReleaseEvent(QMouseEvent*) { m_Dragging = false; }
+void CSourceEditor::mouseReleaseEvent(QMouseEvent*)
+{
+    m_Dragging = false;
+}
 
 void CSourceEditor::mouseDoubleClickEvent(QMouseEvent* pEvent)
 {

@@ -7,8 +7,8 @@
 #include "views/theme/icons.h"
 #include "views/theme/theme.h"
 
-#include <QPainter>
 #include <QPaintEvent>
+#include <QPainter>
 #include <QScrollBar>
 
 /// Looked up once a repaint.
@@ -28,11 +28,16 @@ struct CSourceEditor::PAINT_COLORS {
     const QColor& Get(SYNTAX_CLASSES Class) const
     {
         switch (Class) {
-        case SYNTAX_KEYWORD: return Keyword;
-        case SYNTAX_DIRECTIVE: return Directive;
-        case SYNTAX_STRING: return String;
-        case SYNTAX_COMMENT: return Comment;
-        default: return Text;
+        case SYNTAX_KEYWORD:
+            return Keyword;
+        case SYNTAX_DIRECTIVE:
+            return Directive;
+        case SYNTAX_STRING:
+            return String;
+        case SYNTAX_COMMENT:
+            return Comment;
+        default:
+            return Text;
         }
     }
 };
@@ -56,7 +61,8 @@ void CSourceEditor::paintEvent(QPaintEvent* pEvent)
     const int Last = qMin(First + GetNumVisibleRows(), GetNumRows() - 1);
     for (int Row = First; Row <= Last; Row++) {
         const int y = (Row - First) * m_RowHeight;
-        if (y + m_RowHeight >= pEvent->rect().top() && y <= pEvent->rect().bottom()) PaintRow(Painter, Row, y, Colors);
+        if (y + m_RowHeight >= pEvent->rect().top() && y <= pEvent->rect().bottom())
+            PaintRow(Painter, Row, y, Colors);
     }
     const int CaretRow = GetRowOfLine(U32(m_Cursor.y() + 1));
     if (m_CaretOn && hasFocus() && m_InstRow < 0 && CaretRow >= First && CaretRow <= Last) {
@@ -69,9 +75,11 @@ void CSourceEditor::PaintRow(QPainter& Painter, int Row, int y, const PAINT_COLO
 {
     const QRect RowRect(0, y, viewport()->width(), m_RowHeight);
     const SRC_ROW& Found = GetRow(Row);
-    const bool IsCurrent = m_InstRow >= 0 ? Row == m_InstRow : !Found.IsInst && int(Found.Line) - 1 == m_Cursor.y();
+    const bool IsCurrent =
+        m_InstRow >= 0 ? Row == m_InstRow : !Found.IsInst && int(Found.Line) - 1 == m_Cursor.y();
     QColor Ground = m_Highlights.value(Row);
-    if (!Ground.isValid() && IsCurrent) Ground = Found.IsInst && hasFocus() ? Colors.Selection : Colors.CurrentLine;
+    if (!Ground.isValid() && IsCurrent)
+        Ground = Found.IsInst && hasFocus() ? Colors.Selection : Colors.CurrentLine;
     if (!Ground.isValid() && Found.IsInst) Ground = Colors.InstGround;
     if (Ground.isValid()) Painter.fillRect(RowRect, Ground);
     if (Found.IsInst) {
@@ -79,8 +87,11 @@ void CSourceEditor::PaintRow(QPainter& Painter, int Row, int y, const PAINT_COLO
     } else {
         PaintSourceText(Painter, Row, y, Colors);
         if (IsExpansionBarShown() && !Found.Ranges.isEmpty()) {
-            const QRectF IconRect(0, y + (m_RowHeight - EXPANSION_BAR_WIDTH) / 2.0, EXPANSION_BAR_WIDTH, EXPANSION_BAR_WIDTH);
-            PaintIcon(Painter, Found.IsExpanded ? QStringLiteral("node-collapse") : QStringLiteral("node-expand"), IconRect, Colors.Weak);
+            const QRectF IconRect(0, y + (m_RowHeight - EXPANSION_BAR_WIDTH) / 2.0, EXPANSION_BAR_WIDTH,
+                                  EXPANSION_BAR_WIDTH);
+            PaintIcon(Painter,
+                      Found.IsExpanded ? QStringLiteral("node-collapse") : QStringLiteral("node-expand"),
+                      IconRect, Colors.Weak);
         }
     }
 }
@@ -94,7 +105,8 @@ void CSourceEditor::PaintSelection(QPainter& Painter, int Line, int y, const QCo
     const int Left = GetTextLeft() - horizontalScrollBar()->value();
     const int Start = Line == From.y() ? GetColumnX(sLine, From.x()) : 0;
     // A selected line end shows as half a character.
-    const int End = Line == To.y() ? GetColumnX(sLine, To.x()) : GetColumnX(sLine, int(sLine.size())) + int(m_CharWidth / 2);
+    const int End = Line == To.y() ? GetColumnX(sLine, To.x())
+                                   : GetColumnX(sLine, int(sLine.size())) + int(m_CharWidth / 2);
     QColor Ground = Color;
     if (!hasFocus()) Ground.setAlpha(110);
     Painter.fillRect(Left + Start, y, End - Start, m_RowHeight, Ground);
@@ -107,9 +119,11 @@ void CSourceEditor::PaintSourceText(QPainter& Painter, int Row, int y, const PAI
     const int Left = GetTextLeft() - horizontalScrollBar()->value();
     Painter.setFont(m_Font);
     if (!m_sMatch.isEmpty())
-        for (qsizetype Pos = sLine.indexOf(m_sMatch, 0, m_MatchCase); Pos >= 0; Pos = sLine.indexOf(m_sMatch, Pos + m_sMatch.size(), m_MatchCase)) {
+        for (qsizetype Pos = sLine.indexOf(m_sMatch, 0, m_MatchCase); Pos >= 0;
+             Pos = sLine.indexOf(m_sMatch, Pos + m_sMatch.size(), m_MatchCase)) {
             const int x = GetColumnX(sLine, int(Pos));
-            Painter.fillRect(Left + x, y + 1, GetColumnX(sLine, int(Pos + m_sMatch.size())) - x, m_RowHeight - 2, Colors.Match);
+            Painter.fillRect(Left + x, y + 1, GetColumnX(sLine, int(Pos + m_sMatch.size())) - x,
+                             m_RowHeight - 2, Colors.Match);
         }
     PaintSelection(Painter, Line, y, Colors.Selection);
 
@@ -135,8 +149,10 @@ void CSourceEditor::PaintSourceText(QPainter& Painter, int Row, int y, const PAI
         DrawPiece(qMax(From, qMin(To, SelTo)), To, SelTo > From ? Color : QColor());
     };
     auto Draw = [&](int From, int To, const QColor& Color) {
-        if (SelTo <= From || SelFrom >= To) DrawPiece(From, To, Color);
-        else DrawAround(From, To, Color);
+        if (SelTo <= From || SelFrom >= To)
+            DrawPiece(From, To, Color);
+        else
+            DrawAround(From, To, Color);
     };
     int Pos = 0;
     for (const SYNTAX_SPAN& Span : m_pDocument->GetSpans(Line)) {
@@ -163,5 +179,6 @@ void CSourceEditor::PaintInstText(QPainter& Painter, int Row, int y, const PAINT
     x += int(INST_INDENT_CHARS * CharWidth / 2);
     const bool IsSelected = Row == m_InstRow && hasFocus() && !m_Highlights.contains(Row);
     Painter.setFont(m_AsmFont);
-    PaintInst(Painter, QPoint(x, y), m_RowHeight, CharWidth, Inst, IsSelected ? Colors.SelectionText : QColor());
+    PaintInst(Painter, QPoint(x, y), m_RowHeight, CharWidth, Inst,
+              IsSelected ? Colors.SelectionText : QColor());
 }

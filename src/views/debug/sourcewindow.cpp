@@ -42,7 +42,10 @@ CSourceWindow::CSourceWindow(QWidget* pParent) : CWindow(pParent, QStringLiteral
     emit Initialized();
 }
 
-CSourceWindow::~CSourceWindow() { m_pEditor->SetDocument(nullptr); }
+CSourceWindow::~CSourceWindow()
+{
+    m_pEditor->SetDocument(nullptr);
+}
 
 void CSourceWindow::CreateWidgets()
 {
@@ -110,7 +113,8 @@ void CSourceWindow::CreateWidgets()
 
     connect(m_pTabBar, SIGNAL(currentChanged(int)), this, SLOT(OnTabChanged(int)));
     connect(m_pTabBar, SIGNAL(tabCloseRequested(int)), this, SLOT(OnTabCloseRequested(int)));
-    connect(m_pTabBar, SIGNAL(customContextMenuRequested(QPoint)), this, SLOT(OnTabContextMenuRequested(QPoint)));
+    connect(m_pTabBar, SIGNAL(customContextMenuRequested(QPoint)), this,
+            SLOT(OnTabContextMenuRequested(QPoint)));
     connect(m_pTabBar, &QTabBar::tabMoved, this, [this](int From, int To) { m_TabFiles.move(From, To); });
     connect(m_pSideBar, SIGNAL(MouseClicked(int, int)), this, SLOT(OnSidebarClicked(int, int)));
     connect(m_pEditor, SIGNAL(CursorPositionChanged(QPoint)), this, SLOT(OnCursorPositionChanged(QPoint)));
@@ -123,8 +127,10 @@ void CSourceWindow::CreateWidgets()
     connect(m_pEditor, &CSourceEditor::Clicked, this, [this](int Row) {
         const SRC_ROW& Clicked = m_pEditor->GetRow(Row);
         m_IsSelecting = true;
-        if (Clicked.IsInst) emit InstSelected(I64(Clicked.Addr));
-        else emit SrcLocSelected(GetCursorLoc());
+        if (Clicked.IsInst)
+            emit InstSelected(I64(Clicked.Addr));
+        else
+            emit SrcLocSelected(GetCursorLoc());
         m_IsSelecting = false;
     });
     connect(m_pEditor, &CSourceEditor::MouseHovered, this, [this](QPoint Pos) {
@@ -143,9 +149,18 @@ void CSourceWindow::CreateWidgets()
     });
 }
 
-QString CSourceWindow::GetEmptyWindowText(DEBUG_STATES) const { return QStringLiteral("No document open"); }
-void CSourceWindow::Clear() { emit ContentChanged(); }
-bool CSourceWindow::IsEscKeyOpActive() const { return m_pFindBar->isVisible() || m_pEditor->HasSelection(); }
+QString CSourceWindow::GetEmptyWindowText(DEBUG_STATES) const
+{
+    return QStringLiteral("No document open");
+}
+void CSourceWindow::Clear()
+{
+    emit ContentChanged();
+}
+bool CSourceWindow::IsEscKeyOpActive() const
+{
+    return m_pFindBar->isVisible() || m_pEditor->HasSelection();
+}
 
 void CSourceWindow::OnContentChanged()
 {
@@ -166,7 +181,10 @@ void CSourceWindow::Update(U32 NewPC)
     Repaint();
 }
 
-bool CSourceWindow::IsPCShown() const { return IsTargetHalted() && m_PCLoc.IsValid(); }
+bool CSourceWindow::IsPCShown() const
+{
+    return IsTargetHalted() && m_PCLoc.IsValid();
+}
 
 bool CSourceWindow::SelectPcLine()
 {
@@ -190,15 +208,20 @@ void CSourceWindow::ViewPC()
     if (m_PCLoc.IsValid()) m_pEditor->ScrollToRow(m_pEditor->GetRowOfLine(m_PCLoc.Line), true);
 }
 
-void CSourceWindow::OnDeviceHaltDone(U32 NewPC, HALT_REASONS Reason) { CWindow::OnDeviceHaltDone(NewPC, Reason); }
+void CSourceWindow::OnDeviceHaltDone(U32 NewPC, HALT_REASONS Reason)
+{
+    CWindow::OnDeviceHaltDone(NewPC, Reason);
+}
 
 void CSourceWindow::OnDeviceResumeDone(RESUME_MODES Mode)
 {
     CWindow::OnDeviceResumeDone(Mode);
     UpdateReadOnly();
     // A step resumes for an instant; its marks go only when it doesn't come back soon.
-    if (Mode == RESUME_NORMAL) ClearPC();
-    else StartDeactivateTimer(500);
+    if (Mode == RESUME_NORMAL)
+        ClearPC();
+    else
+        StartDeactivateTimer(500);
 }
 
 void CSourceWindow::OnDeactivateTimerTimeout()
@@ -213,11 +236,26 @@ void CSourceWindow::OnDeviceDisconnectDone()
     ClearPC();
 }
 
-void CSourceWindow::OnDeviceBPStateChanged() { UpdateSidebarIcons(); }
-void CSourceWindow::OnDeviceTPStateChanged() { UpdateSidebarIcons(); }
-void CSourceWindow::OnCallFrameEvaluated(int) { Repaint(); }
-void CSourceWindow::OnCallStackUnwinded() { Repaint(); }
-void CSourceWindow::OnActivationChanged(bool) { Repaint(); }
+void CSourceWindow::OnDeviceBPStateChanged()
+{
+    UpdateSidebarIcons();
+}
+void CSourceWindow::OnDeviceTPStateChanged()
+{
+    UpdateSidebarIcons();
+}
+void CSourceWindow::OnCallFrameEvaluated(int)
+{
+    Repaint();
+}
+void CSourceWindow::OnCallStackUnwinded()
+{
+    Repaint();
+}
+void CSourceWindow::OnActivationChanged(bool)
+{
+    Repaint();
+}
 
 void CSourceWindow::OnDataFileOpened(QString)
 {
@@ -254,7 +292,8 @@ void CSourceWindow::HighlightPcLine()
     m_pEditor->ClearHighlights(Inactive);
     if (!IsPCShown() || m_PCLoc.File != GetActiveFileNo()) return;
     const int InstRow = m_pEditor->GetRowOfInst(AlignToInst(m_PC));
-    m_pEditor->SetHighlight(InstRow >= 0 ? InstRow : m_pEditor->GetRowOfLine(m_PCLoc.Line), IsActive() ? Active : Inactive);
+    m_pEditor->SetHighlight(InstRow >= 0 ? InstRow : m_pEditor->GetRowOfLine(m_PCLoc.Line),
+                            IsActive() ? Active : Inactive);
 }
 
 void CSourceWindow::HighlightCallSites()
@@ -266,29 +305,41 @@ void CSourceWindow::HighlightCallSites()
     if (!IsTargetHalted()) return;
     const auto& Hooks = GetDebugViewHooks();
     for (const CSrcLoc& Loc : AskHook(Hooks.GetCallSites, QList<CSrcLoc>()))
-        if (Loc.File == GetActiveFileNo()) m_pEditor->SetHighlight(m_pEditor->GetRowOfLine(Loc.Line), IsActive() ? Active : Inactive);
+        if (Loc.File == GetActiveFileNo())
+            m_pEditor->SetHighlight(m_pEditor->GetRowOfLine(Loc.Line), IsActive() ? Active : Inactive);
     const int Frame = AskHook(Hooks.GetSelectedFrame, 0);
     if (Frame <= 0 || !Hooks.GetFrame) return;
     const CSrcLoc Loc = Hooks.GetFrame(Frame).Loc;
-    if (Loc.IsValid() && Loc.File == GetActiveFileNo()) m_pEditor->SetHighlight(m_pEditor->GetRowOfLine(Loc.Line), Selected);
+    if (Loc.IsValid() && Loc.File == GetActiveFileNo())
+        m_pEditor->SetHighlight(m_pEditor->GetRowOfLine(Loc.Line), Selected);
 }
 
 void CSourceWindow::SetFont(int FontID, QFont& Font)
 {
     if (FontID == FONT_SRC_CODE || FontID == FONT_SRC_ASM_CODE) m_pEditor->UpdateFonts();
-    if (FontID == FONT_LINE_NUMBERS || FontID == FONT_EXEC_COUNTERS) m_pSideBar->SetFonts(::GetFont(FONT_LINE_NUMBERS), ::GetFont(FONT_EXEC_COUNTERS));
+    if (FontID == FONT_LINE_NUMBERS || FontID == FONT_EXEC_COUNTERS)
+        m_pSideBar->SetFonts(::GetFont(FONT_LINE_NUMBERS), ::GetFont(FONT_EXEC_COUNTERS));
     CWindow::SetFont(FontID, Font);
 }
 
 void CSourceWindow::SetPreference(int SysVarID, I64 Value)
 {
     switch (SysVarID) {
-    case PREF_SHOW_SIDEBAR_SRC: m_pSideBar->setVisible(Value != 0); break;
+    case PREF_SHOW_SIDEBAR_SRC:
+        m_pSideBar->setVisible(Value != 0);
+        break;
     case PREF_TAB_SPACING:
-    case PREF_SHOW_EXPANSION_BAR: m_pEditor->UpdateFonts(); break;
-    case PREF_SHOW_ENCODINGS_SRC: m_pEditor->ForgetAddresses(); break;
-    case PREF_RESTRICT_SRC_EDIT: UpdateReadOnly(); break;
-    default: break;
+    case PREF_SHOW_EXPANSION_BAR:
+        m_pEditor->UpdateFonts();
+        break;
+    case PREF_SHOW_ENCODINGS_SRC:
+        m_pEditor->ForgetAddresses();
+        break;
+    case PREF_RESTRICT_SRC_EDIT:
+        UpdateReadOnly();
+        break;
+    default:
+        break;
     }
     UpdateActions();
     Repaint();
@@ -349,7 +400,8 @@ void CSourceWindow::SelectPrevObsvPoint()
 
 void CSourceWindow::GotoLine(int Line)
 {
-    if (const U32 FileNo = GetActiveFileNo()) SelectLocation(CSrcLoc(FileNo, U32(qBound(1, Line, GetCurrentDocument()->GetNumLines()))));
+    if (const U32 FileNo = GetActiveFileNo())
+        SelectLocation(CSrcLoc(FileNo, U32(qBound(1, Line, GetCurrentDocument()->GetNumLines()))));
 }
 
 void CSourceWindow::SelectText(const QString& sPath, QPoint Pos, int Length)
@@ -405,13 +457,18 @@ void CSourceWindow::OnTooltipDelayTimerTimeout()
     const QPoint Pos = m_pEditor->GetTextPosAt(m_TooltipPos);
     if (!pDocument || !m_pEditor->viewport()->underMouse()) return QToolTip::hideText();
     QString sExpression = m_pEditor->GetSelectedText();
-    if (sExpression.isEmpty() || sExpression.contains(u'\n')) sExpression = Pos.y() < 0 ? QString() : GetWordAt(pDocument->GetLineWithoutComments(Pos.y()), Pos.x(), true);
+    if (sExpression.isEmpty() || sExpression.contains(u'\n'))
+        sExpression =
+            Pos.y() < 0 ? QString() : GetWordAt(pDocument->GetLineWithoutComments(Pos.y()), Pos.x(), true);
     if (sExpression.isEmpty()) return QToolTip::hideText();
     QPoint GlobalPos = m_pEditor->viewport()->mapToGlobal(m_TooltipPos);
     emit SymbolTooltipRequest(GlobalPos, sExpression, Pos.y() + 1);
-    const QString sTip = AskHook(GetDebugViewHooks().GetTooltip, QString(), sExpression, CSrcLoc(pDocument->GetFileNo(), U32(qMax(0, Pos.y()) + 1)));
-    if (sTip.isEmpty()) QToolTip::hideText();
-    else QToolTip::showText(GlobalPos, sTip, m_pEditor);
+    const QString sTip = AskHook(GetDebugViewHooks().GetTooltip, QString(), sExpression,
+                                 CSrcLoc(pDocument->GetFileNo(), U32(qMax(0, Pos.y()) + 1)));
+    if (sTip.isEmpty())
+        QToolTip::hideText();
+    else
+        QToolTip::showText(GlobalPos, sTip, m_pEditor);
 }
 
 // ---- Header bar ------------------------------------------------------------------------------------------
@@ -419,12 +476,14 @@ void CSourceWindow::OnTooltipDelayTimerTimeout()
 void CSourceWindow::InitHeaderBar()
 {
     const U32 FileNo = GetActiveFileNo();
-    m_Funcs = FileNo ? AskHook(GetDebugViewHooks().GetFileFuncs, QList<VIEW_FUNC>(), FileNo) : QList<VIEW_FUNC>();
+    m_Funcs =
+        FileNo ? AskHook(GetDebugViewHooks().GetFileFuncs, QList<VIEW_FUNC>(), FileNo) : QList<VIEW_FUNC>();
     m_pHeaderBar->setVisible(!m_Funcs.isEmpty());
     m_pComboScope->clear();
     m_pComboScope->addItem(GetIcon(QStringLiteral("document-text")), QStringLiteral("File Scope"));
     for (const VIEW_FUNC& Func : std::as_const(m_Funcs))
-        if (!Func.sScope.isEmpty() && m_pComboScope->findText(Func.sScope) < 0) m_pComboScope->addItem(Func.sScope);
+        if (!Func.sScope.isEmpty() && m_pComboScope->findText(Func.sScope) < 0)
+            m_pComboScope->addItem(Func.sScope);
     OnHeaderBarUpdateTimerTimeout();
 }
 
@@ -447,7 +506,8 @@ void CSourceWindow::OnComboBoxScopeIndexChanged(int Index)
     const QString sScope = Index <= 0 ? QString() : m_pComboScope->itemText(Index);
     m_pComboSymbols->clear();
     for (const VIEW_FUNC& Func : std::as_const(m_Funcs))
-        if (Func.sScope == sScope) m_pComboSymbols->addItem(GetIcon(QStringLiteral("function-single")), Func.sName, Func.Line);
+        if (Func.sScope == sScope)
+            m_pComboSymbols->addItem(GetIcon(QStringLiteral("function-single")), Func.sName, Func.Line);
 }
 
 void CSourceWindow::OnComboBoxSymbolsIndexChanged(int Index)
@@ -461,13 +521,16 @@ void CSourceWindow::OnComboBoxSymbolsIndexChanged(int Index)
 
 void CSourceWindow::OpenFindBar(const QString& sText)
 {
-    m_pFindBar->Open(sText.isEmpty() && !m_pEditor->GetSelectedText().contains(u'\n') ? m_pEditor->GetSelectedText() : sText);
+    m_pFindBar->Open(sText.isEmpty() && !m_pEditor->GetSelectedText().contains(u'\n')
+                         ? m_pEditor->GetSelectedText()
+                         : sText);
     UpdateFindMatches();
 }
 
 void CSourceWindow::UpdateFindMatches()
 {
-    m_pEditor->SetMatches(m_pFindBar->isVisible() ? m_pFindBar->GetText() : QString(), m_pFindBar->IsMatchCase());
+    m_pEditor->SetMatches(m_pFindBar->isVisible() ? m_pFindBar->GetText() : QString(),
+                          m_pFindBar->IsMatchCase());
     int NumMatches = 0;
     const QString sPattern = m_pFindBar->GetText();
     const auto Case = m_pFindBar->IsMatchCase() ? Qt::CaseSensitive : Qt::CaseInsensitive;
@@ -483,11 +546,16 @@ bool CSourceWindow::FindNext(bool Forward)
     if (!pDocument || sPattern.isEmpty()) return false;
     const auto Case = m_pFindBar->IsMatchCase() ? Qt::CaseSensitive : Qt::CaseInsensitive;
     QList<QPoint> Matches;
-    auto IsWord = [](const QString& sLine, qsizetype Pos) { return Pos >= 0 && Pos < sLine.size() && (sLine[Pos].isLetterOrNumber() || sLine[Pos] == u'_'); };
+    auto IsWord = [](const QString& sLine, qsizetype Pos) {
+        return Pos >= 0 && Pos < sLine.size() && (sLine[Pos].isLetterOrNumber() || sLine[Pos] == u'_');
+    };
     for (int Line = 0; Line < pDocument->GetNumLines(); Line++) {
         const QString& sLine = pDocument->GetLine(Line);
-        for (qsizetype Pos = sLine.indexOf(sPattern, 0, Case); Pos >= 0; Pos = sLine.indexOf(sPattern, Pos + sPattern.size(), Case))
-            if (!m_pFindBar->IsWholeWord() || (!IsWord(sLine, Pos - 1) && !IsWord(sLine, Pos + sPattern.size()))) Matches.append(QPoint(int(Pos), Line));
+        for (qsizetype Pos = sLine.indexOf(sPattern, 0, Case); Pos >= 0;
+             Pos = sLine.indexOf(sPattern, Pos + sPattern.size(), Case))
+            if (!m_pFindBar->IsWholeWord() ||
+                (!IsWord(sLine, Pos - 1) && !IsWord(sLine, Pos + sPattern.size())))
+                Matches.append(QPoint(int(Pos), Line));
     }
     if (Matches.isEmpty()) {
         m_pFindBar->SetResult(0, 0);
@@ -501,7 +569,8 @@ bool CSourceWindow::FindNext(bool Forward)
         while (Index < Matches.size() && IsBefore(Matches[Index], Cursor)) Index++;
         if (Index == Matches.size()) Index = 0;
     } else {
-        const QPoint Start = m_pEditor->HasSelection() ? QPoint(Cursor.x() - int(sPattern.size()), Cursor.y()) : Cursor;
+        const QPoint Start =
+            m_pEditor->HasSelection() ? QPoint(Cursor.x() - int(sPattern.size()), Cursor.y()) : Cursor;
         Index = int(Matches.size()) - 1;
         while (Index >= 0 && !IsBefore(Matches[Index], Start)) Index--;
         if (Index < 0) Index = int(Matches.size()) - 1;

@@ -1,5 +1,5 @@
-// CSourceWindow, the program's source files in tabs: text with margin, header bar and find bar. It follows the PC,
-// shows breakpoints and call sites, and is where the user sets breakpoints and edits.
+// CSourceWindow, the program's source files in tabs: text with margin, header bar and find bar. It follows
+// the PC, shows breakpoints and call sites, and is where the user sets breakpoints and edits.
 //
 // Documents are known by their file number; texts of locations come from the program tables. Every change of
 // breakpoints or of the target goes through a command.
@@ -33,7 +33,8 @@ public:
 
     /// \name Files. Paths may be those of the program file; lines and columns count from 0.
     ///@{
-    bool Open(const QString& sPath, DOC_OPEN_MODES Mode = DOC_OPEN_CURRENT, int Line = -1, QPoint CursorPos = QPoint(-1, -1));
+    bool Open(const QString& sPath, DOC_OPEN_MODES Mode = DOC_OPEN_CURRENT, int Line = -1,
+              QPoint CursorPos = QPoint(-1, -1));
     bool Close(const QString& sPath); ///< false when the user keeps the modified document open
     bool CloseAll();
     bool CloseAllButThis();
@@ -41,7 +42,7 @@ public:
     bool Save(const QString& sPath);
     bool SaveAll();
     bool SaveDocument(U32 FileNo);
-    void ReopenResolvedDocuments();  ///< loads files that were not found when they were opened
+    void ReopenResolvedDocuments(); ///< loads files that were not found when they were opened
     bool IsOpen(const QString& sPath) const;
     using CWindow::IsOpen;
     bool IsDocumentModified(U32 FileNo) const;

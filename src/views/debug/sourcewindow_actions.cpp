@@ -22,41 +22,65 @@ struct SRC_ACTION {
     bool Checkable = false;
 };
 const SRC_ACTION aActions[] = {
-    {"actionSrcViewPC", "Go To &PC", "Ctrl+P", "Displays the PC Line", SLOT(OnActionViewPCTriggered()), "arrow-pc"},
-    {"actionSrcViewLine", "Go To &Line...", "Ctrl+L", "Displays a Source Line", SLOT(OnActionViewLineTriggered())},
-    {"actionSrcFindNext", "Find &Next", "F3", "Finds the Text once more", SLOT(OnActionFindNextTriggered()), "chevron-down"},
-    {"actionSrcFindPrev", "Find Pre&vious", "Shift+F3", "Finds the Text backwards", SLOT(OnActionFindPrevTriggered()), "chevron-up"},
-    {"actionSrcFindNextUnderCursor", "Find Next &Under Cursor", "Ctrl+F3", "Finds the Word under the Cursor", SLOT(OnActionFindUnderCursorTriggered())},
-    {"actionSrcShowNextDocument", "Next &Document", "Ctrl+Tab", "Shows the next Document", SLOT(OnActionNextDocumentTriggered())},
-    {"actionSrcSetNextStmnt", "Set Next &Statement", "Shift+F10", "Sets the next Source Line to be executed", SLOT(OnActionSetNextStmntTriggered())},
-    {"actionSrcSetNextPC", "Set Next P&C", "", "Sets the next Instruction to be executed", SLOT(OnActionSetNextPCTriggered())},
-    {"actionSrcRunToCursor", "&Run To Cursor", "Ctrl+F10", "Runs the Program to the Cursor", SLOT(OnActionRunToCursorTriggered())},
-    {"actionSrcExpandLine", "E&xpand Line", "Ctrl++", "Shows the Instructions of the Line", SLOT(OnActionExpandLineTriggered()), "node-expand"},
-    {"actionSrcCollapseLine", "C&ollapse Line", "Ctrl+-", "Hides the Instructions of the Line", SLOT(OnActionCollapseLineTriggered()), "node-collapse"},
-    {"actionSrcExpandAllLines", "Expand All Lines", "Alt++", "Shows the Instructions of all Lines", SLOT(OnActionExpandAllTriggered())},
-    {"actionSrcCollapseAllLines", "Collapse All Lines", "Alt+-", "Hides the Instructions of all Lines", SLOT(OnActionCollapseAllTriggered())},
-    {"actionSrcViewNextObsvPoint", "Next Location", "Alt+Right", "Displays the next viewed Location", SLOT(OnActionNextObsvPointTriggered()), "arrow-right"},
-    {"actionSrcViewPrevObsvPoint", "Previous Location", "Alt+Left", "Displays the previously viewed Location", SLOT(OnActionPrevObsvPointTriggered()), "arrow-left"},
-    {"actionSrcShowCodeProfile", "&Execution Counters", "Ctrl+E", "Shows Execution Counters", SLOT(OnActionShowCodeProfileTriggered()), "", true},
-    {"actionSrcResetCodeProfile", "Reset Execution Counters", "Ctrl+R", "Resets Execution Counters", SLOT(OnActionResetCodeProfileTriggered())},
-    {"actionSrcShowInstEncodings", "&Instruction Encodings", "", "Shows Instruction Encodings", SLOT(OnActionShowEncodingsTriggered()), "", true},
-    {"actionSrcLockHeaderBar", "Lock &Header Bar", "", "Locks the Header Bar", SLOT(OnActionLockHeaderBarTriggered()), "", true},
+    {"actionSrcViewPC", "Go To &PC", "Ctrl+P", "Displays the PC Line", SLOT(OnActionViewPCTriggered()),
+     "arrow-pc"},
+    {"actionSrcViewLine", "Go To &Line...", "Ctrl+L", "Displays a Source Line",
+     SLOT(OnActionViewLineTriggered())},
+    {"actionSrcFindNext", "Find &Next", "F3", "Finds the Text once more", SLOT(OnActionFindNextTriggered()),
+     "chevron-down"},
+    {"actionSrcFindPrev", "Find Pre&vious", "Shift+F3", "Finds the Text backwards",
+     SLOT(OnActionFindPrevTriggered()), "chevron-up"},
+    {"actionSrcFindNextUnderCursor", "Find Next &Under Cursor", "Ctrl+F3", "Finds the Word under the Cursor",
+     SLOT(OnActionFindUnderCursorTriggered())},
+    {"actionSrcShowNextDocument", "Next &Document", "Ctrl+Tab", "Shows the next Document",
+     SLOT(OnActionNextDocumentTriggered())},
+    {"actionSrcSetNextStmnt", "Set Next &Statement", "Shift+F10", "Sets the next Source Line to be executed",
+     SLOT(OnActionSetNextStmntTriggered())},
+    {"actionSrcSetNextPC", "Set Next P&C", "", "Sets the next Instruction to be executed",
+     SLOT(OnActionSetNextPCTriggered())},
+    {"actionSrcRunToCursor", "&Run To Cursor", "Ctrl+F10", "Runs the Program to the Cursor",
+     SLOT(OnActionRunToCursorTriggered())},
+    {"actionSrcExpandLine", "E&xpand Line", "Ctrl++", "Shows the Instructions of the Line",
+     SLOT(OnActionExpandLineTriggered()), "node-expand"},
+    {"actionSrcCollapseLine", "C&ollapse Line", "Ctrl+-", "Hides the Instructions of the Line",
+     SLOT(OnActionCollapseLineTriggered()), "node-collapse"},
+    {"actionSrcExpandAllLines", "Expand All Lines", "Alt++", "Shows the Instructions of all Lines",
+     SLOT(OnActionExpandAllTriggered())},
+    {"actionSrcCollapseAllLines", "Collapse All Lines", "Alt+-", "Hides the Instructions of all Lines",
+     SLOT(OnActionCollapseAllTriggered())},
+    {"actionSrcViewNextObsvPoint", "Next Location", "Alt+Right", "Displays the next viewed Location",
+     SLOT(OnActionNextObsvPointTriggered()), "arrow-right"},
+    {"actionSrcViewPrevObsvPoint", "Previous Location", "Alt+Left", "Displays the previously viewed Location",
+     SLOT(OnActionPrevObsvPointTriggered()), "arrow-left"},
+    {"actionSrcShowCodeProfile", "&Execution Counters", "Ctrl+E", "Shows Execution Counters",
+     SLOT(OnActionShowCodeProfileTriggered()), "", true},
+    {"actionSrcResetCodeProfile", "Reset Execution Counters", "Ctrl+R", "Resets Execution Counters",
+     SLOT(OnActionResetCodeProfileTriggered())},
+    {"actionSrcShowInstEncodings", "&Instruction Encodings", "", "Shows Instruction Encodings",
+     SLOT(OnActionShowEncodingsTriggered()), "", true},
+    {"actionSrcLockHeaderBar", "Lock &Header Bar", "", "Locks the Header Bar",
+     SLOT(OnActionLockHeaderBarTriggered()), "", true},
 };
-const char* const aLineNumberTexts[] = {"&Off", "&Current Line", "&All Lines", "Every &5 Lines", "Every &10 Lines"};
+const char* const aLineNumberTexts[] = {"&Off", "&Current Line", "&All Lines", "Every &5 Lines",
+                                        "Every &10 Lines"};
 
 } // namespace
 
 void CSourceWindow::CreateActions()
 {
     for (const SRC_ACTION& Row : aActions) {
-        QAction* pAction = AddAction(Row.sName, QString::fromLatin1(Row.sText), Row.sShortcut, QString::fromLatin1(Row.sStatusTip), Row.sIcon);
+        QAction* pAction = AddAction(Row.sName, QString::fromLatin1(Row.sText), Row.sShortcut,
+                                     QString::fromLatin1(Row.sStatusTip), Row.sIcon);
         pAction->setCheckable(Row.Checkable);
         Connect(pAction, SIGNAL(triggered()), this, Row.sSlot);
     }
     UpdateActions();
 }
 
-QAction* CSourceWindow::FindAction(const char* sName) const { return findChild<QAction*>(QLatin1String(sName), Qt::FindDirectChildrenOnly); }
+QAction* CSourceWindow::FindAction(const char* sName) const
+{
+    return findChild<QAction*>(QLatin1String(sName), Qt::FindDirectChildrenOnly);
+}
 
 void CSourceWindow::UpdateActions()
 {
@@ -84,12 +108,19 @@ void CSourceWindow::OnActionViewPCTriggered()
 void CSourceWindow::OnActionViewLineTriggered()
 {
     bool Ok = false;
-    const QString sLine = QInputDialog::getText(this, QStringLiteral("Line"), QStringLiteral("Line:"), QLineEdit::Normal, QStringLiteral("1"), &Ok);
+    const QString sLine = QInputDialog::getText(this, QStringLiteral("Line"), QStringLiteral("Line:"),
+                                                QLineEdit::Normal, QStringLiteral("1"), &Ok);
     if (Ok) PerformWindowCommand(QStringLiteral("View.Line"), {sLine});
 }
 
-void CSourceWindow::OnActionFindNextTriggered() { FindNext(true); }
-void CSourceWindow::OnActionFindPrevTriggered() { FindNext(false); }
+void CSourceWindow::OnActionFindNextTriggered()
+{
+    FindNext(true);
+}
+void CSourceWindow::OnActionFindPrevTriggered()
+{
+    FindNext(false);
+}
 
 void CSourceWindow::OnActionFindUnderCursorTriggered()
 {
@@ -101,21 +132,28 @@ void CSourceWindow::OnActionFindUnderCursorTriggered()
 
 void CSourceWindow::OnActionNextDocumentTriggered()
 {
-    if (!m_TabFiles.isEmpty()) SetCurrentTab((int(m_TabFiles.indexOf(GetActiveFileNo())) + 1) % int(m_TabFiles.size()));
+    if (!m_TabFiles.isEmpty())
+        SetCurrentTab((int(m_TabFiles.indexOf(GetActiveFileNo())) + 1) % int(m_TabFiles.size()));
 }
 
-void CSourceWindow::OnActionSetNextStmntTriggered() { PerformWindowCommand(QStringLiteral("Debug.SetNextStatement"), {GetViewSrcLocText(GetCursorLoc())}); }
+void CSourceWindow::OnActionSetNextStmntTriggered()
+{
+    PerformWindowCommand(QStringLiteral("Debug.SetNextStatement"), {GetViewSrcLocText(GetCursorLoc())});
+}
 
 void CSourceWindow::OnActionSetNextPCTriggered()
 {
     const int Row = m_pEditor->GetSelectedInstRow();
-    if (Row >= 0) PerformWindowCommand(QStringLiteral("Debug.SetNextPC"), {FormatAddr(U32(m_pEditor->GetRow(Row).Addr))});
+    if (Row >= 0)
+        PerformWindowCommand(QStringLiteral("Debug.SetNextPC"),
+                             {FormatAddr(U32(m_pEditor->GetRow(Row).Addr))});
 }
 
 void CSourceWindow::OnActionRunToCursorTriggered()
 {
     const int Row = m_pEditor->GetSelectedInstRow();
-    const QString sPlace = Row >= 0 ? FormatAddr(U32(m_pEditor->GetRow(Row).Addr)) : GetViewSrcLocText(GetCursorLoc());
+    const QString sPlace =
+        Row >= 0 ? FormatAddr(U32(m_pEditor->GetRow(Row).Addr)) : GetViewSrcLocText(GetCursorLoc());
     PerformWindowCommand(QStringLiteral("Debug.RunTo"), {sPlace});
 }
 
@@ -143,39 +181,69 @@ void CSourceWindow::CollapseAll()
     Repaint();
 }
 
-void CSourceWindow::OnActionExpandAllTriggered() { ExpandAll(); }
-void CSourceWindow::OnActionCollapseAllTriggered() { CollapseAll(); }
-void CSourceWindow::OnActionNextObsvPointTriggered() { SelectNextObsvPoint(); }
-void CSourceWindow::OnActionPrevObsvPointTriggered() { SelectPrevObsvPoint(); }
-void CSourceWindow::OnActionResetCodeProfileTriggered() { emit ResetExecCounters(); }
+void CSourceWindow::OnActionExpandAllTriggered()
+{
+    ExpandAll();
+}
+void CSourceWindow::OnActionCollapseAllTriggered()
+{
+    CollapseAll();
+}
+void CSourceWindow::OnActionNextObsvPointTriggered()
+{
+    SelectNextObsvPoint();
+}
+void CSourceWindow::OnActionPrevObsvPointTriggered()
+{
+    SelectPrevObsvPoint();
+}
+void CSourceWindow::OnActionResetCodeProfileTriggered()
+{
+    emit ResetExecCounters();
+}
 
 namespace {
 /// A preference is changed by its command, so that the change is echoed and stored.
 void TogglePreference(CSourceWindow* pWindow, int VarID)
 {
     const I64 Value = GetVarValue(VarID) ? 0 : 1;
-    if (PerformWindowCommand(QStringLiteral("Edit.Preference"), {QLatin1String(GetVar(VarID)->Name), QString::number(Value), QStringLiteral("1")}) < 0) {
+    if (PerformWindowCommand(
+            QStringLiteral("Edit.Preference"),
+            {QLatin1String(GetVar(VarID)->Name), QString::number(Value), QStringLiteral("1")}) < 0) {
         SetVar(VarID, Value, true);
         pWindow->SetPreference(VarID, Value);
     }
 }
 } // namespace
 
-void CSourceWindow::OnActionShowCodeProfileTriggered() { TogglePreference(this, PREF_SHOW_SRC_CODE_PROFILE); }
-void CSourceWindow::OnActionShowEncodingsTriggered() { TogglePreference(this, PREF_SHOW_ENCODINGS_SRC); }
-void CSourceWindow::OnActionLockHeaderBarTriggered() { TogglePreference(this, PREF_LOCK_HEADER_BAR); }
+void CSourceWindow::OnActionShowCodeProfileTriggered()
+{
+    TogglePreference(this, PREF_SHOW_SRC_CODE_PROFILE);
+}
+void CSourceWindow::OnActionShowEncodingsTriggered()
+{
+    TogglePreference(this, PREF_SHOW_ENCODINGS_SRC);
+}
+void CSourceWindow::OnActionLockHeaderBarTriggered()
+{
+    TogglePreference(this, PREF_LOCK_HEADER_BAR);
+}
 
 void CSourceWindow::OnActionLineNumbersTriggered()
 {
     auto* pAction = qobject_cast<QAction*>(sender());
-    if (pAction) PerformWindowCommand(QStringLiteral("Edit.Preference"), {QStringLiteral("PREF_LINE_NUMBER_FREQ"), pAction->data().toString(), QStringLiteral("1")});
+    if (pAction)
+        PerformWindowCommand(
+            QStringLiteral("Edit.Preference"),
+            {QStringLiteral("PREF_LINE_NUMBER_FREQ"), pAction->data().toString(), QStringLiteral("1")});
 }
 
 // ---- Menus -----------------------------------------------------------------------------------------------
 
 QPoint CSourceWindow::GetContextMenuPos(int) const
 {
-    const QPoint Pos = m_pEditor->GetViewportPos(m_pEditor->GetCursor()) + QPoint(0, m_pEditor->GetRowHeight());
+    const QPoint Pos =
+        m_pEditor->GetViewportPos(m_pEditor->GetCursor()) + QPoint(0, m_pEditor->GetRowHeight());
     return m_pEditor->viewport()->mapTo(const_cast<CSourceWindow*>(this), Pos);
 }
 
@@ -183,31 +251,39 @@ void CSourceWindow::ShowContextMenu(QPoint Pos)
 {
     if (IsEmpty()) return;
     QMenu Menu(this);
-    const int Row = m_pEditor->GetSelectedInstRow() >= 0 ? m_pEditor->GetSelectedInstRow() : m_pEditor->GetRowOfLine(GetCursorLoc().Line);
+    const int Row = m_pEditor->GetSelectedInstRow() >= 0 ? m_pEditor->GetSelectedInstRow()
+                                                         : m_pEditor->GetRowOfLine(GetCursorLoc().Line);
     const VIEW_POINT Point = GetBreakpointOfRow(m_pEditor->GetRow(Row));
     for (const char* sName : {"actionSrcSetNextStmnt", "actionSrcSetNextPC", "actionSrcRunToCursor"})
         if (FindAction(sName)->isEnabled()) Menu.addAction(FindAction(sName));
     Menu.addSeparator();
-    connect(Menu.addAction(Point.Exists ? QStringLiteral("Clear &Breakpoint") : QStringLiteral("Set &Breakpoint")), &QAction::triggered, this,
-            [this, Row] { RunBreakpointCommand(Row, false); });
+    connect(Menu.addAction(Point.Exists ? QStringLiteral("Clear &Breakpoint")
+                                        : QStringLiteral("Set &Breakpoint")),
+            &QAction::triggered, this, [this, Row] { RunBreakpointCommand(Row, false); });
     if (Point.Exists)
-        connect(Menu.addAction(Point.State == BP_STATE_DISABLED ? QStringLiteral("E&nable Breakpoint") : QStringLiteral("Disable Breakpoint")),
+        connect(Menu.addAction(Point.State == BP_STATE_DISABLED ? QStringLiteral("E&nable Breakpoint")
+                                                                : QStringLiteral("Disable Breakpoint")),
                 &QAction::triggered, this, [this, Row] { RunBreakpointCommand(Row, true); });
     Menu.addSeparator();
     const QString sWord = GetSelectedTextOrWordUnderCursor();
     if (!sWord.isEmpty() && !sWord.contains(u'\n')) {
         // The entries name what they will act on.
         static const std::pair<const char*, const char*> aCommands[] = {
-            {"Watch.Add", "&Watch \"%1\""}, {"View.Source", "View S&ource of \"%1\""}, {"View.Disassembly", "View &Disassembly of \"%1\""}, {"View.Data", "View D&ata of \"%1\""}};
+            {"Watch.Add", "&Watch \"%1\""},
+            {"View.Source", "View S&ource of \"%1\""},
+            {"View.Disassembly", "View &Disassembly of \"%1\""},
+            {"View.Data", "View D&ata of \"%1\""}};
         for (const auto& [sCommand, sText] : aCommands) {
             const QString sName = QLatin1String(sCommand);
             if (!IsWindowCommandEnabled(sName)) continue;
-            connect(Menu.addAction(QString::fromLatin1(sText).arg(QString(sWord).replace(u'&', QLatin1String("&&")))), &QAction::triggered, this,
-                    [sName, sWord] { PerformWindowCommand(sName, {sWord}); });
+            connect(Menu.addAction(
+                        QString::fromLatin1(sText).arg(QString(sWord).replace(u'&', QLatin1String("&&")))),
+                    &QAction::triggered, this, [sName, sWord] { PerformWindowCommand(sName, {sWord}); });
         }
         Menu.addSeparator();
     }
-    for (const char* sName : {"actionSrcViewPC", "actionSrcViewLine", "actionSrcExpandLine", "actionSrcCollapseLine"})
+    for (const char* sName :
+         {"actionSrcViewPC", "actionSrcViewLine", "actionSrcExpandLine", "actionSrcCollapseLine"})
         if (FindAction(sName)->isEnabled()) Menu.addAction(FindAction(sName));
     Menu.addSeparator();
     QMenu* pNumbers = Menu.addMenu(QStringLiteral("Line Number&s"));
@@ -220,7 +296,8 @@ void CSourceWindow::ShowContextMenu(QPoint Pos)
         pGroup->addAction(pAction);
         connect(pAction, SIGNAL(triggered()), this, SLOT(OnActionLineNumbersTriggered()));
     }
-    for (const char* sName : {"actionSrcShowCodeProfile", "actionSrcShowInstEncodings"}) Menu.addAction(FindAction(sName));
+    for (const char* sName : {"actionSrcShowCodeProfile", "actionSrcShowInstEncodings"})
+        Menu.addAction(FindAction(sName));
     Menu.addSeparator();
     QAction* pSelectAll = Menu.addAction(QStringLiteral("Select &All"));
     pSelectAll->setShortcut(QKeySequence(QStringLiteral("Ctrl+A")));

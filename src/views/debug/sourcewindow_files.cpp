@@ -28,8 +28,16 @@ CSrcDocument* CSourceWindow::GetDocument(U32 FileNo) const
     return nullptr;
 }
 
-U32 CSourceWindow::GetActiveFileNo() const { return m_pEditor && m_pTabBar->currentIndex() >= 0 && m_pTabBar->currentIndex() < m_TabFiles.size() ? m_TabFiles[m_pTabBar->currentIndex()] : 0; }
-CSrcDocument* CSourceWindow::GetCurrentDocument() const { return GetDocument(GetActiveFileNo()); }
+U32 CSourceWindow::GetActiveFileNo() const
+{
+    return m_pEditor && m_pTabBar->currentIndex() >= 0 && m_pTabBar->currentIndex() < m_TabFiles.size()
+               ? m_TabFiles[m_pTabBar->currentIndex()]
+               : 0;
+}
+CSrcDocument* CSourceWindow::GetCurrentDocument() const
+{
+    return GetDocument(GetActiveFileNo());
+}
 
 CSrcDocument* CSourceWindow::FindDocument(const QString& sPath) const
 {
@@ -44,7 +52,10 @@ CSrcDocument* CSourceWindow::FindDocument(const QString& sPath) const
     return nullptr;
 }
 
-bool CSourceWindow::IsOpen(const QString& sPath) const { return FindDocument(sPath) != nullptr; }
+bool CSourceWindow::IsOpen(const QString& sPath) const
+{
+    return FindDocument(sPath) != nullptr;
+}
 
 QStringList CSourceWindow::GetFilePaths() const
 {
@@ -59,7 +70,10 @@ QString CSourceWindow::GetActiveFile() const
     return pDocument ? pDocument->GetPath() : QString();
 }
 
-QString CSourceWindow::GetTabFile(int Tab) const { return Tab >= 0 && Tab < m_TabFiles.size() ? GetDocument(m_TabFiles[Tab])->GetPath() : QString(); }
+QString CSourceWindow::GetTabFile(int Tab) const
+{
+    return Tab >= 0 && Tab < m_TabFiles.size() ? GetDocument(m_TabFiles[Tab])->GetPath() : QString();
+}
 
 int CSourceWindow::GetTabNumber(const QString& sPath) const
 {
@@ -101,8 +115,10 @@ bool CSourceWindow::Open(const QString& sPath, DOC_OPEN_MODES Mode, int Line, QP
         UpdateDocTabBarTexts();
         emit DocumentListChanged();
     }
-    if (CursorPos.x() >= 0) pDocument->m_Cursor = CursorPos;
-    else if (Line >= 0) pDocument->m_Cursor = QPoint(0, Line);
+    if (CursorPos.x() >= 0)
+        pDocument->m_Cursor = CursorPos;
+    else if (Line >= 0)
+        pDocument->m_Cursor = QPoint(0, Line);
     if (Mode == DOC_OPEN_CURRENT) {
         SetCurrentTab(int(m_TabFiles.indexOf(pDocument->GetFileNo())));
         if (Line >= 0 || CursorPos.x() >= 0) {
@@ -131,7 +147,10 @@ void CSourceWindow::ShowDocument(CSrcDocument* pDocument)
     m_pEditor->SetDocument(pDocument);
     const bool IsFound = !pDocument || pDocument->IsFound();
     if (!IsFound)
-        m_pLabelNotFound->setText(QStringLiteral("File not found:\n\n%1\n\nPlease use the source files window to locate the file manually").arg(pDocument->GetPath()));
+        m_pLabelNotFound->setText(
+            QStringLiteral(
+                "File not found:\n\n%1\n\nPlease use the source files window to locate the file manually")
+                .arg(pDocument->GetPath()));
     m_pStack->setCurrentIndex(IsFound ? 0 : 1);
     UpdateReadOnly();
     InitHeaderBar();
@@ -207,7 +226,8 @@ bool CSourceWindow::ConfirmEdit()
     CSrcDocument* pDocument = GetCurrentDocument();
     if (!pDocument) return false;
     // Only a document of the program can come to differ from its debug information.
-    const bool IsOfProgram = AskHook(GetDebugViewHooks().GetFileNo, 0xFFFFFFFFu, pDocument->GetPath()) != 0xFFFFFFFFu;
+    const bool IsOfProgram =
+        AskHook(GetDebugViewHooks().GetFileNo, 0xFFFFFFFFu, pDocument->GetPath()) != 0xFFFFFFFFu;
     if (!IsDebugSessionActive() || !IsOfProgram || pDocument->m_IsEditConfirmed) return true;
     pDocument->m_IsEditConfirmed = CMessageBox::AskWithThird(MSGBOX_EDIT_DOCUMENT) == 1;
     return pDocument->m_IsEditConfirmed;
@@ -217,7 +237,8 @@ void CSourceWindow::OnDocumentEdited()
 {
     UpdateDocTabBarTexts();
     UpdateActions();
-    if (const CSrcDocument* pDocument = GetCurrentDocument()) emit DocumentStateChanged(pDocument->GetFileNo(), pDocument->IsModified());
+    if (const CSrcDocument* pDocument = GetCurrentDocument())
+        emit DocumentStateChanged(pDocument->GetFileNo(), pDocument->IsModified());
     HighlightCallSites();
     HighlightPcLine();
 }
@@ -228,7 +249,10 @@ bool CSourceWindow::IsDocumentModified(U32 FileNo) const
     return pDocument && pDocument->IsModified();
 }
 
-bool CSourceWindow::HasModifiedDocument() const { return !GetDocsWithUnsavedChangesFileNames().isEmpty(); }
+bool CSourceWindow::HasModifiedDocument() const
+{
+    return !GetDocsWithUnsavedChangesFileNames().isEmpty();
+}
 
 QStringList CSourceWindow::GetDocsWithUnsavedChangesFileNames() const
 {
@@ -257,7 +281,8 @@ bool CSourceWindow::SaveDocument(U32 FileNo)
         bool Ok = false;
         const QString sChosen = QInputDialog::getItem(
             this, QStringLiteral("Line Endings"),
-            QStringLiteral("The document to be saved contains inconsistent line endings.\nPlease specify which format is to be used before saving."),
+            QStringLiteral("The document to be saved contains inconsistent line endings.\nPlease specify "
+                           "which format is to be used before saving."),
             Names, 0, false, &Ok);
         if (!Ok) return false;
         Format = static_cast<EOL_FORMATS>(Names.indexOf(sChosen));
@@ -351,8 +376,10 @@ void CSourceWindow::CloseAllUneditedDocuments()
 void CSourceWindow::OnTabCloseRequested(int Tab)
 {
     const QString sPath = GetTabFile(Tab);
-    if (GetWindowEnv().PerformCommand) PerformWindowCommand(QStringLiteral("File.Close"), {sPath});
-    else Close(sPath);
+    if (GetWindowEnv().PerformCommand)
+        PerformWindowCommand(QStringLiteral("File.Close"), {sPath});
+    else
+        Close(sPath);
 }
 
 void CSourceWindow::OnTabContextMenuRequested(QPoint Pos)
@@ -362,14 +389,16 @@ void CSourceWindow::OnTabContextMenuRequested(QPoint Pos)
     SetCurrentTab(Tab);
     QMenu Menu(this);
     const QString sPath = GetTabFile(Tab);
-    connect(Menu.addAction(QStringLiteral("&Close")), &QAction::triggered, this, [this, Tab] { OnTabCloseRequested(Tab); });
+    connect(Menu.addAction(QStringLiteral("&Close")), &QAction::triggered, this,
+            [this, Tab] { OnTabCloseRequested(Tab); });
     connect(Menu.addAction(QStringLiteral("Close All &But This")), &QAction::triggered, this, [this] {
         if (PerformWindowCommand(QStringLiteral("File.CloseAllButThis")) < 0) CloseAllButThis();
     });
     connect(Menu.addAction(QStringLiteral("Close &All")), &QAction::triggered, this, [this] {
         if (PerformWindowCommand(QStringLiteral("File.CloseAll")) < 0) CloseAll();
     });
-    connect(Menu.addAction(QStringLiteral("Close All &Unedited")), &QAction::triggered, this, &CSourceWindow::CloseAllUneditedDocuments);
+    connect(Menu.addAction(QStringLiteral("Close All &Unedited")), &QAction::triggered, this,
+            &CSourceWindow::CloseAllUneditedDocuments);
     Menu.exec(m_pTabBar->mapToGlobal(Pos));
 }
 
@@ -380,15 +409,21 @@ QString CSourceWindow::MakeSessionLine(const QStringList& OldLines) const
     QStringList Lines{CWindow::MakeSessionLine(OldLines)};
     if (GetVarValue(PREF_SESSION_SAVE_FLAGS) & DISABLE_SAVE_OPEN_FILES) {
         for (const QString& sLine : OldLines)
-            if (sLine.startsWith(QLatin1String("OpenDocument=")) || sLine.startsWith(QLatin1String("VisibleTab="))) Lines.append(sLine);
+            if (sLine.startsWith(QLatin1String("OpenDocument=")) ||
+                sLine.startsWith(QLatin1String("VisibleTab=")))
+                Lines.append(sLine);
         return Lines.join(u'\n');
     }
     for (U32 FileNo : m_TabFiles) {
         const CSrcDocument* pDocument = GetDocument(FileNo);
-        const int Line = pDocument == GetCurrentDocument() ? m_pEditor->GetCursor().y() : pDocument->m_Cursor.y();
-        Lines.append(QStringLiteral("OpenDocument=\"%1\", FilePath=\"%2\", Line=%3").arg(pDocument->GetFileName(), pDocument->GetPath()).arg(Line));
+        const int Line =
+            pDocument == GetCurrentDocument() ? m_pEditor->GetCursor().y() : pDocument->m_Cursor.y();
+        Lines.append(QStringLiteral("OpenDocument=\"%1\", FilePath=\"%2\", Line=%3")
+                         .arg(pDocument->GetFileName(), pDocument->GetPath())
+                         .arg(Line));
     }
-    if (const CSrcDocument* pDocument = GetCurrentDocument()) Lines.append(QStringLiteral("VisibleTab=\"%1\"").arg(pDocument->GetFileName()));
+    if (const CSrcDocument* pDocument = GetCurrentDocument())
+        Lines.append(QStringLiteral("VisibleTab=\"%1\"").arg(pDocument->GetFileName()));
     return Lines.join(u'\n');
 }
 
@@ -402,8 +437,10 @@ void CSourceWindow::ApplyDocumentLines(const QStringList& Lines)
         if (Items.isEmpty()) continue;
         if (Items.first().first == QLatin1String("VisibleTab")) sVisible = Unquote(Items.first().second);
         if (Items.first().first != QLatin1String("OpenDocument")) continue;
-        const QString sPath = Values.value(QStringLiteral("FilePath"), Values.value(QStringLiteral("OpenDocument")));
-        if (!sPath.isEmpty()) Open(sPath, DOC_OPEN_BACKGROUND, qMax(0, Values.value(QStringLiteral("Line")).toInt()));
+        const QString sPath =
+            Values.value(QStringLiteral("FilePath"), Values.value(QStringLiteral("OpenDocument")));
+        if (!sPath.isEmpty())
+            Open(sPath, DOC_OPEN_BACKGROUND, qMax(0, Values.value(QStringLiteral("Line")).toInt()));
     }
     if (const CSrcDocument* pDocument = FindDocument(sVisible)) {
         SetCurrentTab(int(m_TabFiles.indexOf(pDocument->GetFileNo())));

@@ -29,7 +29,10 @@ EOL_FORMATS DetectEol(const QByteArray& Bytes)
 
 CSrcDocument::CSrcDocument(const QString& sPath, U32 FileNo) : m_sPath(sPath), m_FileNo(FileNo) {}
 
-QString CSrcDocument::GetFileName() const { return QFileInfo(m_sPath).fileName(); }
+QString CSrcDocument::GetFileName() const
+{
+    return QFileInfo(m_sPath).fileName();
+}
 
 bool CSrcDocument::Load()
 {
@@ -58,7 +61,9 @@ void CSrcDocument::SetText(const QByteArray& Bytes)
 
 QByteArray CSrcDocument::GetBytes(EOL_FORMATS Format) const
 {
-    const QString sEol = Format == EOL_WINDOWS ? QStringLiteral("\r\n") : Format == EOL_MAC ? QStringLiteral("\r") : QStringLiteral("\n");
+    const QString sEol = Format == EOL_WINDOWS ? QStringLiteral("\r\n")
+                         : Format == EOL_MAC   ? QStringLiteral("\r")
+                                               : QStringLiteral("\n");
     return m_Lines.join(sEol).toUtf8();
 }
 
@@ -92,7 +97,8 @@ QList<SYNTAX_SPAN> CSrcDocument::GetSpans(int Line)
     QList<SYNTAX_SPAN> Spans;
     if (Line < 0 || Line >= m_Lines.size()) return Spans;
     if (m_States.isEmpty()) m_States.append(SYNTAX_STATE_CODE);
-    while (m_States.size() <= Line) m_States.append(ScanSyntax(m_Lines[m_States.size() - 1], m_States.last(), nullptr));
+    while (m_States.size() <= Line)
+        m_States.append(ScanSyntax(m_Lines[m_States.size() - 1], m_States.last(), nullptr));
     ScanSyntax(m_Lines[Line], m_States[Line], &Spans);
     return Spans;
 }
@@ -124,7 +130,8 @@ QPoint CSrcDocument::Apply(QPoint From, const QString& sRemoved, const QString& 
 {
     const int NumRemovedLines = int(sRemoved.count(u'\n'));
     const int LastLine = From.y() + NumRemovedLines;
-    const int LastCol = NumRemovedLines ? int(sRemoved.size() - sRemoved.lastIndexOf(u'\n') - 1) : From.x() + int(sRemoved.size());
+    const int LastCol = NumRemovedLines ? int(sRemoved.size() - sRemoved.lastIndexOf(u'\n') - 1)
+                                        : From.x() + int(sRemoved.size());
     const QString sTail = m_Lines[LastLine].mid(LastCol);
     QStringList NewLines = (m_Lines[From.y()].left(From.x()) + sInserted).split(u'\n');
     const QPoint End(int(NewLines.last().size()), From.y() + int(NewLines.size()) - 1);
@@ -145,8 +152,9 @@ QPoint CSrcDocument::Replace(QPoint From, QPoint To, const QString& sText)
     m_Edits.resize(m_UndoPos);
     EDIT* pLast = m_Edits.isEmpty() ? nullptr : &m_Edits.last();
     const bool Typed = sRemoved.isEmpty() && sText.size() == 1 && !sText[0].isSpace();
-    const bool Joins = pLast && Typed && m_CleanPos != m_UndoPos && pLast->sRemoved.isEmpty() && !pLast->sInserted.contains(u'\n') &&
-                       !pLast->sInserted.endsWith(u' ') && From == QPoint(pLast->Pos.x() + int(pLast->sInserted.size()), pLast->Pos.y());
+    const bool Joins = pLast && Typed && m_CleanPos != m_UndoPos && pLast->sRemoved.isEmpty() &&
+                       !pLast->sInserted.contains(u'\n') && !pLast->sInserted.endsWith(u' ') &&
+                       From == QPoint(pLast->Pos.x() + int(pLast->sInserted.size()), pLast->Pos.y());
     if (Joins)
         pLast->sInserted += sText;
     else {

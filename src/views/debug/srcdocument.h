@@ -16,8 +16,8 @@ class CSrcDocument {
 public:
     CSrcDocument(const QString& sPath, U32 FileNo);
 
-    bool Load();                     ///< reads the file; false leaves the document as it was
-    bool Save(EOL_FORMATS Format);   ///< writes all lines with these line ends
+    bool Load();                   ///< reads the file; false leaves the document as it was
+    bool Save(EOL_FORMATS Format); ///< writes all lines with these line ends
     void SetText(const QByteArray& Bytes);
     QByteArray GetBytes(EOL_FORMATS Format) const;
 
@@ -33,14 +33,14 @@ public:
     const QString& GetLine(int Line) const;                 ///< 0-based; empty outside
     const QStringList& GetLines() const { return m_Lines; }
     QString GetLineWithoutComments(int Line) const;
-    QList<SYNTAX_SPAN> GetSpans(int Line); ///< scanned on demand
+    QList<SYNTAX_SPAN> GetSpans(int Line);         ///< scanned on demand
     QString GetText(QPoint From, QPoint To) const; ///< x column, y line, both 0-based; lines joined by "\n"
     QPoint Clamp(QPoint Pos) const;
 
     /// \name Editing
     ///@{
-    /// Replaces a stretch of text; returns the position behind the new text. Neighbouring typed characters are
-    /// undone together.
+    /// Replaces a stretch of text; returns the position behind the new text. Neighbouring typed characters
+    /// are undone together.
     QPoint Replace(QPoint From, QPoint To, const QString& sText);
     bool Undo(QPoint* pCursor); ///< false when there is nothing to undo
     bool Redo(QPoint* pCursor);
@@ -49,7 +49,7 @@ public:
     // Where the user left the document; the editor reads and writes these.
     QPoint m_Cursor;
     int m_TopRow = 0;
-    QSet<int> m_ExpandedLines;       ///< 0-based
+    QSet<int> m_ExpandedLines; ///< 0-based
     bool m_IsOutOfDateReported = false;
     bool m_IsEditConfirmed = false;
 

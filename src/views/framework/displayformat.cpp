@@ -37,7 +37,8 @@ QString FormatValue(U64 Value, int Format, int NumDigits)
     case DISPLAY_FORMAT_DEC:
         return QString::number(Value);
     case DISPLAY_FORMAT_CHAR:
-        return Value >= 0x20 && Value < 0x7F ? QStringLiteral("'%1'").arg(QChar(ushort(Value))) : QString::number(Value);
+        return Value >= 0x20 && Value < 0x7F ? QStringLiteral("'%1'").arg(QChar(ushort(Value)))
+                                             : QString::number(Value);
     default:
         return QStringLiteral("0x") + QString::number(Value, 16).toUpper().rightJustified(NumDigits, u'0');
     }

@@ -52,8 +52,9 @@ QString GetDisplayFormatName(int Format);
 /// The format of a literal name, ignoring case and quotes; -1 for none.
 int FindDisplayFormat(const QString& sName);
 
-/// An unsigned number in a radix, with its prefix ("0x", "0b" or none), padded to NumDigits digits (0 = no padding).
-/// DISPLAY_FORMAT_CHAR shows a printable byte as 'c' and others as a decimal number; AUTO counts as hexadecimal.
+/// An unsigned number in a radix, with its prefix ("0x", "0b" or none), padded to NumDigits digits (0 = no
+/// padding). DISPLAY_FORMAT_CHAR shows a printable byte as 'c' and others as a decimal number; AUTO counts as
+/// hexadecimal.
 QString FormatValue(U64 Value, int Format, int NumDigits = 0);
 
 /// The five checkable actions of a window, one exclusive group. Owned by the parent given.

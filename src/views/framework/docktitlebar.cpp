@@ -32,7 +32,8 @@ protected:
             Painter.setBrush(Ground);
             Painter.drawRoundedRect(rect(), 4, 4);
         }
-        const QRectF Rect((width() - BUTTON_ICON_SIZE) / 2.0, (height() - BUTTON_ICON_SIZE) / 2.0, BUTTON_ICON_SIZE, BUTTON_ICON_SIZE);
+        const QRectF Rect((width() - BUTTON_ICON_SIZE) / 2.0, (height() - BUTTON_ICON_SIZE) / 2.0,
+                          BUTTON_ICON_SIZE, BUTTON_ICON_SIZE);
         PaintIcon(Painter, m_sIcon, Rect, m_Stroke);
     }
 
@@ -49,7 +50,8 @@ CDockTitleBar::CDockTitleBar(CDockWindow* pDock) : QWidget(pDock), m_pDock(pDock
     pLayout->addStretch();
     m_pButtonFloat = AddButton("dockFloatButton", "dock-float", QStringLiteral("Undock"));
     m_pButtonClose = AddButton("dockCloseButton", "cross-small", QStringLiteral("Close"));
-    connect(m_pButtonFloat, &QToolButton::clicked, this, [this] { m_pDock->setFloating(!m_pDock->isFloating()); });
+    connect(m_pButtonFloat, &QToolButton::clicked, this,
+            [this] { m_pDock->setFloating(!m_pDock->isFloating()); });
     connect(m_pButtonClose, &QToolButton::clicked, this, [this] { m_pDock->RequestClose(); });
     connect(&CTheme::Get(), &CTheme::SchemeChanged, this, [this] { SetHighlighted(m_Highlighted); });
     SetHighlighted(false);
@@ -71,7 +73,8 @@ void CDockTitleBar::SetHighlighted(bool Highlighted)
 {
     m_Highlighted = Highlighted;
     const QColor Stroke = palette().color(Highlighted ? QPalette::HighlightedText : QPalette::ButtonText);
-    for (QToolButton* pButton : {m_pButtonFloat, m_pButtonClose}) static_cast<CTitleButton*>(pButton)->m_Stroke = Stroke;
+    for (QToolButton* pButton : {m_pButtonFloat, m_pButtonClose})
+        static_cast<CTitleButton*>(pButton)->m_Stroke = Stroke;
     update();
 }
 
@@ -85,22 +88,28 @@ QSize CDockTitleBar::sizeHint() const
     QFont Bold = font();
     Bold.setBold(true);
     const QFontMetrics Metrics(Bold);
-    return QSize(Metrics.horizontalAdvance(m_pDock->GetTitle()) + 2 * TEXT_MARGIN + 46, qMax(Metrics.height() + 10, 24));
+    return QSize(Metrics.horizontalAdvance(m_pDock->GetTitle()) + 2 * TEXT_MARGIN + 46,
+                 qMax(Metrics.height() + 10, 24));
 }
 
-QSize CDockTitleBar::minimumSizeHint() const { return QSize(60, sizeHint().height()); }
+QSize CDockTitleBar::minimumSizeHint() const
+{
+    return QSize(60, sizeHint().height());
+}
 
 void CDockTitleBar::paintEvent(QPaintEvent*)
 {
     QPainter Painter(this);
     Painter.fillRect(rect(), palette().color(m_Highlighted ? QPalette::Highlight : QPalette::Window));
-    Painter.fillRect(0, height() - 1, width(), 1, m_Highlighted ? palette().color(QPalette::Highlight) : CTheme::GetBorderColor());
+    Painter.fillRect(0, height() - 1, width(), 1,
+                     m_Highlighted ? palette().color(QPalette::Highlight) : CTheme::GetBorderColor());
     QFont TitleFont = font();
     TitleFont.setBold(m_Highlighted);
     Painter.setFont(TitleFont);
     Painter.setPen(palette().color(m_Highlighted ? QPalette::HighlightedText : QPalette::ButtonText));
     const QRect TextRect = rect().adjusted(TEXT_MARGIN, 0, -46, 0);
-    const QString sTitle = Painter.fontMetrics().elidedText(m_pDock->GetTitle(), Qt::ElideRight, TextRect.width());
+    const QString sTitle =
+        Painter.fontMetrics().elidedText(m_pDock->GetTitle(), Qt::ElideRight, TextRect.width());
     Painter.drawText(TextRect, Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine, sTitle);
 }
 

@@ -1,4 +1,5 @@
-// CDockTitleBar, the title of a dock with its float and close buttons; it stands out while the dock has the focus.
+// CDockTitleBar, the title of a dock with its float and close buttons; it stands out while the dock has the
+// focus.
 #pragma once
 #include <QWidget>
 

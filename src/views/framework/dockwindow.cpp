@@ -28,7 +28,10 @@ void CDockWindow::SetWindow(CWindow* pWindow)
     SetTitle(pWindow->windowTitle());
 }
 
-CWindow* CDockWindow::GetWindow() const { return qobject_cast<CWindow*>(widget()); }
+CWindow* CDockWindow::GetWindow() const
+{
+    return qobject_cast<CWindow*>(widget());
+}
 
 void CDockWindow::SetTitle(const QString& sTitle)
 {
@@ -50,7 +53,8 @@ void CDockWindow::SetHighlighted(bool Highlighted)
 bool CDockWindow::IsTabbed() const
 {
     auto* pMainWindow = qobject_cast<QMainWindow*>(parentWidget());
-    return pMainWindow && !isFloating() && !pMainWindow->tabifiedDockWidgets(const_cast<CDockWindow*>(this)).isEmpty();
+    return pMainWindow && !isFloating() &&
+           !pMainWindow->tabifiedDockWidgets(const_cast<CDockWindow*>(this)).isEmpty();
 }
 
 QSize CDockWindow::sizeHint() const
@@ -61,7 +65,10 @@ QSize CDockWindow::sizeHint() const
     return w >= 1 && h >= 1 ? QSize(w, h) : QSize(300, 300);
 }
 
-void CDockWindow::OnTopLevelChanged(bool) { m_pTitleBar->UpdateButtons(); }
+void CDockWindow::OnTopLevelChanged(bool)
+{
+    m_pTitleBar->UpdateButtons();
+}
 
 void CDockWindow::UpdateMinimumSize()
 {
@@ -106,7 +113,8 @@ void CDockWindow::RequestClose()
 void CDockWindow::changeEvent(QEvent* pEvent)
 {
     QDockWidget::changeEvent(pEvent);
-    if (pEvent->type() == QEvent::FontChange || pEvent->type() == QEvent::WindowTitleChange) UpdateMinimumSize();
+    if (pEvent->type() == QEvent::FontChange || pEvent->type() == QEvent::WindowTitleChange)
+        UpdateMinimumSize();
 }
 
 #include "moc_dockwindow.cpp"

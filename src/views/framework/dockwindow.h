@@ -1,8 +1,9 @@
-// CDockWindow, the frame of a debug window: title bar with its own buttons, focus highlight, keys passed inward.
+// CDockWindow, the frame of a debug window: title bar with its own buttons, focus highlight, keys passed
+// inward.
 //
 //   auto* pDock = new CDockWindow(pMainWindow);
-//   pDock->SetWindow(pWindow);                       // takes ownership, title and object name follow the window
-//   pMainWindow->addDockWidget(Qt::RightDockWidgetArea, pDock);
+//   pDock->SetWindow(pWindow);                       // takes ownership, title and object name follow the
+//   window pMainWindow->addDockWidget(Qt::RightDockWidgetArea, pDock);
 #pragma once
 #include <QDockWidget>
 
@@ -15,15 +16,16 @@ class CDockWindow : public QDockWidget {
 public:
     explicit CDockWindow(QWidget* pParent = nullptr);
 
-    /// The window becomes the dock's widget and focus proxy and is owned by it. Whoever places the dock connects
-    /// visibilityChanged and topLevelChanged to the window's VisibilityChanged and FloatingStateChanged.
+    /// The window becomes the dock's widget and focus proxy and is owned by it. Whoever places the dock
+    /// connects visibilityChanged and topLevelChanged to the window's VisibilityChanged and
+    /// FloatingStateChanged.
     void SetWindow(CWindow* pWindow);
-    CWindow* GetWindow() const;       ///< null before SetWindow
+    CWindow* GetWindow() const; ///< null before SetWindow
     void SetTitle(const QString& sTitle);
     QString GetTitle() const { return m_sTitle; } ///< windowTitle() holds each "&" twice, for tabs and menus
-    void SetHighlighted(bool Highlighted); ///< the look of the dock that holds the focus
+    void SetHighlighted(bool Highlighted);        ///< the look of the dock that holds the focus
     bool IsHighlighted() const { return m_Highlighted; }
-    void RequestClose(); ///< emits CloseRequested() if anybody listens, else closes
+    void RequestClose();   ///< emits CloseRequested() if anybody listens, else closes
     bool IsTabbed() const; ///< shares its place with others, so that a tab bar shows its title
 
     QSize sizeHint() const override;

@@ -15,9 +15,10 @@ CEmptyOverlay::CEmptyOverlay(QWidget* pParent) : QFrame(pParent)
     m_pLabel->setForegroundRole(QPalette::PlaceholderText);
     m_pButton = new QPushButton(pOuter);
     m_pButton->setFocusPolicy(Qt::NoFocus);
-    // The window itself answers a press in the button's rectangle, also when the overlay is repainted under it.
-    for (QWidget* pWidget : {static_cast<QWidget*>(this), static_cast<QWidget*>(pOuter), static_cast<QWidget*>(m_pLabel),
-                             static_cast<QWidget*>(m_pButton)})
+    // The window itself answers a press in the button's rectangle, also when the overlay is repainted under
+    // it.
+    for (QWidget* pWidget : {static_cast<QWidget*>(this), static_cast<QWidget*>(pOuter),
+                             static_cast<QWidget*>(m_pLabel), static_cast<QWidget*>(m_pButton)})
         pWidget->setAttribute(Qt::WA_TransparentForMouseEvents);
     auto* pInner = new QVBoxLayout(pOuter);
     pInner->addWidget(m_pLabel);
@@ -32,15 +33,22 @@ CEmptyOverlay::CEmptyOverlay(QWidget* pParent) : QFrame(pParent)
 
 void CEmptyOverlay::SetTexts(const QString& sText, const QString& sButton)
 {
-    const QString sSpaced = sButton.isEmpty() ? QString() : QStringLiteral("  ") + sButton + QStringLiteral("  ");
+    const QString sSpaced =
+        sButton.isEmpty() ? QString() : QStringLiteral("  ") + sButton + QStringLiteral("  ");
     if (m_pLabel->text() != sText) m_pLabel->setText(sText);
     if (m_pButton->text() != sSpaced) m_pButton->setText(sSpaced);
     m_pLabel->setVisible(!sText.isEmpty());
     m_pButton->setVisible(!sButton.isEmpty());
 }
 
-QString CEmptyOverlay::GetText() const { return m_pLabel->text(); }
-QString CEmptyOverlay::GetButtonText() const { return m_pButton->text().trimmed(); }
+QString CEmptyOverlay::GetText() const
+{
+    return m_pLabel->text();
+}
+QString CEmptyOverlay::GetButtonText() const
+{
+    return m_pButton->text().trimmed();
+}
 
 QRect CEmptyOverlay::GetButtonRect() const
 {

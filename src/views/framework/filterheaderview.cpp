@@ -43,7 +43,8 @@ bool ParseRange(const CTableModel* pModel, const QString& sText, int Radix, doub
 }
 } // namespace
 
-CFilterHeaderView::CFilterHeaderView(CModelViewWindow* pWindow, CTreeView* pView) : QWidget(pWindow), m_pWindow(pWindow), m_pView(pView)
+CFilterHeaderView::CFilterHeaderView(CModelViewWindow* pWindow, CTreeView* pView)
+    : QWidget(pWindow), m_pWindow(pWindow), m_pView(pView)
 {
     setObjectName(QStringLiteral("filterHeaderView"));
     auto* pLayout = new QVBoxLayout(this);
@@ -66,9 +67,15 @@ void CFilterHeaderView::SetBarShown(bool Shown)
     UpdateEditors();
 }
 
-bool CFilterHeaderView::IsBarShown() const { return !m_pBar->isHidden(); }
+bool CFilterHeaderView::IsBarShown() const
+{
+    return !m_pBar->isHidden();
+}
 
-QLineEdit* CFilterHeaderView::GetEditor(int Column) const { return Column >= 0 && Column < m_Editors.size() ? m_Editors[Column] : nullptr; }
+QLineEdit* CFilterHeaderView::GetEditor(int Column) const
+{
+    return Column >= 0 && Column < m_Editors.size() ? m_Editors[Column] : nullptr;
+}
 
 void CFilterHeaderView::UpdateEditors()
 {
@@ -90,7 +97,8 @@ void CFilterHeaderView::UpdateEditors()
     const CTableHeader* pHeader = m_pWindow->GetHeader();
     for (int i = 0; i < NumColumns; i++) {
         m_Editors[i]->setVisible(!pHeader->isSectionHidden(i));
-        m_Editors[i]->setGeometry(pHeader->sectionViewportPosition(i) + 1, 1, pHeader->sectionSize(i) - 2, m_pBar->height() - 2);
+        m_Editors[i]->setGeometry(pHeader->sectionViewportPosition(i) + 1, 1, pHeader->sectionSize(i) - 2,
+                                  m_pBar->height() - 2);
     }
 }
 
@@ -108,7 +116,8 @@ void CFilterHeaderView::SetColumnFilter(int Column, const QString& sText)
     double Min = 0;
     double Max = 0;
     const int Radix = Flags & COLUMN_HEX ? 16 : Flags & COLUMN_BINARY ? 2 : 10;
-    if ((Flags & COLUMN_NUMERIC) && !sText.isEmpty() && ParseRange(m_pWindow->GetModel(), sText, Radix, Min, Max))
+    if ((Flags & COLUMN_NUMERIC) && !sText.isEmpty() &&
+        ParseRange(m_pWindow->GetModel(), sText, Radix, Min, Max))
         pFilter->SetFilterRange(Column, Min, Max);
     else
         pFilter->SetFilterText(Column, sText);
@@ -144,8 +153,10 @@ void CFilterHeaderView::ShowFilterDialog(int Column)
 void CFilterHeaderView::ShowEditorMenu(int Column, const QPoint& GlobalPos)
 {
     QMenu Menu(this);
-    connect(Menu.addAction(QStringLiteral("Clear &All Filters")), &QAction::triggered, this, [this] { ClearAllFilters(); });
-    connect(Menu.addAction(QStringLiteral("&Set Filter...")), &QAction::triggered, this, [this, Column] { ShowFilterDialog(Column); });
+    connect(Menu.addAction(QStringLiteral("Clear &All Filters")), &QAction::triggered, this,
+            [this] { ClearAllFilters(); });
+    connect(Menu.addAction(QStringLiteral("&Set Filter...")), &QAction::triggered, this,
+            [this, Column] { ShowFilterDialog(Column); });
     Menu.exec(GlobalPos);
 }
 
@@ -176,7 +187,8 @@ void CFilterHeaderView::resizeEvent(QResizeEvent* pEvent)
     UpdateEditors();
 }
 
-CFilterHeaderDialog::CFilterHeaderDialog(const QString& sColumn, bool IsNumeric, QWidget* pParent) : QDialog(pParent)
+CFilterHeaderDialog::CFilterHeaderDialog(const QString& sColumn, bool IsNumeric, QWidget* pParent)
+    : QDialog(pParent)
 {
     setObjectName(QStringLiteral("FilterHeaderDialog"));
     setWindowTitle(QStringLiteral("Set Filter"));
@@ -212,8 +224,17 @@ void CFilterHeaderDialog::SetRange(const QString& sMin, const QString& sMax)
     m_pEditMax->setText(sMax);
 }
 
-QString CFilterHeaderDialog::GetText() const { return m_pEditText ? m_pEditText->text() : QString(); }
-QString CFilterHeaderDialog::GetMin() const { return m_pEditMin ? m_pEditMin->text().trimmed() : QString(); }
-QString CFilterHeaderDialog::GetMax() const { return m_pEditMax ? m_pEditMax->text().trimmed() : QString(); }
+QString CFilterHeaderDialog::GetText() const
+{
+    return m_pEditText ? m_pEditText->text() : QString();
+}
+QString CFilterHeaderDialog::GetMin() const
+{
+    return m_pEditMin ? m_pEditMin->text().trimmed() : QString();
+}
+QString CFilterHeaderDialog::GetMax() const
+{
+    return m_pEditMax ? m_pEditMax->text().trimmed() : QString();
+}
 
 #include "moc_filterheaderview.cpp"

@@ -17,7 +17,7 @@ public:
 
     void SetBarShown(bool Shown);
     bool IsBarShown() const;
-    void UpdateEditors(); ///< one editor a column, at the columns' places
+    void UpdateEditors();                   ///< one editor a column, at the columns' places
     QLineEdit* GetEditor(int Column) const; ///< null for an unknown column
     void ClearAllFilters();
     void ShowFilterDialog(int Column);

@@ -12,16 +12,27 @@ constexpr int TEXT_MARGIN = 5;
 constexpr int CHECK_MARGIN = 5; ///< blank pixels behind a check box
 constexpr int CHECK_SIZE = 13;
 
-QRect GetCheckRect(const QRect& Cell) { return QRect(Cell.x() + CHECK_MARGIN, Cell.y() + (Cell.height() - CHECK_SIZE) / 2, CHECK_SIZE, CHECK_SIZE); }
+QRect GetCheckRect(const QRect& Cell)
+{
+    return QRect(Cell.x() + CHECK_MARGIN, Cell.y() + (Cell.height() - CHECK_SIZE) / 2, CHECK_SIZE,
+                 CHECK_SIZE);
+}
 } // namespace
 
 bool CItemDelegate::s_IsEditing = false;
 
-CItemDelegate::CItemDelegate(QObject* pParent) : QItemDelegate(pParent) { setClipping(true); }
+CItemDelegate::CItemDelegate(QObject* pParent) : QItemDelegate(pParent)
+{
+    setClipping(true);
+}
 
-void CItemDelegate::SetMatch(U32 ItemKey, int Column, const MATCH& Match) { m_Matches.insert(MakeKey(ItemKey, Column), Match); }
+void CItemDelegate::SetMatch(U32 ItemKey, int Column, const MATCH& Match)
+{
+    m_Matches.insert(MakeKey(ItemKey, Column), Match);
+}
 
-void CItemDelegate::paint(QPainter* pPainter, const QStyleOptionViewItem& Option, const QModelIndex& Index) const
+void CItemDelegate::paint(QPainter* pPainter, const QStyleOptionViewItem& Option,
+                          const QModelIndex& Index) const
 {
     QStyleOptionViewItem Cell = Option;
     // The window's colour rules already include the selection; the style's own would paint over change marks.
@@ -31,7 +42,8 @@ void CItemDelegate::paint(QPainter* pPainter, const QStyleOptionViewItem& Option
         Cell.palette.setBrush(QPalette::Highlight, qvariant_cast<QBrush>(Background));
         pPainter->fillRect(Cell.rect, qvariant_cast<QBrush>(Background));
     }
-    if (Foreground.canConvert<QBrush>()) Cell.palette.setBrush(QPalette::HighlightedText, qvariant_cast<QBrush>(Foreground));
+    if (Foreground.canConvert<QBrush>())
+        Cell.palette.setBrush(QPalette::HighlightedText, qvariant_cast<QBrush>(Foreground));
     const auto it = m_Matches.constFind(MakeKey(Index.data(ROLE_ITEM_KEY).toUInt(), Index.column()));
     m_pPaintedMatch = it == m_Matches.constEnd() ? nullptr : &*it;
 
@@ -45,8 +57,10 @@ void CItemDelegate::paint(QPainter* pPainter, const QStyleOptionViewItem& Option
     if (Decoration.canConvert<QIcon>()) {
         const QIcon Icon = qvariant_cast<QIcon>(Decoration);
         const QSize Size = Option.decorationSize;
-        const QRect IconRect(Cell.rect.x() + 3, Cell.rect.y() + (Cell.rect.height() - Size.height()) / 2, Size.width(), Size.height());
-        Icon.paint(pPainter, IconRect, Qt::AlignCenter, Cell.state & QStyle::State_Enabled ? QIcon::Normal : QIcon::Disabled);
+        const QRect IconRect(Cell.rect.x() + 3, Cell.rect.y() + (Cell.rect.height() - Size.height()) / 2,
+                             Size.width(), Size.height());
+        Icon.paint(pPainter, IconRect, Qt::AlignCenter,
+                   Cell.state & QStyle::State_Enabled ? QIcon::Normal : QIcon::Disabled);
         Cell.rect.setLeft(IconRect.right() + 1);
     }
     const QVariant Font = Index.data(Qt::FontRole);
@@ -55,13 +69,16 @@ void CItemDelegate::paint(QPainter* pPainter, const QStyleOptionViewItem& Option
         Cell.fontMetrics = QFontMetrics(Cell.font);
     }
     const QVariant Alignment = Index.data(Qt::TextAlignmentRole);
-    Cell.displayAlignment = Alignment.isValid() ? Qt::Alignment(Alignment.toInt()) : Qt::AlignLeft | Qt::AlignVCenter;
-    Cell.palette.setBrush(QPalette::Text, Foreground.canConvert<QBrush>() ? qvariant_cast<QBrush>(Foreground) : Option.palette.text());
+    Cell.displayAlignment =
+        Alignment.isValid() ? Qt::Alignment(Alignment.toInt()) : Qt::AlignLeft | Qt::AlignVCenter;
+    Cell.palette.setBrush(QPalette::Text, Foreground.canConvert<QBrush>() ? qvariant_cast<QBrush>(Foreground)
+                                                                          : Option.palette.text());
     drawDisplay(pPainter, Cell, Cell.rect, Index.data(Qt::DisplayRole).toString());
     m_pPaintedMatch = nullptr;
 }
 
-void CItemDelegate::drawDisplay(QPainter* pPainter, const QStyleOptionViewItem& Option, const QRect& Rect, const QString& sText) const
+void CItemDelegate::drawDisplay(QPainter* pPainter, const QStyleOptionViewItem& Option, const QRect& Rect,
+                                const QString& sText) const
 {
     if (sText.isEmpty()) return;
     const QRect TextRect = Rect.adjusted(TEXT_MARGIN, 0, -TEXT_MARGIN, 0);
@@ -71,10 +88,12 @@ void CItemDelegate::drawDisplay(QPainter* pPainter, const QStyleOptionViewItem& 
     pPainter->setFont(Option.font);
     pPainter->setPen(Option.palette.color(QPalette::Text));
     pPainter->drawText(TextRect, int(Option.displayAlignment) | Qt::TextSingleLine, sShown);
-    if (m_pPaintedMatch && m_pPaintedMatch->Length > 0 && m_pPaintedMatch->Pos + m_pPaintedMatch->Length <= sShown.size()) {
+    if (m_pPaintedMatch && m_pPaintedMatch->Length > 0 &&
+        m_pPaintedMatch->Pos + m_pPaintedMatch->Length <= sShown.size()) {
         const int Before = Option.fontMetrics.horizontalAdvance(sShown.left(m_pPaintedMatch->Pos));
         pPainter->setPen(m_pPaintedMatch->Color);
-        pPainter->drawText(TextRect.adjusted(Before, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+        pPainter->drawText(TextRect.adjusted(Before, 0, 0, 0),
+                           Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
                            sShown.mid(m_pPaintedMatch->Pos, m_pPaintedMatch->Length));
     }
     pPainter->restore();
@@ -88,14 +107,17 @@ QSize CItemDelegate::sizeHint(const QStyleOptionViewItem& Option, const QModelIn
     const QVariant FontValue = Index.data(Qt::FontRole);
     const QFont Font = FontValue.canConvert<QFont>() ? qvariant_cast<QFont>(FontValue) : Option.font;
     // Fonts advance by fractions of a pixel; a width cut short would elide the text.
-    int Width = int(std::ceil(QFontMetricsF(Font).horizontalAdvance(Index.data(Qt::DisplayRole).toString()))) + 2 * TEXT_MARGIN + 2;
+    int Width =
+        int(std::ceil(QFontMetricsF(Font).horizontalAdvance(Index.data(Qt::DisplayRole).toString()))) +
+        2 * TEXT_MARGIN + 2;
     if (Index.data(Qt::CheckStateRole).isValid()) Width += CHECK_SIZE + 2 * CHECK_MARGIN;
     if (Index.data(Qt::DecorationRole).isValid()) Width += Option.decorationSize.width() + 4;
     const QSize Wanted = Hint.canConvert<QSize>() ? Hint.toSize() : QSize();
     return QSize(Width, Wanted.height() > 0 ? Wanted.height() : QFontMetrics(Font).height() + 3);
 }
 
-QWidget* CItemDelegate::createEditor(QWidget* pParent, const QStyleOptionViewItem& Option, const QModelIndex& Index) const
+QWidget* CItemDelegate::createEditor(QWidget* pParent, const QStyleOptionViewItem& Option,
+                                     const QModelIndex& Index) const
 {
     QWidget* pEditor = QItemDelegate::createEditor(pParent, Option, Index);
     if (auto* pLineEdit = qobject_cast<QLineEdit*>(pEditor)) {
@@ -119,21 +141,27 @@ void CItemDelegate::setModelData(QWidget* pEditor, QAbstractItemModel* pModel, c
     s_IsEditing = false;
 }
 
-void CItemDelegate::updateEditorGeometry(QWidget* pEditor, const QStyleOptionViewItem& Option, const QModelIndex&) const
+void CItemDelegate::updateEditorGeometry(QWidget* pEditor, const QStyleOptionViewItem& Option,
+                                         const QModelIndex&) const
 {
     QRect Rect = Option.rect;
     Rect.setHeight(Rect.height() + 1);
     pEditor->setGeometry(Rect);
 }
 
-bool CItemDelegate::editorEvent(QEvent* pEvent, QAbstractItemModel* pModel, const QStyleOptionViewItem& Option, const QModelIndex& Index)
+bool CItemDelegate::editorEvent(QEvent* pEvent, QAbstractItemModel* pModel,
+                                const QStyleOptionViewItem& Option, const QModelIndex& Index)
 {
     const QVariant Check = Index.data(Qt::CheckStateRole);
-    if (!Check.isValid() || !(Index.flags() & Qt::ItemIsUserCheckable)) return QItemDelegate::editorEvent(pEvent, pModel, Option, Index);
+    if (!Check.isValid() || !(Index.flags() & Qt::ItemIsUserCheckable))
+        return QItemDelegate::editorEvent(pEvent, pModel, Option, Index);
     if (pEvent->type() != QEvent::MouseButtonRelease) return false;
     auto* pMouse = static_cast<QMouseEvent*>(pEvent);
-    if (pMouse->button() != Qt::LeftButton || !GetCheckRect(Option.rect).adjusted(-2, -2, 2, 2).contains(pMouse->pos())) return false;
-    return pModel->setData(Index, Check.toInt() == Qt::Checked ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
+    if (pMouse->button() != Qt::LeftButton ||
+        !GetCheckRect(Option.rect).adjusted(-2, -2, 2, 2).contains(pMouse->pos()))
+        return false;
+    return pModel->setData(Index, Check.toInt() == Qt::Checked ? Qt::Unchecked : Qt::Checked,
+                           Qt::CheckStateRole);
 }
 
 #include "moc_itemdelegate.cpp"

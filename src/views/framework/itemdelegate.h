@@ -24,17 +24,22 @@ public:
 
     static bool IsEditing() { return s_IsEditing; } ///< a cell editor is filling or storing its value
 
-    void paint(QPainter* pPainter, const QStyleOptionViewItem& Option, const QModelIndex& Index) const override;
+    void paint(QPainter* pPainter, const QStyleOptionViewItem& Option,
+               const QModelIndex& Index) const override;
     QSize sizeHint(const QStyleOptionViewItem& Option, const QModelIndex& Index) const override;
-    QWidget* createEditor(QWidget* pParent, const QStyleOptionViewItem& Option, const QModelIndex& Index) const override;
+    QWidget* createEditor(QWidget* pParent, const QStyleOptionViewItem& Option,
+                          const QModelIndex& Index) const override;
     void setEditorData(QWidget* pEditor, const QModelIndex& Index) const override;
     void setModelData(QWidget* pEditor, QAbstractItemModel* pModel, const QModelIndex& Index) const override;
-    void updateEditorGeometry(QWidget* pEditor, const QStyleOptionViewItem& Option, const QModelIndex& Index) const override;
+    void updateEditorGeometry(QWidget* pEditor, const QStyleOptionViewItem& Option,
+                              const QModelIndex& Index) const override;
 
 protected:
-    void drawDisplay(QPainter* pPainter, const QStyleOptionViewItem& Option, const QRect& Rect, const QString& sText) const override;
+    void drawDisplay(QPainter* pPainter, const QStyleOptionViewItem& Option, const QRect& Rect,
+                     const QString& sText) const override;
     void drawFocus(QPainter* pPainter, const QStyleOptionViewItem& Option, const QRect& Rect) const override;
-    bool editorEvent(QEvent* pEvent, QAbstractItemModel* pModel, const QStyleOptionViewItem& Option, const QModelIndex& Index) override;
+    bool editorEvent(QEvent* pEvent, QAbstractItemModel* pModel, const QStyleOptionViewItem& Option,
+                     const QModelIndex& Index) override;
 
 private:
     static U32 MakeKey(U32 ItemKey, int Column) { return (ItemKey + 713) * 31 + U32(Column); }

@@ -30,11 +30,20 @@ struct BUTTON_NAME {
 };
 /// In the order in which a default is looked for.
 constexpr BUTTON_NAME aButtonNames[] = {
-    {QDialogButtonBox::Yes, "Yes"},       {QDialogButtonBox::Ok, "OK"},         {QDialogButtonBox::Save, "Save"},
-    {QDialogButtonBox::Open, "Open"},     {QDialogButtonBox::Apply, "Apply"},   {QDialogButtonBox::Retry, "Retry"},
-    {QDialogButtonBox::No, "No"},         {QDialogButtonBox::Cancel, "Cancel"}, {QDialogButtonBox::Close, "Close"},
-    {QDialogButtonBox::Abort, "Abort"},   {QDialogButtonBox::Ignore, "Ignore"}, {QDialogButtonBox::Discard, "Discard"},
-    {QDialogButtonBox::YesToAll, "Yes to All"}, {QDialogButtonBox::NoToAll, "No to All"},
+    {QDialogButtonBox::Yes, "Yes"},
+    {QDialogButtonBox::Ok, "OK"},
+    {QDialogButtonBox::Save, "Save"},
+    {QDialogButtonBox::Open, "Open"},
+    {QDialogButtonBox::Apply, "Apply"},
+    {QDialogButtonBox::Retry, "Retry"},
+    {QDialogButtonBox::No, "No"},
+    {QDialogButtonBox::Cancel, "Cancel"},
+    {QDialogButtonBox::Close, "Close"},
+    {QDialogButtonBox::Abort, "Abort"},
+    {QDialogButtonBox::Ignore, "Ignore"},
+    {QDialogButtonBox::Discard, "Discard"},
+    {QDialogButtonBox::YesToAll, "Yes to All"},
+    {QDialogButtonBox::NoToAll, "No to All"},
     {QDialogButtonBox::RestoreDefaults, "Yes and do not show again"},
 };
 
@@ -57,7 +66,8 @@ bool IsCheckBoxAllowed()
 
 QString GetCheckBoxText(int Mode)
 {
-    if (Mode == MSGBOX_MODE_NEVER_AGAIN || Mode == MSGBOX_MODE_REMEMBER) return QStringLiteral("Do not show again");
+    if (Mode == MSGBOX_MODE_NEVER_AGAIN || Mode == MSGBOX_MODE_REMEMBER)
+        return QStringLiteral("Do not show again");
     if (Mode == MSGBOX_MODE_TODAY) return QStringLiteral("Do not show again today");
     return QStringLiteral("Do not show again for %1 hours").arg(Mode);
 }
@@ -78,8 +88,10 @@ QString GetClearText(const QString& sAction, const QString& sPostfix)
 
 } // namespace
 
-CMessageBox::CMessageBox(const QString& sTitle, const QString& sText, const QString& sIcon, BUTTONS Buttons, int Mode, QWidget* pParent)
-    : QDialog(pParent, static_cast<Qt::WindowFlags>(Qt::Dialog | Qt::FramelessWindowHint | Qt::WindowTitleHint)),
+CMessageBox::CMessageBox(const QString& sTitle, const QString& sText, const QString& sIcon, BUTTONS Buttons,
+                         int Mode, QWidget* pParent)
+    : QDialog(pParent,
+              static_cast<Qt::WindowFlags>(Qt::Dialog | Qt::FramelessWindowHint | Qt::WindowTitleHint)),
       m_sTitle(QString(sTitle).remove(u'&').trimmed()), m_sText(sText), m_Buttons(Buttons), m_Mode(Mode)
 {
     setObjectName(QStringLiteral("MessageBox"));
@@ -101,7 +113,8 @@ CMessageBox::CMessageBox(const QString& sTitle, const QString& sText, const QStr
     pLabelIcon->setObjectName(QStringLiteral("labelIcon"));
     const bool IsQuestion = Buttons & QDialogButtonBox::No;
     QIcon Icon = GetIcon(sIcon);
-    if (Icon.isNull()) Icon = GetIcon(IsQuestion ? QStringLiteral("question") : QStringLiteral("information"));
+    if (Icon.isNull())
+        Icon = GetIcon(IsQuestion ? QStringLiteral("question") : QStringLiteral("information"));
     pLabelIcon->setPixmap(Icon.pixmap(QSize(ICON_SIZE, ICON_SIZE), devicePixelRatioF()));
     pLayout->addWidget(pLabelIcon, 1, 0, Qt::AlignTop);
     m_pLabelText = new QLabel(sText, this);
@@ -218,7 +231,8 @@ CMessageBox::BUTTON CMessageBox::Ask(MSGBOX_IDS ID, const QString& sTextArg, con
     return ShowBox(sTitle, sText, Buttons, Row.Mode, QString::fromLatin1(Row.sIcon));
 }
 
-CMessageBox::BUTTON CMessageBox::ShowBox(const QString& sTitle, const QString& sText, BUTTONS Buttons, int Mode, const QString& sIcon)
+CMessageBox::BUTTON CMessageBox::ShowBox(const QString& sTitle, const QString& sText, BUTTONS Buttons,
+                                         int Mode, const QString& sIcon)
 {
     CMessageBox Box(sTitle, sText, sIcon, Buttons, Mode, QApplication::activeWindow());
     return Box.Show();
@@ -231,11 +245,23 @@ int CMessageBox::AskWithThird(MSGBOX_IDS ID)
     return Button == QDialogButtonBox::No ? 0 : 2;
 }
 
-void CMessageBox::SetInterceptor(INTERCEPTOR NewInterceptor) { Interceptor() = std::move(NewInterceptor); }
-const CMessageBox::INTERCEPTOR& CMessageBox::GetInterceptor() { return Interceptor(); }
-void CMessageBox::SetCheckBoxAllowed(std::function<bool()> Allowed) { CheckBoxAllowed() = std::move(Allowed); }
+void CMessageBox::SetInterceptor(INTERCEPTOR NewInterceptor)
+{
+    Interceptor() = std::move(NewInterceptor);
+}
+const CMessageBox::INTERCEPTOR& CMessageBox::GetInterceptor()
+{
+    return Interceptor();
+}
+void CMessageBox::SetCheckBoxAllowed(std::function<bool()> Allowed)
+{
+    CheckBoxAllowed() = std::move(Allowed);
+}
 
-void CMessageBox::ResetMemory() { CSettingsStore::Get().RemoveGroup(QLatin1String(sMemoryGroup)); }
+void CMessageBox::ResetMemory()
+{
+    CSettingsStore::Get().RemoveGroup(QLatin1String(sMemoryGroup));
+}
 
 CMessageBox::BUTTON CMessageBox::GetDefaultButton(BUTTONS Buttons)
 {
@@ -263,7 +289,8 @@ int CMessageBox::FindButton(const QString& sName, BUTTONS Buttons)
 {
     const QString sPlain = QString(sName).remove(u'&').trimmed();
     for (const BUTTON_NAME& Row : aButtonNames)
-        if ((Buttons & Row.Button) && sPlain.compare(QLatin1String(Row.sName), Qt::CaseInsensitive) == 0) return Row.Button;
+        if ((Buttons & Row.Button) && sPlain.compare(QLatin1String(Row.sName), Qt::CaseInsensitive) == 0)
+            return Row.Button;
     return 0;
 }
 

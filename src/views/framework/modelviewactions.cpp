@@ -31,7 +31,10 @@ void CModelViewWindow::OnFlagChanged(WINDOW_FLAGS Flag, bool Value)
     m_pActionToggleFilterBar->setChecked(Value);
 }
 
-void CModelViewWindow::OnActivationChanged(bool) { Repaint(); }
+void CModelViewWindow::OnActivationChanged(bool)
+{
+    Repaint();
+}
 
 void CModelViewWindow::OnFocusChanged(bool HasFocus)
 {
@@ -75,7 +78,8 @@ void CModelViewWindow::ExpandAll()
 {
     if (!m_pView) return;
     m_pView->setUpdatesEnabled(false);
-    for (QModelIndex Index = m_pSortFilter->index(0, 0); Index.isValid(); Index = Index.siblingAtRow(Index.row() + 1))
+    for (QModelIndex Index = m_pSortFilter->index(0, 0); Index.isValid();
+         Index = Index.siblingAtRow(Index.row() + 1))
         m_pView->SetExpanded(Index, true);
     m_pView->setUpdatesEnabled(true);
 }
@@ -92,7 +96,8 @@ void CModelViewWindow::OnActionRefreshItemTriggered()
     const QModelIndex Index = GetCurrentItem();
     if (!Index.isValid()) return;
     m_pModel->ForgetItem(Index);
-    if (m_pModel->UpdateItem(Index)) m_pModel->NotifyItemChanged(Index.siblingAtColumn(0), Index.siblingAtColumn(GetNumColumns() - 1));
+    if (m_pModel->UpdateItem(Index))
+        m_pModel->NotifyItemChanged(Index.siblingAtColumn(0), Index.siblingAtColumn(GetNumColumns() - 1));
 }
 
 void CModelViewWindow::OnActionRefreshAllTriggered()
@@ -101,17 +106,21 @@ void CModelViewWindow::OnActionRefreshAllTriggered()
     Update(GetTargetPC());
 }
 
-void CModelViewWindow::OnActionToggleFilterBarTriggered() { SetFlag(WF_FILTER_BAR, !TestFlag(WF_FILTER_BAR)); }
+void CModelViewWindow::OnActionToggleFilterBarTriggered()
+{
+    SetFlag(WF_FILTER_BAR, !TestFlag(WF_FILTER_BAR));
+}
 
 void CModelViewWindow::OnItemDisplayFormatActionTriggered()
 {
     const QModelIndex Index = GetCurrentItem();
     auto* pAction = qobject_cast<QAction*>(sender());
     if (!Index.isValid() || !pAction) return;
-    static const QHash<QString, int> s_Formats{{QStringLiteral("actionDisplayAsBinary"), DISPLAY_FORMAT_BINARY},
-                                               {QStringLiteral("actionDisplayAsDec"), DISPLAY_FORMAT_DEC},
-                                               {QStringLiteral("actionDisplayAsHex"), DISPLAY_FORMAT_HEX},
-                                               {QStringLiteral("actionDisplayAsChar"), DISPLAY_FORMAT_CHAR}};
+    static const QHash<QString, int> s_Formats{
+        {QStringLiteral("actionDisplayAsBinary"), DISPLAY_FORMAT_BINARY},
+        {QStringLiteral("actionDisplayAsDec"), DISPLAY_FORMAT_DEC},
+        {QStringLiteral("actionDisplayAsHex"), DISPLAY_FORMAT_HEX},
+        {QStringLiteral("actionDisplayAsChar"), DISPLAY_FORMAT_CHAR}};
     const auto it = s_Formats.constFind(pAction->objectName());
     if (it == s_Formats.constEnd())
         m_pModel->RemoveRoleEntry(Index, ROLE_DISPLAY_FORMAT);
@@ -126,15 +135,24 @@ void CModelViewWindow::OnKeyPressed(QKeyEvent* pEvent)
 {
     if (pEvent->modifiers() & ~(Qt::KeypadModifier | Qt::ShiftModifier)) return;
     switch (pEvent->key()) {
-    case Qt::Key_Plus: OnKeyPlusPressed(); break;
-    case Qt::Key_Minus: OnKeyMinusPressed(); break;
-    case Qt::Key_PageUp: ScrollBy(0, -GetNumVisibleRows()); break;
-    case Qt::Key_PageDown: ScrollBy(0, GetNumVisibleRows()); break;
+    case Qt::Key_Plus:
+        OnKeyPlusPressed();
+        break;
+    case Qt::Key_Minus:
+        OnKeyMinusPressed();
+        break;
+    case Qt::Key_PageUp:
+        ScrollBy(0, -GetNumVisibleRows());
+        break;
+    case Qt::Key_PageDown:
+        ScrollBy(0, GetNumVisibleRows());
+        break;
     case Qt::Key_Space: {
         const QModelIndex Index = GetCurrentItem().siblingAtColumn(0);
         const QVariant Check = Index.data(Qt::CheckStateRole);
         if (!Check.isValid()) return;
-        m_pModel->setData(Index, Check.toInt() == Qt::Checked ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
+        m_pModel->setData(Index, Check.toInt() == Qt::Checked ? Qt::Unchecked : Qt::Checked,
+                          Qt::CheckStateRole);
         break;
     }
     case Qt::Key_Up:
@@ -147,13 +165,22 @@ void CModelViewWindow::OnKeyPressed(QKeyEvent* pEvent)
     pEvent->accept();
 }
 
-void CModelViewWindow::OnKeyPlusPressed() { m_pView->SetExpanded(m_pView->currentIndex().siblingAtColumn(0), true); }
-void CModelViewWindow::OnKeyMinusPressed() { m_pView->SetExpanded(m_pView->currentIndex().siblingAtColumn(0), false); }
+void CModelViewWindow::OnKeyPlusPressed()
+{
+    m_pView->SetExpanded(m_pView->currentIndex().siblingAtColumn(0), true);
+}
+void CModelViewWindow::OnKeyMinusPressed()
+{
+    m_pView->SetExpanded(m_pView->currentIndex().siblingAtColumn(0), false);
+}
 void CModelViewWindow::OnMouseMoved(QMouseEvent*) {}
 void CModelViewWindow::OnContentAreaClicked(QMouseEvent*) {}
 void CModelViewWindow::OnItemClicked(QModelIndex) {}
 void CModelViewWindow::OnItemDoubleClicked(QModelIndex) {}
-void CModelViewWindow::OnItemAboutToExpand(QModelIndex ViewIndex) { m_pModel->SetRole(MapToSource(ViewIndex), ROLE_EXPANDED, 1, true, true); }
+void CModelViewWindow::OnItemAboutToExpand(QModelIndex ViewIndex)
+{
+    m_pModel->SetRole(MapToSource(ViewIndex), ROLE_EXPANDED, 1, true, true);
+}
 void CModelViewWindow::OnItemAboutToCollapse(QModelIndex) {}
 
 void CModelViewWindow::OnItemExpanded(QModelIndex ViewIndex)
@@ -188,7 +215,10 @@ void CModelViewWindow::OnColumnResized(int)
 }
 
 void CModelViewWindow::OnSortIndicatorChanged(int, Qt::SortOrder) {}
-void CModelViewWindow::OnTableHeaderColDividerDoubleClicked(int Column) { m_pView->resizeColumnToContents(Column); }
+void CModelViewWindow::OnTableHeaderColDividerDoubleClicked(int Column)
+{
+    m_pView->resizeColumnToContents(Column);
+}
 
 // ---- Menus -----------------------------------------------------------------------------------------------
 
@@ -211,12 +241,16 @@ void CModelViewWindow::ShowContextMenu(QPoint Pos)
     if (!Menu.isEmpty()) Menu.exec(mapToGlobal(Pos));
 }
 
-void CModelViewWindow::FillContextMenu(QMenu* pMenu, const QModelIndex& SourceIndex) { AddCommonMenuEntries(pMenu, SourceIndex); }
+void CModelViewWindow::FillContextMenu(QMenu* pMenu, const QModelIndex& SourceIndex)
+{
+    AddCommonMenuEntries(pMenu, SourceIndex);
+}
 
 void CModelViewWindow::AddCommonMenuEntries(QMenu* pMenu, const QModelIndex& SourceIndex)
 {
     if (!pMenu->isEmpty()) pMenu->addSeparator();
-    if (SourceIndex.isValid() && (GetColumnFlags(SourceIndex.column()) & COLUMN_NUMERIC || IsChangeHighlighted(1))) {
+    if (SourceIndex.isValid() &&
+        (GetColumnFlags(SourceIndex.column()) & COLUMN_NUMERIC || IsChangeHighlighted(1))) {
         QMenu* pSubMenu = pMenu->addMenu(QStringLiteral("Displa&y As"));
         for (QAction* pAction : std::as_const(m_ItemFormatActions)) pSubMenu->addAction(pAction);
         AddDisplayFormatMenu(pMenu);
@@ -232,10 +266,22 @@ void CModelViewWindow::AddCommonMenuEntries(QMenu* pMenu, const QModelIndex& Sou
 
 // ---- Scrolling and state ---------------------------------------------------------------------------------
 
-void CModelViewWindow::ScrollToTop() { m_pView->verticalScrollBar()->setValue(m_pView->verticalScrollBar()->minimum()); }
-void CModelViewWindow::ScrollToBottom() { m_pView->verticalScrollBar()->setValue(m_pView->verticalScrollBar()->maximum()); }
-void CModelViewWindow::ScrollToLeft() { m_pView->horizontalScrollBar()->setValue(m_pView->horizontalScrollBar()->minimum()); }
-void CModelViewWindow::ScrollToRight() { m_pView->horizontalScrollBar()->setValue(m_pView->horizontalScrollBar()->maximum()); }
+void CModelViewWindow::ScrollToTop()
+{
+    m_pView->verticalScrollBar()->setValue(m_pView->verticalScrollBar()->minimum());
+}
+void CModelViewWindow::ScrollToBottom()
+{
+    m_pView->verticalScrollBar()->setValue(m_pView->verticalScrollBar()->maximum());
+}
+void CModelViewWindow::ScrollToLeft()
+{
+    m_pView->horizontalScrollBar()->setValue(m_pView->horizontalScrollBar()->minimum());
+}
+void CModelViewWindow::ScrollToRight()
+{
+    m_pView->horizontalScrollBar()->setValue(m_pView->horizontalScrollBar()->maximum());
+}
 
 void CModelViewWindow::ScrollBy(int dx, int dy)
 {
@@ -243,7 +289,10 @@ void CModelViewWindow::ScrollBy(int dx, int dy)
     m_pView->verticalScrollBar()->setValue(m_pView->verticalScrollBar()->value() + dy);
 }
 
-void CModelViewWindow::ClearStateBackup() { m_StateBackups.clear(); }
+void CModelViewWindow::ClearStateBackup()
+{
+    m_StateBackups.clear();
+}
 
 void CModelViewWindow::CollectExpanded(const QModelIndex& Parent, QList<U32>& Keys) const
 {
@@ -272,7 +321,8 @@ void CModelViewWindow::BackupState(int StateID)
     STATE_BACKUP Backup;
     CollectExpanded(QModelIndex(), Backup.Expanded);
     Backup.CurrentColumn = m_pView->currentIndex().column();
-    for (QModelIndex Index = m_pView->currentIndex().siblingAtColumn(0); Index.isValid(); Index = Index.parent())
+    for (QModelIndex Index = m_pView->currentIndex().siblingAtColumn(0); Index.isValid();
+         Index = Index.parent())
         Backup.CurrentPath.prepend(Index.data(ROLE_ITEM_KEY).toUInt());
     if (!IsEmpty())
         for (int i = 0; i < m_pHeader->count(); i++) Backup.Widths.append(m_pHeader->sectionSize(i));
@@ -289,7 +339,8 @@ void CModelViewWindow::RestoreState(int StateID, U32 DoNotRestoreFlags)
     if (!m_pModel || !m_StateBackups.contains(StateID)) return;
     const STATE_BACKUP Backup = m_StateBackups.value(StateID);
     m_pModel->RestoreAttributes();
-    if (!(DoNotRestoreFlags & DNR_SORT) && Backup.SortColumn >= 0) SetSortColumn(Backup.SortColumn, Backup.SortOrder);
+    if (!(DoNotRestoreFlags & DNR_SORT) && Backup.SortColumn >= 0)
+        SetSortColumn(Backup.SortColumn, Backup.SortOrder);
     if (!(DoNotRestoreFlags & DNR_EXPANSION)) {
         m_pView->setUpdatesEnabled(false);
         RestoreExpansion(QModelIndex(), Backup.Expanded);
@@ -297,17 +348,20 @@ void CModelViewWindow::RestoreState(int StateID, U32 DoNotRestoreFlags)
     }
     if (!(DoNotRestoreFlags & DNR_COLUMN_WIDTHS))
         for (int i = 0; i < qMin(int(Backup.Widths.size()), m_pHeader->count()); i++)
-            if (Backup.Widths[i] > 0 && !m_pHeader->isSectionHidden(i)) m_pHeader->resizeSection(i, Backup.Widths[i]);
+            if (Backup.Widths[i] > 0 && !m_pHeader->isSectionHidden(i))
+                m_pHeader->resizeSection(i, Backup.Widths[i]);
     if (!(DoNotRestoreFlags & DNR_CURRENT_ITEM)) {
         QModelIndex Current;
         for (U32 Key : Backup.CurrentPath) {
             QModelIndex Next;
             for (int i = 0; i < m_pSortFilter->rowCount(Current) && !Next.isValid(); i++)
-                if (m_pSortFilter->index(i, 0, Current).data(ROLE_ITEM_KEY).toUInt() == Key) Next = m_pSortFilter->index(i, 0, Current);
+                if (m_pSortFilter->index(i, 0, Current).data(ROLE_ITEM_KEY).toUInt() == Key)
+                    Next = m_pSortFilter->index(i, 0, Current);
             if (!Next.isValid()) break;
             Current = Next;
         }
-        if (Current.isValid()) m_pView->setCurrentIndex(Current.siblingAtColumn(qMax(0, Backup.CurrentColumn)));
+        if (Current.isValid())
+            m_pView->setCurrentIndex(Current.siblingAtColumn(qMax(0, Backup.CurrentColumn)));
     }
     if (!(DoNotRestoreFlags & DNR_SCROLL_BARS)) {
         m_pView->horizontalScrollBar()->setValue(Backup.ScrollX);
@@ -327,7 +381,8 @@ void CModelViewWindow::AddTextLines(const QModelIndex& Parent, int Level, int De
             const QModelIndex Cell = m_pSortFilter->index(Row, Column, Parent);
             const QVariant Check = Cell.data(Qt::CheckStateRole);
             QString sText = Cell.data().toString();
-            if (Check.isValid()) sText.prepend(Check.toInt() == Qt::Checked ? QStringLiteral("[x]") : QStringLiteral("[ ]"));
+            if (Check.isValid())
+                sText.prepend(Check.toInt() == Qt::Checked ? QStringLiteral("[x]") : QStringLiteral("[ ]"));
             Cells.append(sText.replace(u'\t', u' ').replace(u'\n', u' '));
         }
         Lines.append(QString(2 * Level, u' ') + Cells.join(u'\t'));
@@ -352,15 +407,21 @@ bool CModelViewWindow::PrepareRows(const QModelIndex& Parent, int Level, int Dep
         const QModelIndex ViewIndex = m_pSortFilter->index(Row, 0, Parent);
         const QModelIndex Index = MapToSource(ViewIndex);
         if (m_pModel->data(Index, ROLE_READ_STATE).toInt() == READ_STATE_NONE) {
-            if (m_pModel->UpdateItem(Index)) m_pModel->NotifyItemChanged(Index, Index.siblingAtColumn(GetNumColumns() - 1));
+            if (m_pModel->UpdateItem(Index))
+                m_pModel->NotifyItemChanged(Index, Index.siblingAtColumn(GetNumColumns() - 1));
         }
         if (m_pModel->data(Index, ROLE_READ_STATE).toInt() == READ_STATE_PENDING) Started = true;
         const bool GoesOn = Depth < 0 ? m_pView->isExpanded(ViewIndex) : Level < Depth;
         if (!GoesOn || !m_pSortFilter->hasChildren(ViewIndex)) continue;
-        if (Depth >= 0) m_pModel->SetRole(Index, ROLE_EXPANDED, 1, false, true); // models build children of unfolded rows only
+        if (Depth >= 0)
+            m_pModel->SetRole(Index, ROLE_EXPANDED, 1, false,
+                              true); // models build children of unfolded rows only
         Started = PrepareRows(ViewIndex, Level + 1, Depth) || Started;
     }
     return Started;
 }
 
-bool CModelViewWindow::PrepareText(int Depth) { return m_pModel && m_pView && PrepareRows(QModelIndex(), 0, Depth); }
+bool CModelViewWindow::PrepareText(int Depth)
+{
+    return m_pModel && m_pView && PrepareRows(QModelIndex(), 0, Depth);
+}

@@ -44,11 +44,16 @@ CModelViewWindow::CModelViewWindow(QWidget* pParent, const QString& sName) : CWi
     m_UpdateTimer.setInterval(UPDATE_DELAY_MS);
     m_WatchdogTimer.setSingleShot(true);
     m_WatchdogTimer.setInterval(WATCHDOG_MS);
-    m_pActionExpandAll = AddAction("actionExpandAll", QStringLiteral("E&xpand All"), "Alt++", QStringLiteral("Expands all Items"));
-    m_pActionCollapseAll = AddAction("actionCollapseAll", QStringLiteral("C&ollapse All"), "Alt+-", QStringLiteral("Collapses all Items"));
-    m_pActionRefreshItem = AddAction("actionRefreshItem", QStringLiteral("&Refresh"), "", QStringLiteral("Reads the Item anew"));
-    m_pActionRefreshAll = AddAction("actionRefreshAll", QStringLiteral("Refresh &All"), "", QStringLiteral("Reads all Items anew"));
-    m_pActionToggleFilterBar = AddAction("actionToggleFilterBar", QStringLiteral("&Filter Bar"), "", QStringLiteral("Shows or hides the Filter Bar"));
+    m_pActionExpandAll = AddAction("actionExpandAll", QStringLiteral("E&xpand All"), "Alt++",
+                                   QStringLiteral("Expands all Items"));
+    m_pActionCollapseAll = AddAction("actionCollapseAll", QStringLiteral("C&ollapse All"), "Alt+-",
+                                     QStringLiteral("Collapses all Items"));
+    m_pActionRefreshItem =
+        AddAction("actionRefreshItem", QStringLiteral("&Refresh"), "", QStringLiteral("Reads the Item anew"));
+    m_pActionRefreshAll = AddAction("actionRefreshAll", QStringLiteral("Refresh &All"), "",
+                                    QStringLiteral("Reads all Items anew"));
+    m_pActionToggleFilterBar = AddAction("actionToggleFilterBar", QStringLiteral("&Filter Bar"), "",
+                                         QStringLiteral("Shows or hides the Filter Bar"));
     m_pActionToggleFilterBar->setCheckable(true);
     for (const ITEM_FORMAT_ROW& Row : aItemFormats) {
         QAction* pAction = AddAction(Row.sObjectName, QString::fromLatin1(Row.sText), Row.sShortcut);
@@ -124,7 +129,8 @@ void CModelViewWindow::Init()
 {
     for (int i = 0; i < GetNumColumns(); i++)
         if (const int Width = m_pModel->GetColumnWidth(i)) m_pHeader->resizeSection(i, Width);
-    connect(m_pModel, SIGNAL(dataChanged(QModelIndex, QModelIndex)), this, SLOT(OnDataChanged(QModelIndex, QModelIndex)));
+    connect(m_pModel, SIGNAL(dataChanged(QModelIndex, QModelIndex)), this,
+            SLOT(OnDataChanged(QModelIndex, QModelIndex)));
     connect(m_pModel, SIGNAL(modelReset()), this, SIGNAL(ContentChanged()));
     connect(m_pModel, SIGNAL(rowsInserted(QModelIndex, int, int)), this, SIGNAL(ContentChanged()));
     connect(m_pModel, SIGNAL(rowsRemoved(QModelIndex, int, int)), this, SIGNAL(ContentChanged()));
@@ -136,21 +142,35 @@ void CModelViewWindow::Init()
     connect(m_pView, SIGNAL(AboutToCollapse(QModelIndex)), this, SLOT(OnItemAboutToCollapse(QModelIndex)));
     connect(m_pView, SIGNAL(KeyPressed(QKeyEvent*)), this, SLOT(OnKeyPressed(QKeyEvent*)));
     connect(m_pView, SIGNAL(MouseMoved(QMouseEvent*)), this, SLOT(OnMouseMoved(QMouseEvent*)));
-    connect(m_pView, SIGNAL(ContentAreaClicked(QMouseEvent*)), this, SLOT(OnContentAreaClicked(QMouseEvent*)));
+    connect(m_pView, SIGNAL(ContentAreaClicked(QMouseEvent*)), this,
+            SLOT(OnContentAreaClicked(QMouseEvent*)));
     connect(m_pView->verticalScrollBar(), SIGNAL(valueChanged(int)), this, SLOT(OnScrollBarValueChanged()));
     connect(m_pView->horizontalScrollBar(), SIGNAL(valueChanged(int)), this, SLOT(OnScrollBarValueChanged()));
-    connect(m_pView->selectionModel(), SIGNAL(currentChanged(QModelIndex, QModelIndex)), this, SLOT(OnSelectionChanged(QModelIndex, QModelIndex)));
+    connect(m_pView->selectionModel(), SIGNAL(currentChanged(QModelIndex, QModelIndex)), this,
+            SLOT(OnSelectionChanged(QModelIndex, QModelIndex)));
     connect(m_pHeader, SIGNAL(sectionDoubleClicked(int)), this, SLOT(OnColumnResized(int)));
-    connect(m_pHeader, SIGNAL(sectionHandleDoubleClicked(int)), this, SLOT(OnTableHeaderColDividerDoubleClicked(int)));
-    connect(m_pHeader, SIGNAL(sortIndicatorChanged(int, Qt::SortOrder)), this, SLOT(OnSortIndicatorChanged(int, Qt::SortOrder)));
+    connect(m_pHeader, SIGNAL(sectionHandleDoubleClicked(int)), this,
+            SLOT(OnTableHeaderColDividerDoubleClicked(int)));
+    connect(m_pHeader, SIGNAL(sortIndicatorChanged(int, Qt::SortOrder)), this,
+            SLOT(OnSortIndicatorChanged(int, Qt::SortOrder)));
     connect(m_pHeader, &QHeaderView::sectionResized, this, [this](int Column) { OnColumnResized(Column); });
-    connect(m_pHeader, &CTableHeader::SectionVisibilityChanged, this, [this](int Column) { OnColumnResized(Column); });
+    connect(m_pHeader, &CTableHeader::SectionVisibilityChanged, this,
+            [this](int Column) { OnColumnResized(Column); });
     OnContentChanged();
 }
 
-void CModelViewWindow::SetColumnVisible(int Column, bool Visible) { m_pHeader->SetSectionVisible(Column, Visible); }
-void CModelViewWindow::SetColumnWidth(int Column, int Pixels) { m_pHeader->resizeSection(Column, Pixels); }
-void CModelViewWindow::SetColumnMargin(int Column, int Pixels) { m_ColumnMargins.insert(Column, Pixels); }
+void CModelViewWindow::SetColumnVisible(int Column, bool Visible)
+{
+    m_pHeader->SetSectionVisible(Column, Visible);
+}
+void CModelViewWindow::SetColumnWidth(int Column, int Pixels)
+{
+    m_pHeader->resizeSection(Column, Pixels);
+}
+void CModelViewWindow::SetColumnMargin(int Column, int Pixels)
+{
+    m_ColumnMargins.insert(Column, Pixels);
+}
 
 void CModelViewWindow::SetSortColumn(int Column, Qt::SortOrder Order)
 {
@@ -184,10 +204,22 @@ void CModelViewWindow::SetIndentation(int Pixels)
 
 // ---- Rows and columns ------------------------------------------------------------------------------------
 
-int CModelViewWindow::GetNumRows(const QModelIndex& Parent) const { return m_pSortFilter ? m_pSortFilter->rowCount(MapToView(Parent)) : 0; }
-int CModelViewWindow::GetNumColumns() const { return m_pModel ? m_pModel->columnCount() : 0; }
-int CModelViewWindow::GetNumVisibleColumns() const { return m_pHeader ? m_pHeader->count() - m_pHeader->hiddenSectionCount() : 0; }
-int CModelViewWindow::GetNumVisibleRows() const { return m_pView ? m_pView->GetNumVisibleRows() : 0; }
+int CModelViewWindow::GetNumRows(const QModelIndex& Parent) const
+{
+    return m_pSortFilter ? m_pSortFilter->rowCount(MapToView(Parent)) : 0;
+}
+int CModelViewWindow::GetNumColumns() const
+{
+    return m_pModel ? m_pModel->columnCount() : 0;
+}
+int CModelViewWindow::GetNumVisibleColumns() const
+{
+    return m_pHeader ? m_pHeader->count() - m_pHeader->hiddenSectionCount() : 0;
+}
+int CModelViewWindow::GetNumVisibleRows() const
+{
+    return m_pView ? m_pView->GetNumVisibleRows() : 0;
+}
 
 QModelIndex CModelViewWindow::MapToView(const QModelIndex& SourceIndex) const
 {
@@ -201,7 +233,10 @@ QModelIndex CModelViewWindow::MapToSource(const QModelIndex& ViewIndex) const
     return m_pSortFilter->mapToSource(ViewIndex);
 }
 
-bool CModelViewWindow::IsItemExpanded(const QModelIndex& Index) const { return m_pView->isExpanded(MapToView(Index).siblingAtColumn(0)); }
+bool CModelViewWindow::IsItemExpanded(const QModelIndex& Index) const
+{
+    return m_pView->isExpanded(MapToView(Index).siblingAtColumn(0));
+}
 
 bool CModelViewWindow::IsItemVisible(const QModelIndex& Index) const
 {
@@ -209,17 +244,41 @@ bool CModelViewWindow::IsItemVisible(const QModelIndex& Index) const
     return Rect.isValid() && Rect.intersects(m_pView->viewport()->rect());
 }
 
-bool CModelViewWindow::IsColumnEditable(int) const { return false; }
-bool CModelViewWindow::IsChangeHighlighted(int) const { return false; }
-bool CModelViewWindow::HasInputRow() const { return false; }
-QModelIndex CModelViewWindow::GetCurrentItem() const { return m_pView ? MapToSource(m_pView->currentIndex()) : QModelIndex(); }
-void CModelViewWindow::SetCurrentItem(const QModelIndex& SourceIndex) { m_pView->setCurrentIndex(MapToView(SourceIndex)); }
+bool CModelViewWindow::IsColumnEditable(int) const
+{
+    return false;
+}
+bool CModelViewWindow::IsChangeHighlighted(int) const
+{
+    return false;
+}
+bool CModelViewWindow::HasInputRow() const
+{
+    return false;
+}
+QModelIndex CModelViewWindow::GetCurrentItem() const
+{
+    return m_pView ? MapToSource(m_pView->currentIndex()) : QModelIndex();
+}
+void CModelViewWindow::SetCurrentItem(const QModelIndex& SourceIndex)
+{
+    m_pView->setCurrentIndex(MapToView(SourceIndex));
+}
 
 // ---- Update cycle ----------------------------------------------------------------------------------------
 
-void CModelViewWindow::Update(U32) { m_UpdateTimer.start(); }
-bool CModelViewWindow::IsUpdatePending() const { return m_UpdateTimer.isActive(); }
-void CModelViewWindow::OnUpdateTimerTimeout() { UpdateItems(); }
+void CModelViewWindow::Update(U32)
+{
+    m_UpdateTimer.start();
+}
+bool CModelViewWindow::IsUpdatePending() const
+{
+    return m_UpdateTimer.isActive();
+}
+void CModelViewWindow::OnUpdateTimerTimeout()
+{
+    UpdateItems();
+}
 
 void CModelViewWindow::UpdateItems()
 {
@@ -228,11 +287,14 @@ void CModelViewWindow::UpdateItems()
     if (m_UpdatePolicy == UPDATE_POLICY_ON_SCREEN)
         Rows = m_pView->GetRowsOnScreen();
     else
-        for (QModelIndex Index = m_pSortFilter->index(0, 0); Index.isValid(); Index = m_pView->indexBelow(Index)) Rows.append(Index);
+        for (QModelIndex Index = m_pSortFilter->index(0, 0); Index.isValid();
+             Index = m_pView->indexBelow(Index))
+            Rows.append(Index);
     for (const QModelIndex& ViewIndex : std::as_const(Rows)) {
         const QModelIndex Index = MapToSource(ViewIndex);
         if (!IsItemUpdateRequired(Index)) continue;
-        if (m_pModel->UpdateItem(Index)) m_pModel->NotifyItemChanged(Index, Index.siblingAtColumn(GetNumColumns() - 1));
+        if (m_pModel->UpdateItem(Index))
+            m_pModel->NotifyItemChanged(Index, Index.siblingAtColumn(GetNumColumns() - 1));
     }
     Repaint();
 }
@@ -269,7 +331,10 @@ void CModelViewWindow::OnDataChanged(QModelIndex First, QModelIndex Last)
     }
 }
 
-void CModelViewWindow::OnScrollBarValueChanged() { m_WatchdogTimer.start(); }
+void CModelViewWindow::OnScrollBarValueChanged()
+{
+    m_WatchdogTimer.start();
+}
 
 void CModelViewWindow::OnWatchdogTimerTimeout()
 {
@@ -294,8 +359,10 @@ void CModelViewWindow::OnDeviceHaltDone(U32 NewPC, HALT_REASONS Reason)
 void CModelViewWindow::OnDeviceStepped(U32 NewPC)
 {
     if (m_pModel) {
-        if (IsVisible()) m_pModel->AgeChangeLevels();
-        else m_pModel->ClearRole(ROLE_CHANGE_LEVEL);
+        if (IsVisible())
+            m_pModel->AgeChangeLevels();
+        else
+            m_pModel->ClearRole(ROLE_CHANGE_LEVEL);
         m_pModel->ClearRole(ROLE_READ_STATE);
     }
     CWindow::OnDeviceStepped(NewPC);
@@ -339,7 +406,8 @@ QColor CModelViewWindow::GetItemTextColor(const QModelIndex& SourceIndex) const
     if (HasFocus() && Current.row() == SourceIndex.row() && Current.parent() == SourceIndex.parent())
         return CTheme::GetColor(COLOR_SELECTION_HIGHLIGHT_TEXT);
     if (!IsTargetConnected()) return Plain;
-    if (m_pModel->flags(SourceIndex) & ITEM_FLAGS_STALE) return palette().color(QPalette::Disabled, QPalette::Text);
+    if (m_pModel->flags(SourceIndex) & ITEM_FLAGS_STALE)
+        return palette().color(QPalette::Disabled, QPalette::Text);
     const int Level = m_pModel->GetStoredRole(SourceIndex, ROLE_CHANGE_LEVEL).toInt();
     if (IsChangeHighlighted(SourceIndex.column()) && Level >= CHANGE_LEVEL_1 && Level <= CHANGE_LEVEL_3)
         return CTheme::GetColor(COLOR_CHANGE_LEVEL_1_FG + Level - 1);
@@ -363,12 +431,22 @@ QColor CModelViewWindow::GetItemBackgroundColor(const QModelIndex& SourceIndex) 
 QFont CModelViewWindow::GetItemFont(int Column) const
 {
     const int Flags = GetColumnFlags(Column);
-    return ::GetFont((Flags & COLUMN_TEXT) && !(Flags & COLUMN_VALUE_FONT) ? FONT_ITEM_NAME : FONT_ITEM_VALUE);
+    return ::GetFont((Flags & COLUMN_TEXT) && !(Flags & COLUMN_VALUE_FONT) ? FONT_ITEM_NAME
+                                                                           : FONT_ITEM_VALUE);
 }
 
-QSize CModelViewWindow::GetItemSizeHint(const QModelIndex&) const { return QSize(-1, m_RowHeight); }
-int CModelViewWindow::GetColumnFlags(int Column) const { return m_pModel ? m_pModel->GetColumnFlags(Column) : 0; }
-QString CModelViewWindow::GetColumnName(int Column) const { return m_pModel ? m_pModel->GetColumnName(Column) : QString(); }
+QSize CModelViewWindow::GetItemSizeHint(const QModelIndex&) const
+{
+    return QSize(-1, m_RowHeight);
+}
+int CModelViewWindow::GetColumnFlags(int Column) const
+{
+    return m_pModel ? m_pModel->GetColumnFlags(Column) : 0;
+}
+QString CModelViewWindow::GetColumnName(int Column) const
+{
+    return m_pModel ? m_pModel->GetColumnName(Column) : QString();
+}
 
 int CModelViewWindow::GetColumnDisplayFormat(int Column) const
 {
@@ -402,7 +480,8 @@ void CModelViewWindow::UpdateRowHeight()
 
 void CModelViewWindow::SetFont(int FontID, QFont& Font)
 {
-    if (FontID == FONT_ITEM_NAME || FontID == FONT_ITEM_VALUE || FontID == FONT_TABLE_HEADER) UpdateRowHeight();
+    if (FontID == FONT_ITEM_NAME || FontID == FONT_ITEM_VALUE || FontID == FONT_TABLE_HEADER)
+        UpdateRowHeight();
     CWindow::SetFont(FontID, Font);
 }
 
@@ -418,8 +497,14 @@ void CModelViewWindow::Repaint()
     if (m_pView) m_pView->viewport()->update();
 }
 
-bool CModelViewWindow::IsEmpty() const { return !m_pModel || m_pModel->rowCount() == 0; }
-bool CModelViewWindow::IsVisible() const { return m_UpdatePolicy != UPDATE_POLICY_ON_SCREEN || CWindow::IsVisible(); }
+bool CModelViewWindow::IsEmpty() const
+{
+    return !m_pModel || m_pModel->rowCount() == 0;
+}
+bool CModelViewWindow::IsVisible() const
+{
+    return m_UpdatePolicy != UPDATE_POLICY_ON_SCREEN || CWindow::IsVisible();
+}
 void CModelViewWindow::Clear() {}
 
 #include "moc_modelviewwindow.cpp"

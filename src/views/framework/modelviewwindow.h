@@ -69,8 +69,8 @@ public:
     virtual bool IsItemVisible(const QModelIndex& Index) const;
     virtual bool IsColumnEditable(int Column) const;
     virtual bool IsChangeHighlighted(int Column) const; ///< the column shows change levels
-    virtual bool HasInputRow() const; ///< the last row takes new items
-    QModelIndex GetCurrentItem() const; ///< index of the window's own model
+    virtual bool HasInputRow() const;                   ///< the last row takes new items
+    QModelIndex GetCurrentItem() const;                 ///< index of the window's own model
     void SetCurrentItem(const QModelIndex& SourceIndex);
     QModelIndex MapToView(const QModelIndex& SourceIndex) const;
     QModelIndex MapToSource(const QModelIndex& ViewIndex) const;

@@ -16,16 +16,30 @@ namespace {
 
 /// Drawing of each symbol number; row 0 is none.
 constexpr const char* aSymbolIcons[] = {
-    "", "breakpoint-11", "breakpoint-clear-11", "breakpoint-17", "breakpoint-disabled-17", "tracepoint-12",
-    "tracepoint-disabled-12", "tracepoint-17", "tracepoint-disabled-16", "grey-dot-17", "arrow-pc-yellow-12",
-    "arrow-pc-12", "play-12", "stop-12",
+    "",
+    "breakpoint-11",
+    "breakpoint-clear-11",
+    "breakpoint-17",
+    "breakpoint-disabled-17",
+    "tracepoint-12",
+    "tracepoint-disabled-12",
+    "tracepoint-17",
+    "tracepoint-disabled-16",
+    "grey-dot-17",
+    "arrow-pc-yellow-12",
+    "arrow-pc-12",
+    "play-12",
+    "stop-12",
 };
 static_assert(std::size(aSymbolIcons) == SIDEBAR_TRACE_STOP + 1);
 
 constexpr int MAX_COUNTER_DIGITS = 17;
 constexpr int NUMBER_PADDING = 8; ///< pixels at the left and right of a column of digits
 
-int CountDigits(U64 Value) { return Value < 1 ? 1 : std::min(int(std::floor(std::log10(double(Value)))) + 1, MAX_COUNTER_DIGITS); }
+int CountDigits(U64 Value)
+{
+    return Value < 1 ? 1 : std::min(int(std::floor(std::log10(double(Value)))) + 1, MAX_COUNTER_DIGITS);
+}
 
 } // namespace
 
@@ -106,7 +120,8 @@ void CSideBar::Clear()
 
 int CSideBar::GetNumberWidth() const
 {
-    return m_NumDigits > 0 ? QFontMetrics(m_NumberFont).horizontalAdvance(u'0') * m_NumDigits + NUMBER_PADDING : 0;
+    return m_NumDigits > 0 ? QFontMetrics(m_NumberFont).horizontalAdvance(u'0') * m_NumDigits + NUMBER_PADDING
+                           : 0;
 }
 
 int CSideBar::GetCounterWidth() const
@@ -117,7 +132,10 @@ int CSideBar::GetCounterWidth() const
     return QFontMetrics(m_CounterFont).horizontalAdvance(u'0') * CountDigits(Largest) + 2 * NUMBER_PADDING;
 }
 
-QSize CSideBar::sizeHint() const { return QSize(m_RowHeight + 2 + GetNumberWidth() + GetCounterWidth(), 100); }
+QSize CSideBar::sizeHint() const
+{
+    return QSize(m_RowHeight + 2 + GetNumberWidth() + GetCounterWidth(), 100);
+}
 
 void CSideBar::UpdateWidth()
 {
@@ -140,7 +158,9 @@ void CSideBar::paintEvent(QPaintEvent*)
     const int StripWidth = m_RowHeight + 2;
     const int NumberWidth = GetNumberWidth();
     const int CounterWidth = GetCounterWidth();
-    if (CounterWidth > 0) Painter.fillRect(width() - CounterWidth, 0, CounterWidth, height(), CTheme::GetMarginColor().lighter(106));
+    if (CounterWidth > 0)
+        Painter.fillRect(width() - CounterWidth, 0, CounterWidth, height(),
+                         CTheme::GetMarginColor().lighter(106));
     const int LastRow = GetRowAt(height());
     for (int Row = m_FirstRow; Row <= LastRow; Row++) {
         const int y = m_TopMargin + (Row - m_FirstRow) * m_RowHeight;
@@ -149,7 +169,8 @@ void CSideBar::paintEvent(QPaintEvent*)
         const QRectF IconRect(1 + (m_RowHeight - Side) / 2, y + (m_RowHeight - Side) / 2, Side, Side);
         for (int Symbol : {GetLeftSymbol(Row), GetRightSymbol(Row)})
             if (Symbol > SIDEBAR_NONE && Symbol <= SIDEBAR_TRACE_STOP)
-                PaintIcon(Painter, QLatin1String(aSymbolIcons[Symbol]), IconRect, palette().color(QPalette::Text));
+                PaintIcon(Painter, QLatin1String(aSymbolIcons[Symbol]), IconRect,
+                          palette().color(QPalette::Text));
         if (Row == m_HoverRow && GetLeftSymbol(Row) == SIDEBAR_HAS_CODE) {
             Painter.setOpacity(0.35);
             PaintIcon(Painter, QStringLiteral("breakpoint-17"), IconRect, palette().color(QPalette::Text));
@@ -157,13 +178,16 @@ void CSideBar::paintEvent(QPaintEvent*)
         }
         if (const auto it = m_Numbers.constFind(Row); it != m_Numbers.constEnd() && NumberWidth > 0) {
             Painter.setFont(m_NumberFont);
-            Painter.setPen(Row == m_CurrentRow ? palette().color(QPalette::ButtonText) : CTheme::GetWeakTextColor());
-            Painter.drawText(QRect(StripWidth, y, NumberWidth - NUMBER_PADDING, m_RowHeight), Qt::AlignRight | Qt::AlignVCenter, QString::number(*it));
+            Painter.setPen(Row == m_CurrentRow ? palette().color(QPalette::ButtonText)
+                                               : CTheme::GetWeakTextColor());
+            Painter.drawText(QRect(StripWidth, y, NumberWidth - NUMBER_PADDING, m_RowHeight),
+                             Qt::AlignRight | Qt::AlignVCenter, QString::number(*it));
         }
         if (const auto it = m_Counters.constFind(Row); it != m_Counters.constEnd() && CounterWidth > 0) {
             Painter.setFont(m_CounterFont);
             Painter.setPen(palette().color(QPalette::ButtonText));
-            Painter.drawText(QRect(width() - CounterWidth, y, CounterWidth - NUMBER_PADDING, m_RowHeight), Qt::AlignRight | Qt::AlignVCenter, QString::number(it->first));
+            Painter.drawText(QRect(width() - CounterWidth, y, CounterWidth - NUMBER_PADDING, m_RowHeight),
+                             Qt::AlignRight | Qt::AlignVCenter, QString::number(it->first));
         }
     }
     Painter.fillRect(width() - 1, 0, 1, height(), CTheme::GetBorderColor());
@@ -202,16 +226,21 @@ QString CSideBar::MakeCounterTip(int Row) const
     if (it == m_Counters.constEnd() || it->first == 0) return QString();
     const U64 Fetched = it->first;
     const U64 NotExecuted = std::min(it->second, Fetched);
-    auto Cell = [Fetched](U64 Count) { return QStringLiteral("%1 (%2 %)").arg(Count).arg(100.0 * double(Count) / double(Fetched), 0, 'f', 1); };
+    auto Cell = [Fetched](U64 Count) {
+        return QStringLiteral("%1 (%2 %)").arg(Count).arg(100.0 * double(Count) / double(Fetched), 0, 'f', 1);
+    };
     const QString sRow = QStringLiteral("<tr><td>%1&nbsp;&nbsp;</td><td>%2</td></tr>");
-    QString sPlace = m_Numbers.contains(Row) ? QStringLiteral("line %1").arg(m_Numbers.value(Row)) : QString();
+    QString sPlace =
+        m_Numbers.contains(Row) ? QStringLiteral("line %1").arg(m_Numbers.value(Row)) : QString();
     if (m_PlaceText) sPlace = m_PlaceText(Row);
     QString sTip = QStringLiteral("Execution Profile for<br>&nbsp;%1<table>").arg(sPlace.toHtmlEscaped());
     sTip += sRow.arg(QStringLiteral("Fetched"), QString::number(Fetched));
     sTip += sRow.arg(QStringLiteral("Executed"), Cell(Fetched - NotExecuted));
     sTip += sRow.arg(QStringLiteral("Not-Executed"), Cell(NotExecuted));
     if (m_TotalExecuted > 0)
-        sTip += sRow.arg(QStringLiteral("Load"), QStringLiteral("%1 %").arg(100.0 * double(Fetched - NotExecuted) / double(m_TotalExecuted), 0, 'f', 1));
+        sTip += sRow.arg(QStringLiteral("Load"),
+                         QStringLiteral("%1 %").arg(
+                             100.0 * double(Fetched - NotExecuted) / double(m_TotalExecuted), 0, 'f', 1));
     return sTip + QStringLiteral("</table>");
 }
 
@@ -221,8 +250,10 @@ bool CSideBar::event(QEvent* pEvent)
     auto* pHelp = static_cast<QHelpEvent*>(pEvent);
     const bool InCounters = m_CountersShown && pHelp->pos().x() >= width() - GetCounterWidth();
     const QString sTip = InCounters ? MakeCounterTip(GetRowAt(pHelp->pos().y())) : QString();
-    if (sTip.isEmpty()) QToolTip::hideText();
-    else QToolTip::showText(pHelp->globalPos(), sTip, this);
+    if (sTip.isEmpty())
+        QToolTip::hideText();
+    else
+        QToolTip::showText(pHelp->globalPos(), sTip, this);
     return true;
 }
 

@@ -12,9 +12,9 @@
 /// Pictures of the symbol strip.
 enum SIDEBAR_SYMBOLS : int {
     SIDEBAR_NONE = 0,
-    SIDEBAR_BP_ON_SMALL = 1,   ///< on a later address of the row
+    SIDEBAR_BP_ON_SMALL = 1, ///< on a later address of the row
     SIDEBAR_BP_OFF_SMALL = 2,
-    SIDEBAR_BP_ON = 3,         ///< on the row's first address
+    SIDEBAR_BP_ON = 3, ///< on the row's first address
     SIDEBAR_BP_OFF = 4,
     SIDEBAR_TP_ON_SMALL = 5,
     SIDEBAR_TP_OFF_SMALL = 6,
@@ -35,18 +35,23 @@ public:
 
     /// Rows are document rows; only those on screen need to be in the maps.
     void SetSymbols(const QMap<int, int>& Left, const QMap<int, int>& Right);
-    /// Line number of each row; rows that aren't in the map have none. NumDigits sizes the column, 0 hides it.
+    /// Line number of each row; rows that aren't in the map have none. NumDigits sizes the column, 0 hides
+    /// it.
     void SetLineNumbers(const QMap<int, U32>& Numbers, int NumDigits);
     /// Fetched and not-executed counts by row; an empty hash with Shown false hides the column.
     void SetExecCounters(const QHash<int, QPair<U64, U64>>& Counters, bool Shown);
     void SetGeometryOfRows(int FirstRow, int RowHeight, int TopMargin = 0);
     void SetCurrentRow(int Row); ///< -1 for none; its number is drawn stronger
     void SetFonts(const QFont& LineNumbers, const QFont& Counters);
-    /// Place of a row for the counters' tool tip, and the count of all executed instructions for the load (0 = none).
+    /// Place of a row for the counters' tool tip, and the count of all executed instructions for the load (0
+    /// = none).
     void SetProfileInfo(std::function<QString(int Row)> PlaceText, U64 TotalExecuted);
     void Clear();
 
-    Qt::KeyboardModifiers GetClickModifiers() const { return m_ClickModifiers; } ///< of the click being reported
+    Qt::KeyboardModifiers GetClickModifiers() const
+    {
+        return m_ClickModifiers;
+    }                          ///< of the click being reported
     int GetRowAt(int y) const; ///< document row at a pixel
     int GetSymbolStripWidth() const { return m_RowHeight; }
     int GetLeftSymbol(int Row) const { return m_Left.value(Row, SIDEBAR_NONE); }

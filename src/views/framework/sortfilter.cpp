@@ -11,7 +11,10 @@
 namespace {
 constexpr double TOLERANCE = 1e-15;
 
-bool IsDouble(const QVariant& Value) { return Value.typeId() == QMetaType::Double || Value.typeId() == QMetaType::Float; }
+bool IsDouble(const QVariant& Value)
+{
+    return Value.typeId() == QMetaType::Double || Value.typeId() == QMetaType::Float;
+}
 } // namespace
 
 CSortFilter::CSortFilter(CModelViewWindow* pWindow, CItemDelegate* pDelegate)
@@ -20,7 +23,10 @@ CSortFilter::CSortFilter(CModelViewWindow* pWindow, CItemDelegate* pDelegate)
     setDynamicSortFilter(true);
 }
 
-CTableModel* CSortFilter::GetTableModel() const { return qobject_cast<CTableModel*>(sourceModel()); }
+CTableModel* CSortFilter::GetTableModel() const
+{
+    return qobject_cast<CTableModel*>(sourceModel());
+}
 
 QVariant CSortFilter::data(const QModelIndex& Index, int Role) const
 {
@@ -55,7 +61,8 @@ bool CSortFilter::IsNumberLess(const QModelIndex& Left, const QModelIndex& Right
         if (std::abs(A.toDouble() - B.toDouble()) >= TOLERANCE) return A.toDouble() < B.toDouble();
         const QVariant A2 = Left.data(ROLE_SORT_VALUE2);
         const QVariant B2 = Right.data(ROLE_SORT_VALUE2);
-        if (A2.isValid() && B2.isValid() && std::abs(A2.toDouble() - B2.toDouble()) >= TOLERANCE) return A2.toDouble() < B2.toDouble();
+        if (A2.isValid() && B2.isValid() && std::abs(A2.toDouble() - B2.toDouble()) >= TOLERANCE)
+            return A2.toDouble() < B2.toDouble();
         return IsTextLess(LeftName, RightName);
     }
     if (A.toLongLong() != B.toLongLong()) return A.toLongLong() < B.toLongLong();
@@ -116,7 +123,8 @@ bool CSortFilter::AcceptsCell(const QModelIndex& Cell, const COLUMN_FILTER& Filt
         if (!Value.isValid()) {
             const int Format = m_pWindow->GetItemDisplayFormat(Cell);
             U64 Parsed = 0;
-            if (!GetTableModel()->ParseValue(Cell.data().toString(), Format == 0 ? 10 : Format, Parsed)) return false;
+            if (!GetTableModel()->ParseValue(Cell.data().toString(), Format == 0 ? 10 : Format, Parsed))
+                return false;
             Number = double(Parsed);
         }
         if (Flags & COLUMN_FLOAT) return Filter.Min <= Number && Number <= Filter.Max;
@@ -127,7 +135,8 @@ bool CSortFilter::AcceptsCell(const QModelIndex& Cell, const COLUMN_FILTER& Filt
     int Length = 0;
     const int Pos = FindMatch(sCell, Filter.sText, Length);
     if (Pos < 0) return false;
-    m_pDelegate->SetMatch(Cell.data(ROLE_ITEM_KEY).toUInt(), Cell.column(), {Pos, Length, CTheme::GetColor(COLOR_TABLE_FILTER_MATCH)});
+    m_pDelegate->SetMatch(Cell.data(ROLE_ITEM_KEY).toUInt(), Cell.column(),
+                          {Pos, Length, CTheme::GetColor(COLOR_TABLE_FILTER_MATCH)});
     return true;
 }
 
@@ -161,7 +170,10 @@ void CSortFilter::SetFilterRange(int Column, double Min, double Max)
     ApplyFilters();
 }
 
-void CSortFilter::ClearFilter(int Column) { SetFilterText(Column, QString()); }
+void CSortFilter::ClearFilter(int Column)
+{
+    SetFilterText(Column, QString());
+}
 
 void CSortFilter::ClearAllFilters()
 {

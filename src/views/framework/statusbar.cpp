@@ -72,8 +72,10 @@ CStatusBar::CStatusBar(QWidget* pParent)
     m_pButtonCancel->setIconSize(QSize(14, 14));
     m_pButtonCancel->setFixedSize(16, 16);
     static_cast<QHBoxLayout*>(m_pFrameProgress->layout())->addWidget(m_pButtonCancel, 0, Qt::AlignVCenter);
-    m_pLabelWindowStatus = AddLabel(AddFrame(pLayout, "frameCursorInfo", 0), "labelWindowStatus", QStringLiteral("Cursor"));
-    m_pLabelConnection = AddLabel(AddFrame(pLayout, "frameConnectionInfo", 0), "labelConnectionInfo", QStringLiteral("Connection"));
+    m_pLabelWindowStatus =
+        AddLabel(AddFrame(pLayout, "frameCursorInfo", 0), "labelWindowStatus", QStringLiteral("Cursor"));
+    m_pLabelConnection = AddLabel(AddFrame(pLayout, "frameConnectionInfo", 0), "labelConnectionInfo",
+                                  QStringLiteral("Connection"));
     // A permanent widget stays on the screen under a temporary message, which the status label shows.
     addPermanentWidget(pWidget, 1);
     setSizeGripEnabled(false);
@@ -183,8 +185,10 @@ void CStatusBar::OnTimerTimeout()
     // A range without width is shown as a busy bar.
     const int Maximum = m_Maximum > m_Minimum ? m_Maximum : m_Minimum;
     if (m_pProgressBar->minimum() != m_Minimum || m_pProgressBar->maximum() != Maximum) {
-        if (Maximum == m_Minimum) m_pProgressBar->setRange(0, 0);
-        else m_pProgressBar->setRange(m_Minimum, Maximum);
+        if (Maximum == m_Minimum)
+            m_pProgressBar->setRange(0, 0);
+        else
+            m_pProgressBar->setRange(m_Minimum, Maximum);
     }
     if (m_pProgressBar->value() != m_Value) m_pProgressBar->setValue(m_Value);
 }

@@ -47,7 +47,10 @@ CTableHeader::CTableHeader(QWidget* pParent) : QHeaderView(Qt::Horizontal, pPare
     setFixedHeight(fontMetrics().height() + EXTRA_HEIGHT);
 }
 
-QString CTableHeader::GetTitle(int LogicalIdx) const { return model() ? model()->headerData(LogicalIdx, orientation()).toString() : QString(); }
+QString CTableHeader::GetTitle(int LogicalIdx) const
+{
+    return model() ? model()->headerData(LogicalIdx, orientation()).toString() : QString();
+}
 
 int CTableHeader::FindSection(const QString& sTitle) const
 {
@@ -62,7 +65,9 @@ QString CTableHeader::GetSetting(const QString& sKey) const
         const int Section = sortIndicatorSection();
         return isSortIndicatorShown() && Section >= 0 && Section < count() ? GetTitle(Section) : sNone;
     }
-    if (sKey == QLatin1String("SortOrder")) return sortIndicatorOrder() == Qt::AscendingOrder ? QStringLiteral("ASCENDING") : QStringLiteral("DESCENDING");
+    if (sKey == QLatin1String("SortOrder"))
+        return sortIndicatorOrder() == Qt::AscendingOrder ? QStringLiteral("ASCENDING")
+                                                          : QStringLiteral("DESCENDING");
     QStringList Items;
     if (sKey == QLatin1String("VisibleCols")) {
         for (int i = 0; i < count(); i++) {
@@ -129,7 +134,8 @@ void CTableHeader::SetSectionVisible(int LogicalIdx, bool Visible)
 {
     if (isSectionHidden(LogicalIdx) != Visible) return;
     setSectionHidden(LogicalIdx, !Visible);
-    if (Visible && sectionSize(LogicalIdx) < MIN_SAVED_WIDTH) resizeSection(LogicalIdx, std::max(sectionSizeHint(LogicalIdx), MIN_SAVED_WIDTH));
+    if (Visible && sectionSize(LogicalIdx) < MIN_SAVED_WIDTH)
+        resizeSection(LogicalIdx, std::max(sectionSizeHint(LogicalIdx), MIN_SAVED_WIDTH));
     emit SectionVisibilityChanged(LogicalIdx, Visible);
 }
 
@@ -143,11 +149,15 @@ void CTableHeader::AddColumnMenu(QMenu* pMenu)
         pAction->setChecked(!isSectionHidden(i));
         // The last shown column has to stay, there would be no header left to bring one back.
         pAction->setEnabled(isSectionHidden(i) || count() - hiddenSectionCount() > 1);
-        connect(pAction, &QAction::triggered, this, [this, i](bool Checked) { SetSectionVisible(i, Checked); });
+        connect(pAction, &QAction::triggered, this,
+                [this, i](bool Checked) { SetSectionVisible(i, Checked); });
     }
 }
 
-QSize CTableHeader::sizeHint() const { return QSize(QHeaderView::sizeHint().width() + EXTRA_WIDTH, fontMetrics().height() + EXTRA_HEIGHT); }
+QSize CTableHeader::sizeHint() const
+{
+    return QSize(QHeaderView::sizeHint().width() + EXTRA_WIDTH, fontMetrics().height() + EXTRA_HEIGHT);
+}
 
 QSize CTableHeader::sectionSizeFromContents(int LogicalIdx) const
 {

@@ -20,7 +20,7 @@ public:
     QString GetSetting(const QString& sKey) const;
 
     void SetSectionVisible(int LogicalIdx, bool Visible);
-    void AddColumnMenu(QMenu* pMenu); ///< a checkable entry for every column
+    void AddColumnMenu(QMenu* pMenu);             ///< a checkable entry for every column
     int FindSection(const QString& sTitle) const; ///< -1 for none
     QSize sizeHint() const override;
 

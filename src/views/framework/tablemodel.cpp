@@ -8,13 +8,14 @@
 
 namespace {
 
-constexpr int aAttributeRoles[] = {ROLE_LAST_VALUE, ROLE_CHANGE_LEVEL, ROLE_DISPLAY_FORMAT, ROLE_READ_STATE,
-                                   ROLE_REFRESH_RATE, ROLE_MEM_ZONE, ROLE_EXPANDED};
+constexpr int aAttributeRoles[] = {ROLE_LAST_VALUE,   ROLE_CHANGE_LEVEL, ROLE_DISPLAY_FORMAT, ROLE_READ_STATE,
+                                   ROLE_REFRESH_RATE, ROLE_MEM_ZONE,     ROLE_EXPANDED};
 constexpr int aBackupRoles[] = {ROLE_REFRESH_RATE, ROLE_DISPLAY_FORMAT, ROLE_MEM_ZONE};
 
 bool IsAttributeRole(int Role)
 {
-    return std::find(std::begin(aAttributeRoles), std::end(aAttributeRoles), Role) != std::end(aAttributeRoles);
+    return std::find(std::begin(aAttributeRoles), std::end(aAttributeRoles), Role) !=
+           std::end(aAttributeRoles);
 }
 
 /// Stable over runs, since attributes may be kept over a rebuild but never over a process.
@@ -39,14 +40,27 @@ void CTableModel::SetColumns(const TABLE_COLUMN* paColumns, int NumColumns)
 {
     m_Columns.clear();
     for (int i = 0; i < NumColumns; i++)
-        m_Columns.append({QString::fromUtf8(paColumns[i].sTitle), paColumns[i].Flags, paColumns[i].Width, QString::fromUtf8(paColumns[i].sToolTip)});
+        m_Columns.append({QString::fromUtf8(paColumns[i].sTitle), paColumns[i].Flags, paColumns[i].Width,
+                          QString::fromUtf8(paColumns[i].sToolTip)});
 }
 
-int CTableModel::columnCount(const QModelIndex&) const { return int(m_Columns.size()); }
+int CTableModel::columnCount(const QModelIndex&) const
+{
+    return int(m_Columns.size());
+}
 
-int CTableModel::GetColumnFlags(int Column) const { return Column >= 0 && Column < m_Columns.size() ? m_Columns[Column].Flags : 0; }
-int CTableModel::GetColumnWidth(int Column) const { return Column >= 0 && Column < m_Columns.size() ? m_Columns[Column].Width : 0; }
-QString CTableModel::GetColumnName(int Column) const { return Column >= 0 && Column < m_Columns.size() ? m_Columns[Column].sTitle : QString(); }
+int CTableModel::GetColumnFlags(int Column) const
+{
+    return Column >= 0 && Column < m_Columns.size() ? m_Columns[Column].Flags : 0;
+}
+int CTableModel::GetColumnWidth(int Column) const
+{
+    return Column >= 0 && Column < m_Columns.size() ? m_Columns[Column].Width : 0;
+}
+QString CTableModel::GetColumnName(int Column) const
+{
+    return Column >= 0 && Column < m_Columns.size() ? m_Columns[Column].sTitle : QString();
+}
 
 // ---- Item-model interface --------------------------------------------------------------------------------
 
@@ -94,12 +108,18 @@ QVariant CTableModel::headerData(int Section, Qt::Orientation Orientation, int R
 {
     if (Orientation != Qt::Horizontal || Section < 0 || Section >= m_Columns.size()) return QVariant();
     switch (Role) {
-    case Qt::DisplayRole: return m_Columns[Section].sTitle;
-    case Qt::ToolTipRole: return m_Columns[Section].sToolTip;
-    case Qt::TextAlignmentRole: return int(Qt::AlignLeft | Qt::AlignVCenter);
-    case ROLE_COLUMN_FLAGS: return m_pWindow ? m_pWindow->GetColumnFlags(Section) : m_Columns[Section].Flags;
-    case ROLE_DISPLAY_FORMAT: return m_pWindow ? m_pWindow->GetColumnDisplayFormat(Section) : -1;
-    default: return QVariant();
+    case Qt::DisplayRole:
+        return m_Columns[Section].sTitle;
+    case Qt::ToolTipRole:
+        return m_Columns[Section].sToolTip;
+    case Qt::TextAlignmentRole:
+        return int(Qt::AlignLeft | Qt::AlignVCenter);
+    case ROLE_COLUMN_FLAGS:
+        return m_pWindow ? m_pWindow->GetColumnFlags(Section) : m_Columns[Section].Flags;
+    case ROLE_DISPLAY_FORMAT:
+        return m_pWindow ? m_pWindow->GetColumnDisplayFormat(Section) : -1;
+    default:
+        return QVariant();
     }
 }
 
@@ -110,7 +130,8 @@ Qt::ItemFlags CTableModel::flags(const QModelIndex& Index) const
     if (!m_pWindow) return Flags;
     const bool Live = m_pWindow->IsActive() ||
                       (m_pWindow->TestFlag(WF_LIVE_ITEMS) && data(Index, ROLE_REFRESH_RATE).toInt() != 0);
-    const bool IsInputRow = m_pWindow->HasInputRow() && !Index.parent().isValid() && Index.row() == rowCount() - 1;
+    const bool IsInputRow =
+        m_pWindow->HasInputRow() && !Index.parent().isValid() && Index.row() == rowCount() - 1;
     if (IsInputRow || (Live && m_pWindow->IsColumnEditable(Index.column()))) Flags |= Qt::ItemIsEditable;
     if (!Live && m_pWindow->TestFlag(WF_ACTIVATE_ON_HALT)) Flags |= ITEM_FLAGS_STALE;
     return Flags;
@@ -122,11 +143,17 @@ QModelIndex CTableModel::sibling(int Row, int Column, const QModelIndex& Index) 
     return Row == Index.row() && Column == Index.column() ? Index : index(Row, Column, Index.parent());
 }
 
-bool CTableModel::hasChildren(const QModelIndex& Parent) const { return Parent.column() <= 0 && rowCount(Parent) > 0; }
+bool CTableModel::hasChildren(const QModelIndex& Parent) const
+{
+    return Parent.column() <= 0 && rowCount(Parent) > 0;
+}
 
 // ---- Resets ----------------------------------------------------------------------------------------------
 
-void CTableModel::BeginReset() { beginResetModel(); }
+void CTableModel::BeginReset()
+{
+    beginResetModel();
+}
 
 void CTableModel::EndReset()
 {
@@ -205,12 +232,16 @@ void CTableModel::ForgetItem(const QModelIndex& Index)
     if (Index.isValid()) m_Attributes[ROLE_READ_STATE].remove(GetCachedKey(Index));
 }
 
-void CTableModel::ClearRole(int Role) { m_Attributes.remove(Role); }
+void CTableModel::ClearRole(int Role)
+{
+    m_Attributes.remove(Role);
+}
 
 void CTableModel::RemoveRoleValue(int Role, U32 Value)
 {
     auto it = m_Attributes.find(Role);
-    if (it != m_Attributes.end()) it->removeIf([Value](const auto& Entry) { return Entry.value().toUInt() == Value; });
+    if (it != m_Attributes.end())
+        it->removeIf([Value](const auto& Entry) { return Entry.value().toUInt() == Value; });
 }
 
 void CTableModel::BackupAttributes()
@@ -233,14 +264,20 @@ void CTableModel::AgeChangeLevels(int Role)
 
 // ---- Values ----------------------------------------------------------------------------------------------
 
-bool CTableModel::UpdateItem(const QModelIndex&) { return false; }
+bool CTableModel::UpdateItem(const QModelIndex&)
+{
+    return false;
+}
 
 void CTableModel::RefreshItem(const QModelIndex& Index)
 {
     if (m_pWindow && m_pWindow->IsItemUpdateRequired(Index)) UpdateItem(Index);
 }
 
-void CTableModel::NotifyItemChanged(const QModelIndex& First, const QModelIndex& Last) { emit dataChanged(First, Last); }
+void CTableModel::NotifyItemChanged(const QModelIndex& First, const QModelIndex& Last)
+{
+    emit dataChanged(First, Last);
+}
 
 int CTableModel::GetRadix(const QString& sText) const
 {
@@ -297,17 +334,22 @@ QString CTableModel::MakeToolTip(const QModelIndex& Index) const
     bool HasTipColumn = false;
     const int TipColumn = data(Index, ROLE_TIP_COLUMN).toInt(&HasTipColumn);
     if (!HasTipColumn) return QString();
-    QString sTip = QStringLiteral("<b>%1</b><table>").arg(GetItemText(Index.siblingAtColumn(TipColumn)).toHtmlEscaped());
+    QString sTip =
+        QStringLiteral("<b>%1</b><table>").arg(GetItemText(Index.siblingAtColumn(TipColumn)).toHtmlEscaped());
     for (int Column = 0; Column < columnCount(); Column++) {
         const QModelIndex Cell = Index.siblingAtColumn(Column);
         const QString sText = GetItemText(Cell);
         if (Column == TipColumn || sText.isEmpty() || data(Cell, ROLE_TIP_ROW_HIDE).toInt() > 0) continue;
-        sTip += QStringLiteral("<tr><td>%1&nbsp;&nbsp;</td><td>%2</td></tr>").arg(GetColumnName(Column).toHtmlEscaped(), sText.toHtmlEscaped());
+        sTip += QStringLiteral("<tr><td>%1&nbsp;&nbsp;</td><td>%2</td></tr>")
+                    .arg(GetColumnName(Column).toHtmlEscaped(), sText.toHtmlEscaped());
     }
     return sTip + QStringLiteral("</table>");
 }
 
-QString CTableModel::GetItemText(const QModelIndex&) const { return QString(); }
+QString CTableModel::GetItemText(const QModelIndex&) const
+{
+    return QString();
+}
 
 int CTableModel::GetItemDepth(const QModelIndex& Index) const
 {
@@ -316,6 +358,9 @@ int CTableModel::GetItemDepth(const QModelIndex& Index) const
     return Depth;
 }
 
-QIcon CTableModel::GetIcon(const QModelIndex&) const { return QIcon(); }
+QIcon CTableModel::GetIcon(const QModelIndex&) const
+{
+    return QIcon();
+}
 
 #include "moc_tablemodel.cpp"

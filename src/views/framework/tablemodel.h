@@ -1,5 +1,6 @@
-// CTableModel, the base of all item models. Attributes of items (change marks, formats, expansion, read state)
-// live here in hash tables by item key, so that they survive a reset of the model and a rebuild of its tree.
+// CTableModel, the base of all item models. Attributes of items (change marks, formats, expansion, read
+// state) live here in hash tables by item key, so that they survive a reset of the model and a rebuild of its
+// tree.
 //
 // A model implements rowCount(), columnCount() and GetItemText(); a tree also index(), parent() and
 // hasChildren(). UpdateItem() starts the read of one item and tells whether its value is valid at once.
@@ -39,7 +40,8 @@ public:
     bool setData(const QModelIndex& Index, const QVariant& Value, int Role = Qt::EditRole) override;
     QVariant headerData(int Section, Qt::Orientation Orientation, int Role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex& Index) const override;
-    bool hasChildren(const QModelIndex& Parent = {}) const override; ///< rowCount() decides; trees that build lazily say more
+    bool hasChildren(const QModelIndex& Parent = {})
+        const override; ///< rowCount() decides; trees that build lazily say more
     QModelIndex sibling(int Row, int Column, const QModelIndex& Index) const override;
     ///@}
 
@@ -54,26 +56,28 @@ public:
     /// \name Attributes
     ///@{
     virtual void RemoveItemAttributes(const QModelIndex& Index, bool Recurse, bool WithChildren);
-    virtual void ForgetItem(const QModelIndex& Index);         ///< drops the read state of one item
-    virtual void ClearRole(int Role);                          ///< drops the role of all items
-    virtual void RemoveRoleValue(int Role, U32 Value);         ///< drops the entries of a role that hold Value
-    virtual void BackupAttributes();                           ///< refresh rates, display formats, memory zones
+    virtual void ForgetItem(const QModelIndex& Index); ///< drops the read state of one item
+    virtual void ClearRole(int Role);                  ///< drops the role of all items
+    virtual void RemoveRoleValue(int Role, U32 Value); ///< drops the entries of a role that hold Value
+    virtual void BackupAttributes();                   ///< refresh rates, display formats, memory zones
     virtual void RestoreAttributes();
     /// Stores Value for the item; Always false keeps an entry that exists; Recurse goes on into the children.
     virtual void SetRole(const QModelIndex& Index, int Role, U32 Value, bool Recurse, bool Always);
     void RemoveRoleEntry(const QModelIndex& Index, int Role);
     void SetRoleText(const QModelIndex& Index, int Role, const QString& sText);
     virtual void AgeChangeLevels(int Role = ROLE_CHANGE_LEVEL); ///< adds 1 to every entry, in 8 bits
-    QVariant GetStoredRole(const QModelIndex& Index, int Role) const; ///< the item's own entry; invalid if it has none
+    QVariant GetStoredRole(const QModelIndex& Index,
+                           int Role) const; ///< the item's own entry; invalid if it has none
     bool HasRoleEntries(int Role) const { return !m_Attributes.value(Role).isEmpty(); }
     ///@}
 
     /// \name Values
     ///@{
-    virtual bool UpdateItem(const QModelIndex& Index); ///< starts the item's read; true if its value is now valid
+    virtual bool
+    UpdateItem(const QModelIndex& Index); ///< starts the item's read; true if its value is now valid
     virtual void RefreshItem(const QModelIndex& Index); ///< UpdateItem() if the window says that it is needed
     virtual void NotifyItemChanged(const QModelIndex& First, const QModelIndex& Last);
-    virtual int GetRadix(const QString& sText) const;   ///< of a number text by its prefix: 16, 2 or 10
+    virtual int GetRadix(const QString& sText) const; ///< of a number text by its prefix: 16, 2 or 10
     /// Reads a number text in any radix, ignoring block separators; false leaves Value alone.
     virtual bool ParseValue(const QString& sText, int Radix, U64& Value) const;
     virtual U32 GetItemKey(const QModelIndex& Index) const;

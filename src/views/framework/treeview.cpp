@@ -26,19 +26,23 @@ CTreeView::CTreeView(QWidget* pParent) : QTreeView(pParent)
     setContextMenuPolicy(Qt::NoContextMenu); // the window asks for its menu itself
 }
 
-int CTreeView::GetNumVisibleRows() const { return int(GetRowsOnScreen().size()); }
+int CTreeView::GetNumVisibleRows() const
+{
+    return int(GetRowsOnScreen().size());
+}
 
 QModelIndexList CTreeView::GetRowsOnScreen() const
 {
     QModelIndexList Rows;
     const int Bottom = viewport()->height();
-    for (QModelIndex Index = indexAt(QPoint(columnViewportPosition(0) + 1, 0)).siblingAtColumn(0); Index.isValid();
-         Index = indexBelow(Index)) {
+    for (QModelIndex Index = indexAt(QPoint(columnViewportPosition(0) + 1, 0)).siblingAtColumn(0);
+         Index.isValid(); Index = indexBelow(Index)) {
         if (visualRect(Index).top() >= Bottom) break;
         Rows.append(Index);
     }
     if (Rows.isEmpty() && model() && model()->rowCount() > 0 && verticalScrollBar()->value() == 0)
-        for (QModelIndex Index = model()->index(0, 0); Index.isValid() && visualRect(Index).top() < Bottom; Index = indexBelow(Index))
+        for (QModelIndex Index = model()->index(0, 0); Index.isValid() && visualRect(Index).top() < Bottom;
+             Index = indexBelow(Index))
             Rows.append(Index);
     return Rows;
 }
@@ -46,8 +50,10 @@ QModelIndexList CTreeView::GetRowsOnScreen() const
 void CTreeView::SetExpanded(const QModelIndex& Index, bool Expanded)
 {
     if (!Index.isValid() || isExpanded(Index) == Expanded) return;
-    if (Expanded) emit AboutToExpand(Index);
-    else emit AboutToCollapse(Index);
+    if (Expanded)
+        emit AboutToExpand(Index);
+    else
+        emit AboutToCollapse(Index);
     setExpanded(Index, Expanded);
 }
 
@@ -58,7 +64,8 @@ void CTreeView::keyPressEvent(QKeyEvent* pEvent)
     if (pEvent->isAccepted()) return;
     const QModelIndex Current = currentIndex().siblingAtColumn(0);
     if (pEvent->modifiers() == Qt::NoModifier && Current.isValid()) {
-        if (pEvent->key() == Qt::Key_Right && model()->hasChildren(Current) && !isExpanded(Current)) return SetExpanded(Current, true);
+        if (pEvent->key() == Qt::Key_Right && model()->hasChildren(Current) && !isExpanded(Current))
+            return SetExpanded(Current, true);
         if (pEvent->key() == Qt::Key_Left && isExpanded(Current)) return SetExpanded(Current, false);
     }
     // A typed digit or "+" is a key of the window, not the start of a search.
@@ -78,8 +85,8 @@ QRect CTreeView::GetBranchRect(const QModelIndex& Index) const
 void CTreeView::mousePressEvent(QMouseEvent* pEvent)
 {
     const QModelIndex Index = indexAt(pEvent->pos()).siblingAtColumn(0);
-    if (pEvent->button() == Qt::LeftButton && Index.isValid() && indentation() > 0 && model()->hasChildren(Index) &&
-        GetBranchRect(Index).contains(pEvent->pos())) {
+    if (pEvent->button() == Qt::LeftButton && Index.isValid() && indentation() > 0 &&
+        model()->hasChildren(Index) && GetBranchRect(Index).contains(pEvent->pos())) {
         SetExpanded(Index, !isExpanded(Index));
         pEvent->accept();
         return;
@@ -91,7 +98,8 @@ void CTreeView::mousePressEvent(QMouseEvent* pEvent)
 void CTreeView::mouseDoubleClickEvent(QMouseEvent* pEvent)
 {
     const QModelIndex Index = indexAt(pEvent->pos()).siblingAtColumn(0);
-    if (Index.isValid() && indentation() > 0 && model()->hasChildren(Index) && GetBranchRect(Index).contains(pEvent->pos())) {
+    if (Index.isValid() && indentation() > 0 && model()->hasChildren(Index) &&
+        GetBranchRect(Index).contains(pEvent->pos())) {
         SetExpanded(Index, !isExpanded(Index));
         pEvent->accept();
         return;
@@ -111,11 +119,14 @@ void CTreeView::drawBranches(QPainter* pPainter, const QRect& Rect, const QModel
     if (Background.canConvert<QBrush>()) pPainter->fillRect(Rect, qvariant_cast<QBrush>(Background));
     if (indentation() == 0 || !model()->hasChildren(Index)) return;
     const QRect Branch(Rect.right() - indentation() + 1, Rect.top(), indentation(), Rect.height());
-    const QRectF IconRect(Branch.x() + (Branch.width() - BRANCH_ICON_SIZE) / 2.0, Branch.y() + (Branch.height() - BRANCH_ICON_SIZE) / 2.0,
-                          BRANCH_ICON_SIZE, BRANCH_ICON_SIZE);
+    const QRectF IconRect(Branch.x() + (Branch.width() - BRANCH_ICON_SIZE) / 2.0,
+                          Branch.y() + (Branch.height() - BRANCH_ICON_SIZE) / 2.0, BRANCH_ICON_SIZE,
+                          BRANCH_ICON_SIZE);
     const QVariant Foreground = Index.data(Qt::ForegroundRole);
-    const QColor Stroke = Foreground.canConvert<QBrush>() ? qvariant_cast<QBrush>(Foreground).color() : palette().color(QPalette::Text);
-    PaintIcon(*pPainter, isExpanded(Index) ? QStringLiteral("node-collapse") : QStringLiteral("node-expand"), IconRect, Stroke);
+    const QColor Stroke = Foreground.canConvert<QBrush>() ? qvariant_cast<QBrush>(Foreground).color()
+                                                          : palette().color(QPalette::Text);
+    PaintIcon(*pPainter, isExpanded(Index) ? QStringLiteral("node-collapse") : QStringLiteral("node-expand"),
+              IconRect, Stroke);
 }
 
 #include "moc_treeview.cpp"

@@ -9,7 +9,7 @@ public:
     explicit CTreeView(QWidget* pParent = nullptr);
 
     bool IsEditing() const { return state() == EditingState; }
-    int GetNumVisibleRows() const;       ///< whole and partial rows in the viewport
+    int GetNumVisibleRows() const;           ///< whole and partial rows in the viewport
     QModelIndexList GetRowsOnScreen() const; ///< column 0 of every row that meets the viewport, from the top
     void SetExpanded(const QModelIndex& Index, bool Expanded); ///< with the signals below
 

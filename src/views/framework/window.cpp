@@ -57,7 +57,8 @@ void CWindow::ConnectSignals()
     Connect(m_pActionAdd, SIGNAL(triggered()), this, SLOT(OnActionAddTriggered()));
     Connect(m_pActionClear, SIGNAL(triggered()), this, SLOT(OnActionClearTriggered()));
     for (size_t i = 0; i < aDisplayFormats.size(); i++)
-        Connect(m_pFormatActions->GetActionAt(i), SIGNAL(triggered()), this, SLOT(OnActionSetDispFormTriggered()));
+        Connect(m_pFormatActions->GetActionAt(i), SIGNAL(triggered()), this,
+                SLOT(OnActionSetDispFormTriggered()));
     connect(this, SIGNAL(ContentChanged()), this, SLOT(OnContentChanged()));
     connect(this, SIGNAL(DisplayFormatChanged(int)), this, SLOT(OnDisplayFormatChanged(int)));
     connect(this, SIGNAL(SizeChanged(int, int)), this, SLOT(OnSizeChanged(int, int)));
@@ -91,16 +92,34 @@ void CWindow::LinkWindowActions()
 // ---- Content ---------------------------------------------------------------------------------------------
 
 void CWindow::Clear() {}
-void CWindow::Repaint() { QWidget::update(); }
+void CWindow::Repaint()
+{
+    QWidget::update();
+}
 void CWindow::Update(U32) {}
-QStringList CWindow::GetText(int) { return IsEmpty() ? QStringList{GetEmptyWindowText(GetDebugState())} : QStringList(); }
-bool CWindow::PrepareText(int) { return false; }
-bool CWindow::IsUpdatePending() const { return false; }
+QStringList CWindow::GetText(int)
+{
+    return IsEmpty() ? QStringList{GetEmptyWindowText(GetDebugState())} : QStringList();
+}
+bool CWindow::PrepareText(int)
+{
+    return false;
+}
+bool CWindow::IsUpdatePending() const
+{
+    return false;
+}
 
 // ---- Look ------------------------------------------------------------------------------------------------
 
-void CWindow::SetFont(int, QFont&) { Repaint(); }
-void CWindow::SetColor(int, QColor&) { Repaint(); }
+void CWindow::SetFont(int, QFont&)
+{
+    Repaint();
+}
+void CWindow::SetColor(int, QColor&)
+{
+    Repaint();
+}
 void CWindow::SetPreference(int, I64) {}
 void CWindow::SetSrcLanguage(ELF_SRC_LANG) {}
 
@@ -118,7 +137,10 @@ void CWindow::ShowContextMenu(QPoint Pos)
     if (!Menu.isEmpty()) Menu.exec(mapToGlobal(Pos));
 }
 
-void CWindow::SetUpdateMode(WIN_UPDATE_MODES Mode) { m_UpdateMode = Mode; }
+void CWindow::SetUpdateMode(WIN_UPDATE_MODES Mode)
+{
+    m_UpdateMode = Mode;
+}
 
 void CWindow::SetEnabled(bool Enabled)
 {
@@ -165,7 +187,10 @@ void CWindow::SetFlag(WINDOW_FLAGS Flag, bool Enabled)
     emit FlagChanged(Flag, Enabled);
 }
 
-void CWindow::SetDisplayFormat(int DisplayFormat) { emit DisplayFormatChanged(DisplayFormat); }
+void CWindow::SetDisplayFormat(int DisplayFormat)
+{
+    emit DisplayFormatChanged(DisplayFormat);
+}
 
 // ---- Wiring ----------------------------------------------------------------------------------------------
 
@@ -187,15 +212,30 @@ bool CWindow::Disconnect(QObject* pSender, const char* sSignal, QObject* pReceiv
     return disconnect(pSender, sSignal, this, SLOT(OnActionPerformed())) && Ok;
 }
 
-int CWindow::PerformAction(int, QVariant, QVariant, QVariant, QVariant) { return -1; }
+int CWindow::PerformAction(int, QVariant, QVariant, QVariant, QVariant)
+{
+    return -1;
+}
 
-void CWindow::OnActionTriggered() { emit ActionTriggered(qobject_cast<QAction*>(sender())); }
-void CWindow::OnActionPerformed() { emit ActionPerformed(qobject_cast<QAction*>(sender())); }
+void CWindow::OnActionTriggered()
+{
+    emit ActionTriggered(qobject_cast<QAction*>(sender()));
+}
+void CWindow::OnActionPerformed()
+{
+    emit ActionPerformed(qobject_cast<QAction*>(sender()));
+}
 
 // ---- Queries ---------------------------------------------------------------------------------------------
 
-int CWindow::GetDisplayFormat() const { return m_DisplayFormat; }
-QStringList CWindow::GetAliasNames() const { return GetWindowAliases(GetName()); }
+int CWindow::GetDisplayFormat() const
+{
+    return m_DisplayFormat;
+}
+QStringList CWindow::GetAliasNames() const
+{
+    return GetWindowAliases(GetName());
+}
 
 QString CWindow::GetName() const
 {
@@ -203,8 +243,14 @@ QString CWindow::GetName() const
     return pDock && !pDock->objectName().isEmpty() ? pDock->objectName() : objectName();
 }
 
-QString CWindow::GetDisplayName() const { return GetName(); }
-QString CWindow::GetClearAllPostfix() const { return GetName(); }
+QString CWindow::GetDisplayName() const
+{
+    return GetName();
+}
+QString CWindow::GetClearAllPostfix() const
+{
+    return GetName();
+}
 
 QString CWindow::GetEmptyWindowText(DEBUG_STATES State) const
 {
@@ -213,9 +259,18 @@ QString CWindow::GetEmptyWindowText(DEBUG_STATES State) const
     return QStringLiteral("No data");
 }
 
-QString CWindow::GetEmptyWindowButtonText(DEBUG_STATES) const { return QString(); }
-QPoint CWindow::GetContextMenuPos(int) const { return mapFromGlobal(QCursor::pos()); }
-QString CWindow::GetStatusText() const { return QString(); }
+QString CWindow::GetEmptyWindowButtonText(DEBUG_STATES) const
+{
+    return QString();
+}
+QPoint CWindow::GetContextMenuPos(int) const
+{
+    return mapFromGlobal(QCursor::pos());
+}
+QString CWindow::GetStatusText() const
+{
+    return QString();
+}
 
 bool CWindow::IsMatched(QString sInput) const
 {
@@ -223,12 +278,20 @@ bool CWindow::IsMatched(QString sInput) const
     return sName == GetName() || sName == GetDisplayName() || sInput == GetName();
 }
 
-bool CWindow::IsEmpty() const { return false; }
-bool CWindow::IsOpen() const { return IsVisible() || IsObscured(); }
+bool CWindow::IsEmpty() const
+{
+    return false;
+}
+bool CWindow::IsOpen() const
+{
+    return IsVisible() || IsObscured();
+}
 
 bool CWindow::IsVisible() const
 {
-    if (const CDockWindow* pDock = GetDock()) return pDock->isFloating() ? pDock->isVisible() : pDock->isVisible() && !pDock->visibleRegion().isEmpty();
+    if (const CDockWindow* pDock = GetDock())
+        return pDock->isFloating() ? pDock->isVisible()
+                                   : pDock->isVisible() && !pDock->visibleRegion().isEmpty();
     return isVisible() && !visibleRegion().isEmpty();
 }
 
@@ -244,8 +307,14 @@ bool CWindow::IsFloating() const
     return pDock && pDock->isFloating();
 }
 
-bool CWindow::IsEscKeyOpActive() const { return false; }
-bool CWindow::IsBackgrMemAccRequired() const { return false; }
+bool CWindow::IsEscKeyOpActive() const
+{
+    return false;
+}
+bool CWindow::IsBackgrMemAccRequired() const
+{
+    return false;
+}
 
 CDockWindow* CWindow::GetDock() const
 {
@@ -258,7 +327,8 @@ CDockWindow* CWindow::GetDock() const
 
 void CWindow::OnDragEnter(QDragEnterEvent* pEvent)
 {
-    if (TestFlag(WF_ACCEPT_DROPS) && pEvent->mimeData()->hasFormat(QStringLiteral("text/plain"))) pEvent->acceptProposedAction();
+    if (TestFlag(WF_ACCEPT_DROPS) && pEvent->mimeData()->hasFormat(QStringLiteral("text/plain")))
+        pEvent->acceptProposedAction();
 }
 
 void CWindow::OnDragDrop(QDropEvent*) {}
@@ -274,16 +344,26 @@ void CWindow::OnFlagChanged(WINDOW_FLAGS Flag, bool Value)
 {
     if (Flag == WF_ACCEPT_DROPS) setAcceptDrops(Value);
 }
-void CWindow::OnStateChanged(bool) { OnContentChanged(); }
-void CWindow::OnStatusChanged() { emit StatusTextChanged(); }
+void CWindow::OnStateChanged(bool)
+{
+    OnContentChanged();
+}
+void CWindow::OnStatusChanged()
+{
+    emit StatusTextChanged();
+}
 
 bool CWindow::OnGestureEvent(QGestureEvent* pEvent)
 {
-    if (QGesture* pGesture = pEvent->gesture(Qt::PinchGesture)) return OnPinchGestureEvent(static_cast<QPinchGesture*>(pGesture));
+    if (QGesture* pGesture = pEvent->gesture(Qt::PinchGesture))
+        return OnPinchGestureEvent(static_cast<QPinchGesture*>(pGesture));
     return false;
 }
 
-bool CWindow::OnPinchGestureEvent(QPinchGesture*) { return false; }
+bool CWindow::OnPinchGestureEvent(QPinchGesture*)
+{
+    return false;
+}
 void CWindow::OnFloatingStateChanged(bool) {}
 
 void CWindow::OnVisibilityChanged(bool Visible)
@@ -295,8 +375,14 @@ void CWindow::OnVisibilityChanged(bool Visible)
 }
 
 void CWindow::OnActivationChanged(bool) {}
-void CWindow::OnContextMenuRequested(QPoint Pos) { ShowContextMenu(Pos); }
-bool CWindow::OnTooltipRequested(QPoint) { return false; }
+void CWindow::OnContextMenuRequested(QPoint Pos)
+{
+    ShowContextMenu(Pos);
+}
+bool CWindow::OnTooltipRequested(QPoint)
+{
+    return false;
+}
 void CWindow::OnTimeReferencesChanged() {}
 void CWindow::OnGuiInitComplete() {}
 void CWindow::OnTimeSelected(U64) {}
@@ -320,7 +406,9 @@ void CWindow::OnActionClearTriggered()
 void CWindow::OnActionSetDispFormTriggered()
 {
     const int Format = m_pFormatActions->GetFormat(qobject_cast<QAction*>(sender()));
-    if (Format >= 0) PerformWindowCommand(QStringLiteral("Window.SetDisplayFormat"), {GetName(), GetDisplayFormatName(Format)});
+    if (Format >= 0)
+        PerformWindowCommand(QStringLiteral("Window.SetDisplayFormat"),
+                             {GetName(), GetDisplayFormatName(Format)});
 }
 
 void CWindow::OnCallFrameEvaluated(int) {}
@@ -334,7 +422,10 @@ void CWindow::OnDataFileAboutToDownload(QString) {}
 void CWindow::OnDataFileDownloaded(QString) {}
 void CWindow::OnProjectFileOpened(QString) {}
 void CWindow::OnProjectFileClosed(QString) {}
-void CWindow::OnDeactivateTimerTimeout() { SetActive(false); }
+void CWindow::OnDeactivateTimerTimeout()
+{
+    SetActive(false);
+}
 
 void CWindow::OnWindowOpened(CWindow* pWindow)
 {
@@ -358,7 +449,10 @@ void CWindow::Refresh()
     UpdateActions();
 }
 
-void CWindow::AddDisplayFormatMenu(QMenu* pMenu) { m_pFormatActions->AddMenu(pMenu); }
+void CWindow::AddDisplayFormatMenu(QMenu* pMenu)
+{
+    m_pFormatActions->AddMenu(pMenu);
+}
 
 void CWindow::UpdateActions()
 {
@@ -368,14 +462,18 @@ void CWindow::UpdateActions()
     m_pFormatActions->SetChecked(m_DisplayFormat);
 }
 
-void CWindow::StartDeactivateTimer(int Ms) { m_DeactivateTimer.start(Ms); }
+void CWindow::StartDeactivateTimer(int Ms)
+{
+    m_DeactivateTimer.start(Ms);
+}
 
 // ---- Events ----------------------------------------------------------------------------------------------
 
 bool CWindow::event(QEvent* pEvent)
 {
     if (pEvent->type() == QEvent::Gesture && OnGestureEvent(static_cast<QGestureEvent*>(pEvent))) return true;
-    if (pEvent->type() == QEvent::ToolTip && OnTooltipRequested(static_cast<QHelpEvent*>(pEvent)->pos())) return true;
+    if (pEvent->type() == QEvent::ToolTip && OnTooltipRequested(static_cast<QHelpEvent*>(pEvent)->pos()))
+        return true;
     return QMainWindow::event(pEvent);
 }
 
@@ -386,7 +484,8 @@ bool CWindow::eventFilter(QObject* pObject, QEvent* pEvent)
     case QEvent::Paint:
         return pWidget ? OnPaint(pWidget) : false;
     case QEvent::ToolTip:
-        return pWidget ? OnTooltipRequested(pWidget->mapTo(this, static_cast<QHelpEvent*>(pEvent)->pos())) : false;
+        return pWidget ? OnTooltipRequested(pWidget->mapTo(this, static_cast<QHelpEvent*>(pEvent)->pos()))
+                       : false;
     case QEvent::MouseButtonPress:
         if (QToolTip::isVisible()) QToolTip::hideText();
         break;
@@ -398,7 +497,10 @@ bool CWindow::eventFilter(QObject* pObject, QEvent* pEvent)
     return QMainWindow::eventFilter(pObject, pEvent);
 }
 
-bool CWindow::OnPaint(QWidget*) { return false; }
+bool CWindow::OnPaint(QWidget*)
+{
+    return false;
+}
 
 void CWindow::resizeEvent(QResizeEvent* pEvent)
 {
@@ -421,8 +523,14 @@ void CWindow::mousePressEvent(QMouseEvent* pEvent)
     QMainWindow::mousePressEvent(pEvent);
 }
 
-void CWindow::dragEnterEvent(QDragEnterEvent* pEvent) { OnDragEnter(pEvent); }
-void CWindow::dropEvent(QDropEvent* pEvent) { OnDragDrop(pEvent); }
+void CWindow::dragEnterEvent(QDragEnterEvent* pEvent)
+{
+    OnDragEnter(pEvent);
+}
+void CWindow::dropEvent(QDropEvent* pEvent)
+{
+    OnDragDrop(pEvent);
+}
 
 void CWindow::contextMenuEvent(QContextMenuEvent* pEvent)
 {

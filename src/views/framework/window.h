@@ -30,14 +30,14 @@ class QPinchGesture;
 
 /// Properties of a window; the bit values are fixed.
 enum WINDOW_FLAGS : U32 {
-    WF_ACTIVATE_ON_HALT = 0x1,    ///< turns active on halt and reset, inactive 500 ms after a resume
-    WF_LIVE_ITEMS = 0x2,          ///< items may be read while the target runs
-    WF_CLEAR_ON_HIDE = 0x4,       ///< Clear() when the window becomes invisible
-    WF_CLEAR_ON_DISCONNECT = 0x8, ///< Clear() when the target disconnects
+    WF_ACTIVATE_ON_HALT = 0x1,     ///< turns active on halt and reset, inactive 500 ms after a resume
+    WF_LIVE_ITEMS = 0x2,           ///< items may be read while the target runs
+    WF_CLEAR_ON_HIDE = 0x4,        ///< Clear() when the window becomes invisible
+    WF_CLEAR_ON_DISCONNECT = 0x8,  ///< Clear() when the target disconnects
     WF_CONTENTS_MODIFIABLE = 0x10, ///< the user can change the content
-    WF_CONFIRM_CLEAR = 0x20,      ///< the clear action asks first
-    WF_FILTER_BAR = 0x100,        ///< the filter bar is shown
-    WF_ACCEPT_DROPS = 0x200,      ///< accepts text drops
+    WF_CONFIRM_CLEAR = 0x20,       ///< the clear action asks first
+    WF_FILTER_BAR = 0x100,         ///< the filter bar is shown
+    WF_ACCEPT_DROPS = 0x200,       ///< accepts text drops
 };
 
 /// When a halt, reset or step updates a window.
@@ -64,7 +64,8 @@ public:
     /// Depth: levels below the top to print whether unfolded or not; -1 = what is unfolded on screen.
     /// Text windows give their visible lines.
     virtual QStringList GetText(int Depth = -1);
-    /// Asks for the values that GetText(Depth) would show and that aren't read yet. True if reads were started.
+    /// Asks for the values that GetText(Depth) would show and that aren't read yet. True if reads were
+    /// started.
     virtual bool PrepareText(int Depth);
     /// True while an update is scheduled or bulk work runs on a timer.
     virtual bool IsUpdatePending() const;
@@ -106,12 +107,13 @@ public:
 
     /// \name Wiring
     ///@{
-    /// The only way to connect a QAction's triggered(): OnActionTriggered(), the slot, OnActionPerformed(), in this
-    /// order. Any other signal is connected plainly. True if all connections were made.
+    /// The only way to connect a QAction's triggered(): OnActionTriggered(), the slot, OnActionPerformed(),
+    /// in this order. Any other signal is connected plainly. True if all connections were made.
     virtual bool Connect(QObject* pSender, const char* sSignal, QObject* pReceiver, const char* sSlot);
     virtual bool Disconnect(QObject* pSender, const char* sSignal, QObject* pReceiver, const char* sSlot);
     /// Runs a window's own operation by action id; the base knows none and answers -1.
-    virtual int PerformAction(int ActionID, QVariant v1 = {}, QVariant v2 = {}, QVariant v3 = {}, QVariant v4 = {});
+    virtual int PerformAction(int ActionID, QVariant v1 = {}, QVariant v2 = {}, QVariant v3 = {},
+                              QVariant v4 = {});
     ///@}
 
     /// \name Queries
@@ -262,7 +264,8 @@ protected:
 
     /// Ties the QAction children to the action table; the last step of a concrete window's constructor.
     void LinkWindowActions();
-    /// A new action of this window: object name, text, shortcut and status tip; shortcut context widget and children.
+    /// A new action of this window: object name, text, shortcut and status tip; shortcut context widget and
+    /// children.
     QAction* AddAction(const char* sObjectName, const QString& sText, const char* sShortcut = "",
                        const QString& sStatusTip = {}, const char* sIcon = "");
 

@@ -77,10 +77,22 @@ bool CWindow::FollowPC(U32 PC)
 }
 
 // Listeners of many breakpoints need to write only one reaction.
-void CWindow::OnDeviceSetBPDone(U32 Addr) { OnDeviceSetBPsDone(1, &Addr); }
-void CWindow::OnDeviceSetBPFailed(U32 Addr) { OnDeviceSetBPsFailed(1, &Addr); }
-void CWindow::OnDeviceClearBPDone(U32 Addr) { OnDeviceClearBPsDone(1, &Addr); }
-void CWindow::OnDeviceClearBPFailed(U32 Addr) { OnDeviceClearBPsFailed(1, &Addr); }
+void CWindow::OnDeviceSetBPDone(U32 Addr)
+{
+    OnDeviceSetBPsDone(1, &Addr);
+}
+void CWindow::OnDeviceSetBPFailed(U32 Addr)
+{
+    OnDeviceSetBPsFailed(1, &Addr);
+}
+void CWindow::OnDeviceClearBPDone(U32 Addr)
+{
+    OnDeviceClearBPsDone(1, &Addr);
+}
+void CWindow::OnDeviceClearBPFailed(U32 Addr)
+{
+    OnDeviceClearBPsFailed(1, &Addr);
+}
 
 // ---- Focus -----------------------------------------------------------------------------------------------
 

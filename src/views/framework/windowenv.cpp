@@ -8,14 +8,35 @@ WINDOW_ENV& Env()
 }
 } // namespace
 
-void SetWindowEnv(const WINDOW_ENV& NewEnv) { Env() = NewEnv; }
-const WINDOW_ENV& GetWindowEnv() { return Env(); }
+void SetWindowEnv(const WINDOW_ENV& NewEnv)
+{
+    Env() = NewEnv;
+}
+const WINDOW_ENV& GetWindowEnv()
+{
+    return Env();
+}
 
-bool IsTargetConnected() { return Env().IsConnected && Env().IsConnected(); }
-bool IsTargetHalted() { return IsTargetConnected() && Env().IsHalted && Env().IsHalted(); }
-bool IsDebugSessionActive() { return Env().IsDebugging ? Env().IsDebugging() : IsTargetConnected(); }
-bool IsStepJobPending() { return Env().IsStepPending && Env().IsStepPending(); }
-U32 GetTargetPC() { return Env().GetPC ? Env().GetPC() : ADDR_NONE; }
+bool IsTargetConnected()
+{
+    return Env().IsConnected && Env().IsConnected();
+}
+bool IsTargetHalted()
+{
+    return IsTargetConnected() && Env().IsHalted && Env().IsHalted();
+}
+bool IsDebugSessionActive()
+{
+    return Env().IsDebugging ? Env().IsDebugging() : IsTargetConnected();
+}
+bool IsStepJobPending()
+{
+    return Env().IsStepPending && Env().IsStepPending();
+}
+U32 GetTargetPC()
+{
+    return Env().GetPC ? Env().GetPC() : ADDR_NONE;
+}
 
 U32 AlignToInst(U32 Addr)
 {

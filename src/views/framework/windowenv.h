@@ -26,8 +26,9 @@ struct WINDOW_ENV {
     std::function<int(const QString& sCommand, const QStringList& Params)> PerformCommand;
     /// True if a command may run now; default true.
     std::function<bool(const QString& sCommand)> IsCommandEnabled;
-    std::function<void(QWidget* pWindow)> LinkActions;      ///< ties a window's QAction children to the action table
-    std::function<void(QWidget* pWindow)> UnlinkActions;    ///< the reverse, before the window dies
+    std::function<void(QWidget* pWindow)>
+        LinkActions; ///< ties a window's QAction children to the action table
+    std::function<void(QWidget* pWindow)> UnlinkActions; ///< the reverse, before the window dies
 };
 
 /// Replaces the program's answers. Call before the first window is made.

@@ -13,15 +13,21 @@ struct SETTING_ROW {
     const char* sName;
 };
 constexpr SETTING_ROW aSettings[] = {
-    {USER_SETTING_OPEN_WINDOW, "OpenWindow"}, {USER_SETTING_DOCK_AREA, "DockArea"}, {USER_SETTING_X, "x"},
-    {USER_SETTING_Y, "y"}, {USER_SETTING_W, "w"}, {USER_SETTING_H, "h"},
-    {USER_SETTING_FILTER_BAR_SHOWN, "FilterBarShown"}, {USER_SETTING_EXEC_COUNTERS_SHOWN, "ExecCountersShown"},
+    {USER_SETTING_OPEN_WINDOW, "OpenWindow"},
+    {USER_SETTING_DOCK_AREA, "DockArea"},
+    {USER_SETTING_X, "x"},
+    {USER_SETTING_Y, "y"},
+    {USER_SETTING_W, "w"},
+    {USER_SETTING_H, "h"},
+    {USER_SETTING_FILTER_BAR_SHOWN, "FilterBarShown"},
+    {USER_SETTING_EXEC_COUNTERS_SHOWN, "ExecCountersShown"},
     {USER_SETTING_DISPLAY_FORMAT, "DisplayFormat"},
 };
 
 constexpr I64 DISABLE_SAVE_WINDOW_LAYOUT = 1;
 
-/// The rectangle that a dock takes; one that lies under another tab has none of its own, its visible sibling has.
+/// The rectangle that a dock takes; one that lies under another tab has none of its own, its visible sibling
+/// has.
 QRect GetDockRect(const QMainWindow* pMainWindow, CDockWindow* pDock)
 {
     const QRect Rect = pDock->geometry();
@@ -31,7 +37,8 @@ QRect GetDockRect(const QMainWindow* pMainWindow, CDockWindow* pDock)
     return Rect;
 }
 
-/// Place of a docked window in its area as (column, row): rows are counted from the top, columns within a row.
+/// Place of a docked window in its area as (column, row): rows are counted from the top, columns within a
+/// row.
 QPoint GetGridPos(const QMainWindow* pMainWindow, CDockWindow* pDock)
 {
     const Qt::DockWidgetArea Area = pMainWindow->dockWidgetArea(pDock);
@@ -39,10 +46,12 @@ QPoint GetGridPos(const QMainWindow* pMainWindow, CDockWindow* pDock)
     QList<int> Tops;
     QList<int> Lefts;
     for (CDockWindow* pOther : pMainWindow->findChildren<CDockWindow*>()) {
-        if (pOther->isFloating() || pOther->isHidden() || pMainWindow->dockWidgetArea(pOther) != Area) continue;
+        if (pOther->isFloating() || pOther->isHidden() || pMainWindow->dockWidgetArea(pOther) != Area)
+            continue;
         const QRect Rect = GetDockRect(pMainWindow, pOther);
         if (Rect.top() <= Own.top() && !Tops.contains(Rect.top())) Tops.append(Rect.top());
-        if (Rect.top() == Own.top() && Rect.left() <= Own.left() && !Lefts.contains(Rect.left())) Lefts.append(Rect.left());
+        if (Rect.top() == Own.top() && Rect.left() <= Own.left() && !Lefts.contains(Rect.left()))
+            Lefts.append(Rect.left());
     }
     return QPoint(std::max(0, int(Lefts.size()) - 1), std::max(0, int(Tops.size()) - 1));
 }
@@ -104,10 +113,14 @@ int CWindow::GetUserSettingValue(int Setting, bool FromStore) const
     const QRect Rect = Docked ? GetDockRect(pMainWindow, pDock) : pDock->frameGeometry();
     const QPoint Pos = Docked ? GetGridPos(pMainWindow, pDock) : Rect.topLeft();
     switch (Setting) {
-    case USER_SETTING_X: return Pos.x();
-    case USER_SETTING_Y: return Pos.y();
-    case USER_SETTING_W: return Rect.width();
-    default: return Rect.height();
+    case USER_SETTING_X:
+        return Pos.x();
+    case USER_SETTING_Y:
+        return Pos.y();
+    case USER_SETTING_W:
+        return Rect.width();
+    default:
+        return Rect.height();
     }
 }
 
@@ -122,7 +135,8 @@ bool CWindow::SetUserSetting(QString sName, QString sValue)
     const int Setting = GetUserSetting(sName);
     if (Setting < 0 || Setting >= NUM_USER_SETTINGS) return false;
     m_aUserSettings[size_t(Setting)] = ParseUserSettingValue(Setting, sValue);
-    if (Setting == USER_SETTING_FILTER_BAR_SHOWN) SetFlag(WF_FILTER_BAR, m_aUserSettings[size_t(Setting)] != 0);
+    if (Setting == USER_SETTING_FILTER_BAR_SHOWN)
+        SetFlag(WF_FILTER_BAR, m_aUserSettings[size_t(Setting)] != 0);
     if (Setting == USER_SETTING_DISPLAY_FORMAT) SetDisplayFormat(m_aUserSettings[size_t(Setting)]);
     return true;
 }
@@ -131,16 +145,23 @@ int CWindow::ParseUserSettingValue(int Setting, QString sValue) const
 {
     const QString sPlain = Unquote(sValue);
     switch (Setting) {
-    case USER_SETTING_OPEN_WINDOW: return int(qHash(sPlain));
-    case USER_SETTING_DOCK_AREA: return ParseDockArea(sPlain);
+    case USER_SETTING_OPEN_WINDOW:
+        return int(qHash(sPlain));
+    case USER_SETTING_DOCK_AREA:
+        return ParseDockArea(sPlain);
     case USER_SETTING_FILTER_BAR_SHOWN:
         return sPlain.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0 || sPlain.toInt() != 0;
-    case USER_SETTING_DISPLAY_FORMAT: return std::max(0, FindDisplayFormat(sPlain));
-    default: return sPlain.toInt();
+    case USER_SETTING_DISPLAY_FORMAT:
+        return std::max(0, FindDisplayFormat(sPlain));
+    default:
+        return sPlain.toInt();
     }
 }
 
-void CWindow::ClearUserSettings() { m_aUserSettings.fill(0); }
+void CWindow::ClearUserSettings()
+{
+    m_aUserSettings.fill(0);
+}
 
 int CWindow::FindSessionLine(const QStringList& Lines) const
 {
@@ -159,7 +180,8 @@ int CWindow::ApplySessionLine(const QStringList& Lines)
     const int Line = FindSessionLine(Lines);
     if (Line < 0) return -1;
     int NumApplied = 0;
-    for (const auto& Item : SplitSessionLine(Lines[Line])) NumApplied += SetUserSetting(Item.first, Item.second);
+    for (const auto& Item : SplitSessionLine(Lines[Line]))
+        NumApplied += SetUserSetting(Item.first, Item.second);
     return NumApplied;
 }
 

@@ -34,11 +34,16 @@ constexpr ALIAS_ROW aAliases[] = {
 QString GetDockAreaText(int Area)
 {
     switch (Area) {
-    case DOCK_AREA_LEFT: return QStringLiteral("LEFT");
-    case DOCK_AREA_RIGHT: return QStringLiteral("RIGHT");
-    case DOCK_AREA_BOTTOM: return QStringLiteral("BOTTOM");
-    case DOCK_AREA_FLOATING: return QStringLiteral("FLOATING");
-    default: return QString();
+    case DOCK_AREA_LEFT:
+        return QStringLiteral("LEFT");
+    case DOCK_AREA_RIGHT:
+        return QStringLiteral("RIGHT");
+    case DOCK_AREA_BOTTOM:
+        return QStringLiteral("BOTTOM");
+    case DOCK_AREA_FLOATING:
+        return QStringLiteral("FLOATING");
+    default:
+        return QString();
     }
 }
 
@@ -91,6 +96,7 @@ QList<QPair<QString, QString>> SplitSessionLine(const QString& sLine)
 QString Unquote(const QString& sText)
 {
     QString sPlain = sText.trimmed();
-    if (sPlain.size() >= 2 && sPlain.startsWith(u'"') && sPlain.endsWith(u'"')) sPlain = sPlain.mid(1, sPlain.size() - 2);
+    if (sPlain.size() >= 2 && sPlain.startsWith(u'"') && sPlain.endsWith(u'"'))
+        sPlain = sPlain.mid(1, sPlain.size() - 2);
     return sPlain;
 }

@@ -19,13 +19,21 @@ enum USER_SETTINGS : int {
 };
 
 /// Dock areas as sessions number them; floating windows have a code of their own.
-enum DOCK_AREAS : int { DOCK_AREA_NONE = 0, DOCK_AREA_LEFT = 1, DOCK_AREA_RIGHT = 2, DOCK_AREA_BOTTOM = 8, DOCK_AREA_FLOATING = 22 };
+enum DOCK_AREAS : int {
+    DOCK_AREA_NONE = 0,
+    DOCK_AREA_LEFT = 1,
+    DOCK_AREA_RIGHT = 2,
+    DOCK_AREA_BOTTOM = 8,
+    DOCK_AREA_FLOATING = 22
+};
 
-QString GetDockAreaText(int Area);            ///< "LEFT", "RIGHT", "BOTTOM", "FLOATING"; empty for others
-int ParseDockArea(const QString& sText);      ///< by containment, ignoring case; DOCK_AREA_NONE for no match
-QString MapWindowAlias(const QString& sName); ///< the current name of an old window name; the name itself otherwise
+QString GetDockAreaText(int Area);       ///< "LEFT", "RIGHT", "BOTTOM", "FLOATING"; empty for others
+int ParseDockArea(const QString& sText); ///< by containment, ignoring case; DOCK_AREA_NONE for no match
+QString
+MapWindowAlias(const QString& sName); ///< the current name of an old window name; the name itself otherwise
 QStringList GetWindowAliases(const QString& sName); ///< all old names of a current name
 
-/// Splits a session line "key=value, key=value" outside quotes; keys and values are trimmed, values keep quotes.
+/// Splits a session line "key=value, key=value" outside quotes; keys and values are trimmed, values keep
+/// quotes.
 QList<QPair<QString, QString>> SplitSessionLine(const QString& sLine);
 QString Unquote(const QString& sText); ///< trims and takes off one pair of double quotes

@@ -13,8 +13,12 @@
 #include <QSvgRenderer>
 #include <memory>
 
-// Resources of a static library are only linked in when something names them; the macro needs the global scope.
-void InitIconResources() { Q_INIT_RESOURCE(icons); }
+// Resources of a static library are only linked in when something names them; the macro needs the global
+// scope.
+void InitIconResources()
+{
+    Q_INIT_RESOURCE(icons);
+}
 
 namespace {
 
@@ -40,7 +44,8 @@ QByteArray LoadDrawing(const QString& sName)
     return Data;
 }
 
-/// Accents of the drawings are chosen for a light ground; on a dark one they are lifted to keep the same contrast.
+/// Accents of the drawings are chosen for a light ground; on a dark one they are lifted to keep the same
+/// contrast.
 struct ACCENT {
     const char* sLight;
     const char* sDark;
@@ -80,7 +85,8 @@ public:
         pPainter->save();
         if (Mode == QIcon::Disabled) pPainter->setOpacity(pPainter->opacity() * 0.38);
         const int Side = qMin(Rect.width(), Rect.height());
-        const QRectF Square(Rect.x() + (Rect.width() - Side) / 2.0, Rect.y() + (Rect.height() - Side) / 2.0, Side, Side);
+        const QRectF Square(Rect.x() + (Rect.width() - Side) / 2.0, Rect.y() + (Rect.height() - Side) / 2.0,
+                            Side, Side);
         PaintIcon(*pPainter, m_sName, Square, Stroke);
         pPainter->restore();
     }
@@ -91,7 +97,10 @@ public:
     QPixmap scaledPixmap(const QSize& Size, QIcon::Mode Mode, QIcon::State State, qreal) override
     {
         const QString sKey = QStringLiteral("icon_%1_%2x%3_%4_%5")
-                                 .arg(m_sName).arg(Size.width()).arg(Size.height()).arg(int(Mode))
+                                 .arg(m_sName)
+                                 .arg(Size.width())
+                                 .arg(Size.height())
+                                 .arg(int(Mode))
                                  .arg(QGuiApplication::palette().cacheKey(), 0, 16);
         QPixmap Pixmap;
         if (QPixmapCache::find(sKey, &Pixmap)) return Pixmap;
@@ -114,7 +123,10 @@ private:
 
 } // namespace
 
-bool HasIcon(const QString& sName) { return !LoadDrawing(sName).isEmpty(); }
+bool HasIcon(const QString& sName)
+{
+    return !LoadDrawing(sName).isEmpty();
+}
 
 QIcon GetIcon(const QString& sName)
 {

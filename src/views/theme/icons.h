@@ -12,8 +12,10 @@ class QRectF;
 
 /// Makes the drawings known to the resource system; GetIcon() does so by itself.
 void InitIconResources();
-/// The icon of a name ("control", "control.png", ":/Resources/Icons/control.png"); a null icon if there is none.
+/// The icon of a name ("control", "control.png", ":/Resources/Icons/control.png"); a null icon if there is
+/// none.
 QIcon GetIcon(const QString& sName);
 bool HasIcon(const QString& sName);
-/// Paints a drawing into a rectangle in logical pixels; nothing for an unknown name. Strokes take the colour given.
+/// Paints a drawing into a rectangle in logical pixels; nothing for an unknown name. Strokes take the colour
+/// given.
 void PaintIcon(QPainter& Painter, const QString& sName, const QRectF& Rect, const QColor& Stroke);

@@ -15,7 +15,8 @@ namespace {
 
 constexpr QRgb NO_DARK_COLOR = 0;
 
-/// Counterparts on a dark ground of the colour table's defaults; 0 keeps the default, which then follows the palette.
+/// Counterparts on a dark ground of the colour table's defaults; 0 keeps the default, which then follows the
+/// palette.
 constexpr std::array<QRgb, NUM_COLORS> aDarkColors{
     NO_DARK_COLOR, // COLOR_SELECTION_HIGHLIGHT
     NO_DARK_COLOR, // COLOR_SELECTION_HIGHLIGHT_TEXT
@@ -64,16 +65,26 @@ struct PALETTE_ROW {
     QRgb Dark;
 };
 constexpr PALETTE_ROW aPalette[] = {
-    {QPalette::Window, 0xFFF3F4F6, 0xFF24272C},        {QPalette::WindowText, 0xFF1F2328, 0xFFD7DAE0},
-    {QPalette::Base, 0xFFFFFFFF, 0xFF1C1F23},          {QPalette::AlternateBase, 0xFFF8F9FA, 0xFF202328},
-    {QPalette::Text, 0xFF1F2328, 0xFFD7DAE0},          {QPalette::Button, 0xFFF3F4F6, 0xFF2B2F35},
-    {QPalette::ButtonText, 0xFF353B44, 0xFFC9CED6},    {QPalette::BrightText, 0xFFFFFFFF, 0xFFFFFFFF},
-    {QPalette::Light, 0xFFFFFFFF, 0xFF383D45},         {QPalette::Midlight, 0xFFE9EBEF, 0xFF30343A},
-    {QPalette::Mid, 0xFFCDD2D9, 0xFF3A3F47},           {QPalette::Dark, 0xFFA9B0BA, 0xFF17191C},
-    {QPalette::Shadow, 0xFF6B727C, 0xFF0E0F11},        {QPalette::Highlight, 0xFF2F6FD6, 0xFF3565A8},
-    {QPalette::HighlightedText, 0xFFFFFFFF, 0xFFFFFFFF}, {QPalette::Link, 0xFF2560C4, 0xFF7AABF0},
-    {QPalette::LinkVisited, 0xFF6A48B0, 0xFFB08CE6},   {QPalette::ToolTipBase, 0xFFFFFFFF, 0xFF2F343B},
-    {QPalette::ToolTipText, 0xFF1F2328, 0xFFD7DAE0},   {QPalette::PlaceholderText, 0xFF8A919B, 0xFF7B838F},
+    {QPalette::Window, 0xFFF3F4F6, 0xFF24272C},
+    {QPalette::WindowText, 0xFF1F2328, 0xFFD7DAE0},
+    {QPalette::Base, 0xFFFFFFFF, 0xFF1C1F23},
+    {QPalette::AlternateBase, 0xFFF8F9FA, 0xFF202328},
+    {QPalette::Text, 0xFF1F2328, 0xFFD7DAE0},
+    {QPalette::Button, 0xFFF3F4F6, 0xFF2B2F35},
+    {QPalette::ButtonText, 0xFF353B44, 0xFFC9CED6},
+    {QPalette::BrightText, 0xFFFFFFFF, 0xFFFFFFFF},
+    {QPalette::Light, 0xFFFFFFFF, 0xFF383D45},
+    {QPalette::Midlight, 0xFFE9EBEF, 0xFF30343A},
+    {QPalette::Mid, 0xFFCDD2D9, 0xFF3A3F47},
+    {QPalette::Dark, 0xFFA9B0BA, 0xFF17191C},
+    {QPalette::Shadow, 0xFF6B727C, 0xFF0E0F11},
+    {QPalette::Highlight, 0xFF2F6FD6, 0xFF3565A8},
+    {QPalette::HighlightedText, 0xFFFFFFFF, 0xFFFFFFFF},
+    {QPalette::Link, 0xFF2560C4, 0xFF7AABF0},
+    {QPalette::LinkVisited, 0xFF6A48B0, 0xFFB08CE6},
+    {QPalette::ToolTipBase, 0xFFFFFFFF, 0xFF2F343B},
+    {QPalette::ToolTipText, 0xFF1F2328, 0xFFD7DAE0},
+    {QPalette::PlaceholderText, 0xFF8A919B, 0xFF7B838F},
 };
 
 const char* const sStyleTemplate = R"(
@@ -137,7 +148,10 @@ QProgressBar { background: @hover; border: none; border-radius: 3px; text-align:
 QProgressBar::chunk { background: @highlight; border-radius: 3px; }
 )";
 
-QString ColorText(QRgb Color) { return QColor(Color).name(); }
+QString ColorText(QRgb Color)
+{
+    return QColor(Color).name();
+}
 
 } // namespace
 
@@ -165,9 +179,15 @@ void CTheme::SetScheme(THEME_SCHEMES Scheme)
     Get().Apply();
 }
 
-THEME_SCHEMES CTheme::GetScheme() { return Get().m_Scheme; }
+THEME_SCHEMES CTheme::GetScheme()
+{
+    return Get().m_Scheme;
+}
 
-bool CTheme::IsDark() { return Get().m_Dark; }
+bool CTheme::IsDark()
+{
+    return Get().m_Dark;
+}
 
 bool CTheme::IsDesktopDark()
 {
@@ -201,11 +221,13 @@ bool CTheme::eventFilter(QObject* pObject, QEvent* pEvent)
 QPalette CTheme::MakePalette(bool Dark)
 {
     QPalette Palette;
-    for (const PALETTE_ROW& Row : aPalette) Palette.setColor(Row.Role, QColor::fromRgb(Dark ? Row.Dark : Row.Light));
+    for (const PALETTE_ROW& Row : aPalette)
+        Palette.setColor(Row.Role, QColor::fromRgb(Dark ? Row.Dark : Row.Light));
     const QColor Weak = QColor::fromRgb(Dark ? 0xFF6C737E : 0xFF9AA1AB);
     for (auto Role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         Palette.setColor(QPalette::Disabled, Role, Weak);
-    Palette.setColor(QPalette::Disabled, QPalette::Highlight, QColor::fromRgb(Dark ? 0xFF3A3F47 : 0xFFCDD2D9));
+    Palette.setColor(QPalette::Disabled, QPalette::Highlight,
+                     QColor::fromRgb(Dark ? 0xFF3A3F47 : 0xFFCDD2D9));
     return Palette;
 }
 
@@ -244,9 +266,21 @@ QColor CTheme::GetColor(int ColorID)
     return ::GetColor(ColorID);
 }
 
-QColor CTheme::GetBorderColor() { return QColor::fromRgb(IsDark() ? 0xFF32363D : 0xFFE1E4E8); }
-QColor CTheme::GetMarginColor() { return QColor::fromRgb(IsDark() ? 0xFF202328 : 0xFFF5F6F8); }
-QColor CTheme::GetCurrentLineColor() { return QColor::fromRgb(IsDark() ? 0xFF262A30 : 0xFFF1F4F9); }
-QColor CTheme::GetWeakTextColor() { return QColor::fromRgb(IsDark() ? 0xFF6C737E : 0xFF9AA1AB); }
+QColor CTheme::GetBorderColor()
+{
+    return QColor::fromRgb(IsDark() ? 0xFF32363D : 0xFFE1E4E8);
+}
+QColor CTheme::GetMarginColor()
+{
+    return QColor::fromRgb(IsDark() ? 0xFF202328 : 0xFFF5F6F8);
+}
+QColor CTheme::GetCurrentLineColor()
+{
+    return QColor::fromRgb(IsDark() ? 0xFF262A30 : 0xFFF1F4F9);
+}
+QColor CTheme::GetWeakTextColor()
+{
+    return QColor::fromRgb(IsDark() ? 0xFF6C737E : 0xFF9AA1AB);
+}
 
 #include "moc_theme.cpp"

@@ -33,10 +33,10 @@ public:
 
     /// \name Colours of the look that aren't in the colour table
     ///@{
-    static QColor GetBorderColor();     ///< lines between parts of a window
-    static QColor GetMarginColor();     ///< ground of the code margins
+    static QColor GetBorderColor();      ///< lines between parts of a window
+    static QColor GetMarginColor();      ///< ground of the code margins
     static QColor GetCurrentLineColor(); ///< ground of the caret's line
-    static QColor GetWeakTextColor();   ///< line numbers, hints
+    static QColor GetWeakTextColor();    ///< line numbers, hints
     ///@}
 
 signals:
