@@ -51,6 +51,12 @@ bool CLocalsViewModel::hasChildren(const QModelIndex& Parent) const
     return pNode == &m_Root || pNode->IsLoaded ? !pNode->Children.empty() : pNode->Symbol.HasMembers;
 }
 
+bool CLocalsViewModel::canFetchMore(const QModelIndex& Parent) const
+{
+    const NODE* pNode = GetNode(Parent);
+    return pNode != &m_Root && Parent.column() == 0 && !pNode->IsLoaded && pNode->Symbol.HasMembers;
+}
+
 QStringList CLocalsViewModel::GetPath(const QModelIndex& Index) const
 {
     QStringList Path;

@@ -28,6 +28,8 @@ public:
     QModelIndex parent(const QModelIndex& Index) const override;
     int rowCount(const QModelIndex& Parent = {}) const override;
     bool hasChildren(const QModelIndex& Parent = {}) const override; ///< also before the members are fetched
+    bool canFetchMore(const QModelIndex& Parent) const override; ///< a filter above the model shows a fold mark for such rows
+    void fetchMore(const QModelIndex& Parent) override { LoadChildren(Parent); }
     QVariant data(const QModelIndex& Index, int Role = Qt::DisplayRole) const override;
     QString GetItemText(const QModelIndex& Index) const override;
     U32 GetItemKey(const QModelIndex& Index) const override;
