@@ -143,7 +143,8 @@ QString CBreakpointsViewModel::GetItemText(const QModelIndex& Index) const
 QIcon CBreakpointsViewModel::GetIcon(const QModelIndex& Index) const
 {
     const VIEW_BREAKPOINT* pRow = GetRow(Index);
-    if (!pRow || Index.column() != BP_COLUMN_STATE) return QIcon();
+    // Derived breakpoints are indented and always code; their check box fills the column.
+    if (!pRow || Index.column() != BP_COLUMN_STATE || ChildOf(Index) >= 0) return QIcon();
     return ::GetIcon(QString::fromLatin1(aKindIcons[pRow->Kind]));
 }
 
