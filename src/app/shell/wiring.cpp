@@ -6,6 +6,7 @@
 #include "app/services/diaglog.h"
 #include "app/services/log.h"
 #include "app/services/messages.h"
+#include "app/shell/elfdiag.h"
 #include "app/shell/mainwindow.h"
 #include "core/cache/core.h"
 #include "core/host/corecalls.h"
@@ -41,10 +42,8 @@ void WireActions()
         const CSrcLoc Loc = PROG_ParseSrcLoc(sText);
         return Loc.IsValid() ? PROG_GetSrcLocText(Loc) : QString();
     };
-    Hooks.CheckStringArg = [](I64 Value, const QString& sName) {
-        return BScript::CheckStringArg(Value, sName.toUtf8().constData());
-    };
-    Hooks.ReadStringArg = [](I64 Value) { return QString::fromUtf8(reinterpret_cast<const char*>(Value)); };
+    Hooks.CheckStringArg = BScript::CheckStringArg;
+    Hooks.ReadStringArg = BScript::ReadStringArg;
     Hooks.WaitJob = [](int JobType, int Flag) { CDevice::Get().WaitForJobAndEvent(U32(JobType), Flag != 0); };
     Hooks.GetNumAddrsOfLocation = [](const QString& sLocation) {
         const CSrcLoc Loc = PROG_ParseSrcLoc(sLocation);
