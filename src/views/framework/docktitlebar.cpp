@@ -85,7 +85,7 @@ QSize CDockTitleBar::sizeHint() const
     QFont Bold = font();
     Bold.setBold(true);
     const QFontMetrics Metrics(Bold);
-    return QSize(Metrics.horizontalAdvance(m_pDock->windowTitle()) + 2 * TEXT_MARGIN + 46, qMax(Metrics.height() + 10, 24));
+    return QSize(Metrics.horizontalAdvance(m_pDock->GetTitle()) + 2 * TEXT_MARGIN + 46, qMax(Metrics.height() + 10, 24));
 }
 
 QSize CDockTitleBar::minimumSizeHint() const { return QSize(60, sizeHint().height()); }
@@ -100,7 +100,7 @@ void CDockTitleBar::paintEvent(QPaintEvent*)
     Painter.setFont(TitleFont);
     Painter.setPen(palette().color(m_Highlighted ? QPalette::HighlightedText : QPalette::ButtonText));
     const QRect TextRect = rect().adjusted(TEXT_MARGIN, 0, -46, 0);
-    const QString sTitle = Painter.fontMetrics().elidedText(m_pDock->windowTitle(), Qt::ElideRight, TextRect.width());
+    const QString sTitle = Painter.fontMetrics().elidedText(m_pDock->GetTitle(), Qt::ElideRight, TextRect.width());
     Painter.drawText(TextRect, Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine, sTitle);
 }
 

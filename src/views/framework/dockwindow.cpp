@@ -32,10 +32,10 @@ CWindow* CDockWindow::GetWindow() const { return qobject_cast<CWindow*>(widget()
 
 void CDockWindow::SetTitle(const QString& sTitle)
 {
-    if (sTitle == windowTitle()) return;
-    setWindowTitle(sTitle);
-    // QDockWidget takes "&" of its title as a mnemonic where the title goes into menus and tabs.
-    toggleViewAction()->setText(QString(sTitle).replace(u'&', QLatin1String("&&")));
+    if (sTitle == m_sTitle) return;
+    m_sTitle = sTitle;
+    // Tabs and menus take a single "&" for a mnemonic.
+    setWindowTitle(QString(sTitle).replace(u'&', QLatin1String("&&")));
     UpdateMinimumSize();
     m_pTitleBar->update();
 }
@@ -67,7 +67,7 @@ void CDockWindow::UpdateMinimumSize()
 {
     QFont Bold = font();
     Bold.setBold(true);
-    setMinimumSize(QFontMetrics(Bold).horizontalAdvance(windowTitle() + QStringLiteral("----")), 38);
+    setMinimumSize(QFontMetrics(Bold).horizontalAdvance(m_sTitle + QStringLiteral("----")), 38);
 }
 
 void CDockWindow::keyPressEvent(QKeyEvent* pEvent)

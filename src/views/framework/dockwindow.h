@@ -20,6 +20,7 @@ public:
     void SetWindow(CWindow* pWindow);
     CWindow* GetWindow() const;       ///< null before SetWindow
     void SetTitle(const QString& sTitle);
+    QString GetTitle() const { return m_sTitle; } ///< windowTitle() holds each "&" twice, for tabs and menus
     void SetHighlighted(bool Highlighted); ///< the look of the dock that holds the focus
     bool IsHighlighted() const { return m_Highlighted; }
     void RequestClose(); ///< emits CloseRequested() if anybody listens, else closes
@@ -42,5 +43,6 @@ private:
     void UpdateMinimumSize();
 
     CDockTitleBar* m_pTitleBar = nullptr;
+    QString m_sTitle;
     bool m_Highlighted = false;
 };

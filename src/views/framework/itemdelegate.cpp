@@ -5,6 +5,7 @@
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPainter>
+#include <cmath>
 
 namespace {
 constexpr int TEXT_MARGIN = 5;
@@ -86,7 +87,8 @@ QSize CItemDelegate::sizeHint(const QStyleOptionViewItem& Option, const QModelIn
     const QVariant Hint = Index.data(Qt::SizeHintRole);
     const QVariant FontValue = Index.data(Qt::FontRole);
     const QFont Font = FontValue.canConvert<QFont>() ? qvariant_cast<QFont>(FontValue) : Option.font;
-    int Width = QFontMetrics(Font).horizontalAdvance(Index.data(Qt::DisplayRole).toString()) + 2 * TEXT_MARGIN;
+    // Fonts advance by fractions of a pixel; a width cut short would elide the text.
+    int Width = int(std::ceil(QFontMetricsF(Font).horizontalAdvance(Index.data(Qt::DisplayRole).toString()))) + 2 * TEXT_MARGIN + 2;
     if (Index.data(Qt::CheckStateRole).isValid()) Width += CHECK_SIZE + 2 * CHECK_MARGIN;
     if (Index.data(Qt::DecorationRole).isValid()) Width += Option.decorationSize.width() + 4;
     const QSize Wanted = Hint.canConvert<QSize>() ? Hint.toSize() : QSize();
