@@ -31,7 +31,7 @@ function(vantrel_test NAME)
   target_link_libraries(${NAME} PRIVATE vantrel_flags Qt6::Test ${T_DEPENDS})
   add_test(NAME ${NAME} COMMAND ${NAME})
   set_tests_properties(${NAME} PROPERTIES
-    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_FORCE_STDERR_LOGGING=1" LABELS "${T_LABELS}" TIMEOUT 300)
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_FORCE_STDERR_LOGGING=1;TSAN_OPTIONS=ignore_noninstrumented_modules=1;ASAN_OPTIONS=detect_leaks=0" LABELS "${T_LABELS}" TIMEOUT 300)
 endfunction()
 
 # The record of all layers, a line each: name|folder|sources|dependencies.

@@ -10,23 +10,27 @@ namespace {
 constexpr std::size_t HEAP_SIZE = 64 * 1024;
 int s_Budget;
 
-int Host(int, const I64* aArgs, int NumArgs) {
+int Host(int, const I64* aArgs, int NumArgs)
+{
     return NumArgs > 0 ? static_cast<int>(static_cast<U32>(static_cast<U64>(aArgs[0]))) : 0;
 }
 
-void CallAll(SCRIPT_CTX* pCtx) {
+void CallAll(SCRIPT_CTX* pCtx)
+{
     static constexpr I64 ARGS[MAX_SCRIPT_ARGS] = {1, -1, 0x7FFFFFFF, INT64_MIN, 5, 6, 7, 8};
     for (const SCRIPT_SYM* p = pCtx->Globals; p && !pCtx->Abort; p = p->Next) {
         if (p->Kind == SYM_FUNCTION) {
             I64 Result = 0;
-            Script::CallByName(pCtx, std::string(p->Name, p->NameLen).c_str(), MAX_SCRIPT_ARGS, ARGS, &Result);
+            Script::CallByName(pCtx, std::string(p->Name, p->NameLen).c_str(), MAX_SCRIPT_ARGS, ARGS,
+                               &Result);
         }
     }
     Script::CallByName(pCtx, "f");
 }
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const U8* pData, std::size_t Size) {
+extern "C" int LLVMFuzzerTestOneInput(const U8* pData, std::size_t Size)
+{
     const std::string sText(reinterpret_cast<const char*>(pData), Size);
     void* pHeap = std::calloc(1, HEAP_SIZE);
     if (SCRIPT_CTX* pCtx = Script::Create(pHeap, HEAP_SIZE, sText.c_str())) {

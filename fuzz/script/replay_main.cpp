@@ -9,7 +9,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t Size);
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv)
+{
     int NumFiles = 0;
     for (int i = 1; i < argc; ++i) {
         for (const auto& Entry : std::filesystem::recursive_directory_iterator(argv[i])) {

@@ -117,7 +117,7 @@ enum {
 
 /* Register indexes of BRYLLOARM_ReadRegs and BRYLLOARM_WriteRegs on Cortex-M. */
 enum {
-    BRYLLO_REG_R0 = 0, /* R0 to R12 follow each other */
+    BRYLLO_REG_R0 = 0,  /* R0 to R12 follow each other */
     BRYLLO_REG_SP = 13, /* the stack pointer in use */
     BRYLLO_REG_LR = 14,
     BRYLLO_REG_PC = 15,
@@ -325,8 +325,9 @@ BRYLLO_CHECK(sizeof(BRYLLO_SERVER_INFO) == 8);
 typedef void (*BRYLLO_LOG_HANDLER)(const char* sText);
 
 /* Signatures behind BRYLLO_GetpFunc. */
-typedef int (*BRYLLO_PFUNC_BMA)(void);    /* 0 none, 1 yes, 2 by stop mode emulation */
-typedef int (*BRYLLO_PFUNC_ENDIAN)(void); /* negative on failure; bit 1 data, bit 0 instructions are big-endian */
+typedef int (*BRYLLO_PFUNC_BMA)(void); /* 0 none, 1 yes, 2 by stop mode emulation */
+/* Negative on failure; bit 1 data, bit 0 instructions are big-endian. */
+typedef int (*BRYLLO_PFUNC_ENDIAN)(void);
 typedef int (*BRYLLO_PFUNC_SERVER_INFO)(BRYLLO_SERVER_INFO* pInfo); /* 0 ok */
 
 /* --------------------------------------------------------- library and connection -------- */
@@ -405,11 +406,10 @@ BRYLLO_API int BRYLLOARM_ExecCommand(const char* sCmd, char* acOut, int BufferSi
 BRYLLO_API int BRYLLOARM_IsHalted(void);
 /* Halts the target; 0 ok, also when it stands already. */
 BRYLLO_API int BRYLLOARM_Halt(void);
-/* Resumes the target. A breakpoint at the PC does not stop it again at once. MaxEmulInsts is
- * without effect. Flags bit 0: step over the breakpoint at the PC even if it is a software one.
- * 0 ok, negative on failure. */
+/* Resumes the target; it goes past a breakpoint at the PC. MaxEmulInsts is without effect, Flags
+ * is 1. 0 ok, also when it runs already; negative on failure. */
 BRYLLO_API int BRYLLOARM_GoEx(U32 MaxEmulInsts, U32 Flags);
-/* Executes one instruction with interrupts as they are; 0 ok. */
+/* Executes one instruction; an interrupt that is due is entered first. 0 ok. */
 BRYLLO_API int BRYLLOARM_Step(void);
 /* Type 0 (reset the core and peripherals, halt at the reset vector) is the one there is; the
  * answer is the type before. */
@@ -473,7 +473,8 @@ BRYLLO_API int BRYLLO_ReadMemZonedU32(U32 Addr, U32 NumItems, U32* paData, U8* p
 BRYLLO_API int BRYLLO_ReadMemZonedEx(U32 Addr, U32 NumBytes, void* pData, U32 AccessWidth, const char* sZone);
 BRYLLO_API int BRYLLO_WriteZonedU16(U32 Addr, U16 Data, const char* sZone);
 BRYLLO_API int BRYLLO_WriteZonedU32(U32 Addr, U32 Data, const char* sZone);
-BRYLLO_API int BRYLLO_WriteMemZonedEx(U32 Addr, U32 NumBytes, const void* pData, U32 AccessWidth, const char* sZone);
+BRYLLO_API int BRYLLO_WriteMemZonedEx(U32 Addr, U32 NumBytes, const void* pData, U32 AccessWidth,
+                                      const char* sZone);
 /* Opens flash download mode: writes to flash are collected, others go through. 0 ok. */
 BRYLLO_API int BRYLLOARM_BeginDownload(U32 Flags);
 /* Compares, erases, programs and verifies what was collected. 0 or above ok (sectors that were
@@ -514,12 +515,14 @@ BRYLLO_API int BRYLLO_STRACE_Stop(void);
 /* PCs of the newest instructions not read yet, newest first; their number, negative on failure. */
 BRYLLO_API int BRYLLO_STRACE_Read(U32* paPCs, U32 NumInsts);
 /* As above with up to NumInsts time stamps, their number in *pNumTS. */
-BRYLLO_API int BRYLLO_STRACE_ReadEx(U32* paPCs, U32 NumInsts, BRYLLO_STRACE_TIMESTAMP_INFO* paTS, int* pNumTS, U32 Flags);
+BRYLLO_API int BRYLLO_STRACE_ReadEx(U32* paPCs, U32 NumInsts, BRYLLO_STRACE_TIMESTAMP_INFO* paTS, int* pNumTS,
+                                    U32 Flags);
 /* Cmd 0: add the trace event pData (BRYLLO_STRACE_EVENT*); 2 with null: clear all events. */
 BRYLLO_API int BRYLLO_STRACE_Control(U32 Cmd, void* pData);
 /* Fills NumItems counters of SizeOfItem (8) bytes: fetch counters of each half word from Addr, a
  * total, then as many skip counters and a total. Type 9. The items filled; below 1 on failure. */
-BRYLLO_API int BRYLLO_STRACE_GetInstStats(BRYLLO_STRACE_INST_STAT* paStat, U32 Addr, U32 NumItems, U32 SizeOfItem, U32 Type);
+BRYLLO_API int BRYLLO_STRACE_GetInstStats(BRYLLO_STRACE_INST_STAT* paStat, U32 Addr, U32 NumItems,
+                                          U32 SizeOfItem, U32 Type);
 
 /* ---------------------------------------------- registers, for the core plug-ins --------- */
 

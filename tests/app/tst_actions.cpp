@@ -47,7 +47,9 @@ void tst_actions::init()
     SetMainThread();
     m_Errors.clear();
     ACTION_HOOKS Hooks;
-    Hooks.PrintError = [this](const QString& s, const QString& e) { m_Errors.append(s.isEmpty() ? e : s + ": " + e); };
+    Hooks.PrintError = [this](const QString& s, const QString& e) {
+        m_Errors.append(s.isEmpty() ? e : s + ": " + e);
+    };
     SetActionHooks(Hooks);
 }
 
@@ -63,8 +65,9 @@ void tst_actions::rowsOfCommands()
         if (p->RawParams) sMarks += 'P';
         if (p->Repeatable) sMarks += 'R';
         if (p->EchoAfter) sMarks += 'E';
-        const QStringList Row{QString::number(p->ID), GetCommandName(p->ID), p->Prototype, p->ArgLabel, p->HotKey, sMarks,
-                              p->Description, QString::number(p->SysVar)};
+        const QStringList Row{
+            QString::number(p->ID), GetCommandName(p->ID),     p->Prototype, p->ArgLabel, p->HotKey, sMarks,
+            p->Description,         QString::number(p->SysVar)};
         QCOMPARE(Row, r);
         QVERIFY(p->ScriptEntry == &BAPI);
     }
@@ -111,17 +114,19 @@ void tst_actions::oldNames_data()
 {
     QTest::addColumn<QString>("Name");
     QTest::addColumn<QString>("Other");
-    for (const auto& p : {qMakePair("Trace", "Trace.Add"), qMakePair("Watch", "Watch.Add"),
-                          qMakePair("Window.SetNumberBase", "Window.SetDisplayFormat"), qMakePair("Break.Edit", "Edit.Break"),
-                          qMakePair("Project.SetPeripheralFile", "Project.AddSvdFile"),
-                          qMakePair("Project.SetRootPath", "Project.AddRootPath"),
-                          qMakePair("Debug.SetNextStmnt", "Debug.SetNextStatement"),
-                          qMakePair("Debug.ReadIntoTraceCache", "Debug.ReadIntoInstCache"),
-                          qMakePair("Project.SetTIFScanChain", "Project.SetJTAGConfig"),
-                          qMakePair("Edit.BrylloSettings", "Tools.BrylloSettings"), qMakePair("Edit.Preferences", "Tools.Preferences"),
-                          qMakePair("Edit.TraceSettings", "Tools.TraceSettings"), qMakePair("Edit.SysVars", "Tools.SysVars"),
-                          qMakePair("Edit.Find", "Find.Text"), qMakePair("View.InstrTrace", "View.InstTrace"),
-                          qMakePair("Help.Manual", "Help.UserGuide")})
+    for (const auto& p :
+         {qMakePair("Trace", "Trace.Add"), qMakePair("Watch", "Watch.Add"),
+          qMakePair("Window.SetNumberBase", "Window.SetDisplayFormat"), qMakePair("Break.Edit", "Edit.Break"),
+          qMakePair("Project.SetPeripheralFile", "Project.AddSvdFile"),
+          qMakePair("Project.SetRootPath", "Project.AddRootPath"),
+          qMakePair("Debug.SetNextStmnt", "Debug.SetNextStatement"),
+          qMakePair("Debug.ReadIntoTraceCache", "Debug.ReadIntoInstCache"),
+          qMakePair("Project.SetTIFScanChain", "Project.SetJTAGConfig"),
+          qMakePair("Edit.BrylloSettings", "Tools.BrylloSettings"),
+          qMakePair("Edit.Preferences", "Tools.Preferences"),
+          qMakePair("Edit.TraceSettings", "Tools.TraceSettings"), qMakePair("Edit.SysVars", "Tools.SysVars"),
+          qMakePair("Edit.Find", "Find.Text"), qMakePair("View.InstrTrace", "View.InstTrace"),
+          qMakePair("Help.Manual", "Help.UserGuide")})
         QTest::newRow(p.first) << p.first << p.second;
 }
 
@@ -159,7 +164,8 @@ void tst_actions::hotKeys_data()
     QTest::newRow("equivalent") << "F6" << QList<int>{ACT_DEBUG_HALT};
     QTest::newRow("its own") << "Ctrl+F5" << QList<int>{ACT_DEBUG_HALT};
     QTest::newRow("plus without shift") << "=" << QList<int>{ACT_TIMELINE_ZOOM_IN, ACT_MEM_USAGE_ZOOM_IN};
-    QTest::newRow("alt plus") << "Alt+=" << QList<int>{ACT_EXPAND_ALL, ACT_SRC_EXPAND_ALL_LINES, ACT_ITRACE_EXPAND_ALL};
+    QTest::newRow("alt plus") << "Alt+="
+                              << QList<int>{ACT_EXPAND_ALL, ACT_SRC_EXPAND_ALL_LINES, ACT_ITRACE_EXPAND_ALL};
     QTest::newRow("nothing") << "F12" << QList<int>{};
     QTest::newRow("empty") << "" << QList<int>{};
 }
@@ -265,7 +271,8 @@ void tst_actions::results()
     connect(pAction, &QAction::triggered, &Window, [&] {
         if (Mode == 1) SetActionResult(ACT_ELF_GET_EXPR_VALUE, I64(1) << 40);
         if (Mode == 2) SetActionError(ACT_ELF_GET_EXPR_VALUE, ERR_UNKNOWN_SYMBOL);
-        if (Mode == 3) SetActionResult(ACT_ELF_GET_EXPR_VALUE, GetActionParam(ACT_ELF_GET_EXPR_VALUE).toInt());
+        if (Mode == 3)
+            SetActionResult(ACT_ELF_GET_EXPR_VALUE, GetActionParam(ACT_ELF_GET_EXPR_VALUE).toInt());
     });
     QCOMPARE(PerformAction(ACT_ELF_GET_EXPR_VALUE, "x"), I64(0));
     Mode = 1;
@@ -322,14 +329,22 @@ void tst_actions::execute_data()
     QTest::addColumn<QString>("Called"); // commands that ran, with their parameters
     QTest::addColumn<QString>("Error");
     const QString sHint = ". Type ? or help for a list of available commands.";
-    QTest::newRow("command") << "file.open a.elf" << int(EXECUTE_DONE) << "File.Open (\"a.elf\");" << "";
-    QTest::newRow("old name") << "Edit.Preferences()" << int(EXECUTE_DONE) << "Tools.Preferences();" << "";
-    QTest::newRow("question mark") << "?" << int(EXECUTE_DONE) << "Help.Commands();" << "";
-    QTest::newRow("help") << "HELP" << int(EXECUTE_DONE) << "Help.Commands();" << "";
-    QTest::newRow("unknown") << "Foo.Bar (1)" << int(EXECUTE_UNKNOWN) << "" << "Foo.Bar (1): unknown command" + sHint;
-    QTest::newRow("blank") << "  " << int(EXECUTE_UNKNOWN) << "" << "unknown command" + sHint;
-    QTest::newRow("disabled") << "debug.reset" << int(EXECUTE_DISABLED) << "" << "Debug.Reset: Command disabled";
-    QTest::newRow("window is closed") << "Debug.Halt" << int(EXECUTE_DONE) << "" << "";
+    QTest::newRow("command") << "file.open a.elf" << int(EXECUTE_DONE) << "File.Open (\"a.elf\");"
+                             << "";
+    QTest::newRow("old name") << "Edit.Preferences()" << int(EXECUTE_DONE) << "Tools.Preferences();"
+                              << "";
+    QTest::newRow("question mark") << "?" << int(EXECUTE_DONE) << "Help.Commands();"
+                                   << "";
+    QTest::newRow("help") << "HELP" << int(EXECUTE_DONE) << "Help.Commands();"
+                          << "";
+    QTest::newRow("unknown") << "Foo.Bar (1)" << int(EXECUTE_UNKNOWN) << ""
+                             << "Foo.Bar (1): unknown command" + sHint;
+    QTest::newRow("blank") << "  " << int(EXECUTE_UNKNOWN) << ""
+                           << "unknown command" + sHint;
+    QTest::newRow("disabled") << "debug.reset" << int(EXECUTE_DISABLED) << ""
+                              << "Debug.Reset: Command disabled";
+    QTest::newRow("window is closed") << "Debug.Halt" << int(EXECUTE_DONE) << ""
+                                      << "";
 }
 
 void tst_actions::execute()
@@ -360,7 +375,8 @@ void tst_actions::execute()
 void tst_actions::commandList()
 {
     QWidget Window;
-    for (const char* sName : {"actionFileOpen", "actionDebugHalt", "actionEditCopy", "actionWinClear", "actionBreakSetOnData"})
+    for (const char* sName :
+         {"actionFileOpen", "actionDebugHalt", "actionEditCopy", "actionWinClear", "actionBreakSetOnData"})
         MakeAction(&Window, sName);
     LinkActions(&Window);
     const QStringList List = GetCommandList();

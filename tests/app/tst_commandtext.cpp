@@ -38,20 +38,27 @@ void tst_commandtext::parse_data()
     QTest::newRow("too many") << "Debug.Connect 1" << int(ACT_DEBUG_CONNECT) << QStringList{"1"};
     QTest::newRow("quoted blank") << "File.Open \"a b.elf\"" << int(ACT_FILE_OPEN) << QStringList{"a b.elf"};
     QTest::newRow("unquoted blank") << "File.Open a b.elf" << int(ACT_FILE_OPEN) << QStringList{"a", "b.elf"};
-    QTest::newRow("quoted comma") << "Project.SetDevice (\"A,B\")" << int(ACT_PROJECT_SET_DEVICE) << QStringList{"A,B"};
-    QTest::newRow("parentheses inside") << "Watch.Add (\"f(1, 2)\");" << int(ACT_WATCH_ADD) << QStringList{"f(1, 2)"};
+    QTest::newRow("quoted comma") << "Project.SetDevice (\"A,B\")" << int(ACT_PROJECT_SET_DEVICE)
+                                  << QStringList{"A,B"};
+    QTest::newRow("parentheses inside")
+        << "Watch.Add (\"f(1, 2)\");" << int(ACT_WATCH_ADD) << QStringList{"f(1, 2)"};
     QTest::newRow("xor stays") << "Watch.Add (a^b)" << int(ACT_WATCH_ADD) << QStringList{"a^b"};
-    QTest::newRow("empty entries") << "Project.SetHostIF (\"USB\", )" << int(ACT_PROJECT_SET_HOST_IF) << QStringList{"USB", ""};
-    QTest::newRow("empty string") << "Project.SetHostIF (\"USB\", \"\");" << int(ACT_PROJECT_SET_HOST_IF) << QStringList{"USB", ""};
+    QTest::newRow("empty entries") << "Project.SetHostIF (\"USB\", )" << int(ACT_PROJECT_SET_HOST_IF)
+                                   << QStringList{"USB", ""};
+    QTest::newRow("empty string") << "Project.SetHostIF (\"USB\", \"\");" << int(ACT_PROJECT_SET_HOST_IF)
+                                  << QStringList{"USB", ""};
     QTest::newRow("no closing parenthesis") << "File.Open (\"a\"" << int(ACT_FILE_OPEN) << QStringList{};
-    QTest::newRow("blanks around") << "   Break.SetEx   (  0x100 ,  BP_TYPE_HARD )  ; " << int(ACT_BREAK_SET_EX)
-                                   << QStringList{"0x100", "BP_TYPE_HARD"};
-    QTest::newRow("as in a prototype") << "int Break.SetEx (1, 2);" << int(ACT_BREAK_SET_EX) << QStringList{"1", "2"};
+    QTest::newRow("blanks around") << "   Break.SetEx   (  0x100 ,  BP_TYPE_HARD )  ; "
+                                   << int(ACT_BREAK_SET_EX) << QStringList{"0x100", "BP_TYPE_HARD"};
+    QTest::newRow("as in a prototype")
+        << "int Break.SetEx (1, 2);" << int(ACT_BREAK_SET_EX) << QStringList{"1", "2"};
     QTest::newRow("old name") << "Edit.Preferences" << int(ACT_TOOLS_PREFERENCES) << QStringList{};
-    QTest::newRow("old name, case") << "window.setnumberbase (\"Watched Data\", 16)" << int(ACT_WINDOW_SET_DISPLAY_FORMAT)
+    QTest::newRow("old name, case") << "window.setnumberbase (\"Watched Data\", 16)"
+                                    << int(ACT_WINDOW_SET_DISPLAY_FORMAT)
                                     << QStringList{"Watched Data", "16"};
     QTest::newRow("old name is another family") << "Edit.Break" << int(ACT_BREAK_EDIT) << QStringList{};
-    QTest::newRow("only one pair of quotes") << "Util.Log (\"\"a\"\")" << int(ACT_UTIL_LOG) << QStringList{"\"a\""};
+    QTest::newRow("only one pair of quotes")
+        << "Util.Log (\"\"a\"\")" << int(ACT_UTIL_LOG) << QStringList{"\"a\""};
     QTest::newRow("unknown") << "Foo.Bar 1" << -1 << QStringList{"1"};
     QTest::newRow("plain gui action") << "actionWinClear" << -1 << QStringList{};
     QTest::newRow("empty") << "" << -1 << QStringList{};
@@ -75,19 +82,26 @@ void tst_commandtext::format_data()
     QTest::addColumn<QString>("Expected");
     QTest::newRow("string") << int(ACT_FILE_OPEN) << QStringList{"a.elf"} << "File.Open (\"a.elf\");";
     QTest::newRow("none") << int(ACT_DEBUG_HALT) << QStringList{} << "Debug.Halt();";
-    QTest::newRow("quotes are removed") << int(ACT_FILE_OPEN) << QStringList{"\"a\"b\""} << "File.Open (\"ab\");";
-    QTest::newRow("constant") << int(ACT_DEBUG_SET_RESET_MODE) << QStringList{"rm_reset_halt"} << "Debug.SetResetMode (RM_RESET_HALT);";
-    QTest::newRow("display name") << int(ACT_DEBUG_SET_RESET_MODE) << QStringList{"Reset & Run"} << "Debug.SetResetMode (RM_RESET_AND_RUN);";
+    QTest::newRow("quotes are removed")
+        << int(ACT_FILE_OPEN) << QStringList{"\"a\"b\""} << "File.Open (\"ab\");";
+    QTest::newRow("constant") << int(ACT_DEBUG_SET_RESET_MODE) << QStringList{"rm_reset_halt"}
+                              << "Debug.SetResetMode (RM_RESET_HALT);";
+    QTest::newRow("display name") << int(ACT_DEBUG_SET_RESET_MODE) << QStringList{"Reset & Run"}
+                                  << "Debug.SetResetMode (RM_RESET_AND_RUN);";
     QTest::newRow("older constant") << int(ACT_DEBUG_SET_RESET_MODE) << QStringList{"RM_BREAK_AT_MAIN"}
                                     << "Debug.SetResetMode (RM_BREAK_AT_SYMBOL);";
-    QTest::newRow("number stays") << int(ACT_BREAK_SET) << QStringList{"0x08000100"} << "Break.Set (0x08000100);";
-    QTest::newRow("frequency") << int(ACT_EDIT_REFRESH_RATE) << QStringList{"x", "2,5 kHz"} << "Edit.RefreshRate (\"x\", 2500);";
+    QTest::newRow("number stays") << int(ACT_BREAK_SET) << QStringList{"0x08000100"}
+                                  << "Break.Set (0x08000100);";
+    QTest::newRow("frequency") << int(ACT_EDIT_REFRESH_RATE) << QStringList{"x", "2,5 kHz"}
+                               << "Edit.RefreshRate (\"x\", 2500);";
     QTest::newRow("negative stays") << int(ACT_PROJECT_RELOCATE_SYMBOLS) << QStringList{"*", "-256"}
                                     << "Project.RelocateSymbols (\"*\", -256);";
     QTest::newRow("anything stays") << int(ACT_BREAK_SET) << QStringList{"main"} << "Break.Set (main);";
-    QTest::newRow("unsigned char* is a string") << int(ACT_BREAK_SET_ON_SYMBOL) << QStringList{"x", "AT_WRITE_ONLY", "AW_WORD", "0", "0"}
-                                                << "Break.SetOnSymbol (\"x\", AT_WRITE_ONLY, AW_WORD, 0, 0);";
-    QTest::newRow("more than declared") << int(ACT_SCRIPT_EXEC) << QStringList{"f", "7", "-1"} << "Script.Exec (\"f\", 7, -1);";
+    QTest::newRow("unsigned char* is a string")
+        << int(ACT_BREAK_SET_ON_SYMBOL) << QStringList{"x", "AT_WRITE_ONLY", "AW_WORD", "0", "0"}
+        << "Break.SetOnSymbol (\"x\", AT_WRITE_ONLY, AW_WORD, 0, 0);";
+    QTest::newRow("more than declared")
+        << int(ACT_SCRIPT_EXEC) << QStringList{"f", "7", "-1"} << "Script.Exec (\"f\", 7, -1);";
     QTest::newRow("plain gui action") << int(ACT_WIN_CLEAR) << QStringList{"x"} << "";
     QTest::newRow("no such row") << NUM_ACTIONS << QStringList{} << "";
 }
@@ -103,7 +117,9 @@ void tst_commandtext::format()
 void tst_commandtext::formatSrcLoc()
 {
     ACTION_HOOKS Hooks;
-    Hooks.GetSrcLocText = [](const QString& s) { return s.startsWith("main.c") ? QString("main.c:20:1") : QString(); };
+    Hooks.GetSrcLocText = [](const QString& s) {
+        return s.startsWith("main.c") ? QString("main.c:20:1") : QString();
+    };
     SetActionHooks(Hooks);
     QCOMPARE(FormatCommand(ACT_BREAK_SET_ON_SRC, {"main.c: 20"}), "Break.SetOnSrc (\"main.c:20:1\");");
     QCOMPARE(FormatCommand(ACT_BREAK_SET_ON_SRC, {"main"}), "Break.SetOnSrc (\"main\");");
@@ -171,16 +187,26 @@ void tst_commandtext::constantLookup_data()
     QTest::addColumn<QString>("Name");
     QTest::addColumn<QString>("Canonical");
     QTest::addColumn<qint64>("Value");
-    QTest::newRow("any case") << "aw_half_word" << "AW_HALF_WORD" << qint64(2);
-    QTest::newRow("older name") << "RM_BREAK_AT_MAIN" << "RM_BREAK_AT_SYMBOL" << qint64(1);
-    QTest::newRow("older name, case") << "aw_auto" << "AW_ANY" << qint64(0);
-    QTest::newRow("display name") << "trace pins" << "TRACE_SOURCE_ETM" << qint64(1);
-    QTest::newRow("quoted") << "\"SWD\"" << "SWD" << qint64(1);
-    QTest::newRow("name before display name") << "Off" << "OFF" << qint64(0);
-    QTest::newRow("hexadecimal truth") << "0X1" << "0x1" << qint64(1);
-    QTest::newRow("all bits") << "DISABLE_SAVE_ANY" << "DISABLE_SAVE_ANY" << qint64(4294967295);
-    QTest::newRow("unknown") << "RM_" << "" << qint64(0);
-    QTest::newRow("empty") << "\"\"" << "" << qint64(0);
+    QTest::newRow("any case") << "aw_half_word"
+                              << "AW_HALF_WORD" << qint64(2);
+    QTest::newRow("older name") << "RM_BREAK_AT_MAIN"
+                                << "RM_BREAK_AT_SYMBOL" << qint64(1);
+    QTest::newRow("older name, case") << "aw_auto"
+                                      << "AW_ANY" << qint64(0);
+    QTest::newRow("display name") << "trace pins"
+                                  << "TRACE_SOURCE_ETM" << qint64(1);
+    QTest::newRow("quoted") << "\"SWD\""
+                            << "SWD" << qint64(1);
+    QTest::newRow("name before display name") << "Off"
+                                              << "OFF" << qint64(0);
+    QTest::newRow("hexadecimal truth") << "0X1"
+                                       << "0x1" << qint64(1);
+    QTest::newRow("all bits") << "DISABLE_SAVE_ANY"
+                              << "DISABLE_SAVE_ANY" << qint64(4294967295);
+    QTest::newRow("unknown") << "RM_"
+                             << "" << qint64(0);
+    QTest::newRow("empty") << "\"\""
+                           << "" << qint64(0);
 }
 
 void tst_commandtext::constantLookup()

@@ -1,8 +1,6 @@
-// The console: its ring, what it shows of messages and actions, the input line and completion.
+// The console window: what it shows of messages and actions, and the input line.
 #include "app/actions/actions.h"
 #include "app/actions/commandtext.h"
-#include "app/console/commandcompletion.h"
-#include "app/console/commandhistory.h"
 #include "app/console/consolewindow.h"
 #include "app/services/log.h"
 #include "app/services/logfile.h"
@@ -10,9 +8,9 @@
 #include "project/settings/appearance.h"
 #include "project/settings/sysvars.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QAction>
 #include <QFile>
-#include <QAbstractTextDocumentLayout>
 #include <QLineEdit>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -28,7 +26,8 @@ class CTestWindow : public CWindow {
 public:
     CTestWindow()
     {
-        for (const int Id : {ACT_DEBUG_HALT, ACT_FILE_CLOSE, ACT_WATCH_ADD, ACT_FILE_LOAD, ACT_EDIT_COPY, ACT_HELP_COMMANDS, ACT_BP_SET}) {
+        for (const int Id : {ACT_DEBUG_HALT, ACT_FILE_CLOSE, ACT_WATCH_ADD, ACT_FILE_LOAD, ACT_EDIT_COPY,
+                             ACT_HELP_COMMANDS, ACT_BP_SET}) {
             QAction* pAction = AddAction(GetActionRow(Id)->ObjectName, "x");
             Connect(pAction, SIGNAL(triggered()), this, SLOT(OnAnyTriggered()));
         }
@@ -51,11 +50,6 @@ class tst_console : public QObject {
 private slots:
     void initTestCase();
     void init();
-    void ring();
-    void ringManyWriters();
-    void history();
-    void completion_data();
-    void completion();
     void lines();
     void drainLimit();
     void timeStampAlignment();
@@ -93,124 +87,15 @@ void tst_console::initTestCase()
     QVERIFY(CConsoleWindow::Exists());
     ::LinkActions(&Console());
     ACTION_HOOKS Hooks;
-    Hooks.PrintError = [this](const QString& sText, const QString& sError) { Console().PrintError(sText, sError); };
+    Hooks.PrintError = [this](const QString& sText, const QString& sError) {
+        Console().PrintError(sText, sError);
+    };
     SetActionHooks(Hooks);
 }
 
 void tst_console::init()
 {
     Console().Clear();
-}
-
-void tst_console::ring()
-{
-    CConsoleRing Ring;
-    CONSOLE_LOOK Look;
-    CONSOLE_MESSAGE m;
-    QVERIFY(Ring.IsEmpty());
-    QVERIFY(!Ring.Read(&m));
-    for (int i = 0; i < CONSOLE_RING_SLOTS; i++) QVERIFY(Ring.Write(QString::number(i), Look, i));
-    QVERIFY(!Ring.Write("dropped", Look, 0));
-    QVERIFY(Ring.Read(&m));
-    QCOMPARE(m.Text, "0");
-    Look.Fixed = true;
-    Look.ColorID = 3;
-    QVERIFY(Ring.Write(QString(1500, 'x') + '\n', Look, -1));
-    for (int i = 1; i < CONSOLE_RING_SLOTS; i++) {
-        QVERIFY(Ring.Read(&m));
-        QCOMPARE(m.Text, QString::number(i));
-        QCOMPARE(m.Time_us, I64(i));
-    }
-    QVERIFY(Ring.Read(&m));
-    QCOMPARE(m.Text.size(), qsizetype(CONSOLE_MAX_CHARS));
-    QCOMPARE(m.NumLines, 1); // counted in what was kept
-    QVERIFY(m.Look.Fixed);
-    QCOMPARE(m.Look.ColorID, 3);
-    QVERIFY(!Ring.Read(&m));
-    Ring.Write("a\n\nb", Look, 0);
-    QVERIFY(Ring.Read(&m));
-    QCOMPARE(m.NumLines, 3);
-    Ring.Write("a", Look, 0);
-    Ring.Clear();
-    QVERIFY(Ring.IsEmpty());
-}
-
-/// Nothing is lost unless Write said so, nothing comes twice, each writer's messages keep their order.
-void tst_console::ringManyWriters()
-{
-    constexpr int NUM_WRITERS = 4;
-    constexpr int NUM_MESSAGES = 5000;
-    CConsoleRing Ring;
-    std::atomic<int> NumRunning{NUM_WRITERS};
-    std::atomic<int> NumDropped{0};
-    std::vector<std::thread> Writers;
-    for (int t = 0; t < NUM_WRITERS; t++) {
-        Writers.emplace_back([&, t] {
-            const QString sText = QString(10 + t, QChar('a' + t));
-            for (int i = 0; i < NUM_MESSAGES; i++)
-                if (!Ring.Write(sText, {}, I64(t) * NUM_MESSAGES + i)) NumDropped++;
-            NumRunning--;
-        });
-    }
-    I64 aLast[NUM_WRITERS] = {-1, -1, -1, -1};
-    int NumRead = 0;
-    bool Ok = true;
-    CONSOLE_MESSAGE m;
-    for (;;) {
-        const bool IsLastRound = NumRunning == 0;
-        while (Ring.Read(&m)) {
-            const int t = int(m.Time_us / NUM_MESSAGES);
-            const I64 i = m.Time_us % NUM_MESSAGES;
-            Ok = Ok && t >= 0 && t < NUM_WRITERS && i > aLast[t] && m.Text == QString(10 + t, QChar('a' + t));
-            aLast[t] = i;
-            NumRead++;
-        }
-        if (IsLastRound) break;
-    }
-    for (std::thread& t : Writers) t.join();
-    QVERIFY(Ok);
-    QCOMPARE(NumRead + NumDropped, NUM_WRITERS * NUM_MESSAGES);
-}
-
-void tst_console::history()
-{
-    CCommandHistory h;
-    QVERIFY(h.GoOlder().isNull());
-    QVERIFY(h.GoNewer().isNull());
-    for (const char* s : {"a", "b", "c", "b", ""}) h.Add(s);
-    QCOMPARE(h.GetLines(), (QStringList{"c", "b", "a"}));
-    QString s;
-    for (int i = 0; i < 4; i++) s += h.GoOlder();
-    QCOMPARE(s, "cbac"); // back to the newest
-    QCOMPARE(h.GoNewer(), "a");
-    QCOMPARE(h.GoNewer(), "b");
-    h.Add("A"); // other case is another line, and the place starts anew
-    QCOMPARE(h.GoOlder(), "A");
-}
-
-void tst_console::completion_data()
-{
-    QTest::addColumn<QString>("Text");
-    QTest::addColumn<QString>("Completed");
-    QTest::addColumn<int>("NumCandidates");
-    QTest::newRow("one command") << "debug.ha" << "Debug.Halt" << 1;
-    QTest::newRow("common part") << "debug.st" << "Debug.St" << 5;
-    QTest::newRow("steps") << "Debug.Step" << "Debug.Step" << 3;
-    QTest::newRow("constant") << "Debug.SetResetMode (rm_r" << "Debug.SetResetMode (RM_RESET_" << 2;
-    QTest::newRow("constant behind a blank") << "Break.SetEx 0x100 bp_type_f" << "Break.SetEx 0x100 BP_TYPE_FLASH" << 1;
-    QTest::newRow("a command is no argument") << "Util.Log (Debug.Ha" << "Util.Log (Debug.Ha" << 0;
-    QTest::newRow("nothing") << "xyz" << "xyz" << 0;
-    QTest::newRow("no word") << "Debug.Halt (" << "Debug.Halt (" << 0;
-}
-
-void tst_console::completion()
-{
-    QFETCH(QString, Text);
-    QFETCH(QString, Completed);
-    QFETCH(int, NumCandidates);
-    const COMPLETION c = CompleteCommand(Text);
-    QCOMPARE(c.Text, Completed);
-    QCOMPARE(int(c.Candidates.size()), NumCandidates);
 }
 
 void tst_console::lines()
@@ -223,7 +108,8 @@ void tst_console::lines()
     const QStringList Stamps = Console().GetSidebarLines();
     QCOMPARE(Stamps.size(), 6);
     QCOMPARE(Stamps[1], Stamps[3]);
-    for (const QString& s : Stamps) QVERIFY(QRegularExpression("^(\\d+:)*\\d+\\.\\d{3} \\d{3}$").match(s).hasMatch());
+    for (const QString& s : Stamps)
+        QVERIFY(QRegularExpression("^(\\d+:)*\\d+\\.\\d{3} \\d{3}$").match(s).hasMatch());
     // An empty first line is a line too.
     Console().Clear();
     Console().PrintLines({"", "x"});
@@ -281,7 +167,9 @@ void tst_console::colorsAndFonts()
     Console().PrintLines({"fixed"});
     Console().Print("plain again");
     Console().Flush();
-    const auto Format = [this](int i) { return Text()->document()->findBlockByNumber(i).begin().fragment().charFormat(); };
+    const auto Format = [this](int i) {
+        return Text()->document()->findBlockByNumber(i).begin().fragment().charFormat();
+    };
     QVERIFY(!Format(0).hasProperty(QTextFormat::ForegroundBrush));
     QCOMPARE(Format(1).foreground().color(), QColor(0, 200, 0));
     QCOMPARE(Format(2).foreground().color(), QColor(0x11, 0x22, 0x33));
@@ -321,7 +209,8 @@ void tst_console::logFile()
 void tst_console::transcript()
 {
     QStringList Lines;
-    Console().SetTranscriptSink([&](const QString& s, bool IsError) { Lines.append((IsError ? "E " : "  ") + s); });
+    Console().SetTranscriptSink(
+        [&](const QString& s, bool IsError) { Lines.append((IsError ? "E " : "  ") + s); });
     Console().PrintCommand("Debug.Halt();");
     Console().PrintError("Debug.Halt()", "not connected");
     Log("odd", MSG_WARNING | MSG_CONSOLE);
@@ -356,8 +245,9 @@ void tst_console::inputLine()
     Type("other x");
     Key(Qt::Key_Enter);
     Key(Qt::Key_Return); // empty line
-    QCOMPARE(Flushed(), (QStringList{"no.such: unknown command. Type ? or help for a list of available commands.",
-                                     "other x: unknown command. Type ? or help for a list of available commands.", ""}));
+    QCOMPARE(Flushed(),
+             (QStringList{"no.such: unknown command. Type ? or help for a list of available commands.",
+                          "other x: unknown command. Type ? or help for a list of available commands.", ""}));
     QCOMPARE(Console().GetHistory(), (QStringList{"other x", "no.such"}));
     Key(Qt::Key_Up);
     QCOMPARE(pInput->text(), "other x");
@@ -443,7 +333,8 @@ void tst_console::echoOfErrors()
         if (CheckParamCount(Id)) SetActionError(Id, ERR_FILE_NOT_FOUND, GetActionParams(Id).value(0));
     };
     Console().ExecuteCommand("File.Load a.bin");
-    QCOMPARE(Flushed(), (QStringList{"File.Load (\"a.bin\");", "File.Load (\"a.bin\"): wrong parameter count"}));
+    QCOMPARE(Flushed(),
+             (QStringList{"File.Load (\"a.bin\");", "File.Load (\"a.bin\"): wrong parameter count"}));
     Console().Clear();
     Console().ExecuteCommand("File.Load (a.bin, 0)");
     QCOMPARE(Flushed().last(), "File.Load (\"a.bin\", 0): file not found: a.bin");

@@ -73,9 +73,12 @@ void tst_scriptcall::conversions_data()
     QTest::addColumn<int>("Id");
     QTest::addColumn<QList<I64>>("Args");
     QTest::addColumn<QStringList>("Params");
-    QTest::newRow("string and address") << int(ACT_FILE_LOAD) << QList<I64>{sFile, 0x20} << QStringList{"a.elf", "0x00000020"};
-    QTest::newRow("address of a negative int") << int(ACT_BREAK_SET) << QList<I64>{-2} << QStringList{"0xFFFFFFFE"};
-    QTest::newRow("named Address") << int(ACT_VIEW_MEMORY) << QList<I64>{0x80000000} << QStringList{"0x80000000"};
+    QTest::newRow("string and address")
+        << int(ACT_FILE_LOAD) << QList<I64>{sFile, 0x20} << QStringList{"a.elf", "0x00000020"};
+    QTest::newRow("address of a negative int")
+        << int(ACT_BREAK_SET) << QList<I64>{-2} << QStringList{"0xFFFFFFFE"};
+    QTest::newRow("named Address") << int(ACT_VIEW_MEMORY) << QList<I64>{0x80000000}
+                                   << QStringList{"0x80000000"};
     QTest::newRow("mask is no address") << int(ACT_BREAK_SET_ON_DATA) << QList<I64>{16, 3, 1, 4, 0, -1}
                                         << QStringList{"0x00000010", "3", "1", "4", "0", "4294967295"};
     QTest::newRow("size") << int(ACT_TARGET_FILL_MEMORY) << QList<I64>{0x20000000, 0x100, 0xFF}
@@ -84,7 +87,8 @@ void tst_scriptcall::conversions_data()
                                 << QStringList{"a.elf", "-256"};
     QTest::newRow("signed 64 bits") << int(ACT_EDIT_SYS_VAR) << QList<I64>{4, -(I64(1) << 40)}
                                     << QStringList{"4", "-1099511627776"};
-    QTest::newRow("beyond the type") << int(ACT_TARGET_WRITE_U8) << QList<I64>{0, 0x1FF} << QStringList{"0x00000000", "511"};
+    QTest::newRow("beyond the type") << int(ACT_TARGET_WRITE_U8) << QList<I64>{0, 0x1FF}
+                                     << QStringList{"0x00000000", "511"};
     QTest::newRow("64 bit value") << int(ACT_TARGET_WRITE_U64) << QList<I64>{8, 0x123456789A}
                                   << QStringList{"0x00000008", "78187493530"};
     QTest::newRow("none") << int(ACT_DEBUG_HALT) << QList<I64>{} << QStringList{};
@@ -127,14 +131,38 @@ void tst_scriptcall::result()
 /// The commands and their jobs, in order, against the listing; conditions are tested by waits().
 void tst_scriptcall::waitTable()
 {
-    static const QHash<QString, int> Jobs = {
-        {"BT_CONNECT", 1}, {"BT_DISCONNECT", 2}, {"BT_RESET", 3}, {"BT_HALT", 4}, {"BT_CONTINUE", 5}, {"BT_STEP_INST", 6},
-        {"BT_STEP_INTO", 7}, {"BT_STEP_OVER", 8}, {"BT_STEP_OUT", 9}, {"BT_RUN_TO", 11}, {"BT_EXEC_BRYLLO_CMD", 12},
-        {"BT_SET_BP", 13}, {"BT_SET_BPS", 14}, {"BT_CLEAR_BP", 15}, {"BT_CLEAR_BPS", 16}, {"BT_CLEAR_ALL_BPS", 17},
-        {"BT_SET_WPS", 19}, {"BT_CLEAR_WPS", 20}, {"BT_CLEAR_ALL_WPS", 21}, {"BT_SET_TPS", 22}, {"BT_CLEAR_TPS", 23},
-        {"BT_CLEAR_ALL_TPS", 24}, {"BT_WRITE_REG", 26}, {"BT_WRITE_CP_REG", 28}, {"BT_END_DOWNLOAD", 30}, {"BT_READ_MEM", 31},
-        {"BT_WRITE_MEM", 32}, {"BT_START_SWO_TRACE", 44}, {"BT_START_MEMLANE", 48}, {"BT_STOP_MEMLANE", 49},
-        {"BT_CONFIGURE", 60}, {"BT_SET_CONFIG_PARAM", 61}};
+    static const QHash<QString, int> Jobs = {{"BT_CONNECT", 1},
+                                             {"BT_DISCONNECT", 2},
+                                             {"BT_RESET", 3},
+                                             {"BT_HALT", 4},
+                                             {"BT_CONTINUE", 5},
+                                             {"BT_STEP_INST", 6},
+                                             {"BT_STEP_INTO", 7},
+                                             {"BT_STEP_OVER", 8},
+                                             {"BT_STEP_OUT", 9},
+                                             {"BT_RUN_TO", 11},
+                                             {"BT_EXEC_BRYLLO_CMD", 12},
+                                             {"BT_SET_BP", 13},
+                                             {"BT_SET_BPS", 14},
+                                             {"BT_CLEAR_BP", 15},
+                                             {"BT_CLEAR_BPS", 16},
+                                             {"BT_CLEAR_ALL_BPS", 17},
+                                             {"BT_SET_WPS", 19},
+                                             {"BT_CLEAR_WPS", 20},
+                                             {"BT_CLEAR_ALL_WPS", 21},
+                                             {"BT_SET_TPS", 22},
+                                             {"BT_CLEAR_TPS", 23},
+                                             {"BT_CLEAR_ALL_TPS", 24},
+                                             {"BT_WRITE_REG", 26},
+                                             {"BT_WRITE_CP_REG", 28},
+                                             {"BT_END_DOWNLOAD", 30},
+                                             {"BT_READ_MEM", 31},
+                                             {"BT_WRITE_MEM", 32},
+                                             {"BT_START_SWO_TRACE", 44},
+                                             {"BT_START_MEMLANE", 48},
+                                             {"BT_STOP_MEMLANE", 49},
+                                             {"BT_CONFIGURE", 60},
+                                             {"BT_SET_CONFIG_PARAM", 61}};
     QHash<int, QList<int>> Expected;
     for (const QStringList& r : ReadTable("waits.tsv")) {
         QList<int> Types;
@@ -148,7 +176,8 @@ void tst_scriptcall::waitTable()
         }
     }
     QHash<int, QList<int>> Found;
-    for (int i = 0; i < GetNumScriptWaits(); i++) Found[GetScriptWait(i).ActionId].append(GetScriptWait(i).JobType);
+    for (int i = 0; i < GetNumScriptWaits(); i++)
+        Found[GetScriptWait(i).ActionId].append(GetScriptWait(i).JobType);
     QCOMPARE(Found, Expected);
 }
 
@@ -169,7 +198,8 @@ void tst_scriptcall::waits_data()
     QTest::newRow("one address") << int(ACT_BREAK_SET_ON_SRC_EX) << QList<I64>{sOne, 1} << 0 << "13/0";
     QTest::newRow("several addresses") << int(ACT_BREAK_SET_TYPE) << QList<I64>{sMany, 1} << 0 << "14/0";
     for (const auto& r : {qMakePair(0, "20/0"), qMakePair(1, "19/0"), qMakePair(2, ""), qMakePair(3, "19/0")})
-        QTest::addRow("data breakpoint, result %d", r.first) << int(ACT_BREAK_SET_ON_DATA) << QList<I64>{1, 0, 0, 0, 0, 0} << r.first << r.second;
+        QTest::addRow("data breakpoint, result %d", r.first)
+            << int(ACT_BREAK_SET_ON_DATA) << QList<I64>{1, 0, 0, 0, 0, 0} << r.first << r.second;
 }
 
 void tst_scriptcall::waits()

@@ -35,10 +35,13 @@ private slots:
 static QString Describe(const CmdLineArgs& a)
 {
     const QList<QPair<QString, QString>> Fields = {
-        {"dev", a.Device}, {"host", a.HostIF}, {"id", a.HostID}, {"tif", a.TargetIF}, {"speed", a.Speed},
-        {"prog", a.ProgramFile}, {"proj", a.ProjectFile}, {"log", a.LogFile}, {"int", a.LogInterval},
-        {"bscr", a.BrylloScriptFile}, {"jtag", a.JTAGConfig}, {"ts", a.LogTimestampsFile},
-        {"set", a.SettingsDir}, {"batch", a.BatchFile},
+        {"dev", a.Device},       {"host", a.HostIF},
+        {"id", a.HostID},        {"tif", a.TargetIF},
+        {"speed", a.Speed},      {"prog", a.ProgramFile},
+        {"proj", a.ProjectFile}, {"log", a.LogFile},
+        {"int", a.LogInterval},  {"bscr", a.BrylloScriptFile},
+        {"jtag", a.JTAGConfig},  {"ts", a.LogTimestampsFile},
+        {"set", a.SettingsDir},  {"batch", a.BatchFile},
     };
     QStringList Parts;
     for (const auto& f : Fields)
@@ -52,27 +55,46 @@ void tst_services::commandLine_data()
 {
     QTest::addColumn<QString>("Args"); // separated by "|"
     QTest::addColumn<QString>("Expected");
-    QTest::newRow("upper case") << "-DEVICE|X" << "dev=X";
-    QTest::newRow("two dashes") << "--device|X" << "dev=X";
-    QTest::newRow("shared field, last wins") << "-datafile|a|-programfile|b" << "prog=b";
-    QTest::newRow("value with a dash is none") << "-device|-usb" << "host=USB";
-    QTest::newRow("last argument has no value") << "-if|SWD|-device" << "tif=SWD";
-    QTest::newRow("usb with serial") << "-usb|600000001" << "host=USB|id=600000001";
-    QTest::newRow("ip without address") << "-ip|-debug" << "host=IP|debug";
-    QTest::newRow("positional and unknown") << "a.bdebug|-frobnicate|7|-device|Y" << "dev=Y";
-    QTest::newRow("quotes and blanks") << "-device|\" A B \"" << "dev=A B";
-    QTest::newRow("one quote only") << "-device|A\"" << "dev=A";
-    QTest::newRow("path") << "-project|C:\\x\\..\\p//q.bdebug" << "proj=C:/p/q.bdebug";
-    QTest::newRow("script path stays") << "-brylloscriptfile|a\\b" << "bscr=a\\b";
-    QTest::newRow("board") << "-kestrelboard" << "dev=MK66FN2M0XXX18|tif=SWD|speed=2000";
-    QTest::newRow("board, then its own speed") << "-kestrelboard|-speed|4000" << "dev=MK66FN2M0XXX18|tif=SWD|speed=4000";
+    QTest::newRow("upper case") << "-DEVICE|X"
+                                << "dev=X";
+    QTest::newRow("two dashes") << "--device|X"
+                                << "dev=X";
+    QTest::newRow("shared field, last wins") << "-datafile|a|-programfile|b"
+                                             << "prog=b";
+    QTest::newRow("value with a dash is none") << "-device|-usb"
+                                               << "host=USB";
+    QTest::newRow("last argument has no value") << "-if|SWD|-device"
+                                                << "tif=SWD";
+    QTest::newRow("usb with serial") << "-usb|600000001"
+                                     << "host=USB|id=600000001";
+    QTest::newRow("ip without address") << "-ip|-debug"
+                                        << "host=IP|debug";
+    QTest::newRow("positional and unknown") << "a.bdebug|-frobnicate|7|-device|Y"
+                                            << "dev=Y";
+    QTest::newRow("quotes and blanks") << "-device|\" A B \""
+                                       << "dev=A B";
+    QTest::newRow("one quote only") << "-device|A\""
+                                    << "dev=A";
+    QTest::newRow("path") << "-project|C:\\x\\..\\p//q.bdebug"
+                          << "proj=C:/p/q.bdebug";
+    QTest::newRow("script path stays") << "-brylloscriptfile|a\\b"
+                                       << "bscr=a\\b";
+    QTest::newRow("board") << "-kestrelboard"
+                           << "dev=MK66FN2M0XXX18|tif=SWD|speed=2000";
+    QTest::newRow("board, then its own speed") << "-kestrelboard|-speed|4000"
+                                               << "dev=MK66FN2M0XXX18|tif=SWD|speed=4000";
     QTest::newRow("the rest") << "-logfile|l|-loginterval|9|-logtimestamps|t|-jtagconfig|1,4|-settings|s"
                               << "log=l|int=9|jtag=1,4|ts=t|set=s";
-    QTest::newRow("select usb") << "-select|USB=123" << "host=USB|id=123";
-    QTest::newRow("select ip") << "-select|ip=10.0.0.1:3333" << "host=IP|id=10.0.0.1:3333";
-    QTest::newRow("batch from standard input") << "p.bdebug|-batch|-|-keepgoing" << "batch=-|keepgoing";
-    QTest::newRow("batch needs a file") << "-batch|-debug" << "debug";
-    QTest::newRow("dashes only") << "---|x" << "";
+    QTest::newRow("select usb") << "-select|USB=123"
+                                << "host=USB|id=123";
+    QTest::newRow("select ip") << "-select|ip=10.0.0.1:3333"
+                               << "host=IP|id=10.0.0.1:3333";
+    QTest::newRow("batch from standard input") << "p.bdebug|-batch|-|-keepgoing"
+                                               << "batch=-|keepgoing";
+    QTest::newRow("batch needs a file") << "-batch|-debug"
+                                        << "debug";
+    QTest::newRow("dashes only") << "---|x"
+                                 << "";
 }
 
 void tst_services::commandLine()
@@ -119,12 +141,18 @@ void tst_services::windowTitle_data()
     QTest::addColumn<QString>("Expected");
     const QString sLong = "Vantrel - The Bryllo Debugger";
     const QString sFull = sLong + ' ' + GetVersionText();
-    QTest::newRow("no project") << false << false << false << "" << "" << sFull;
-    QTest::newRow("project") << true << false << false << "/a/p.bdebug" << "/a/x.elf" << sFull + " - /a/p.bdebug";
-    QTest::newRow("modified") << true << true << false << "/a/p.bdebug" << "" << sFull + " - */a/p.bdebug";
-    QTest::newRow("never saved") << true << true << false << "" << "" << sFull + " - *New Project";
-    QTest::newRow("session") << true << false << true << "/a/p.x.bdebug" << "" << sFull + " - p.x";
-    QTest::newRow("session with program") << true << false << true << "/a/p.bdebug" << "/a/x.elf" << sLong + " - /a/x.elf";
+    QTest::newRow("no project") << false << false << false << ""
+                                << "" << sFull;
+    QTest::newRow("project") << true << false << false << "/a/p.bdebug"
+                             << "/a/x.elf" << sFull + " - /a/p.bdebug";
+    QTest::newRow("modified") << true << true << false << "/a/p.bdebug"
+                              << "" << sFull + " - */a/p.bdebug";
+    QTest::newRow("never saved") << true << true << false << ""
+                                 << "" << sFull + " - *New Project";
+    QTest::newRow("session") << true << false << true << "/a/p.x.bdebug"
+                             << "" << sFull + " - p.x";
+    QTest::newRow("session with program") << true << false << true << "/a/p.bdebug"
+                                          << "/a/x.elf" << sLong + " - /a/x.elf";
 }
 
 void tst_services::windowTitle()
@@ -176,7 +204,8 @@ void tst_services::settingsStore()
     Again.SetDir(Dir.filePath("new/folder"));
     Again.Load();
     QCOMPARE(Again.Read("AppData/MainWindow/Geometry").toByteArray(), QByteArray("\0\x01\xFF", 3));
-    QCOMPARE(Again.Read("AppData/MainWindow", "RecentProjects", {}).toStringList(), (QStringList{"a b.bdebug", "c,d"}));
+    QCOMPARE(Again.Read("AppData/MainWindow", "RecentProjects", {}).toStringList(),
+             (QStringList{"a b.bdebug", "c,d"}));
     QVERIFY(!Again.Contains("AppData/Gone"));
     QCOMPARE(Again.Read("AppData/Gone", 7).toInt(), 7);
     QCOMPARE(Again.GetKeys("AppData/Group"), QStringList());
@@ -188,14 +217,22 @@ void tst_services::timeText_data()
     QTest::addColumn<qint64>("Time");
     QTest::addColumn<QString>("Micro");
     QTest::addColumn<QString>("Nano"); // of the same number as nanoseconds
-    QTest::newRow("zero") << qint64(0) << "0.000 000" << "0.000 000 000";
-    QTest::newRow("small") << qint64(1'002'003) << "1.002 003" << "0.001 002 003";
-    QTest::newRow("below a minute") << qint64(59'999'999) << "59.999 999" << "0.059 999 999";
-    QTest::newRow("a minute") << qint64(60'000'000) << "01:00.000 000" << "0.060 000 000";
-    QTest::newRow("below an hour") << qint64(3'599'000'001) << "59:59.000 001" << "3.599 000 001";
-    QTest::newRow("an hour") << qint64(3'600'000'000) << "1:00:00.000 000" << "3.600 000 000";
-    QTest::newRow("days") << qint64(360'061'000'002) << "100:01:01.000 002" << "06:00.061 000 002";
-    QTest::newRow("negative") << qint64(-5) << "0.000 000" << "0.000 000 000";
+    QTest::newRow("zero") << qint64(0) << "0.000 000"
+                          << "0.000 000 000";
+    QTest::newRow("small") << qint64(1'002'003) << "1.002 003"
+                           << "0.001 002 003";
+    QTest::newRow("below a minute") << qint64(59'999'999) << "59.999 999"
+                                    << "0.059 999 999";
+    QTest::newRow("a minute") << qint64(60'000'000) << "01:00.000 000"
+                              << "0.060 000 000";
+    QTest::newRow("below an hour") << qint64(3'599'000'001) << "59:59.000 001"
+                                   << "3.599 000 001";
+    QTest::newRow("an hour") << qint64(3'600'000'000) << "1:00:00.000 000"
+                             << "3.600 000 000";
+    QTest::newRow("days") << qint64(360'061'000'002) << "100:01:01.000 002"
+                          << "06:00.061 000 002";
+    QTest::newRow("negative") << qint64(-5) << "0.000 000"
+                              << "0.000 000 000";
 }
 
 void tst_services::timeText()
@@ -215,7 +252,8 @@ void tst_services::messageRows()
     for (int i = 0; i < NUM_MESSAGES; i++) {
         const MESSAGE_ROW* pRow = GetMessageRow(i);
         QVERIFY(pRow);
-        const QStringList Row{QString::number(pRow->ID), QString::number(pRow->Flags), QString::number(pRow->Base), pRow->Text};
+        const QStringList Row{QString::number(pRow->ID), QString::number(pRow->Flags),
+                              QString::number(pRow->Base), pRow->Text};
         QCOMPARE(Row, Rows[i]);
         QCOMPARE(pRow->Code, i + pRow->Base);
         QCOMPARE(pRow->NumArgs, Rows[i][3].count('%'));
@@ -241,7 +279,8 @@ void tst_services::messageTexts()
     FormatMessage(MSGID_CORRUPT_DATA_RECORD, ac, sizeof(ac), "a.hex", 12);
     QCOMPARE(ac, "error (5094): Could not open file a.hex: file contains corrupt data record at line 12.");
     FormatMessageRef(MSGID_TERMINAL_LOG_FILE, ac, sizeof(ac), "t");
-    QVERIFY(QString(ac).endsWith(". Refer to the user guide and application logfile for further information."));
+    QVERIFY(
+        QString(ac).endsWith(". Refer to the user guide and application logfile for further information."));
     QCOMPARE(FormatMessage(96, ac, sizeof(ac)), 0);
     QCOMPARE(ac, "");
     char acSmall[10];

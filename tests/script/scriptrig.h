@@ -15,7 +15,8 @@
 class CScriptRig {
 public:
     explicit CScriptRig(const QByteArray& Text, std::size_t HeapSize = SCRIPT_HEAP_SIZE)
-        : m_Text(Text), m_pHeap(std::calloc(1, HeapSize), &std::free) {
+        : m_Text(Text), m_pHeap(std::calloc(1, HeapSize), &std::free)
+    {
         s_pRunning = this;
         Ctx = Script::Create(m_pHeap.get(), HeapSize, m_Text.constData());
         if (!Ctx) {
@@ -26,18 +27,20 @@ public:
         };
         Script::RegisterConstant(Ctx, "SEVEN", 5, 7);
         Script::RegisterConstant(Ctx, "ALL_ONES", 8, 4294967295);
-        for (const char* s : {"__api__ int Out (__int64 Value);", "__api__ int Util.Log (const char* sText);",
-                              "__api__ int Ret (__int64 Value);",
-                              "__api__ int Eight (int a, int b, int c, int d, int e, int f, int g, int h);",
-                              "__api__ int Nine (int a, int b, int c, int d, int e, int f, int g, int h, int i);",
-                              "__api__ int Stop (void);"}) {
+        for (const char* s :
+             {"__api__ int Out (__int64 Value);", "__api__ int Util.Log (const char* sText);",
+              "__api__ int Ret (__int64 Value);",
+              "__api__ int Eight (int a, int b, int c, int d, int e, int f, int g, int h);",
+              "__api__ int Nine (int a, int b, int c, int d, int e, int f, int g, int h, int i);",
+              "__api__ int Stop (void);"}) {
             Script::RegisterFunction(Ctx, s, &CScriptRig::Host, NextId++);
         }
         ParseResult = Script::Parse(Ctx);
     }
 
     /// Runs a function; the output so far as one line.
-    QString Run(const char* sName = "f") {
+    QString Run(const char* sName = "f")
+    {
         CallResult = Script::CallByName(Ctx, sName);
         return Output.join(QLatin1Char(' '));
     }
@@ -49,7 +52,8 @@ public:
     QStringList Errors;
 
 private:
-    static int Host(int Id, const I64* aArgs, int NumArgs) {
+    static int Host(int Id, const I64* aArgs, int NumArgs)
+    {
         CScriptRig& r = *s_pRunning;
         switch (Id) {
         case 0:
@@ -60,7 +64,8 @@ private:
                 r.Output += QStringLiteral("<%1>").arg(aArgs[0]);
                 return -1;
             }
-            r.Output += QString::fromUtf8(reinterpret_cast<const char*>(static_cast<std::uintptr_t>(aArgs[0])));
+            r.Output +=
+                QString::fromUtf8(reinterpret_cast<const char*>(static_cast<std::uintptr_t>(aArgs[0])));
             return 0;
         case 2:
             return static_cast<int>(static_cast<U32>(static_cast<U64>(aArgs[0])));

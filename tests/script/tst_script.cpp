@@ -9,10 +9,12 @@ const char* const NL = "\n";
 
 /// A function f with the usual variables: a, b, c are 1, 2, 3; i is an int and n an __int64 of -1;
 /// arr is 10, 20, 30; ch is a char of 255.
-QByteArray Wrap(const QByteArray& Body) {
+QByteArray Wrap(const QByteArray& Body)
+{
     return "int Two(void) { return 2; }\n"
            "int Add(int x, int y) { return x + y; }\n"
-           "void f(void) { int a; int b; int c; int i; __int64 n; int arr[3]; char ch; __int64 x; a = 1; b = 2; c = 3; "
+           "void f(void) { int a; int b; int c; int i; __int64 n; int arr[3]; char ch; __int64 x; a = 1; b = "
+           "2; c = 3; "
            "i = -1; n = -1; arr[0] = 10; arr[1] = 20; arr[2] = 30; ch = 255; x = 0;\n" +
            Body + "\n}\n";
 }
@@ -41,7 +43,8 @@ private slots:
     void Symbols();
 };
 
-void tst_script::Expression_data() {
+void tst_script::Expression_data()
+{
     QTest::addColumn<QByteArray>("Expr");
     QTest::addColumn<qint64>("Value");
     struct ROW {
@@ -196,7 +199,8 @@ void tst_script::Expression_data() {
     }
 }
 
-void tst_script::Expression() {
+void tst_script::Expression()
+{
     QFETCH(QByteArray, Expr);
     QFETCH(qint64, Value);
     CScriptRig Rig(Wrap("Out(" + Expr + ");"));
@@ -207,7 +211,8 @@ void tst_script::Expression() {
     QCOMPARE(Rig.CallResult, 0);
 }
 
-void tst_script::Statement_data() {
+void tst_script::Statement_data()
+{
     QTest::addColumn<QByteArray>("Body");
     QTest::addColumn<QString>("Output");
     struct ROW {
@@ -295,7 +300,8 @@ void tst_script::Statement_data() {
     }
 }
 
-void tst_script::Statement() {
+void tst_script::Statement()
+{
     QFETCH(QByteArray, Body);
     QFETCH(QString, Output);
     CScriptRig Rig(Wrap(Body));
@@ -305,16 +311,19 @@ void tst_script::Statement() {
     QCOMPARE(Rig.CallResult, 0);
 }
 
-void tst_script::Error_data() {
+void tst_script::Error_data()
+{
     QTest::addColumn<QByteArray>("Body");
     QTest::addColumn<QString>("Output");
     QTest::addColumn<QStringList>("Errors"); ///< without the line where all stand on the body's first
     QTest::addColumn<int>("Result");
     const auto Stops = [](const char* sBody, const char* sError, const char* sOutput = "") {
-        QTest::newRow(sBody) << QByteArray(sBody) << QString(sOutput) << QStringList{QString::fromUtf8(sError)} << -1;
+        QTest::newRow(sBody) << QByteArray(sBody) << QString(sOutput)
+                             << QStringList{QString::fromUtf8(sError)} << -1;
     };
     const auto GoesOn = [](const char* sBody, const char* sError, const char* sOutput) {
-        QTest::newRow(sBody) << QByteArray(sBody) << QString(sOutput) << QStringList{QString::fromUtf8(sError)} << 0;
+        QTest::newRow(sBody) << QByteArray(sBody) << QString(sOutput)
+                             << QStringList{QString::fromUtf8(sError)} << 0;
     };
     Stops("Foo(1); Out(1);", "syntax error.@4");
     Stops("Out(1); Foo = 1;", "syntax error.@4", "1");
@@ -415,13 +424,16 @@ void tst_script::Error_data() {
     // Two reports: the first is cleared, the second is not an argument's.
     QTest::newRow("string to the end of the line")
         << QByteArray("Util.Log(\"open); Out(1);\nOut(2);") << QString()
-        << QStringList{QStringLiteral("illegal character in string@4"), QStringLiteral("illegal character in string@4")} << -1;
-    QTest::newRow("two bad statements") << QByteArray("Out(p); Out(q); Out(3);") << QStringLiteral("3")
-                                        << QStringList{QStringLiteral("unknown identifier.@4"), QStringLiteral("unknown identifier.@4")}
-                                        << 0;
+        << QStringList{QStringLiteral("illegal character in string@4"),
+                       QStringLiteral("illegal character in string@4")}
+        << -1;
+    QTest::newRow("two bad statements")
+        << QByteArray("Out(p); Out(q); Out(3);") << QStringLiteral("3")
+        << QStringList{QStringLiteral("unknown identifier.@4"), QStringLiteral("unknown identifier.@4")} << 0;
 }
 
-void tst_script::Error() {
+void tst_script::Error()
+{
     QFETCH(QByteArray, Body);
     QFETCH(QString, Output);
     QFETCH(QStringList, Errors);
@@ -435,7 +447,8 @@ void tst_script::Error() {
     QCOMPARE(Rig.Ctx->Error, Result < 0 ? 1 : 0);
 }
 
-void tst_script::ParseError_data() {
+void tst_script::ParseError_data()
+{
     QTest::addColumn<QByteArray>("Text");
     QTest::addColumn<int>("Result");
     QTest::addColumn<QString>("ErrorText");
@@ -488,7 +501,8 @@ void tst_script::ParseError_data() {
     Row("void f(void) { Util.Log(\"http://x}\");\n}", 0, ""); // "//" begins a comment even there
 }
 
-void tst_script::ParseError() {
+void tst_script::ParseError()
+{
     QFETCH(QByteArray, Text);
     QFETCH(int, Result);
     QFETCH(QString, ErrorText);
@@ -498,47 +512,68 @@ void tst_script::ParseError() {
     QCOMPARE(Rig.Ctx->Error, ErrorText.isEmpty() ? 0 : 1);
 }
 
-void tst_script::WholeScript_data() {
+void tst_script::WholeScript_data()
+{
     QTest::addColumn<QByteArray>("Text");
     QTest::addColumn<QString>("Output");
     QTest::addColumn<QString>("Errors");
     const auto Row = [](const char* sName, const char* sText, const char* sOutput, const char* sErrors = "") {
         QTest::newRow(sName) << QByteArray(sText) << QString(sOutput) << QString(sErrors);
     };
-    Row("one branch logs", "void f (void) { int x; x = 1; if (x) { Util.Log(\"a\"); } else { Util.Log(\"b\"); } }", "a");
-    Row("two functions of one name: the first", "void f(void){ Out(g()); } int g(void){ return 1; } int g(void){ return 2; }", "1");
-    Row("an API name can't be taken over", "int Ret(int x) { return 77; } void f(void) { Out(Ret(5)); }", "5");
+    Row("one branch logs",
+        "void f (void) { int x; x = 1; if (x) { Util.Log(\"a\"); } else { Util.Log(\"b\"); } }", "a");
+    Row("two functions of one name: the first",
+        "void f(void){ Out(g()); } int g(void){ return 1; } int g(void){ return 2; }", "1");
+    Row("an API name can't be taken over", "int Ret(int x) { return 77; } void f(void) { Out(Ret(5)); }",
+        "5");
     Row("a function without a return gives -1", "int g(void){ } void f(void){ Out(g()); }", "-1");
-    Row("recursion", "int fact(int n){ if (n < 2) { return 1; } return n * fact(n - 1); } void f(void){ Out(fact(10)); }", "3628800");
-    Row("locals of a call are its own", "int g(int a){ a = a + 1; return a; } void f(void){ int a; a = 5; Out(g(a)); Out(a); }", "6 5");
-    Row("the caller's locals are not seen", "int g(void){ return a; } void f(void){ int a; a = 5; Out(g()); a = g(); }", "",
+    Row("recursion",
+        "int fact(int n){ if (n < 2) { return 1; } return n * fact(n - 1); } void f(void){ Out(fact(10)); }",
+        "3628800");
+    Row("locals of a call are its own",
+        "int g(int a){ a = a + 1; return a; } void f(void){ int a; a = 5; Out(g(a)); Out(a); }", "6 5");
+    Row("the caller's locals are not seen",
+        "int g(void){ return a; } void f(void){ int a; a = 5; Out(g()); a = g(); }", "",
         "unknown identifier.@1\nunknown identifier.@1");
-    Row("a char parameter reads one byte", "int g(char c){ return c; } void f(void){ Out(g(0x1234)); }", "52");
+    Row("a char parameter reads one byte", "int g(char c){ return c; } void f(void){ Out(g(0x1234)); }",
+        "52");
     Row("an __int64 parameter reads all", "int g(__int64 c){ return c; } void f(void){ Out(g(-5)); }", "-5");
-    Row("the value of a script function is 64 bits", "int g(void){ return 0x123456789A; } void f(void){ Out(g()); }", "78187493530");
-    Row("a pointer parameter can't be read", "int g(const char* s){ return s; } void f(void){ int a; a = g(\"x\"); }", "",
+    Row("the value of a script function is 64 bits",
+        "int g(void){ return 0x123456789A; } void f(void){ Out(g()); }", "78187493530");
+    Row("a pointer parameter can't be read",
+        "int g(const char* s){ return s; } void f(void){ int a; a = g(\"x\"); }", "",
         "expected a base type.@1");
-    Row("a pointer parameter can't be set", "int g(const char* s){ s = 1; return 0; } void f(void){ int a; a = g(\"x\"); }", "",
+    Row("a pointer parameter can't be set",
+        "int g(const char* s){ s = 1; return 0; } void f(void){ int a; a = g(\"x\"); }", "",
         "assignments are allowed for base types only@1");
-    Row("a pointer parameter can't be added to", "int g(int* s){ s += 1; return 0; } void f(void){ int a; a = g(1); }", "",
-        "expected a base type.@1");
+    Row("a pointer parameter can't be added to",
+        "int g(int* s){ s += 1; return 0; } void f(void){ int a; a = g(1); }", "", "expected a base type.@1");
     Row("a string where a number is declared gives its address",
         "int g(__int64 p){ return p != 0; } void f(void){ Out(g(\"abc\")); }", "1");
-    Row("a string passes on through an __int64", "int g(__int64 p){ Util.Log(p); return 1; } void f(void){ g(\"abc\"); }", "abc");
-    Row("names hold dots", "int My.Func.2(void){ return 3; } void f(void){ int a.b; a.b = My.Func.2(); Out(a.b); }", "3");
-    Row("keywords end where an identifier would", "void f(void){ int returned; int if.x; returned = 4; if.x = 5; Out(returned + if.x); }", "9");
-    Row("a name of a keyword's spelling is the keyword", "void f(void){ int while; while = 1; }", "", "Expected a '('@1");
+    Row("a string passes on through an __int64",
+        "int g(__int64 p){ Util.Log(p); return 1; } void f(void){ g(\"abc\"); }", "abc");
+    Row("names hold dots",
+        "int My.Func.2(void){ return 3; } void f(void){ int a.b; a.b = My.Func.2(); Out(a.b); }", "3");
+    Row("keywords end where an identifier would",
+        "void f(void){ int returned; int if.x; returned = 4; if.x = 5; Out(returned + if.x); }", "9");
+    Row("a name of a keyword's spelling is the keyword", "void f(void){ int while; while = 1; }", "",
+        "Expected a '('@1");
     Row("case counts", "void f(void){ int A; int a; A = 1; a = 2; Out(A); OUT(1); }", "1", "syntax error.@1");
     Row("a void function may return a value", "void g(void){ return 5; } void f(void){ Out(g()); }", "5");
-    Row("a call in an argument fails inside", "int g(void){ Bad; } void f(void){ Out(g()); Out(2); }", "2", "syntax error.@1");
-    Row("line of an error in another function", "int g(void){\n\n  Bad;\n}\nvoid f(void){\n\n\n  g();\n}", "", "syntax error.@3");
-    Row("a body that ends at a brace in a string runs into it", "void f(void) { Out(1); Util.Log(\"{}\"); }", "1 {}");
+    Row("a call in an argument fails inside", "int g(void){ Bad; } void f(void){ Out(g()); Out(2); }", "2",
+        "syntax error.@1");
+    Row("line of an error in another function", "int g(void){\n\n  Bad;\n}\nvoid f(void){\n\n\n  g();\n}", "",
+        "syntax error.@3");
+    Row("a body that ends at a brace in a string runs into it", "void f(void) { Out(1); Util.Log(\"{}\"); }",
+        "1 {}");
     Row("CR LF lines", "void f(void)\r\n{\r\n  Out(1);\r\n  Bad;\r\n}\r\n", "1", "syntax error.@4");
-    Row("bytes above 127 in a string and a comment", "void f(void){ /* \xC3\xA4 */ Util.Log(\"\xC3\xA4\"); }", "\xC3\xA4");
+    Row("bytes above 127 in a string and a comment", "void f(void){ /* \xC3\xA4 */ Util.Log(\"\xC3\xA4\"); }",
+        "\xC3\xA4");
     Row("bytes above 127 elsewhere", "void f(void){ \xC3\xA4 = 1; }", "", "syntax error.@1");
 }
 
-void tst_script::WholeScript() {
+void tst_script::WholeScript()
+{
     QFETCH(QByteArray, Text);
     QFETCH(QString, Output);
     QFETCH(QString, Errors);
@@ -548,7 +583,8 @@ void tst_script::WholeScript() {
     QCOMPARE(sOutput, Output);
 }
 
-void tst_script::CallsFromHost() {
+void tst_script::CallsFromHost()
+{
     CScriptRig Rig("int Sum(int a, __int64 b, char c){ return a + b + c; }\n"
                    "int Bad(int a){ return a / 0; }\n"
                    "int Nothing(void){ }\n"
@@ -577,9 +613,10 @@ void tst_script::CallsFromHost() {
     QCOMPARE(Rig.Errors.size(), 2);
 }
 
-void tst_script::AbortEndsRun() {
-    for (const char* sBody : {"while (1) { Out(1); Stop(); }", "do { Out(1); Stop(); } while (1);", "Out(1); Stop(); Out(2);",
-                              "g(); Out(2);"}) {
+void tst_script::AbortEndsRun()
+{
+    for (const char* sBody : {"while (1) { Out(1); Stop(); }", "do { Out(1); Stop(); } while (1);",
+                              "Out(1); Stop(); Out(2);", "g(); Out(2);"}) {
         CScriptRig Rig(QByteArray("void g(void) { Out(1); Stop(); Out(2); } void f(void) { ") + sBody + " }");
         QCOMPARE(Rig.Run(), QStringLiteral("1"));
         QCOMPARE(Rig.Errors, QStringList());
@@ -587,7 +624,8 @@ void tst_script::AbortEndsRun() {
 }
 
 // A host function that calls back into the script, as an event during a wait does.
-void tst_script::NestedCallKeepsPlace() {
+void tst_script::NestedCallKeepsPlace()
+{
     CScriptRig Rig("int g(int a){ int t; t = a * 2;\n\n return t; }\n"
                    "void f(void){ int t; t = 5; Nest(); Out(t); Bad; }");
     static SCRIPT_CTX* s_pCtx = nullptr;
@@ -607,20 +645,26 @@ void tst_script::NestedCallKeepsPlace() {
     QCOMPARE(Script::RegisterFunction(Rig.Ctx, "__api__ int Open (void)", nullptr, 0), -1); // no ";"
 }
 
-void tst_script::DepthIsAnError_data() {
+void tst_script::DepthIsAnError_data()
+{
     QTest::addColumn<QByteArray>("Text");
     const int Many = 100000;
     QTest::newRow("recursion") << QByteArray("int g(void){ return g(); } void f(void){ int a; a = g(); }");
-    QTest::newRow("mutual recursion") << QByteArray("int h(int a){ return g(a); } int g(int a){ return h(a); } void f(void){ int a; a = g(1); }");
-    QTest::newRow("parentheses") << "void f(void){ int a; a = " + QByteArray(Many, '(') + "1" + QByteArray(Many, ')') + "; }";
-    QTest::newRow("chain of operators") << "void f(void){ int a; a = " + QByteArray("1+").repeated(Many) + "1; }";
+    QTest::newRow("mutual recursion") << QByteArray(
+        "int h(int a){ return g(a); } int g(int a){ return h(a); } void f(void){ int a; a = g(1); }");
+    QTest::newRow("parentheses") << "void f(void){ int a; a = " + QByteArray(Many, '(') + "1" +
+                                        QByteArray(Many, ')') + "; }";
+    QTest::newRow("chain of operators")
+        << "void f(void){ int a; a = " + QByteArray("1+").repeated(Many) + "1; }";
     QTest::newRow("blocks") << "void f(void){ " + QByteArray(Many, '{') + QByteArray(Many, '}') + " }";
     QTest::newRow("ifs") << "void f(void){ " + QByteArray("if(1)").repeated(Many) + "Out(1); }";
     QTest::newRow("ifs not taken") << "void f(void){ " + QByteArray("if(0)").repeated(Many) + "Out(1); }";
-    QTest::newRow("indexes") << "void f(void){ int a[1]; int b; b = " + QByteArray("a[").repeated(Many) + "0" + QByteArray(Many, ']') + "; }";
+    QTest::newRow("indexes") << "void f(void){ int a[1]; int b; b = " + QByteArray("a[").repeated(Many) +
+                                    "0" + QByteArray(Many, ']') + "; }";
 }
 
-void tst_script::DepthIsAnError() {
+void tst_script::DepthIsAnError()
+{
     QFETCH(QByteArray, Text);
     CScriptRig Rig(Text);
     QCOMPARE(Rig.ParseResult, 0);
@@ -632,7 +676,8 @@ void tst_script::DepthIsAnError() {
     QCOMPARE(Rig.Ctx->HeapHigh, Rig.Ctx->HeapEnd); // nothing of the failed run stays behind
 }
 
-void tst_script::HeapRunsOut() {
+void tst_script::HeapRunsOut()
+{
     // A literal in a loop takes new memory at each pass. As an argument of a statement it is
     // reported and the loop goes on; in an expression it ends the run.
     const QByteArray Head("int g(__int64 s){ return 1; } void f(void){ int i; i = 0; while (i < 20000) { ");
@@ -651,31 +696,40 @@ void tst_script::HeapRunsOut() {
     QCOMPARE(Locals.Ctx->HeapHigh, Locals.Ctx->HeapEnd);
 }
 
-void tst_script::SmallHeaps() {
-    // Whatever the size of the block, the outcome is a context or none, and a report instead of a write outside.
+void tst_script::SmallHeaps()
+{
+    // Whatever the size of the block, the outcome is a context or none, and a report instead of a write
+    // outside.
     for (std::size_t Size = 0; Size < 6000; Size += 40) {
-        CScriptRig Rig("int g(int a, int b){ int c[4]; c[3] = a; return c[3] + b; } void f(void){ Out(g(1, 2)); Util.Log(\"abc\"); }", Size);
+        CScriptRig Rig("int g(int a, int b){ int c[4]; c[3] = a; return c[3] + b; } void f(void){ Out(g(1, "
+                       "2)); Util.Log(\"abc\"); }",
+                       Size);
         if (Rig.Ctx) {
             Rig.Run();
-            QVERIFY(Rig.Output.join(QLatin1Char(' ')) == QStringLiteral("3 abc") || !Rig.Errors.isEmpty() || Rig.CallResult == -2);
+            QVERIFY(Rig.Output.join(QLatin1Char(' ')) == QStringLiteral("3 abc") || !Rig.Errors.isEmpty() ||
+                    Rig.CallResult == -2);
         }
     }
 }
 
-void tst_script::Symbols() {
+void tst_script::Symbols()
+{
     CScriptRig Rig("int g(int a){ return a; }");
     const SCRIPT_SYM* pChar = Script::FindSymbol(Rig.Ctx, "char");
     QVERIFY(pChar && pChar->Kind == SYM_BASE_TYPE && pChar->Value == 1);
     QVERIFY(!Script::FindSymbol(Rig.Ctx, "cha"));
     QVERIFY(!Script::FindSymbol(Rig.Ctx, "charx"));
     const SCRIPT_SYM* pConst = Script::FindSymbol(Rig.Ctx, "__const_char");
-    QVERIFY(pConst && pConst->Attributes && pConst->Attributes->Qualifier == Script::FindSymbol(Rig.Ctx, "const"));
+    QVERIFY(pConst && pConst->Attributes &&
+            pConst->Attributes->Qualifier == Script::FindSymbol(Rig.Ctx, "const"));
     // The order of the predefined symbols.
     QStringList Names;
     for (const SCRIPT_SYM* p = Rig.Ctx->Globals; p && Names.size() < 10; p = p->Next) {
         Names += QString::fromLatin1(p->Name, static_cast<qsizetype>(p->NameLen));
     }
-    QCOMPARE(Names.join(NL), QStringLiteral("volatile\nconst\nsigned\nunsigned\n__api__\nchar\nint\n__int64\nvoid\n__const_char"));
+    QCOMPARE(
+        Names.join(NL),
+        QStringLiteral("volatile\nconst\nsigned\nunsigned\n__api__\nchar\nint\n__int64\nvoid\n__const_char"));
     // A constant takes 40 bytes and is left out when less is free.
     U8* pLow = Rig.Ctx->HeapLow;
     QCOMPARE(Script::RegisterConstant(Rig.Ctx, "K", 1, -2), 0);
@@ -688,7 +742,8 @@ void tst_script::Symbols() {
     QVERIFY(!Script::IsHeapString(Rig.Ctx, 0));
     QVERIFY(!Script::IsHeapString(Rig.Ctx, 7));
     QVERIFY(!Script::IsHeapString(Rig.Ctx, -1));
-    QVERIFY(!Script::IsHeapString(Rig.Ctx, static_cast<I64>(reinterpret_cast<std::uintptr_t>(Rig.Ctx->HeapEnd))));
+    QVERIFY(
+        !Script::IsHeapString(Rig.Ctx, static_cast<I64>(reinterpret_cast<std::uintptr_t>(Rig.Ctx->HeapEnd))));
 }
 
 QTEST_GUILESS_MAIN(tst_script)

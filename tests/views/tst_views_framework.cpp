@@ -20,9 +20,7 @@
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QSettings>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
 
@@ -143,15 +141,12 @@ private slots:
 
 private:
     CTestTarget m_Target;
-    QTemporaryDir m_SettingsDir;
 };
 
 void tst_views_framework::initTestCase()
 {
     QCoreApplication::setOrganizationName(QStringLiteral("VantrelTest"));
     QCoreApplication::setApplicationName(QStringLiteral("tst_views"));
-    QSettings::setDefaultFormat(QSettings::IniFormat);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_SettingsDir.path());
     InitViewsForTest();
 }
 
@@ -205,6 +200,7 @@ void tst_views_framework::hiddenWindowCatchesUp()
     auto* pDock = new CDockWindow(&Main);
     auto* pWindow = new CCounterWindow;
     pDock->SetWindow(pWindow);
+    connect(pDock, &CDockWindow::visibilityChanged, pWindow, &CWindow::VisibilityChanged);
     Main.addDockWidget(Qt::LeftDockWidgetArea, pDock);
     auto* pOtherDock = new CDockWindow(&Main);
     pOtherDock->SetWindow(new CCounterWindow);

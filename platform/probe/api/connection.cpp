@@ -106,7 +106,8 @@ void BRYLLOARM_GetFirmwareString(char* pBuffer, int BufferSize)
 int BRYLLOARM_EMU_HasCapEx(int Capability)
 {
     CCall Call("EMU_HasCapEx", CCall::Opened);
-    return Call.Ok() ? Call.Done(int(Capability == BRYLLO_EMU_CAP_SWO && Call.Backend().HasSWO())) : Call.Error(0);
+    return Call.Ok() ? Call.Done(int(Capability == BRYLLO_EMU_CAP_SWO && Call.Backend().HasSWO()))
+                     : Call.Error(0);
 }
 
 int BRYLLOARM_TIF_Select(int Interface)
@@ -216,7 +217,8 @@ int BRYLLOARM_DEVICE_GetInfo(int Index, BRYLLOARM_DEVICE_INFO* pInfo)
     if (Index == -1) {
         return Call.Done(int(Devices.size()));
     }
-    if (Index < 0 || std::size_t(Index) >= Devices.size() || !pInfo || pInfo->SizeOfStruct != sizeof(*pInfo)) {
+    if (Index < 0 || std::size_t(Index) >= Devices.size() || !pInfo ||
+        pInfo->SizeOfStruct != sizeof(*pInfo)) {
         return Call.Done(int(BRYLLO_ERR_PARAM));
     }
     const Sim::CDeviceEntry& Entry = Devices[std::size_t(Index)];

@@ -6,7 +6,8 @@
 using Probe::CCall;
 using Probe::CMemAccess;
 
-static int ReadItems(const char* sOperation, U32 Addr, U32 NumItems, unsigned ItemSize, void* pData, U8* paStatus, const char* sZone)
+static int ReadItems(const char* sOperation, U32 Addr, U32 NumItems, unsigned ItemSize, void* pData,
+                     U8* paStatus, const char* sZone)
 {
     CCall Call(sOperation, CCall::Connected);
     if (!Call.Ok()) {
@@ -18,10 +19,12 @@ static int ReadItems(const char* sOperation, U32 Addr, U32 NumItems, unsigned It
     if (!pData) {
         return Call.Done(int(BRYLLO_ERR_PARAM));
     }
-    return Call.Done(Call.Backend().ReadMem({Addr, NumItems, ItemSize, sZone}, static_cast<U8*>(pData), paStatus));
+    return Call.Done(
+        Call.Backend().ReadMem({Addr, NumItems, ItemSize, sZone}, static_cast<U8*>(pData), paStatus));
 }
 
-static int WriteItem(const char* sOperation, U32 Addr, unsigned ItemSize, const void* pData, const char* sZone)
+static int WriteItem(const char* sOperation, U32 Addr, unsigned ItemSize, const void* pData,
+                     const char* sZone)
 {
     CCall Call(sOperation, CCall::Connected);
     if (!Call.Ok()) {
@@ -76,7 +79,8 @@ template <class Transfer> static int ByBytes(U32 Addr, U32 NumBytes, U32 AccessW
     return Done;
 }
 
-static int ReadBytes(const char* sOperation, U32 Addr, U32 NumBytes, void* pData, U32 AccessWidth, const char* sZone)
+static int ReadBytes(const char* sOperation, U32 Addr, U32 NumBytes, void* pData, U32 AccessWidth,
+                     const char* sZone)
 {
     CCall Call(sOperation, CCall::Connected);
     if (!Call.Ok()) {
@@ -86,12 +90,14 @@ static int ReadBytes(const char* sOperation, U32 Addr, U32 NumBytes, void* pData
         return Call.Done(int(BRYLLO_ERR_PARAM));
     }
     U8* const pBytes = static_cast<U8*>(pData);
-    return Call.Done(ByBytes(Addr, NumBytes, AccessWidth, [&](U32 PartAddr, U32 Offset, U32 NumItems, unsigned Width) {
-        return Call.Backend().ReadMem({PartAddr, NumItems, Width, sZone}, pBytes + Offset, nullptr);
-    }));
+    return Call.Done(
+        ByBytes(Addr, NumBytes, AccessWidth, [&](U32 PartAddr, U32 Offset, U32 NumItems, unsigned Width) {
+            return Call.Backend().ReadMem({PartAddr, NumItems, Width, sZone}, pBytes + Offset, nullptr);
+        }));
 }
 
-static int WriteBytes(const char* sOperation, U32 Addr, U32 NumBytes, const void* pData, U32 AccessWidth, const char* sZone)
+static int WriteBytes(const char* sOperation, U32 Addr, U32 NumBytes, const void* pData, U32 AccessWidth,
+                      const char* sZone)
 {
     CCall Call(sOperation, CCall::Connected);
     if (!Call.Ok()) {
@@ -101,9 +107,10 @@ static int WriteBytes(const char* sOperation, U32 Addr, U32 NumBytes, const void
         return Call.Done(int(BRYLLO_ERR_PARAM));
     }
     const U8* const pBytes = static_cast<const U8*>(pData);
-    return Call.Done(ByBytes(Addr, NumBytes, AccessWidth, [&](U32 PartAddr, U32 Offset, U32 NumItems, unsigned Width) {
-        return Call.Backend().WriteMem({PartAddr, NumItems, Width, sZone}, pBytes + Offset);
-    }));
+    return Call.Done(
+        ByBytes(Addr, NumBytes, AccessWidth, [&](U32 PartAddr, U32 Offset, U32 NumItems, unsigned Width) {
+            return Call.Backend().WriteMem({PartAddr, NumItems, Width, sZone}, pBytes + Offset);
+        }));
 }
 
 extern "C" {

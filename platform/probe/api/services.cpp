@@ -38,7 +38,8 @@ int BRYLLOARM_SWO_GetCompatibleSpeeds(U32 CpuHz, U32 MaxSWOHz, U32* paSpeeds, U3
     if (!Call.Ok()) {
         return Call.Error();
     }
-    return Call.Done(paSpeeds ? Call.Backend().SWOSpeeds(CpuHz, MaxSWOHz, paSpeeds, NumEntries) : int(BRYLLO_ERR_PARAM));
+    return Call.Done(paSpeeds ? Call.Backend().SWOSpeeds(CpuHz, MaxSWOHz, paSpeeds, NumEntries)
+                              : int(BRYLLO_ERR_PARAM));
 }
 
 int BRYLLO_MEMLANE_Control(U32 Cmd, void* pData)
@@ -54,7 +55,8 @@ int BRYLLO_MEMLANE_Read(U32 BufferIndex, void* pData, U32 NumBytes)
     if (!Call.Ok()) {
         return Call.Error();
     }
-    return Call.Done(pData ? Call.Backend().MemlaneRead(BufferIndex, pData, NumBytes) : int(BRYLLO_ERR_PARAM));
+    return Call.Done(pData ? Call.Backend().MemlaneRead(BufferIndex, pData, NumBytes)
+                           : int(BRYLLO_ERR_PARAM));
 }
 
 int BRYLLO_MEMLANE_Write(U32 BufferIndex, const void* pData, U32 NumBytes)
@@ -63,7 +65,8 @@ int BRYLLO_MEMLANE_Write(U32 BufferIndex, const void* pData, U32 NumBytes)
     if (!Call.Ok()) {
         return Call.Error();
     }
-    return Call.Done(pData ? Call.Backend().MemlaneWrite(BufferIndex, pData, NumBytes) : int(BRYLLO_ERR_PARAM));
+    return Call.Done(pData ? Call.Backend().MemlaneWrite(BufferIndex, pData, NumBytes)
+                           : int(BRYLLO_ERR_PARAM));
 }
 
 int BRYLLO_HSS_Start(const BRYLLO_HSS_MEM_BLOCK* paBlocks, int NumBlocks, int PeriodUS, int Flags)
@@ -72,7 +75,8 @@ int BRYLLO_HSS_Start(const BRYLLO_HSS_MEM_BLOCK* paBlocks, int NumBlocks, int Pe
     if (!Call.Ok()) {
         return Call.Error(BRYLLO_HSS_ERR_UNSPECIFIED);
     }
-    return Call.Done(paBlocks ? Call.Backend().HSSStart(paBlocks, NumBlocks, PeriodUS, Flags) : int(BRYLLO_HSS_ERR_UNSPECIFIED));
+    return Call.Done(paBlocks ? Call.Backend().HSSStart(paBlocks, NumBlocks, PeriodUS, Flags)
+                              : int(BRYLLO_HSS_ERR_UNSPECIFIED));
 }
 
 int BRYLLO_HSS_Stop(void)
@@ -132,7 +136,8 @@ int BRYLLO_STRACE_Read(U32* paPCs, U32 NumInsts)
     if (!Call.Ok()) {
         return Call.Error();
     }
-    return Call.Done(paPCs ? Call.Backend().TraceRead(paPCs, NumInsts, nullptr, nullptr) : int(BRYLLO_ERR_PARAM));
+    return Call.Done(paPCs ? Call.Backend().TraceRead(paPCs, NumInsts, nullptr, nullptr)
+                           : int(BRYLLO_ERR_PARAM));
 }
 
 int BRYLLO_STRACE_ReadEx(U32* paPCs, U32 NumInsts, BRYLLO_STRACE_TIMESTAMP_INFO* paTS, int* pNumTS, U32 Flags)
@@ -145,7 +150,8 @@ int BRYLLO_STRACE_ReadEx(U32* paPCs, U32 NumInsts, BRYLLO_STRACE_TIMESTAMP_INFO*
     if (!Call.Ok()) {
         return Call.Error();
     }
-    return Call.Done(paPCs && paTS && pNumTS ? Call.Backend().TraceRead(paPCs, NumInsts, paTS, pNumTS) : int(BRYLLO_ERR_PARAM));
+    return Call.Done(paPCs && paTS && pNumTS ? Call.Backend().TraceRead(paPCs, NumInsts, paTS, pNumTS)
+                                             : int(BRYLLO_ERR_PARAM));
 }
 
 int BRYLLO_STRACE_Control(U32 Cmd, void* pData)
@@ -154,7 +160,8 @@ int BRYLLO_STRACE_Control(U32 Cmd, void* pData)
     return Call.Ok() ? Call.Done(Call.Backend().TraceControl(Cmd, pData)) : Call.Error();
 }
 
-int BRYLLO_STRACE_GetInstStats(BRYLLO_STRACE_INST_STAT* paStat, U32 Addr, U32 NumItems, U32 SizeOfItem, U32 Type)
+int BRYLLO_STRACE_GetInstStats(BRYLLO_STRACE_INST_STAT* paStat, U32 Addr, U32 NumItems, U32 SizeOfItem,
+                               U32 Type)
 {
     CCall Call("STRACE_GetInstStats", CCall::Connected);
     if (!Call.Ok()) {

@@ -23,7 +23,7 @@ struct CConnectParams {
 struct CMemAccess {
     U32 Addr = 0;
     U32 NumItems = 0;
-    unsigned ItemSize = 1;      // bytes: 1, 2, 4, 8
+    unsigned ItemSize = 1;       // bytes: 1, 2, 4, 8
     const char* sZone = nullptr; // null or "": the plain address space
 };
 
@@ -102,7 +102,8 @@ public:
 
     /// A command that the library itself does not know. False: the backend neither. Otherwise
     /// Result is negative with an error text in Answer, or 0 and above with a value or nothing.
-    virtual bool ExecCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer) = 0;
+    virtual bool ExecCommand(const std::string& Name, const std::string& Args, int& Result,
+                             std::string& Answer) = 0;
 };
 
 } // namespace Probe

@@ -7,7 +7,8 @@ namespace Probe {
 
 std::string CFaults::Key(std::string Operation)
 {
-    std::transform(Operation.begin(), Operation.end(), Operation.begin(), [](unsigned char c) { return std::tolower(c); });
+    std::transform(Operation.begin(), Operation.end(), Operation.begin(),
+                   [](unsigned char c) { return std::tolower(c); });
     for (const char* sPrefix : {"brylloarm_", "bryllo_"}) {
         if (Operation.starts_with(sPrefix)) {
             return Operation.substr(std::string(sPrefix).size());

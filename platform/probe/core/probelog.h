@@ -20,6 +20,8 @@ public:
     void Info(const std::string& Text);
     void Warning(const std::string& Text);
     void Error(const std::string& Text);
+    /// What happens too often for a user's console: for the file alone.
+    void Detail(const std::string& Text) { Emit(nullptr, "", Text); }
     /// One operation with its result: for the file alone, since handlers would drown in polls.
     void Call(const char* sOperation, long long Result);
 

@@ -17,9 +17,7 @@ CSession& CSession::Get()
     return *pSession;
 }
 
-CSession::CSession()
-    : m_pSim(std::make_unique<Sim::CSimBackend>(Lock, Log, Faults))
-    , m_pBackend(m_pSim.get())
+CSession::CSession() : m_pSim(std::make_unique<Sim::CSimBackend>(Lock, Log, Faults)), m_pBackend(m_pSim.get())
 {
 }
 
@@ -66,8 +64,9 @@ std::string CSession::Open()
     std::string Error = m_pBackend->Open();
     m_IsOpen = Error.empty();
     if (m_IsOpen) {
-        Log.Info("Probe opened: " + m_pBackend->GetFirmware().substr(0, m_pBackend->GetFirmware().find(" compiled")) + ", serial number " +
-                 std::to_string(m_pBackend->GetSerialNo()));
+        Log.Info("Probe opened: " +
+                 m_pBackend->GetFirmware().substr(0, m_pBackend->GetFirmware().find(" compiled")) +
+                 ", serial number " + std::to_string(m_pBackend->GetSerialNo()));
     }
     return Error;
 }
@@ -99,7 +98,8 @@ int CSession::ExecCommand(const std::string& Cmd, std::string& Answer)
         Args = Trim(Args.substr(1));
     }
     int Result = 0;
-    if (ExecOwn(Name, Args, Result, Answer) || ExecFault(Name, Args, Result, Answer) || m_pBackend->ExecCommand(Name, Args, Result, Answer)) {
+    if (ExecOwn(Name, Args, Result, Answer) || ExecFault(Name, Args, Result, Answer) ||
+        ExecRange(Name, Args, Result, Answer) || m_pBackend->ExecCommand(Name, Args, Result, Answer)) {
         return Result;
     }
     Answer = Text.empty() ? "Empty command" : "Unknown command: \"" + Text + "\"";
@@ -126,7 +126,9 @@ bool CSession::ExecOwn(const std::string& Name, const std::string& Args, int& Re
         return true;
     }
     if (Name == "hidedeviceselection") {
-        return Args == "0" || Args == "1" ? true : Fail("HideDeviceSelection takes 0 or 1"); // there is no dialog to hide
+        return Args == "0" || Args == "1"
+                   ? true
+                   : Fail("HideDeviceSelection takes 0 or 1"); // there is no dialog to hide
     }
     if (Name == "scriptfile") {
         std::error_code Ignored;
@@ -138,10 +140,43 @@ bool CSession::ExecOwn(const std::string& Name, const std::string& Args, int& Re
     return false;
 }
 
+bool CSession::ExecRange(const std::string& Name, const std::string& Args, int& Result, std::string& Answer)
+{
+    const std::vector<std::string> Words = SplitWords(Args);
+    const auto Number = [&](std::size_t Index) {
+        return Index < Words.size() ? ToU32(Words[Index]) : std::nullopt;
+    };
+    const auto Usage = [&](const char* sText) {
+        Answer = sText;
+        Result = BRYLLO_ERR_PARAM;
+        return true;
+    };
+    if (Name == "sim.unreadable" || Name == "sim.unwritable" || Name == "sim.shortread") {
+        const auto Addr = Number(0);
+        const auto NumBytes = Number(1);
+        if (!Addr || !NumBytes || *NumBytes == 0) {
+            return Usage("usage: <command> <address> <number of bytes>");
+        }
+        using ERange = CFaults::ERange;
+        Faults.AddRange(Name == "sim.unreadable"   ? ERange::Unreadable
+                        : Name == "sim.unwritable" ? ERange::Unwritable
+                                                   : ERange::ShortRead,
+                        *Addr, *NumBytes);
+        return true;
+    }
+    if (Name == "sim.clearranges") {
+        Faults.ClearRanges();
+        return true;
+    }
+    return false;
+}
+
 bool CSession::ExecFault(const std::string& Name, const std::string& Args, int& Result, std::string& Answer)
 {
     const std::vector<std::string> Words = SplitWords(Args);
-    const auto Number = [&](std::size_t Index) { return Index < Words.size() ? ToU32(Words[Index]) : std::nullopt; };
+    const auto Number = [&](std::size_t Index) {
+        return Index < Words.size() ? ToU32(Words[Index]) : std::nullopt;
+    };
     const auto Usage = [&](const char* sText) {
         Answer = sText;
         Result = BRYLLO_ERR_PARAM;
@@ -154,21 +189,6 @@ bool CSession::ExecFault(const std::string& Name, const std::string& Args, int& 
             return Usage("usage: Sim.Fail <operation> <number of calls> [<code>]");
         }
         Faults.FailCalls(Words[0], *NumCalls, Code);
-        return true;
-    }
-    if (Name == "sim.unreadable" || Name == "sim.unwritable" || Name == "sim.shortread") {
-        const auto Addr = Number(0);
-        const auto NumBytes = Number(1);
-        if (!Addr || !NumBytes || *NumBytes == 0) {
-            return Usage("usage: <command> <address> <number of bytes>");
-        }
-        using ERange = CFaults::ERange;
-        Faults.AddRange(Name == "sim.unreadable" ? ERange::Unreadable : Name == "sim.unwritable" ? ERange::Unwritable : ERange::ShortRead, *Addr,
-                        *NumBytes);
-        return true;
-    }
-    if (Name == "sim.clearranges") {
-        Faults.ClearRanges();
         return true;
     }
     if (Name == "sim.lose") {
@@ -217,9 +237,7 @@ const char* KeepOpenError(CSession& Session, std::string Text)
 }
 
 CCall::CCall(const char* sOperation, ENeed Need)
-    : m_Session(CSession::Get())
-    , m_sOperation(sOperation)
-    , m_Guard(m_Session.Lock, std::defer_lock)
+    : m_Session(CSession::Get()), m_sOperation(sOperation), m_Guard(m_Session.Lock, std::defer_lock)
 {
     // Slept before the lock is taken: one slow caller does not slow the others.
     if (const unsigned MS = m_Session.Faults.GetDelayMS()) {

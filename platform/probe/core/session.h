@@ -48,6 +48,7 @@ private:
     CSession();
     /// The library's own commands and the set-up commands. False: not one of these.
     bool ExecOwn(const std::string& Name, const std::string& Args, int& Result, std::string& Answer);
+    bool ExecRange(const std::string& Name, const std::string& Args, int& Result, std::string& Answer);
     bool ExecFault(const std::string& Name, const std::string& Args, int& Result, std::string& Answer);
 
     std::unique_ptr<CBackend> m_pSim;

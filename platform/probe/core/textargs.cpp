@@ -40,13 +40,15 @@ static std::optional<long long> ToNumber(const std::string& Word)
 std::optional<U32> ToU32(const std::string& Word)
 {
     const auto Value = ToNumber(Word);
-    return Value && *Value >= 0 && *Value <= 0xFFFFFFFFll ? std::optional<U32>(static_cast<U32>(*Value)) : std::nullopt;
+    return Value && *Value >= 0 && *Value <= 0xFFFFFFFFll ? std::optional<U32>(static_cast<U32>(*Value))
+                                                          : std::nullopt;
 }
 
 std::optional<int> ToInt(const std::string& Word)
 {
     const auto Value = ToNumber(Word);
-    return Value && *Value >= INT_MIN && *Value <= INT_MAX ? std::optional<int>(static_cast<int>(*Value)) : std::nullopt;
+    return Value && *Value >= INT_MIN && *Value <= INT_MAX ? std::optional<int>(static_cast<int>(*Value))
+                                                           : std::nullopt;
 }
 
 std::string ToLower(std::string Text)

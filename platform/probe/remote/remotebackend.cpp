@@ -15,10 +15,7 @@ namespace Remote {
 /// the system's own limit of minutes.
 constexpr int CONNECT_TIMEOUT_MS = 2000;
 
-CRemoteBackend::CRemoteBackend(Probe::CProbeLog& Log)
-    : m_Log(Log)
-{
-}
+CRemoteBackend::CRemoteBackend(Probe::CProbeLog& Log) : m_Log(Log) {}
 
 bool CRemoteBackend::Select(const std::string& Host, int Port)
 {
@@ -49,7 +46,8 @@ bool CRemoteBackend::Select(const std::string& Host, int Port)
 
 static bool Answers(const addrinfo& Address)
 {
-    const int Socket = ::socket(Address.ai_family, Address.ai_socktype | SOCK_NONBLOCK | SOCK_CLOEXEC, Address.ai_protocol);
+    const int Socket =
+        ::socket(Address.ai_family, Address.ai_socktype | SOCK_NONBLOCK | SOCK_CLOEXEC, Address.ai_protocol);
     if (Socket < 0) {
         return false;
     }
@@ -58,7 +56,8 @@ static bool Answers(const addrinfo& Address)
         pollfd Poll{Socket, POLLOUT, 0};
         int Error = 0;
         socklen_t Size = sizeof(Error);
-        Ok = ::poll(&Poll, 1, CONNECT_TIMEOUT_MS) == 1 && ::getsockopt(Socket, SOL_SOCKET, SO_ERROR, &Error, &Size) == 0 && Error == 0;
+        Ok = ::poll(&Poll, 1, CONNECT_TIMEOUT_MS) == 1 &&
+             ::getsockopt(Socket, SOL_SOCKET, SO_ERROR, &Error, &Size) == 0 && Error == 0;
     }
     ::close(Socket);
     return Ok;
@@ -82,7 +81,8 @@ std::string CRemoteBackend::Open()
     if (!Found) {
         return "No GDB server answered at " + Place;
     }
-    return "A server answers at " + Place + ", but this library has no session over IP to offer; use the host interface USB";
+    return "A server answers at " + Place +
+           ", but this library has no session over IP to offer; use the host interface USB";
 }
 
 } // namespace Remote

@@ -20,16 +20,46 @@ struct CNamedReg {
 };
 
 constexpr CNamedReg NAMED_REGS[] = {
-    {"MSP", kRegMsp},         {"PSP", kRegPsp},         {"PRIMASK", kRegPrimask}, {"BASEPRI", kRegBasepri},
-    {"FAULTMASK", kRegFaultmask}, {"CONTROL", kRegControl}, {"MSPLIM", kRegMsplim},   {"PSPLIM", kRegPsplim},
-    {"FPSCR", kRegFpscr},     {"XPSR", kRegXpsr},       {"ACTLR", 0xE000E008},    {"SYST_CSR", 0xE000E010},
-    {"SYST_RVR", 0xE000E014}, {"SYST_CVR", 0xE000E018}, {"SYST_CALIB", 0xE000E01C}, {"CPUID", 0xE000ED00},
-    {"ICSR", 0xE000ED04},     {"VTOR", 0xE000ED08},     {"AIRCR", 0xE000ED0C},    {"SCR", 0xE000ED10},
-    {"CCR", 0xE000ED14},      {"SHPR1", 0xE000ED18},    {"SHPR2", 0xE000ED1C},    {"SHPR3", 0xE000ED20},
-    {"SHCSR", 0xE000ED24},    {"CFSR", 0xE000ED28},     {"HFSR", 0xE000ED2C},     {"DFSR", 0xE000ED30},
-    {"MMFAR", 0xE000ED34},    {"BFAR", 0xE000ED38},     {"AFSR", 0xE000ED3C},     {"CPACR", 0xE000ED88},
-    {"MPU_TYPE", 0xE000ED90}, {"MPU_CTRL", 0xE000ED94}, {"DHCSR", 0xE000EDF0},    {"DEMCR", 0xE000EDFC},
-    {"FPCCR", 0xE000EF34},    {"FPCAR", 0xE000EF38},    {"FPDSCR", 0xE000EF3C},   {"DWT_CTRL", 0xE0001000},
+    {"MSP", kRegMsp},
+    {"PSP", kRegPsp},
+    {"PRIMASK", kRegPrimask},
+    {"BASEPRI", kRegBasepri},
+    {"FAULTMASK", kRegFaultmask},
+    {"CONTROL", kRegControl},
+    {"MSPLIM", kRegMsplim},
+    {"PSPLIM", kRegPsplim},
+    {"FPSCR", kRegFpscr},
+    {"XPSR", kRegXpsr},
+    {"ACTLR", 0xE000E008},
+    {"SYST_CSR", 0xE000E010},
+    {"SYST_RVR", 0xE000E014},
+    {"SYST_CVR", 0xE000E018},
+    {"SYST_CALIB", 0xE000E01C},
+    {"CPUID", 0xE000ED00},
+    {"ICSR", 0xE000ED04},
+    {"VTOR", 0xE000ED08},
+    {"AIRCR", 0xE000ED0C},
+    {"SCR", 0xE000ED10},
+    {"CCR", 0xE000ED14},
+    {"SHPR1", 0xE000ED18},
+    {"SHPR2", 0xE000ED1C},
+    {"SHPR3", 0xE000ED20},
+    {"SHCSR", 0xE000ED24},
+    {"CFSR", 0xE000ED28},
+    {"HFSR", 0xE000ED2C},
+    {"DFSR", 0xE000ED30},
+    {"MMFAR", 0xE000ED34},
+    {"BFAR", 0xE000ED38},
+    {"AFSR", 0xE000ED3C},
+    {"CPACR", 0xE000ED88},
+    {"MPU_TYPE", 0xE000ED90},
+    {"MPU_CTRL", 0xE000ED94},
+    {"DHCSR", 0xE000EDF0},
+    {"DEMCR", 0xE000EDFC},
+    {"FPCCR", 0xE000EF34},
+    {"FPCAR", 0xE000EF38},
+    {"FPDSCR", 0xE000EF3C},
+    {"DWT_CTRL", 0xE0001000},
     {"DWT_CYCCNT", 0xE0001004},
 };
 
@@ -85,10 +115,7 @@ std::unique_ptr<CCore> CreateCore(const CDeviceEntry& Device, bool BigEndian, Ar
     return std::make_unique<CArmAdapter>(Config, pBus);
 }
 
-CArmAdapter::CArmAdapter(const ArmCpuConfig& Config, ArmBus* pBus)
-    : m_Cpu(Config, pBus)
-{
-}
+CArmAdapter::CArmAdapter(const ArmCpuConfig& Config, ArmBus* pBus) : m_Cpu(Config, pBus) {}
 
 bool CArmAdapter::Map(const CMapping& Mapping)
 {
@@ -138,11 +165,14 @@ CCoreStop CArmAdapter::Translate(const StopInfo& Info)
         std::snprintf(acText, sizeof(acText), "breakpoint at 0x%08X", Info.Pc);
         break;
     case StopReason::Watch:
-        std::snprintf(acText, sizeof(acText), "data event: %u byte %s at 0x%08X, value 0x%X, by the instruction at 0x%08X", Info.WatchSize,
-                      Info.WatchIsWrite ? "write" : "read", Info.WatchAddr, Info.WatchValue, Info.WatchPc);
+        std::snprintf(acText, sizeof(acText),
+                      "data event: %u byte %s at 0x%08X, value 0x%X, by the instruction at 0x%08X",
+                      Info.WatchSize, Info.WatchIsWrite ? "write" : "read", Info.WatchAddr, Info.WatchValue,
+                      Info.WatchPc);
         break;
     case StopReason::BkptInstruction:
-        std::snprintf(acText, sizeof(acText), "breakpoint instruction 0x%02X at 0x%08X", Info.BkptImm, Info.Pc);
+        std::snprintf(acText, sizeof(acText), "breakpoint instruction 0x%02X at 0x%08X", Info.BkptImm,
+                      Info.Pc);
         break;
     case StopReason::VectorCatch:
         std::snprintf(acText, sizeof(acText), "vector catch at 0x%08X", Info.Pc);
@@ -195,7 +225,8 @@ bool CArmAdapter::WriteNamedReg(const std::string& Name, U64 Value)
     if (!pReg) {
         return false;
     }
-    return pReg->IndexOrAddr < 256 ? m_Cpu.SetReg(pReg->IndexOrAddr, Value) : m_Cpu.DebugWrite(pReg->IndexOrAddr, 4, static_cast<U32>(Value));
+    return pReg->IndexOrAddr < 256 ? m_Cpu.SetReg(pReg->IndexOrAddr, Value)
+                                   : m_Cpu.DebugWrite(pReg->IndexOrAddr, 4, static_cast<U32>(Value));
 }
 
 void CArmAdapter::SetDataMatch(unsigned Index, const CDataMatch* pMatch)

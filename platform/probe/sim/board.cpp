@@ -16,14 +16,19 @@ constexpr U64 CORE_QUANTUM = 256;
 /// What one core sees of the board.
 class CCoreBus final : public ArmBus {
 public:
-    CCoreBus(CBoard& Board, unsigned Index)
-        : m_Board(Board)
-        , m_Index(Index)
+    CCoreBus(CBoard& Board, unsigned Index) : m_Board(Board), m_Index(Index) {}
+    bool Read(uint32_t Addr, unsigned Size, uint32_t* pValue) override
     {
+        return m_Board.BusRead(Addr, Size, pValue);
     }
-    bool Read(uint32_t Addr, unsigned Size, uint32_t* pValue) override { return m_Board.BusRead(Addr, Size, pValue); }
-    bool Write(uint32_t Addr, unsigned Size, uint32_t Value) override { return m_Board.BusWrite(Addr, Size, Value); }
-    uint64_t OnEvent(uint64_t Cycle) override { return m_Index == 0 ? m_Board.DispatchEvents(Cycle) : NO_EVENT; }
+    bool Write(uint32_t Addr, unsigned Size, uint32_t Value) override
+    {
+        return m_Board.BusWrite(Addr, Size, Value);
+    }
+    uint64_t OnEvent(uint64_t Cycle) override
+    {
+        return m_Index == 0 ? m_Board.DispatchEvents(Cycle) : NO_EVENT;
+    }
     void OnSystemReset() override { m_Board.OnProgramReset(m_Index); }
 
 private:
@@ -39,20 +44,11 @@ U32 MakeDeviceId(const CDeviceEntry& Device)
 } // namespace
 
 CBoard::CBoard(const CDeviceEntry& Device, bool BigEndian, Probe::CProbeLog& Log)
-    : m_Device(Device)
-    , m_Log(Log)
-    , m_BigEndian(BigEndian && Device.BigEndian)
-    , m_EndianStrap(m_BigEndian)
-    , m_Flash(Device.Flash.NumBytes, Device.SectorSize)
-    , m_SysCtl(*this, MakeDeviceId(Device), Device.ClockHz, Device.NumCores)
-    , m_GpioA(*this, IRQ_GPIOA)
-    , m_GpioB(*this, IRQ_GPIOB)
-    , m_Uart(*this)
-    , m_Timer(*this)
-    , m_Adc(*this)
-    , m_Rng(*this)
-    , m_Diag(*this)
-    , m_Peripherals{&m_SysCtl, &m_GpioA, &m_GpioB, &m_Uart, &m_Timer, &m_Adc, &m_Rng, &m_Diag}
+    : m_Device(Device), m_Log(Log), m_BigEndian(BigEndian && Device.BigEndian), m_EndianStrap(m_BigEndian),
+      m_Flash(Device.Flash.NumBytes, Device.SectorSize),
+      m_SysCtl(*this, MakeDeviceId(Device), Device.ClockHz, Device.NumCores), m_GpioA(*this, IRQ_GPIOA),
+      m_GpioB(*this, IRQ_GPIOB), m_Uart(*this), m_Timer(*this), m_Adc(*this), m_Rng(*this),
+      m_Diag(*this), m_Peripherals{&m_SysCtl, &m_GpioA, &m_GpioB, &m_Uart, &m_Timer, &m_Adc, &m_Rng, &m_Diag}
 {
     m_Banks.push_back({Device.Flash.Addr, Device.Flash.NumBytes, m_Flash.GetData(), true});
     if (Device.FlashAlias) {
@@ -132,7 +128,9 @@ void CBoard::Reset(unsigned HaltedCore)
     for (unsigned i = 0; i < m_Cores.size(); ++i) {
         Core(i).Reset();
         // The first core starts as after any reset, unless it is the one to be looked at.
-        m_Cores[i].State = i == HaltedCore ? ECoreState::Halted : i == 0 ? ECoreState::Running : ECoreState::HeldInReset;
+        m_Cores[i].State = i == HaltedCore ? ECoreState::Halted
+                           : i == 0        ? ECoreState::Running
+                                           : ECoreState::HeldInReset;
         m_Cores[i].StepOver = false;
         m_Cores[i].LockupTold = false;
     }
@@ -142,7 +140,7 @@ void CBoard::OnProgramReset(unsigned Core)
 {
     ResetPeripherals(CSysCtl::SOFTWARE);
     m_OtherReset = m_Cores.size() > 1;
-    m_Log.Info("The program has reset the system (core " + std::to_string(Core) + ")");
+    m_Log.Detail("The program has reset the system (core " + std::to_string(Core) + ")");
 }
 
 void CBoard::Halt(unsigned Core)
@@ -170,8 +168,9 @@ CCoreStop CBoard::Step(unsigned Core, bool MaskInterrupts)
 
 bool CBoard::IsAnyRunning() const
 {
-    return m_Powered && !m_Frozen &&
-           std::any_of(m_Cores.begin(), m_Cores.end(), [](const CCoreSlot& s) { return s.State == ECoreState::Running; });
+    return m_Powered && !m_Frozen && std::any_of(m_Cores.begin(), m_Cores.end(), [](const CCoreSlot& s) {
+               return s.State == ECoreState::Running;
+           });
 }
 
 void CBoard::SetSpeedLimit(U32 Hz)
@@ -186,7 +185,7 @@ void CBoard::OnStop(unsigned Index, const CCoreStop& Stop)
     CCoreSlot& Slot = m_Cores[Index];
     if (Stop.Kind == ECoreStop::Halted) {
         Slot.State = ECoreState::Halted;
-        m_Log.Info("Target has halted: " + Stop.Reason);
+        m_Log.Detail("Target has halted: " + Stop.Reason);
     } else if (Stop.Kind == ECoreStop::Lockup && !Slot.LockupTold) {
         Slot.LockupTold = true;
         m_Log.Warning("The CPU is locked up by a fault inside a fault handler; it needs a reset");
@@ -204,7 +203,8 @@ void CBoard::RunQuantum(U64 NumCycles)
         if (Slot.State != ECoreState::Running) {
             continue;
         }
-        const CCoreStop Stop = Slot.pCore->Run(Slot.pCore->GetCycles() + NumCycles, std::exchange(Slot.StepOver, false));
+        const CCoreStop Stop =
+            Slot.pCore->Run(Slot.pCore->GetCycles() + NumCycles, std::exchange(Slot.StepOver, false));
         OnStop(i, Stop);
         if (m_OtherReset) {
             m_OtherReset = false;
@@ -246,7 +246,8 @@ CBoard::Clock::time_point CBoard::RunSlice(Clock::time_point Now)
     for (unsigned i = 0; i < m_Cores.size(); ++i) {
         NumInstructions += Core(i).GetInstructions();
     }
-    const U64 NumRun = std::max(Core(0).GetCycles() - Before, m_Cores.size() > 1 ? Core(1).GetCycles() - BeforeOther : 0);
+    const U64 NumRun =
+        std::max(Core(0).GetCycles() - Before, m_Cores.size() > 1 ? Core(1).GetCycles() - BeforeOther : 0);
     m_PaceCycles += NumRun;
 
     const auto End = Clock::now();
@@ -344,7 +345,8 @@ void CBoard::Invalidate(U32 Addr, U32 NumBytes)
 CPeripheral* CBoard::FindPeripheral(U32 Addr) const
 {
     const U32 Index = (Addr - PERIPHERALS) / PERIPHERAL_STEP;
-    const bool Inside = Addr >= PERIPHERALS && Index < m_Peripherals.size() && (Addr - PERIPHERALS) % PERIPHERAL_STEP < PERIPHERAL_SIZE;
+    const bool Inside = Addr >= PERIPHERALS && Index < m_Peripherals.size() &&
+                        (Addr - PERIPHERALS) % PERIPHERAL_STEP < PERIPHERAL_SIZE;
     return Inside ? m_Peripherals[Index] : nullptr;
 }
 

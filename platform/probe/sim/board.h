@@ -141,10 +141,10 @@ private:
     // Pace
     U32 m_SpeedLimit = 1;
     U64 m_SliceCycles = 20000;
-    Clock::time_point m_Due{};         // not before this
-    Clock::time_point m_AnchorTime{};  // at this time ...
-    U64 m_AnchorCycles = 0;            // ... the count of the pace stood here
-    U64 m_PaceCycles = 0;              // cycles run since power-on, of the busiest core
+    Clock::time_point m_Due{};        // not before this
+    Clock::time_point m_AnchorTime{}; // at this time ...
+    U64 m_AnchorCycles = 0;           // ... the count of the pace stood here
+    U64 m_PaceCycles = 0;             // cycles run since power-on, of the busiest core
     U32 m_AnchorHz = 0;
 };
 

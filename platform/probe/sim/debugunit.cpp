@@ -71,9 +71,11 @@ int CDebugUnit::Find(U32 Addr) const
 bool CDebugUnit::HasUnitFor(U32 Addr) const
 {
     const U32 Core = m_pBoard->GetDevice().Core;
-    const bool CodeOnly = IsBaseline(Core) || Core == BRYLLO_CORE_CORTEX_M3 || Core == BRYLLO_CORE_CORTEX_M4 || Core == BRYLLO_CORE_CORTEX_M4F;
-    const auto NumUsed = std::count_if(m_Breakpoints.begin(), m_Breakpoints.end(),
-                                       [](const CBreakpoint& b) { return (b.ImpFlags & BRYLLO_BP_IMP_HARD) != 0; });
+    const bool CodeOnly = IsBaseline(Core) || Core == BRYLLO_CORE_CORTEX_M3 ||
+                          Core == BRYLLO_CORE_CORTEX_M4 || Core == BRYLLO_CORE_CORTEX_M4F;
+    const auto NumUsed = std::count_if(m_Breakpoints.begin(), m_Breakpoints.end(), [](const CBreakpoint& b) {
+        return (b.ImpFlags & BRYLLO_BP_IMP_HARD) != 0;
+    });
     return (!CodeOnly || Addr < 0x20000000) && static_cast<unsigned>(NumUsed) < m_NumBPUnits;
 }
 
@@ -109,7 +111,8 @@ int CDebugUnit::Set(U32 Addr, U32 TypeWord, bool MemoryOpen, bool FlashOpen)
     if (ImpFlags == 0) {
         return 0;
     }
-    const bool Pending = (ImpFlags == BRYLLO_BP_IMP_SOFT_RAM && !MemoryOpen) || (ImpFlags == BRYLLO_BP_IMP_SOFT_FLASH && !FlashOpen);
+    const bool Pending = (ImpFlags == BRYLLO_BP_IMP_SOFT_RAM && !MemoryOpen) ||
+                         (ImpFlags == BRYLLO_BP_IMP_SOFT_FLASH && !FlashOpen);
     // A software breakpoint is kept beside the memory instead of in it: the program and the
     // debugger read their own bytes, and a program that loads code over it does not lose it.
     if (!Pending) {
@@ -147,7 +150,8 @@ int CDebugUnit::GetInfo(int Index, BRYLLOARM_BP_INFO* pInfo) const
 {
     auto It = m_Breakpoints.end();
     if (Index == -1) {
-        It = std::find_if(m_Breakpoints.begin(), m_Breakpoints.end(), [&](const CBreakpoint& b) { return b.Handle == pInfo->Handle; });
+        It = std::find_if(m_Breakpoints.begin(), m_Breakpoints.end(),
+                          [&](const CBreakpoint& b) { return b.Handle == pInfo->Handle; });
     } else if (Index >= 0 && static_cast<std::size_t>(Index) < m_Breakpoints.size()) {
         It = m_Breakpoints.begin() + Index;
     }
@@ -167,7 +171,9 @@ void CDebugUnit::ApplyEvent(const CEvent& Event)
     const BRYLLOARM_DATA_EVENT& e = Event.Event;
     const bool AnyDirection = (e.AccessMask & BRYLLO_ACCESS_WRITE) != 0;
     const bool IsWrite = (e.Access & BRYLLO_ACCESS_WRITE) != 0;
-    const CDataMatch Match{e.Addr, e.AddrMask, e.Data, e.DataMask, AnyDirection || !IsWrite, AnyDirection || IsWrite, GetSizes(e)};
+    const CDataMatch Match{
+        e.Addr,     e.AddrMask, e.Data, e.DataMask, AnyDirection || !IsWrite, AnyDirection || IsWrite,
+        GetSizes(e)};
     m_pBoard->Core(m_Core).SetDataMatch(Event.Unit, &Match);
 }
 
@@ -177,7 +183,9 @@ int CDebugUnit::SetEvent(const BRYLLOARM_DATA_EVENT& Event, U32* pHandle)
     // A sized access is aligned, so the bits below its size do not count; callers that look an
     // event up expect to find them in the mask.
     const U8 SizeCode = Event.Access & BRYLLO_ACCESS_SIZE_MASK & ~Event.AccessMask;
-    New.Event.AddrMask |= SizeCode == BRYLLO_ACCESS_SIZE_WORD ? 3u : SizeCode == BRYLLO_ACCESS_SIZE_HALF ? 1u : 0u;
+    New.Event.AddrMask |= SizeCode == BRYLLO_ACCESS_SIZE_WORD   ? 3u
+                          : SizeCode == BRYLLO_ACCESS_SIZE_HALF ? 1u
+                                                                : 0u;
     U32 Bits = 0;
     if ((New.Event.AddrMask & (New.Event.AddrMask + 1)) != 0 || New.Event.AddrMask > ADDR_MASK_MAX) {
         Bits |= BRYLLO_EVENT_ERR_INVALID_ADDR_MASK;
@@ -193,7 +201,8 @@ int CDebugUnit::SetEvent(const BRYLLOARM_DATA_EVENT& Event, U32* pHandle)
     }
     const unsigned NumUnits = std::min(m_NumDataUnits, m_pBoard->Core(m_Core).GetNumDataMatches());
     const auto IsUsed = [&] {
-        return std::any_of(m_Events.begin(), m_Events.end(), [&](const CEvent& e) { return e.Unit == New.Unit; });
+        return std::any_of(m_Events.begin(), m_Events.end(),
+                           [&](const CEvent& e) { return e.Unit == New.Unit; });
     };
     while (New.Unit < NumUnits && IsUsed()) {
         ++New.Unit;

@@ -7,11 +7,7 @@ namespace Sim {
 
 constexpr U8 ERASED = 0xFF;
 
-CFlash::CFlash(U32 NumBytes, U32 SectorSize)
-    : m_SectorSize(SectorSize)
-    , m_Data(NumBytes, ERASED)
-{
-}
+CFlash::CFlash(U32 NumBytes, U32 SectorSize) : m_SectorSize(SectorSize), m_Data(NumBytes, ERASED) {}
 
 void CFlash::EraseAll()
 {

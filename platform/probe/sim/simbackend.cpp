@@ -32,9 +32,7 @@ bool IsPlainZone(const char* sZone)
 } // namespace
 
 CSimBackend::CSimBackend(Probe::CTicketLock& Lock, Probe::CProbeLog& Log, Probe::CFaults& Faults)
-    : m_Lock(Lock)
-    , m_Log(Log)
-    , m_Faults(Faults)
+    : m_Lock(Lock), m_Log(Log), m_Faults(Faults)
 {
     std::lock_guard Guard(g_ListMutex);
     List().push_back(this);
@@ -63,7 +61,8 @@ void CSimBackend::StopAll()
 
 bool CSimBackend::Select(U32 SerialNo)
 {
-    const auto It = SerialNo == 0 ? SERIAL_NUMBERS.begin() : std::find(SERIAL_NUMBERS.begin(), SERIAL_NUMBERS.end(), SerialNo);
+    const auto It = SerialNo == 0 ? SERIAL_NUMBERS.begin()
+                                  : std::find(SERIAL_NUMBERS.begin(), SERIAL_NUMBERS.end(), SerialNo);
     if (It == SERIAL_NUMBERS.end()) {
         return false;
     }
@@ -110,7 +109,8 @@ int CSimBackend::Connect(const Probe::CConnectParams& Params)
         return BRYLLO_ERR_PARAM;
     }
     if (!CanSimulate(*pDevice)) {
-        m_Log.Error(std::string(pDevice->sName) + ": the simulator has no core " + GetCoreName(pDevice->Core));
+        m_Log.Error(std::string(pDevice->sName) + ": the simulator has no core " +
+                    GetCoreName(pDevice->Core));
         return BRYLLO_ERR_NO_SERVICE;
     }
     if (Params.TargetInterface == BRYLLO_TIF_FINE) {
@@ -141,7 +141,8 @@ int CSimBackend::Connect(const Probe::CConnectParams& Params)
     Board().TakeRecreated();
     ApplyUnits();
     m_Connected = true;
-    m_Log.Info("Connected to " + std::string(pDevice->sName) + ", " + GetCoreName(pDevice->Core) + ", core " + std::to_string(m_Core));
+    m_Log.Info("Connected to " + std::string(pDevice->sName) + ", " + GetCoreName(pDevice->Core) + ", core " +
+               std::to_string(m_Core));
     WakeRunner();
     return 0;
 }
@@ -332,7 +333,8 @@ int CSimBackend::ReadMem(const Probe::CMemAccess& Access, U8* pData, U8* paStatu
             break;
         }
         // An item may not run over the end of the address space.
-        const bool Ok = U64(Addr) + Access.ItemSize <= U64(1) << 32 && Addr >= Access.Addr && ReadOne(Addr, Access.ItemSize, pItem);
+        const bool Ok = U64(Addr) + Access.ItemSize <= U64(1) << 32 && Addr >= Access.Addr &&
+                        ReadOne(Addr, Access.ItemSize, pItem);
         if (!Ok) {
             std::memset(pItem, 0, Access.ItemSize);
             if (!paStatus) {
@@ -420,7 +422,8 @@ int CSimBackend::EndDownload()
     pBoard->Freeze(false);
     WakeRunner();
     if (Error == 0) {
-        m_Log.Info("Flash download: " + std::to_string(NumProgrammed) + " sectors programmed, " + std::to_string(NumEqual) + " unchanged");
+        m_Log.Info("Flash download: " + std::to_string(NumProgrammed) + " sectors programmed, " +
+                   std::to_string(NumEqual) + " unchanged");
     }
     return Error != 0 ? Error : NumProgrammed;
 }

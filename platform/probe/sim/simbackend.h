@@ -55,10 +55,19 @@ public:
     int FindBP(U32 Addr) const override { return m_Debug.Find(Addr); }
     int SetBP(U32 Addr, U32 TypeWord) override;
     int ClrBP(U32 Handle) override { return m_Debug.Clear(Handle); }
-    int GetBPInfo(int Index, BRYLLOARM_BP_INFO* pInfo) const override { return m_Debug.GetInfo(Index, pInfo); }
-    int SetDataEvent(const BRYLLOARM_DATA_EVENT& Event, U32* pHandle) override { return m_Debug.SetEvent(Event, pHandle); }
+    int GetBPInfo(int Index, BRYLLOARM_BP_INFO* pInfo) const override
+    {
+        return m_Debug.GetInfo(Index, pInfo);
+    }
+    int SetDataEvent(const BRYLLOARM_DATA_EVENT& Event, U32* pHandle) override
+    {
+        return m_Debug.SetEvent(Event, pHandle);
+    }
     int ClrDataEvent(U32 Handle) override { return m_Debug.ClearEvent(Handle); }
-    int GetWPInfo(int Index, BRYLLOARM_WP_INFO* pInfo) const override { return m_Debug.GetEventInfo(Index, pInfo); }
+    int GetWPInfo(int Index, BRYLLOARM_WP_INFO* pInfo) const override
+    {
+        return m_Debug.GetEventInfo(Index, pInfo);
+    }
 
     int ReadMem(const Probe::CMemAccess& Access, U8* pData, U8* paStatus) override;
     int WriteMem(const Probe::CMemAccess& Access, const U8* pData) override;
@@ -70,7 +79,8 @@ public:
     int ReadCPReg(const std::string& Name, U64* pValue) override;
     int WriteCPReg(const std::string& Name, U64 Value) override;
 
-    bool ExecCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer) override;
+    bool ExecCommand(const std::string& Name, const std::string& Args, int& Result,
+                     std::string& Answer) override;
 
 private:
     /// What a tester has set in place of the device's own properties; for every board.
@@ -95,6 +105,7 @@ private:
     bool ReadOne(U32 Addr, unsigned NumBytes, U8* pData);
     bool WriteOne(U32 Addr, unsigned NumBytes, const U8* pData);
     bool ExecSimCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer);
+    bool ExecPortCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer);
     bool ExecBoardCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer);
 
     Probe::CTicketLock& m_Lock;

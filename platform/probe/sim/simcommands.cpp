@@ -3,7 +3,10 @@
 #include "platform/probe/core/textargs.h"
 #include "platform/probe/sim/simbackend.h"
 
+#include <algorithm>
 #include <cctype>
+#include <iterator>
+#include <utility>
 
 namespace Sim {
 
@@ -52,6 +55,13 @@ std::optional<CPinName> ToPin(const std::string& Word)
     return CPinName{static_cast<unsigned>(Letter - 'A'), *Pin};
 }
 
+constexpr const char* NO_BOARD = "There is no board yet: connect first";
+
+bool IsOneOf(const std::string& Name, std::initializer_list<const char*> Names)
+{
+    return std::any_of(Names.begin(), Names.end(), [&](const char* s) { return Name == s; });
+}
+
 bool Fail(int& Result, std::string& Answer, const char* sText)
 {
     Result = BRYLLO_ERR_PARAM;
@@ -61,7 +71,8 @@ bool Fail(int& Result, std::string& Answer, const char* sText)
 
 } // namespace
 
-bool CSimBackend::ExecCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer)
+bool CSimBackend::ExecCommand(const std::string& Name, const std::string& Args, int& Result,
+                              std::string& Answer)
 {
     if (Name == "setmemlaneaddr" || Name == "setmemlanesearchranges") {
         const std::vector<std::string> Words = SplitWords(Args);
@@ -70,9 +81,13 @@ bool CSimBackend::ExecCommand(const std::string& Name, const std::string& Args, 
         for (const std::string& Word : Words) {
             Ok = Ok && ToU32(Word);
         }
-        return Ok ? true : Fail(Result, Answer, IsAddr ? "usage: SetMemlaneAddr <address>" : "usage: SetMemlaneSearchRanges <address> <size>[, ...]");
+        return Ok ? true
+                  : Fail(Result, Answer,
+                         IsAddr ? "usage: SetMemlaneAddr <address>"
+                                : "usage: SetMemlaneSearchRanges <address> <size>[, ...]");
     }
-    if (Name == "readintotracecache" || Name == "tracesampleadjust" || Name == "trace_setenabletimestamps" || Name == "selecttracesource") {
+    if (Name == "readintotracecache" || Name == "tracesampleadjust" || Name == "trace_setenabletimestamps" ||
+        Name == "selecttracesource") {
         Result = BRYLLO_ERR_NO_SERVICE;
         Answer = "This probe has no instruction trace";
         return true;
@@ -91,14 +106,18 @@ bool CSimBackend::ExecCommand(const std::string& Name, const std::string& Args, 
     if (!Name.starts_with("sim.")) {
         return false;
     }
-    return ExecSimCommand(Name, Args, Result, Answer) || ExecBoardCommand(Name, Args, Result, Answer);
+    return ExecSimCommand(Name, Args, Result, Answer) || ExecPortCommand(Name, Args, Result, Answer) ||
+           ExecBoardCommand(Name, Args, Result, Answer);
 }
 
 /// Commands that concern the simulator and last from board to board.
-bool CSimBackend::ExecSimCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer)
+bool CSimBackend::ExecSimCommand(const std::string& Name, const std::string& Args, int& Result,
+                                 std::string& Answer)
 {
     const std::vector<std::string> Words = SplitWords(Args);
-    const auto Number = [&](std::size_t Index) { return Index < Words.size() ? ToU32(Words[Index]) : std::nullopt; };
+    const auto Number = [&](std::size_t Index) {
+        return Index < Words.size() ? ToU32(Words[Index]) : std::nullopt;
+    };
     if (Name == "sim.setspeed") {
         const std::string Word = Words.empty() ? "" : Probe::ToLower(Words[0]);
         const auto Hz = Number(0);
@@ -130,7 +149,8 @@ bool CSimBackend::ExecSimCommand(const std::string& Name, const std::string& Arg
         const auto Value = Number(1);
         const U32 Max = Cap == "bma" ? 2 : Cap == "web" ? 65535 : 1;
         if ((Cap != "bma" && Cap != "swo" && Cap != "trace" && Cap != "web") || !Value || *Value > Max) {
-            return Fail(Result, Answer, "usage: Sim.SetCap BMA <0..2> | SWO <0..1> | TRACE <0..1> | WEB <port>");
+            return Fail(Result, Answer,
+                        "usage: Sim.SetCap BMA <0..2> | SWO <0..1> | TRACE <0..1> | WEB <port>");
         }
         if (Cap == "bma") {
             m_Caps.BMA = static_cast<U8>(*Value);
@@ -151,7 +171,9 @@ bool CSimBackend::ExecSimCommand(const std::string& Name, const std::string& Arg
     if (Name == "sim.maskints" || Name == "sim.flashcost") {
         const auto Value = Number(0);
         if (!Value || *Value > 10000) {
-            return Fail(Result, Answer, Name == "sim.maskints" ? "usage: Sim.MaskInts 0 | 1" : "usage: Sim.FlashCost <ms a sector>");
+            return Fail(Result, Answer,
+                        Name == "sim.maskints" ? "usage: Sim.MaskInts 0 | 1"
+                                               : "usage: Sim.FlashCost <ms a sector>");
         }
         if (Name == "sim.maskints") {
             m_MaskInterrupts = *Value != 0;
@@ -163,63 +185,66 @@ bool CSimBackend::ExecSimCommand(const std::string& Name, const std::string& Arg
     return false;
 }
 
-/// Commands that concern the board of the selected probe.
-bool CSimBackend::ExecBoardCommand(const std::string& Name, const std::string& Args, int& Result, std::string& Answer)
+/// Pins and serial port of the board of the selected probe.
+bool CSimBackend::ExecPortCommand(const std::string& Name, const std::string& Args, int& Result,
+                                  std::string& Answer)
 {
-    const std::vector<std::string> Words = SplitWords(Args);
-    const auto Known = [&](std::initializer_list<const char*> Names) {
-        for (const char* s : Names) {
-            if (Name == s) {
-                return true;
-            }
-        }
-        return false;
-    };
-    if (!Known({"sim.setpin", "sim.getpin", "sim.uartfeed", "sim.uartread", "sim.uartfile", "sim.cycles", "sim.instructions", "sim.diagreads",
-                "sim.flashfail", "sim.erase", "sim.powercycle"})) {
+    if (!IsOneOf(Name, {"sim.setpin", "sim.getpin", "sim.uartfeed", "sim.uartread", "sim.uartfile"})) {
         return false;
     }
-    if (!HasBoard()) {
-        return Fail(Result, Answer, "There is no board yet: connect first");
-    }
-    const auto SetValue = [&](U64 Value) {
-        Answer = std::to_string(Value);
-        return true;
-    };
-    if (Name == "sim.setpin" || Name == "sim.getpin") {
-        const auto Pin = Words.empty() ? std::nullopt : ToPin(Words[0]);
-        const auto Level = Words.size() > 1 ? ToU32(Words[1]) : std::nullopt;
-        if (Name == "sim.getpin") {
-            return Pin ? SetValue(Board().Gpio(Pin->Port).GetPin(Pin->Pin)) : Fail(Result, Answer, "usage: Sim.GetPin <A0..B15>");
-        }
-        if (!Pin || !Level || *Level > 1) {
-            return Fail(Result, Answer, "usage: Sim.SetPin <A0..B15> <0 or 1>");
-        }
-        Board().Gpio(Pin->Port).SetPin(Pin->Pin, *Level != 0);
-    } else if (Name == "sim.uartfeed") {
+    if (!HasBoard()) return Fail(Result, Answer, NO_BOARD);
+    if (Name == "sim.uartfeed") {
         Board().Uart().Feed(Unescape(Args));
     } else if (Name == "sim.uartread") {
         Answer = Board().Uart().TakeOutput();
     } else if (Name == "sim.uartfile") {
-        if (!Board().Uart().SetFile(Unescape(Args))) {
-            return Fail(Result, Answer, "The file cannot be opened");
+        if (!Board().Uart().SetFile(Unescape(Args))) return Fail(Result, Answer, "The file cannot be opened");
+    } else {
+        const std::vector<std::string> Words = SplitWords(Args);
+        const auto Pin = Words.empty() ? std::nullopt : ToPin(Words[0]);
+        const auto Level = Words.size() > 1 ? ToU32(Words[1]) : std::nullopt;
+        const bool IsSet = Name == "sim.setpin";
+        if (!Pin || (IsSet && (!Level || *Level > 1))) {
+            return Fail(Result, Answer,
+                        IsSet ? "usage: Sim.SetPin <A0..B15> <0 or 1>" : "usage: Sim.GetPin <A0..B15>");
         }
-    } else if (Name == "sim.cycles") {
-        return SetValue(Board().Core(m_Core).GetCycles());
+        CGpio& Gpio = Board().Gpio(Pin->Port);
+        if (IsSet) {
+            Gpio.SetPin(Pin->Pin, *Level != 0);
+        } else {
+            Answer = Gpio.GetPin(Pin->Pin) ? "1" : "0";
+        }
+    }
+    return true;
+}
+
+/// Counts, flash and power of the board of the selected probe.
+bool CSimBackend::ExecBoardCommand(const std::string& Name, const std::string& Args, int& Result,
+                                   std::string& Answer)
+{
+    if (!IsOneOf(Name, {"sim.cycles", "sim.instructions", "sim.diagreads", "sim.flashfail", "sim.erase",
+                        "sim.powercycle"})) {
+        return false;
+    }
+    if (!HasBoard()) return Fail(Result, Answer, NO_BOARD);
+    if (Name == "sim.cycles") {
+        Answer = std::to_string(Board().Core(m_Core).GetCycles());
     } else if (Name == "sim.instructions") {
-        return SetValue(Board().Core(m_Core).GetInstructions());
+        Answer = std::to_string(Board().Core(m_Core).GetInstructions());
     } else if (Name == "sim.diagreads") {
-        return SetValue(Board().Diag().GetNumReads());
+        Answer = std::to_string(Board().Diag().GetNumReads());
     } else if (Name == "sim.flashfail") {
         using EPhase = CFlash::EPhase;
-        const std::string Phase = Words.empty() ? "" : Probe::ToLower(Words[0]);
-        if (Phase != "none" && Phase != "compare" && Phase != "program" && Phase != "verify") {
+        constexpr std::pair<const char*, EPhase> PHASES[] = {{"none", EPhase::None},
+                                                             {"compare", EPhase::Compare},
+                                                             {"program", EPhase::Program},
+                                                             {"verify", EPhase::Verify}};
+        const auto It = std::find_if(std::begin(PHASES), std::end(PHASES),
+                                     [&](const auto& p) { return Probe::ToLower(Args) == p.first; });
+        if (It == std::end(PHASES)) {
             return Fail(Result, Answer, "usage: Sim.FlashFail none | compare | program | verify");
         }
-        Board().Flash().FailNext(Phase == "compare"   ? EPhase::Compare
-                                 : Phase == "program" ? EPhase::Program
-                                 : Phase == "verify"  ? EPhase::Verify
-                                                      : EPhase::None);
+        Board().Flash().FailNext(It->second);
     } else if (m_Programming) {
         return Fail(Result, Answer, "Flash is being programmed");
     } else {
@@ -229,9 +254,7 @@ bool CSimBackend::ExecBoardCommand(const std::string& Name, const std::string& A
         }
         Board().SetPower(false);
         Board().SetPower(true);
-        if (Board().TakeRecreated() && m_Connected) {
-            m_Debug.Reapply();
-        }
+        if (Board().TakeRecreated() && m_Connected) m_Debug.Reapply();
         WakeRunner();
     }
     return true;

@@ -26,7 +26,8 @@ int FindRowByObjectName(const QString& sName)
     static const QHash<QString, int> Ids = [] {
         QHash<QString, int> h;
         // The first row of a name wins.
-        for (int i = NUM_ACTIONS - 1; i >= 0; i--) h.insert(QString::fromLatin1(GetActionRow(i)->ObjectName).toLower(), i);
+        for (int i = NUM_ACTIONS - 1; i >= 0; i--)
+            h.insert(QString::fromLatin1(GetActionRow(i)->ObjectName).toLower(), i);
         return h;
     }();
     return Ids.value(sName.toLower(), -1);

@@ -13,7 +13,8 @@ U64 ErrorCount = 0;
 QString NormalizeParam(QString sParam)
 {
     sParam.remove(PUNCTUATION_SPACE);
-    if (sParam.size() >= 2 && sParam.startsWith('"') && sParam.endsWith('"')) return sParam.mid(1, sParam.size() - 2);
+    if (sParam.size() >= 2 && sParam.startsWith('"') && sParam.endsWith('"'))
+        return sParam.mid(1, sParam.size() - 2);
     return sParam;
 }
 

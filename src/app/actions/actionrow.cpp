@@ -26,18 +26,18 @@ struct ROW_PART {
     int Num;
 };
 
-template <std::size_t N>
-constexpr ROW_PART Part(const ACTION_ROW (&aRows)[N])
+template <std::size_t N> constexpr ROW_PART Part(const ACTION_ROW (&aRows)[N])
 {
     return {aRows, int(N)};
 }
 
 /// The parts of the table, in id order.
 constexpr ROW_PART PARTS[] = {
-    Part(ACTION_ROWS_FILE),        Part(ACTION_ROWS_EDIT),    Part(ACTION_ROWS_DEBUG),  Part(ACTION_ROWS_VIEWMENU),
-    Part(ACTION_ROWS_WINDOW),      Part(ACTION_ROWS_BREAK),   Part(ACTION_ROWS_TARGET), Part(ACTION_ROWS_PROJECT),
-    Part(ACTION_ROWS_VIEW),        Part(ACTION_ROWS_SOURCE),  Part(ACTION_ROWS_DISASSEMBLY),
-    Part(ACTION_ROWS_PROFILE),     Part(ACTION_ROWS_BREAKWINDOW), Part(ACTION_ROWS_TIMELINE),
+    Part(ACTION_ROWS_FILE),        Part(ACTION_ROWS_EDIT),        Part(ACTION_ROWS_DEBUG),
+    Part(ACTION_ROWS_VIEWMENU),    Part(ACTION_ROWS_WINDOW),      Part(ACTION_ROWS_BREAK),
+    Part(ACTION_ROWS_TARGET),      Part(ACTION_ROWS_PROJECT),     Part(ACTION_ROWS_VIEW),
+    Part(ACTION_ROWS_SOURCE),      Part(ACTION_ROWS_DISASSEMBLY), Part(ACTION_ROWS_PROFILE),
+    Part(ACTION_ROWS_BREAKWINDOW), Part(ACTION_ROWS_TIMELINE),
 };
 
 constexpr int CountRows()
@@ -161,8 +161,10 @@ QString GetCommandAlias(int Id)
 QString GetAliasOfName(const QString& sName)
 {
     for (const NAME_PAIR& p : NAME_PAIRS) {
-        if (sName.compare(QLatin1String(p.sName), Qt::CaseInsensitive) == 0) return QString::fromLatin1(p.sOther);
-        if (sName.compare(QLatin1String(p.sOther), Qt::CaseInsensitive) == 0) return QString::fromLatin1(p.sName);
+        if (sName.compare(QLatin1String(p.sName), Qt::CaseInsensitive) == 0)
+            return QString::fromLatin1(p.sOther);
+        if (sName.compare(QLatin1String(p.sOther), Qt::CaseInsensitive) == 0)
+            return QString::fromLatin1(p.sName);
     }
     return {};
 }
@@ -198,7 +200,8 @@ QList<int> FindActionsByHotKey(const QString& sKey)
     for (const ACTION_ROW* p : TABLE) {
         const QString sHotKey = QString::fromLatin1(p->HotKey);
         bool Hit = sHotKey == sKey;
-        for (const NAME_PAIR& k : KEY_PAIRS) Hit = Hit || (sHotKey == QLatin1String(k.sName) && sKey == QLatin1String(k.sOther));
+        for (const NAME_PAIR& k : KEY_PAIRS)
+            Hit = Hit || (sHotKey == QLatin1String(k.sName) && sKey == QLatin1String(k.sOther));
         if (Hit) Ids.append(p->ID);
     }
     return Ids;

@@ -6,7 +6,8 @@ constexpr int COLUMN_HOTKEY = 56;
 constexpr int COLUMN_DESCRIPTION = 76;
 constexpr int RULE_LENGTH = 150;
 
-QString MakeLine(const QString& sName, const QString& sArgs, const QString& sHotKey, const QString& sDescription)
+QString MakeLine(const QString& sName, const QString& sArgs, const QString& sHotKey,
+                 const QString& sDescription)
 {
     QString s = sName.leftJustified(COLUMN_ARGS) + sArgs;
     s = s.leftJustified(COLUMN_HOTKEY) + sHotKey;
@@ -27,5 +28,6 @@ QStringList GetCommandList()
     Lines.sort();
     Lines.removeDuplicates();
     const QString sRule(RULE_LENGTH, '-');
-    return QStringList{sRule, QString(), MakeLine("Command", "Arguments", "Hotkey", "Description"), sRule} + Lines;
+    return QStringList{sRule, QString(), MakeLine("Command", "Arguments", "Hotkey", "Description"), sRule} +
+           Lines;
 }

@@ -112,13 +112,20 @@ bool IsOn(const QString& sParam)
 bool IsWaitNeeded(WAIT_CONDITIONS Condition, const QString& sFirstParam, I64 Result)
 {
     switch (Condition) {
-    case WAIT_ALWAYS: return true;
-    case WAIT_IF_ON: return IsOn(sFirstParam);
-    case WAIT_IF_OFF: return !IsOn(sFirstParam);
-    case WAIT_IF_ONE_ADDR: return !HasManyAddrs(sFirstParam);
-    case WAIT_IF_MANY_ADDRS: return HasManyAddrs(sFirstParam);
-    case WAIT_IF_WP_SET: return Result == 1 || Result == 3;
-    case WAIT_IF_WP_CLEARED: return Result == 0;
+    case WAIT_ALWAYS:
+        return true;
+    case WAIT_IF_ON:
+        return IsOn(sFirstParam);
+    case WAIT_IF_OFF:
+        return !IsOn(sFirstParam);
+    case WAIT_IF_ONE_ADDR:
+        return !HasManyAddrs(sFirstParam);
+    case WAIT_IF_MANY_ADDRS:
+        return HasManyAddrs(sFirstParam);
+    case WAIT_IF_WP_SET:
+        return Result == 1 || Result == 3;
+    case WAIT_IF_WP_CLEARED:
+        return Result == 0;
     }
     return false;
 }

@@ -33,7 +33,8 @@ struct CONSOLE_MESSAGE {
 
 class CConsoleRing {
 public:
-    /// Copies at most CONSOLE_MAX_CHARS characters in, without allocating. False if the ring is full. Any thread.
+    /// Copies at most CONSOLE_MAX_CHARS characters in, without allocating. False if the ring is full. Any
+    /// thread.
     bool Write(const QString& sText, const CONSOLE_LOOK& Look, I64 Time_us);
     /// Takes the oldest message out. False if there is none. Main thread.
     bool Read(CONSOLE_MESSAGE* pMessage);

@@ -21,8 +21,8 @@ constexpr U32 DARK_BLUE = 0xFF00008Bu;
 CConsoleWindow* pInstance = nullptr;
 
 /// Appends a text, in a paragraph of its own if asked.
-void AppendText(QTextEdit* pEdit, const QString& sText, const QTextCharFormat& Format, const QTextBlockFormat& Block,
-                bool NewParagraph)
+void AppendText(QTextEdit* pEdit, const QString& sText, const QTextCharFormat& Format,
+                const QTextBlockFormat& Block, bool NewParagraph)
 {
     QTextCursor Cursor(pEdit->document());
     Cursor.movePosition(QTextCursor::End);
@@ -80,7 +80,8 @@ CConsoleWindow::~CConsoleWindow()
     pInstance = nullptr;
 }
 
-// ---- Writing, any thread -----------------------------------------------------------------------------------
+// ---- Writing, any thread
+// -----------------------------------------------------------------------------------
 
 void CConsoleWindow::_Write(const QString& sText, const CONSOLE_LOOK& Look)
 {
@@ -144,7 +145,8 @@ void CConsoleWindow::_OnLogged(const QString& sText, U32 Flags)
     _Write(sText, Look);
 }
 
-// ---- Draining, main thread ---------------------------------------------------------------------------------
+// ---- Draining, main thread
+// ---------------------------------------------------------------------------------
 
 void CConsoleWindow::Update()
 {
@@ -229,7 +231,8 @@ bool CConsoleWindow::IsUpdatePending() const
     return m_UpdateTimer.isActive() || !m_Ring.IsEmpty();
 }
 
-// ---- Text --------------------------------------------------------------------------------------------------
+// ---- Text
+// --------------------------------------------------------------------------------------------------
 
 QStringList CConsoleWindow::GetLines() const
 {

@@ -10,7 +10,8 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 
-// ---- Input -------------------------------------------------------------------------------------------------
+// ---- Input
+// -------------------------------------------------------------------------------------------------
 
 bool CConsoleWindow::eventFilter(QObject* pObject, QEvent* pEvent)
 {
@@ -29,16 +30,23 @@ void CConsoleWindow::OnInputFieldKeyPressed(QKeyEvent* pEvent)
 {
     QString sLine;
     switch (pEvent->key()) {
-    case Qt::Key_Up: sLine = m_History.GoOlder(); break;
-    case Qt::Key_Down: sLine = m_History.GoNewer(); break;
+    case Qt::Key_Up:
+        sLine = m_History.GoOlder();
+        break;
+    case Qt::Key_Down:
+        sLine = m_History.GoNewer();
+        break;
     case Qt::Key_Return:
-    case Qt::Key_Enter: OnCommandEntered(m_pInput->text()); break;
+    case Qt::Key_Enter:
+        OnCommandEntered(m_pInput->text());
+        break;
     case Qt::Key_Tab:
         // In an empty line the key moves the focus as everywhere.
         if (m_pInput->text().isEmpty()) return;
         _CompleteInput();
         break;
-    default: return;
+    default:
+        return;
     }
     pEvent->accept();
     if (!sLine.isNull()) m_pInput->setText(sLine);
@@ -92,22 +100,27 @@ void CConsoleWindow::OnActionShowSidebarTriggered()
     SetPreference(PREF_SHOW_TIMESTAMPS_CONSOLE, m_pActionShowSidebar->isChecked());
 }
 
-// ---- Echo --------------------------------------------------------------------------------------------------
+// ---- Echo
+// --------------------------------------------------------------------------------------------------
 
 void CConsoleWindow::AddCommandListener(CWindow* pWindow)
 {
     if (!pWindow || m_Listeners.contains(pWindow)) return;
     m_Listeners.removeAll(QPointer<CWindow>());
     m_Listeners.append(pWindow);
-    connect(pWindow, &CWindow::ActionTriggered, this, qOverload<QAction*>(&CConsoleWindow::OnActionTriggered));
-    connect(pWindow, &CWindow::ActionPerformed, this, qOverload<QAction*>(&CConsoleWindow::OnActionPerformed));
+    connect(pWindow, &CWindow::ActionTriggered, this,
+            qOverload<QAction*>(&CConsoleWindow::OnActionTriggered));
+    connect(pWindow, &CWindow::ActionPerformed, this,
+            qOverload<QAction*>(&CConsoleWindow::OnActionPerformed));
 }
 
 void CConsoleWindow::RemoveCommandListener(CWindow* pWindow)
 {
     if (!pWindow || m_Listeners.removeAll(pWindow) == 0) return;
-    disconnect(pWindow, &CWindow::ActionTriggered, this, qOverload<QAction*>(&CConsoleWindow::OnActionTriggered));
-    disconnect(pWindow, &CWindow::ActionPerformed, this, qOverload<QAction*>(&CConsoleWindow::OnActionPerformed));
+    disconnect(pWindow, &CWindow::ActionTriggered, this,
+               qOverload<QAction*>(&CConsoleWindow::OnActionTriggered));
+    disconnect(pWindow, &CWindow::ActionPerformed, this,
+               qOverload<QAction*>(&CConsoleWindow::OnActionPerformed));
 }
 
 void CConsoleWindow::OnActionTriggered(QAction* pAction)

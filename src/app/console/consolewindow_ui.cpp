@@ -89,20 +89,25 @@ void CConsoleWindow::_BuildWidgets()
     setCentralWidget(pCentral);
     setFocusProxy(m_pInput);
 
-    connect(m_pText->verticalScrollBar(), &QScrollBar::valueChanged, m_pSidebar->verticalScrollBar(), &QScrollBar::setValue);
-    connect(m_pSidebar->verticalScrollBar(), &QScrollBar::valueChanged, m_pText->verticalScrollBar(), &QScrollBar::setValue);
+    connect(m_pText->verticalScrollBar(), &QScrollBar::valueChanged, m_pSidebar->verticalScrollBar(),
+            &QScrollBar::setValue);
+    connect(m_pSidebar->verticalScrollBar(), &QScrollBar::valueChanged, m_pText->verticalScrollBar(),
+            &QScrollBar::setValue);
     connect(m_pText->horizontalScrollBar(), &QScrollBar::rangeChanged, this, &CConsoleWindow::_UpdateHorzBar);
     connect(m_pText->horizontalScrollBar(), &QScrollBar::valueChanged, m_pHorzBar, &QScrollBar::setValue);
     connect(m_pHorzBar, &QScrollBar::valueChanged, m_pText->horizontalScrollBar(), &QScrollBar::setValue);
-    connect(m_pText, &QWidget::customContextMenuRequested, this, &CConsoleWindow::OnEditorContextMenuRequested);
-    connect(m_pSidebar, &QWidget::customContextMenuRequested, this, &CConsoleWindow::OnSidebarContextMenuRequested);
+    connect(m_pText, &QWidget::customContextMenuRequested, this,
+            &CConsoleWindow::OnEditorContextMenuRequested);
+    connect(m_pSidebar, &QWidget::customContextMenuRequested, this,
+            &CConsoleWindow::OnSidebarContextMenuRequested);
     SetSidebarVisible(GetVarValue(PREF_SHOW_TIMESTAMPS_CONSOLE) != 0);
     _UpdateHorzBar();
 }
 
 void CConsoleWindow::_BuildActions()
 {
-    m_pActionHelp = AddAction("actionConsoleHelp", QStringLiteral("&List Commands"), "", QStringLiteral("Display Command List"));
+    m_pActionHelp = AddAction("actionConsoleHelp", QStringLiteral("&List Commands"), "",
+                              QStringLiteral("Display Command List"));
     m_pActionHelp->setToolTip(QStringLiteral("List Commands"));
     m_pActionShowSidebar = AddAction("actionConsoleShowSidebar", QStringLiteral("Ti&meStamps"));
     m_pActionShowSidebar->setToolTip(QStringLiteral("Show TimeStamps"));
@@ -118,7 +123,8 @@ void CConsoleWindow::_BuildActions()
     });
 }
 
-// ---- Look --------------------------------------------------------------------------------------------------
+// ---- Look
+// --------------------------------------------------------------------------------------------------
 
 void CConsoleWindow::_UpdateDefaultColor()
 {
@@ -213,7 +219,8 @@ void CConsoleWindow::_ShowEndOfText()
     _UpdateHorzBar();
 }
 
-// ---- Menus -------------------------------------------------------------------------------------------------
+// ---- Menus
+// -------------------------------------------------------------------------------------------------
 
 void CConsoleWindow::OnContextMenuRequested(QPoint Pos)
 {

@@ -25,12 +25,30 @@ QString GetInstallDir()
     return State.load(std::memory_order_acquire) == KNOWN ? sDir : QString();
 }
 
-QString GetCurrentDir() { return QDir::currentPath(); }
-QString GetConfigDir() { return GetInstallDir() + "/Config"; }
-QString GetLibDir() { return GetInstallDir() + "/Lib"; }
-QString GetDocDir() { return GetInstallDir() + "/Doc"; }
-QString GetPluginsDir() { return GetInstallDir() + "/Plugins"; }
-QString GetPeripheralsDir() { return GetConfigDir() + "/Peripherals"; }
+QString GetCurrentDir()
+{
+    return QDir::currentPath();
+}
+QString GetConfigDir()
+{
+    return GetInstallDir() + "/Config";
+}
+QString GetLibDir()
+{
+    return GetInstallDir() + "/Lib";
+}
+QString GetDocDir()
+{
+    return GetInstallDir() + "/Doc";
+}
+QString GetPluginsDir()
+{
+    return GetInstallDir() + "/Plugins";
+}
+QString GetPeripheralsDir()
+{
+    return GetConfigDir() + "/Peripherals";
+}
 
 QString GetDefaultDir(const QString& sFileName)
 {

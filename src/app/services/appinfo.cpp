@@ -37,7 +37,8 @@ QString GetBuildDate()
 QString GetWindowTitle(const WINDOW_TITLE_STATE& State)
 {
     const QString sProduct = GetProductName(PRODUCT_NAME_LONG | PRODUCT_NAME_VERSION);
-    if (State.SessionActive && !State.ProgramFile.isEmpty()) return GetProductName(PRODUCT_NAME_LONG) + " - " + State.ProgramFile;
+    if (State.SessionActive && !State.ProgramFile.isEmpty())
+        return GetProductName(PRODUCT_NAME_LONG) + " - " + State.ProgramFile;
     if (!State.ProjectOpen) return sProduct;
     QString sName = State.ProjectPath;
     if (State.SessionActive) sName = QFileInfo(sName).completeBaseName();

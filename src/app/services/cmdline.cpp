@@ -116,8 +116,10 @@ CmdLineArgs ParseCmdLine(const QStringList& Args)
         if (!pOption) continue;
         QString sValue;
         // A lone "-" is the name of standard input for -batch.
-        const bool IsStdin = qstrcmp(pOption->sName, "batch") == 0 && i + 1 < Args.size() && Args[i + 1] == "-";
-        if (i + 1 < Args.size() && (IsStdin || !Args[i + 1].startsWith('-'))) sValue = StripQuotes(Args[i + 1]).trimmed();
+        const bool IsStdin =
+            qstrcmp(pOption->sName, "batch") == 0 && i + 1 < Args.size() && Args[i + 1] == "-";
+        if (i + 1 < Args.size() && (IsStdin || !Args[i + 1].startsWith('-')))
+            sValue = StripQuotes(Args[i + 1]).trimmed();
         if (pOption->Kind == VALUE_PATH) sValue = NormalizePath(sValue);
         if (pOption->pField)
             r.*pOption->pField = sValue;

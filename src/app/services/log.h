@@ -34,7 +34,8 @@ void LogInfo(const QString& sText);    ///< always
 void LogWarning(const QString& sText); ///< only with a log file or -debug
 void LogError(const QString& sText);   ///< always
 
-/// True when debug and warning texts have somewhere to go (a log file is open or -debug was given). Any thread.
+/// True when debug and warning texts have somewhere to go (a log file is open or -debug was given). Any
+/// thread.
 bool IsLoggingOn();
 
 // Ways out. A sink is called under the logger's lock, so it must not log itself; what it logs is dropped.

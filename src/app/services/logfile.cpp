@@ -23,7 +23,10 @@ LOG_FILES& Files()
     return Instance;
 }
 
-bool IsSlot(int Slot) { return Slot >= 0 && Slot < NUM_LOG_SLOTS; }
+bool IsSlot(int Slot)
+{
+    return Slot >= 0 && Slot < NUM_LOG_SLOTS;
+}
 } // namespace
 
 bool OpenLogFile(int Slot, const QString& sPath)

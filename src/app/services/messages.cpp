@@ -27,7 +27,8 @@ MESSAGE_ROW BuildRow(const MESSAGE_DEF& Def)
     }
     const char* sGroup = Def.Base == MSG_BASE_ELF ? "ELF " : Def.Base == MSG_BASE_PROJECT ? "Project " : "";
     const char* sLevel = Def.Flags & MSG_WARNING ? "warning" : Def.Flags & MSG_ERROR ? "error" : "";
-    std::snprintf(Row.Format, sizeof(Row.Format), "%s%s (%u): %s.", sGroup, sLevel, unsigned(Row.Code), Def.Text);
+    std::snprintf(Row.Format, sizeof(Row.Format), "%s%s (%u): %s.", sGroup, sLevel, unsigned(Row.Code),
+                  Def.Text);
     return Row;
 }
 

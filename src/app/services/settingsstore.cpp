@@ -19,7 +19,8 @@ std::unique_ptr<QSettings> OpenStore(const QString& sDir)
 {
     if (sDir.isEmpty()) return std::make_unique<QSettings>(ORGANISATION, APPLICATION);
     QDir().mkpath(sDir);
-    return std::make_unique<QSettings>(QDir(sDir).filePath(QString(APPLICATION) + ".ini"), QSettings::IniFormat);
+    return std::make_unique<QSettings>(QDir(sDir).filePath(QString(APPLICATION) + ".ini"),
+                                       QSettings::IniFormat);
 }
 } // namespace
 

@@ -5,6 +5,7 @@
 #include "app/shell/commandtable.h"
 #include "app/shell/mainwindow.h"
 #include "core/host/corecalls.h"
+#include "core/host/corehooks.h"
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
 #include "device/target/datamanager.h"
@@ -97,12 +98,11 @@ template <U32 SIZE> void OnRead(int Id)
     SetActionResult(Id, I64(FromTargetOrder(ac, SIZE)));
 }
 
-/// The number of a register for the device by the name that a user writes; 0xFFFFFFFF with the error set if unknown.
-U32 RequireRegister(int Id, const QString& sName)
+/// The number of a core register for the device by the name that a user writes; 0xFFFFFFFF for any other register.
+U32 FindRegId(const QString& sName)
 {
     const int Index = FindCpuRegister(sName);
-    const U32 RegId = Index < 0 ? 0xFFFFFFFFu : Core_GetRegId(U32(Index));
-    return RegId;
+    return Index < 0 ? 0xFFFFFFFFu : Core_GetRegId(U32(Index));
 }
 
 void OnSetReg(int Id)
@@ -111,7 +111,7 @@ void OnSetReg(int Id)
     const QStringList Params = GetActionParams(Id);
     I64 Value = 0;
     if (!ParseNumberParam(Id, Params[1], &Value)) return;
-    const U32 RegId = RequireRegister(Id, Params[0]);
+    const U32 RegId = FindRegId(Params[0]);
     CDeviceDataManager::Get().Invalidate();
     if (RegId != 0xFFFFFFFFu)
         CDevice::Get().WriteRegAsync(RegId, U64(Value) & 0xFFFFFFFFu);
@@ -123,7 +123,7 @@ void OnGetReg(int Id)
 {
     if (!CheckParamCount(Id) || !RequireRegisters(Id)) return SetActionResult(Id, -1);
     const QString sName = GetActionParam(Id);
-    const U32 RegId = RequireRegister(Id, sName);
+    const U32 RegId = FindRegId(sName);
     U64 Value = 0;
     const bool Read = RegId != 0xFFFFFFFFu
                           ? CDeviceDataManager::Get().ReadRegBlocking(nullptr, RegId, &Value) == 0
@@ -149,7 +149,7 @@ void OnFillMemory(int Id)
         !ParseNumberParam(Id, Params[2], &Value))
         return;
     if (Size <= 0 || Size > I64(MAX_FILE_BYTES)) return SetActionError(Id, ERR_INVALID_PARAM);
-    const QByteArray Bytes(qsizetype(Size), char(Value));
+    const QByteArray Bytes = QByteArray(qsizetype(Size), char(Value));
     CDevice::Get().WriteMemAsync(Addr, U32(Size), 0x10000, 0, MEM_FLAG_DOWNLOAD, Bytes.constData(), nullptr);
 }
 
@@ -161,7 +161,7 @@ void OnSaveMemory(int Id)
     I64 Size = 0;
     if (!ParseAddrParam(Id, Params[1], &Addr) || !ParseNumberParam(Id, Params[2], &Size)) return;
     if (Size <= 0 || Size > I64(MAX_FILE_BYTES)) return SetActionError(Id, ERR_INVALID_PARAM);
-    QByteArray Bytes(qsizetype(Size), '\0');
+    QByteArray Bytes = QByteArray(qsizetype(Size), '\0');
     constexpr I64 CHUNK = 4096;
     for (I64 Pos = 0; Pos < Size; Pos += CHUNK) {
         const U32 n = U32(std::min(CHUNK, Size - Pos));

@@ -67,6 +67,7 @@ public:
 
     using CWindow::Connect;
     using CWindow::Disconnect;
+    using CWindow::OnWindowClosed;
 
     /// \name The session's operations
     ///@{

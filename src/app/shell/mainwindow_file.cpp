@@ -1,5 +1,6 @@
 // Opening projects, programs and sources; reload of a changed program; closing of documents.
 #include "app/actions/actions.h"
+#include "app/actions/commandtext.h"
 #include "app/console/consolewindow.h"
 #include "app/services/appinfo.h"
 #include "app/services/cmdline.h"
@@ -11,6 +12,7 @@
 #include "app/shell/sessiondecisions.h"
 #include "app/shell/warningsdialog.h"
 #include "app/shell/programdata.h"
+#include "core/cache/core.h"
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
 #include "device/target/datamanager.h"
@@ -52,7 +54,7 @@ void CMainWindow::OpenProject(const QString& sPath)
         if (CMessageBox::Ask(MSGBOX_STOP_DEBUGGING) != QDialogButtonBox::Yes) return;
         m_S.PendingAction = PENDING_OPEN_PROJECT;
         m_S.sStoredProject = sPath;
-        PerformAction(ACT_DEBUG_STOP);
+        ::PerformAction(ACT_DEBUG_STOP);
         return;
     }
     if (!SaveModifiedDocuments()) return;
@@ -74,10 +76,7 @@ void CMainWindow::OnProjectFileOpened(QString sPath)
     }
     const QString sProbeSettings = Project.GetProbeSettingsPath();
     if (!sProbeSettings.isEmpty()) Project.GetHooks().SetDeviceParamText(DCP_SCRIPT_FILE, sProbeSettings);
-    ParseVarText(VAR_BREAK_AT_THIS_SYMBOL, 0, QStringLiteral("main"));
-    SetVar(VAR_TRACE_SOURCE, 0, false);
-    SetVar(VAR_TRACE_OVERRIDE_TIMINGS, Project.HasCommand(QStringLiteral("Project.SetTraceTiming")), false);
-    SetVar(VAR_TRACE_FILE_ENABLED, Project.HasCommand(QStringLiteral("Project.SetTraceFile")), false);
+    Project.PrepareProjectLoad();
     BScript::ExecScriptFunction(EVENT_ON_PROJECT_LOAD);
     ShowProjectWarnings();
     LoadDefaultRegisterSet();
@@ -111,14 +110,14 @@ void CMainWindow::LoadDefaultRegisterSet()
     const QString sFile = Hooks.DefaultRegisterFile();
     if (sFile.isEmpty()) return;
     LogMessage(71, sFile.toUtf8().constData());
-    PerformAction(ACT_PROJECT_ADD_SVD_FILE, sFile);
+    ::PerformAction(ACT_PROJECT_ADD_SVD_FILE, sFile);
 }
 
 void CMainWindow::NewProject()
 {
     if (CDevice::Get().IsConnected()) {
         if (CMessageBox::Ask(MSGBOX_STOP_DEBUGGING) != QDialogButtonBox::Yes) return;
-        PerformAction(ACT_DEBUG_STOP);
+        ::PerformAction(ACT_DEBUG_STOP);
         CDevice::Get().WaitForJobAndEvent(BT_DISCONNECT, true);
     }
     if (!SaveModifiedDocuments()) return;
@@ -228,6 +227,10 @@ void CMainWindow::OpenElfDataFile(const QString& sPath)
         PROG_Unload();
         ClearProgramData();
         Result = PROG_Load(sPath);
+        if (Result == 0) {
+            Core::ClearCache();
+            Core::AnalyzeProgram();
+        }
     }
     if (Result < 0) {
         // The reason is in the console already; the project keeps no program that isn't there.
@@ -275,7 +278,7 @@ void CMainWindow::OnDataFileOpened(QString sPath)
     const PROJECT_HOOKS& Hooks = CProject::Get().GetHooks();
     if (PROG_IsLoaded() && !Hooks.DataEndianMatches()) {
         LogMessage(93);
-        PerformAction(ACT_TARGET_SET_ENDIANESS, PROG_GetByteOrder());
+        ::PerformAction(ACT_TARGET_SET_ENDIANESS, PROG_GetByteOrder());
     }
     for (CWindow* pWindow : m_Windows)
         if (PROG_IsLoaded()) pWindow->SetSrcLanguage(PROG_GetSrcLang());
@@ -285,7 +288,7 @@ void CMainWindow::OnDataFileOpened(QString sPath)
     if (sPath == m_S.sProgramPath)
         m_W.pSource->ReopenResolvedDocuments();
     else
-        m_W.pSource->ShowProgramEntryPoint();
+        m_W.pSource->SelectLocation(PROG_GetMainSrcLoc());
     if (PROG_IsLoaded())
         LogInfo(QStringLiteral("File.Open: completed in %1 ms").arg(m_S.OpenTime.elapsed()));
     const bool SameFile = sPath == m_S.sProgramPath;
@@ -318,7 +321,7 @@ void CMainWindow::CheckProgramFileChanged()
     if (CMessageBox::Ask(MSGBOX_RELOAD_PROGRAM) == QDialogButtonBox::Yes) {
         m_S.OpenFlags = OPEN_FLAG_RELOAD;
         SetActionParams(ACT_FILE_OPEN, sPath);
-        PerformAction(ACT_FILE_OPEN);
+        ::PerformAction(ACT_FILE_OPEN);
     }
     m_S.AskingReload = false;
 }
@@ -438,7 +441,7 @@ void OnFileSaveAll(int Id)
 {
     if (!CheckParamCount(Id)) return;
     const CProject& Project = CProject::Get();
-    if (Project.IsModified()) PerformAction(ACT_FILE_SAVE_PROJECT_AS, Project.GetPath());
+    if (Project.IsModified()) ::PerformAction(ACT_FILE_SAVE_PROJECT_AS, Project.GetPath());
     CMainWindow::Get().GetSessionWindows().pSource->SaveAll();
 }
 

@@ -5,7 +5,7 @@
 #include "app/shell/commandtable.h"
 #include "app/shell/mainwindow.h"
 #include "app/shell/sessiondecisions.h"
-#include "core/cache/instcache.h"
+#include "core/cache/core.h"
 #include "core/host/corecalls.h"
 #include "core/host/corehost.h"
 #include "core/plugin/coreplugin.h"
@@ -46,7 +46,8 @@ void CMainWindow::StepInstruction(bool Over)
     CDevice& Dev = CDevice::Get();
     const U32 PC = Dev.GetPC();
     CORE_INST_INFO Info{};
-    if (Over && Core::GetInstInfo(PC, &Info) == 0 && Info.Length > 0 && (Info.Flags & CORE_INST_CALL))
+    if (Over) Core::ReadInst(&Info, PC);
+    if (Info.Length > 0 && (Info.Flags & CORE_INST_CALL))
         Dev.RunToAsync(PC + U32(Info.Length));
     else
         Dev.StepInstAsync();
@@ -135,7 +136,7 @@ void CMainWindow::AskBackgroundMemAccess()
                        "(background memory access emulation).<br><br>See the user guide, chapter Background Memory "
                        "Access.<br><br>Enable background memory access emulation?"),
         QDialogButtonBox::Yes | QDialogButtonBox::No, MSGBOX_MODE_REMEMBER);
-    PerformAction(ACT_EDIT_SYS_VAR, QStringLiteral("VAR_ALLOW_BMA_EMULATION"),
+    ::PerformAction(ACT_EDIT_SYS_VAR, QStringLiteral("VAR_ALLOW_BMA_EMULATION"),
                   Answer == QDialogButtonBox::Yes ? 1 : 0);
 }
 

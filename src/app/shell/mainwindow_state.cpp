@@ -35,7 +35,7 @@ void CMainWindow::UpdateActions()
     const bool C = IsTargetUsable(), S = Dev.IsConnected(), H = Dev.IsHalted();
     const bool DocModified = m_W.pSource->HasDocumentWithUnsavedChanges();
 
-    SetBoth({ACT_FILE_SAVE}, m_W.pSource->IsDocumentModified(m_W.pSource->GetFile(m_W.pSource->GetActiveFile())));
+    SetBoth({ACT_FILE_SAVE}, m_W.pSource->IsDocumentModified(m_W.pSource->GetActiveFileNo()));
     SetBoth({ACT_FILE_SAVE_PROJECT_AS}, Project.IsOpen());
     SetBoth({ACT_FILE_SAVE_ALL}, (Project.IsOpen() && Project.IsModified()) || DocModified);
     SetBoth({ACT_DEBUG_START, ACT_DEBUG_DOWNLOAD_RESET, ACT_DEBUG_ATTACH, ACT_DEBUG_ATTACH_HALT}, C && !S);

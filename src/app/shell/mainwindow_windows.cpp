@@ -135,7 +135,7 @@ void CMainWindow::UpdateWindowMenu()
     pMenu->addSeparator();
     int Number = 0;
     for (const QString& sPath : m_W.pSource->GetFilePaths()) {
-        const QString sMark = m_W.pSource->IsDocumentModified(m_W.pSource->GetFile(sPath)) ? QStringLiteral("*") : QString();
+        const QString sMark = m_W.pSource->IsDocumentModified(GetViewFileNo(sPath)) ? QStringLiteral("*") : QString();
         QAction* pEntry = pMenu->addAction(QStringLiteral("&%1 %2%3").arg(++Number).arg(QFileInfo(sPath).fileName(), sMark));
         pEntry->setCheckable(true);
         pEntry->setChecked(sPath == m_W.pSource->GetActiveFile());
@@ -223,7 +223,7 @@ void OnToolbar(int Id)
 template <TOOLBAR_INDEX INDEX> void OnToggleToolbar(int)
 {
     const bool Shown = !Main().GetToolBar(INDEX)->isHidden();
-    PerformAction(Shown ? ACT_TOOLBAR_CLOSE : ACT_TOOLBAR_SHOW, QString::fromLatin1(TOOLBARS[INDEX].Title));
+    ::PerformAction(Shown ? ACT_TOOLBAR_CLOSE : ACT_TOOLBAR_SHOW, QString::fromLatin1(TOOLBARS[INDEX].Title));
 }
 
 void SetFloating(bool Floating)
@@ -258,7 +258,9 @@ void OnViewLine(int Id)
     bool Ok = false;
     const int Line = GetActionParam(Id).toInt(&Ok, 0);
     CSourceWindow& Source = *Main().GetSessionWindows().pSource;
-    if (!Ok || Line < 1 || !Source.SelectLine(Line)) SetActionError(Id, ERR_INVALID_PARAM);
+    const auto NumLines = Source.GetDocText(Source.GetActiveFile()).count('\n') + 1;
+    if (!Ok || Line < 1 || Line > NumLines) return SetActionError(Id, ERR_INVALID_PARAM);
+    Source.GotoLine(Line);
 }
 
 void OnViewPC(int Id)

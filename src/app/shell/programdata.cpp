@@ -1,6 +1,6 @@
 #include "app/shell/programdata.h"
 
-#include "program/datafiles/datafile.h"
+#include "program/datafiles/fileworker.h"
 #include "program/elf/elf.h"
 #include "program/tables/prog.h"
 
@@ -60,9 +60,11 @@ PROGRAM_DATA GetProgramData(const QString& sPath, U32 BinAddr)
     } else if (IsElfFile(sPath)) {
         Data = ReadElf(sPath);
     } else {
-        Data.sError = DATAFILE_Read(sPath, BinAddr, [&Data](U32 Addr, const QByteArray& Bytes) {
-            Data.Blocks.append({Addr, Bytes});
-        });
+        const bool Binary = QFileInfo(sPath).suffix().compare("bin", Qt::CaseInsensitive) == 0;
+        for (const CFileBlock& Block : BFile::CFileWorker::Instance().ReadFile(sPath, Binary ? I64(BinAddr) : -1))
+            Data.Blocks.append({Block.LoadAddr, Block.Data});
+        // The reader has told the reason where it knows one.
+        if (Data.Blocks.isEmpty()) Data.sError = QStringLiteral("no data in file ") + sPath;
     }
     std::sort(Data.Blocks.begin(), Data.Blocks.end(),
               [](const PROGRAM_DATA_BLOCK& a, const PROGRAM_DATA_BLOCK& b) { return a.Addr < b.Addr; });

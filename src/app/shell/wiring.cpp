@@ -6,14 +6,16 @@
 #include "app/services/diaglog.h"
 #include "app/services/log.h"
 #include "app/services/messages.h"
+#include "app/shell/elfdiag.h"
 #include "app/shell/mainwindow.h"
-#include "core/cache/instcache.h"
+#include "core/cache/core.h"
 #include "core/host/corecalls.h"
 #include "core/host/corehooks.h"
 #include "core/host/corehost.h"
 #include "device/breakpoints/breakpointsdatamodel.h"
 #include "device/queue/device.h"
 #include "device/target/datamanager.h"
+#include "device/stepping/devicestepping.h"
 #include "device/target/devicetarget.h"
 #include "program/elf/elf.h"
 #include "program/eval/evalhooks.h"
@@ -24,6 +26,8 @@
 #include "project/finder/filefinder.h"
 #include "project/settings/sysvars.h"
 #include "script/host/bscript.h"
+#include "views/debug/sourcewindow.h"
+#include "views/framework/messagebox.h"
 
 #include <QFileInfo>
 #include <cstring>
@@ -38,10 +42,8 @@ void WireActions()
         const CSrcLoc Loc = PROG_ParseSrcLoc(sText);
         return Loc.IsValid() ? PROG_GetSrcLocText(Loc) : QString();
     };
-    Hooks.CheckStringArg = [](I64 Value, const QString& sName) {
-        return BScript::CheckStringArg(Value, sName.toUtf8().constData());
-    };
-    Hooks.ReadStringArg = [](I64 Value) { return QString::fromUtf8(reinterpret_cast<const char*>(Value)); };
+    Hooks.CheckStringArg = BScript::CheckStringArg;
+    Hooks.ReadStringArg = BScript::ReadStringArg;
     Hooks.WaitJob = [](int JobType, int Flag) { CDevice::Get().WaitForJobAndEvent(U32(JobType), Flag != 0); };
     Hooks.GetNumAddrsOfLocation = [](const QString& sLocation) {
         const CSrcLoc Loc = PROG_ParseSrcLoc(sLocation);
@@ -84,21 +86,6 @@ void WireCore()
         return CDeviceTarget::Get().ReadMemBlocking(U32(Addr), nullptr, Size, pBuffer, nullptr);
     };
     Hooks.SizeRegCache = [](U32 NumSlots) { CDeviceDataManager::Get().InitRegCache(NumSlots); };
-    Hooks.ReadProgramData = [](U64 Addr, U32 Size, void* pBuffer) {
-        return PROG_ReadBytes(U32(Addr), Size, pBuffer) == int(Size) ? int(Size) : -1;
-    };
-    Hooks.GetProgramRange = [](U64* paRange) {
-        U64 LowVirt = ~0ull, LowLoad = ~0ull;
-        for (const PROG_BLOCK& Block : PROG_GetBlocks()) {
-            LowVirt = std::min(LowVirt, Block.VirtAddr);
-            LowLoad = std::min(LowLoad, Block.LoadAddr);
-        }
-        paRange[0] = LowVirt;
-        paRange[1] = LowLoad;
-        const U32 Entry = PROG_GetEntryPoint();
-        paRange[2] = Entry == ADDR_NONE ? ~0ull : Entry;
-        return 0;
-    };
 }
 
 /// Reads one location for the evaluator. Blocks on the target, as every evaluation does.
@@ -113,13 +100,17 @@ void WireEvaluator()
     Hooks.IsConnected = [] { return CDevice::Get().IsConnected(); };
     Hooks.GetFramePC = [] {
         const CCallStack& Stack = CCallStack::GetInstance();
-        const CCallFrame& Frame = Stack.GetSelectedFrame();
-        if (Frame.Index >= 0) return U32(Stack.GetFramePC(Frame));
+        const CCallFrame& Frame = Stack.GetFrame(std::max(Stack.GetSelectedFrame(), 0));
+        if (CDevice::Get().IsHalted() && Stack.IsPCValid(Frame)) return U32(Stack.GetPC(Frame));
         return CDevice::Get().IsHalted() ? CDevice::Get().GetPC() : ADDR_NONE;
     };
     Hooks.ResolveLoc = [](const ELF_SYM_LOC& Loc) {
-        CCallStack& Stack = CCallStack::GetInstance();
-        return Stack.ResolveLocation(Stack.GetSelectedFrame(), Loc);
+        const CCallStack& Stack = CCallStack::GetInstance();
+        const CCallFrame& Frame = Stack.GetFrame(std::max(Stack.GetSelectedFrame(), 0));
+        // Without a frame only what lies at a fixed place has a location.
+        return Frame.IsEmpty() && (ELF_LocIsMemory(Loc) && Loc.aPart[0].Type == ELF_LOC_MEM_FIXED)
+                   ? Loc
+                   : Stack.ResolveLocation(Frame, Loc);
     };
     Hooks.ReadLoc = ReadLocBlocking;
     Hooks.ReadMem = [](U32 Addr, U32 nBytes, U8* paData) {
@@ -142,6 +133,89 @@ void OnElfDiag(const ELF_DIAG* pDiag)
     LogProgramDiag(GetElfDiagText(*pDiag), pDiag->Flags, hProgram);
 }
 
+/// The unwinder's way to target data: answers come back through a listener of its own.
+class CUnwindReader : public CDeviceEventListener {
+public:
+    void OnDeviceReadLocDone(const ELF_SYM_LOC& Loc, U32 nBytes, const char*, U8* paData) override
+    {
+        CCallStack::GetInstance().OnReadLocDone(Loc, nBytes, paData);
+    }
+    void OnDeviceReadLocFailed(const ELF_SYM_LOC& Loc, U32 nBytes, const char*, U8*) override
+    {
+        CCallStack::GetInstance().OnReadLocDone(Loc, nBytes, nullptr);
+    }
+    void OnDeviceReadLocsDone(U32 Cnt, ELF_SYM_LOC*, U64* paValues, U8* paStatus, U32 Tag) override
+    {
+        CCallStack::GetInstance().OnReadLocsDone(Tag, Cnt, paValues, paStatus);
+    }
+    void OnDeviceReadLocsFailed(U32, ELF_SYM_LOC*, U32 Tag) override { CCallStack::GetInstance().OnReadLocsFailed(Tag); }
+};
+
+CUnwindReader* s_pUnwindReader = nullptr;
+
+void WireUnwinder()
+{
+    if (!s_pUnwindReader) s_pUnwindReader = new CUnwindReader;
+    UNWIND_HOOKS Hooks;
+    Hooks.IsTargetHalted = [] { return CDevice::Get().IsConnected() && CDevice::Get().IsHalted(); };
+    Hooks.ReadLoc = [](const ELF_SYM_LOC& Loc, U32 NumBytes) {
+        return CDeviceDataManager::Get().ReadSymDataCached(s_pUnwindReader, Loc, NumBytes, nullptr) ==
+                       CDeviceDataManager::REFUSED
+                   ? -1
+                   : 0;
+    };
+    Hooks.ReadMem = [](U32 Addr, U32 NumBytes, void* pData) {
+        return CDeviceDataManager::Get().ReadMemBlocking(Addr, NumBytes, pData);
+    };
+    Hooks.ReadLocs = [](U32 Count, const ELF_SYM_LOC* paLoc, U32 Tag) {
+        return CDevice::Get().ReadLocsAsync(Count, paLoc, Tag);
+    };
+    Hooks.SetTopReturnAddr = [](U64 ReturnAddr) {
+        DEVICE_STATE& State = CDevice::Get().State;
+        State.ReturnAddr = ReturnAddr;
+        State.ReturnAddrStatus = DATA_VALID;
+    };
+    Hooks.GetDepthLimit = [] { return U32(std::max<I64>(GetVarValue(PREF_CALLSTACK_DEPTH_LIMIT), 1)); };
+    UNWIND_SetHooks(Hooks);
+    CCallStack::RegisterHooks();
+}
+
+void WireBreakpointLogic()
+{
+    BREAKPOINT_HOOKS Hooks;
+    Hooks.EvalCondition = [](const QString& sExpr, U32) {
+        BP_COND_RESULT Result;
+        CExpression Expr(sExpr);
+        if (Expr.GetResultCode() == EXPR_SYNTAX_ERROR) {
+            Result.Kind = BP_COND_PARSE_ERROR;
+            return Result;
+        }
+        // The stack is that of the last halt that was reported; this one is judged before.
+        CCallStack::GetInstance().Invalidate();
+        CCallStack::GetInstance().UpdateTopFrame();
+        if (Expr.Evaluate() < 0) {
+            Result.Kind = Expr.GetResult().IsEmpty() && Expr.GetError().isEmpty() ? BP_COND_NO_RESULT : BP_COND_EVAL_ERROR;
+            Result.Error = Expr.GetError();
+            return Result;
+        }
+        CSymbol Value = Expr.GetResult();
+        Value.Read();
+        double Double = 0;
+        if (Value.Type.IsFloat() && Value.GetDouble(&Double))
+            Result.Value = Double != 0;
+        else if (!Value.GetInteger(&Result.Value))
+            Result.Kind = BP_COND_UNREADABLE;
+        return Result;
+    };
+    Hooks.CallScript = [](const QString& sFunc) { BScript::ExecScriptFunction(sFunc); };
+    Hooks.ShowConsoleMsg = [](const QString& sText) { CConsoleWindow::Get().PrintInColor(sText, COLOR_LOGGING_SCRIPT); };
+    Hooks.ShowPopupMsg = [](const QString& sTitle, const QString& sText) { CMessageBox::ShowInfo(sTitle, sText); };
+    Hooks.GetSourceText = [](const CSrcLoc& Loc) {
+        return CMainWindow::Exists() ? CMainWindow::Get().GetSessionWindows().pSource->GetActiveDocTextLine(Loc) : QString();
+    };
+    BP_SetHooks(Hooks);
+}
+
 } // namespace
 
 void WireLayers()
@@ -152,6 +226,9 @@ void WireLayers()
     WireActions();
     WireScript();
     WireFinder();
+    Core::RegisterHooks();
     WireCore();
     WireEvaluator();
+    WireUnwinder();
+    WireBreakpointLogic();
 }

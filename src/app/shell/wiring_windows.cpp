@@ -133,9 +133,6 @@ void WireEnvironment()
         return Id < 0 ? -1 : int(PerformActionList(Id, Params));
     };
     Env.IsCommandEnabled = [](const QString& sCommand) { return IsCommandEnabled(FindCommand(sCommand)); };
-    Env.GetPreference = [](int VarID) { return GetVarValue(VarID); };
-    Env.GetColor = [](int ColorID) { return GetColorValue(ColorID); };
-    Env.GetFontText = [](int FontID) { return FontToText(GetFont(FontID)); };
     Env.LinkActions = LinkActions;
     Env.UnlinkActions = UnlinkActions;
     SetWindowEnv(Env);

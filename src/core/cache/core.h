@@ -14,12 +14,11 @@
 #pragma once
 #include "app/services/types.h"
 #include "core/plugin/coreplugin.h"
+#include "program/datafiles/rawblocks.h"
 #include "program/elf/elf.h"
 #include "program/tables/addrrange.h"
 
 #include <QString>
-
-struct PROG_BLOCK;
 
 namespace Core {
 
@@ -35,7 +34,7 @@ int Bind(ELF_HANDLE hFile);
 int Unbind();
 /// Loaded blocks of a program that comes from a data file, which has no sections and no regions. The bytes
 /// belong to the caller and live until the next call or Unbind.
-void SetBlocks(const PROG_BLOCK* paBlock, U32 NumBlocks);
+void SetBlocks(const BFile::RAW_BLOCK* paBlock, U32 NumBlocks);
 /// Decodes all code regions of the bound file; without a file, the blocks. Gives the bytes decoded.
 int AnalyzeProgram();
 /// Decodes one address range into the cache; gives the bytes decoded. pData are the bytes at Start.

@@ -157,7 +157,7 @@ int Unbind() {
     return 0;
 }
 
-void SetBlocks(const PROG_BLOCK* paBlock, U32 NumBlocks) {
+void SetBlocks(const BFile::RAW_BLOCK* paBlock, U32 NumBlocks) {
     {
         CBindingLock Lock;
         if (Lock.Get().hFile) return; // the file's own blocks are in place already

@@ -8,8 +8,6 @@
 #include <memory>
 #include <vector>
 
-struct PROG_BLOCK;
-
 namespace Core {
 
 struct REGION {

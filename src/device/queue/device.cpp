@@ -100,7 +100,9 @@ void CDevice::run()
         if (Exhausted) continue;
         std::unique_lock Lock(m_WakeMutex);
         auto IsAwake = [this] { return m_WakeSignalled; };
-        if (State.Connected)
+        if (State.Connected && State.Running)
+            m_WakeCond.wait_for(Lock, std::chrono::milliseconds(State.WatchIntervalMS + 1), IsAwake);
+        else if (State.Connected)
             m_WakeCond.wait_for(Lock, WAIT_CONNECTED, IsAwake);
         else
             m_WakeCond.wait(Lock, IsAwake);

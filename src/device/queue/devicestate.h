@@ -22,6 +22,7 @@ private:
 };
 
 inline constexpr U64 ADDR64_NONE = ~U64(0);
+inline constexpr U32 WATCH_INTERVAL_MAX_MS = 50;
 
 struct DEVICE_STATE {
     // Target state, written by the worker.
@@ -50,6 +51,9 @@ struct DEVICE_STATE {
     CShared<U64> FuncHandle;                ///< ELF_SYM_HANDLE of that function, 0 when none
 
     CShared<U64> HiddenBPAddr = ADDR64_NONE; ///< breakpoint of a step or run-to, all ones when none
+    /// Time between two looks at a running target, ms. Short right after a resume, as most steps and conditions end at
+    /// once, and doubled with each look in vain, so that a target that runs on costs little probe traffic.
+    CShared<U32> WatchIntervalMS = WATCH_INTERVAL_MAX_MS;
     CShared<U32> PendingJob;                 ///< the job that the hidden breakpoint is to complete, 0 when none
     CShared<U32> ResetMode;                  ///< last RESET_MODES
     CShared<I32> LastDownloadError;          ///< 0 or the library's negative code

@@ -88,7 +88,7 @@ void CDeviceDataManager::_ClearImages()
     m_CPRegs.Invalidate();
 }
 
-void CDeviceDataManager::InvalidateAll()
+void CDeviceDataManager::Invalidate()
 {
     _ClearImages();
     m_Requests.clear();

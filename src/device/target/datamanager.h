@@ -53,7 +53,7 @@ public:
 
     // ---- Upkeep ----------------------------------------------------------------------------------------
     void InitRegCache(U32 Count); ///< the core has been loaded; 0: it is gone
-    void InvalidateAll();         ///< images cleared, parked requests dropped
+    void Invalidate();         ///< images cleared, parked requests dropped
     void CancelMemRequests();
     void RemoveListener(CDeviceEventListener* pListener);
     /// For the destructor of any listener; does nothing before the manager exists.
@@ -68,15 +68,15 @@ public:
     void OnDeviceReadRegsFailed(U32 Cnt, U32* paBrylloRegIdxs) override;
     void OnDeviceReadCPRegDone(const char* sReg, U64 Value) override;
     void OnDeviceReadCPRegFailed(const char* sReg) override;
-    void OnDeviceConnectDone(CONNECT_MODES) override { InvalidateAll(); }
-    void OnDeviceDisconnectDone() override { InvalidateAll(); }
-    void OnDeviceStepped(U32) override { InvalidateAll(); }
-    void OnDeviceHaltDone(U32, HALT_REASONS) override { InvalidateAll(); }
+    void OnDeviceConnectDone(CONNECT_MODES) override { Invalidate(); }
+    void OnDeviceDisconnectDone() override { Invalidate(); }
+    void OnDeviceStepped(U32) override { Invalidate(); }
+    void OnDeviceHaltDone(U32, HALT_REASONS) override { Invalidate(); }
     void OnDeviceResetDone(U32, RESET_MODES) override;
-    void OnDeviceEvalBPCondition(U32) override { InvalidateAll(); }
-    void OnDeviceEndianessChanged(int, int) override { InvalidateAll(); }
-    void OnDeviceWriteAccess() override { InvalidateAll(); }
-    void OnDeviceResetTargetExecStateDone() override { InvalidateAll(); }
+    void OnDeviceEvalBPCondition(U32) override { Invalidate(); }
+    void OnDeviceEndianessChanged(int, int) override { Invalidate(); }
+    void OnDeviceWriteAccess() override { Invalidate(); }
+    void OnDeviceResetTargetExecStateDone() override { Invalidate(); }
     void OnDeviceResumeDone(RESUME_MODES) override { _ClearImages(); }
     void OnDeviceSetTargetExecStateDone(U64 PC, U64 SP) override;
 

@@ -175,12 +175,12 @@ void CDeviceDataManager::OnDeviceResetDone(U32, RESET_MODES Mode)
 {
     // The report after an execution state was set comes behind its values, which are good.
     if (Mode == RM_EXEC_STATE_SET) return;
-    InvalidateAll();
+    Invalidate();
 }
 
 void CDeviceDataManager::OnDeviceSetTargetExecStateDone(U64 PC, U64 SP)
 {
-    InvalidateAll();
+    Invalidate();
     m_Regs.Set(Core_GetPCRegId(), PC, DATA_VALID);
     m_Regs.Set(Core_GetSPRegId(), SP, DATA_VALID);
 }

@@ -86,6 +86,8 @@ public:
     void OnInvalidHaltStatus();
     void TestConnectionLost();
     int SetTargetExecState(U64 PC, U64 SP); ///< 0, 0: read both
+    /// The return address of the top frame, as the unwinder has found it; a step out runs there. Any thread.
+    void SetReturnAddr(U64 Addr);
     int ResetTargetExecState();
     /// Takes the hidden breakpoint away and puts the list's record under it back. False when one stays.
     bool RemoveHiddenBreakpoint();
@@ -102,6 +104,9 @@ public:
     bool ReadSWOTraceCapability();
     bool ReadStreamingTraceCapability();
     bool IsBMAAvailable() const;   ///< any thread
+    /// The CPU stands, for a read by the calling thread. Other threads than the worker go by what is published, and
+    /// by the halt that is being evaluated, whose condition is read while it is not published yet. Any thread.
+    bool IsStanding();
     bool CanAccessMemory();        ///< any thread
     /// The zone of an access: the given one, else the one for a running target; null for the default. The text
     /// lives until the next call on the same thread. Any thread.
@@ -199,7 +204,6 @@ private:
     int _QueryHaltStatus();
     void _SetEndian(U32 Data, U32 Inst);
     void _RestoreListEntry(const BP& Saved);
-    int _GetInst(U32 Addr, void* pInfo);
     U32 _ReadOnce(U32 Addr, U32 nBytes, U32 AW, const char* sZone, U8* pData);
     U32 _WriteOnce(U32 Addr, U32 nBytes, U32 AW, const char* sZone, const U8* pData);
     bool _HaltBeforeMemoryIO(U32* pFlags);
@@ -217,4 +221,5 @@ private:
     BP m_SavedBP{};                      ///< user's breakpoint under the hidden one
     BP m_aDownloadBP[BP_LIST_SIZE] = {}; ///< the list while a download programs flash
     U32 m_NumDownloadBPs = 0;
+    bool m_DownloadOpen = false;         ///< between BeginDownload and EndDownload; worker
 };

@@ -390,11 +390,18 @@ bool CDeviceTarget::IsBMAAvailable() const
     }
 }
 
+bool CDeviceTarget::IsStanding()
+{
+    if (_Dev().IsWorkerThread()) return IsTargetHalted();
+    const DEVICE_STATE& State = _State();
+    if (!State.Connected) return false;
+    return State.Halted || (State.HaltSeqActive && State.HaltedRaw);
+}
+
 bool CDeviceTarget::CanAccessMemory()
 {
     if (!_State().Connected) return false;
-    const bool IsHalted = _Dev().IsWorkerThread() ? IsTargetHalted() : bool(_State().Halted);
-    return IsHalted || IsBMAAvailable();
+    return IsStanding() || IsBMAAvailable();
 }
 
 const char* CDeviceTarget::GetAccessZone(const char* sZone) const

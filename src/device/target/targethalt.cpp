@@ -3,8 +3,9 @@
 #include "device/target/devicetarget.h"
 #include "platform/probe/bryllo.h"
 
+#include <algorithm>
+
 namespace {
-constexpr int WATCH_INTERVAL_MS = 50;
 constexpr int SELF_RESUME_INTERVAL_MS = 5'000;
 constexpr auto HALTED_QUERY_INTERVAL = std::chrono::milliseconds(51);
 } // namespace
@@ -42,8 +43,10 @@ void CDeviceTarget::CheckHandleHalt()
         return;
     }
     if (!State.Running) return;
-    const int Halted = PollTargetHaltStatus(WATCH_INTERVAL_MS);
+    const U32 Interval = State.WatchIntervalMS;
+    const int Halted = PollTargetHaltStatus(int(Interval));
     if (Halted == -1) OnInvalidHaltStatus();
+    if (Halted == 0) State.WatchIntervalMS = std::min(Interval * 2 + 1, WATCH_INTERVAL_MAX_MS);
     if (Halted != 1) return;
 
     const bool IsUserHalt = State.UserHaltRequested.Exchange(0);

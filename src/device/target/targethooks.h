@@ -2,7 +2,6 @@
 // An entry that stays null is passed over, as told beside it.
 #pragma once
 #include "app/services/types.h"
-#include "core/plugin/coreplugin.h"
 
 struct TARGET_HOOKS {
     /// The target has stopped on the hidden breakpoint of a step: 1 when the step goes on, 0 when it is over.
@@ -11,8 +10,6 @@ struct TARGET_HOOKS {
     /// Semihosting at a halt or after a step: 0 no request, 1 the target has been resumed, 2 the operation is
     /// pending, the target stands and the halt stays open. Default 0. Worker.
     int (*CheckHandleSemihostingIRQ)(U32 PC, bool WasRunning) = nullptr;
-    /// Record of the instruction from the instruction cache; 0 or negative. Default: the core plug-in is asked.
-    int (*GetCachedInst)(U64 Addr, CORE_INST_INFO* pInfo) = nullptr;
     /// Value of a register in the selected task's context, which takes the place of the target's registers: 0 and
     /// the value, 1 when the context does not hold it, -1 when no context is selected. Default -1. GUI thread.
     int (*GetTaskReg)(U32 RegIdx, U64* pValue) = nullptr;

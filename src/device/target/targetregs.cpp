@@ -46,7 +46,7 @@ int CDeviceTarget::ReadReg(U32 BrylloRegIdx, U64* pOutRegVal)
     const char* sError = nullptr;
     if (!_State().Connected)
         sError = "ReadReg: not connected";
-    else if (!(_Dev().IsWorkerThread() ? IsTargetHalted() : bool(_State().Halted)))
+    else if (!IsStanding())
         sError = "ReadReg: not halted";
     else if (BrylloRegIdx == REG_NONE)
         sError = "ReadReg: invalid register index";

@@ -1,4 +1,5 @@
 // CDeviceTarget: reset, continue, halt and run-to, and the published execution state.
+#include "core/cache/core.h"
 #include "core/host/corecalls.h"
 #include "device/target/devicetarget.h"
 #include "platform/probe/bryllo.h"
@@ -55,13 +56,6 @@ int CDeviceTarget::FinishReset(RESET_MODES Mode)
     return 0;
 }
 
-int CDeviceTarget::_GetInst(U32 Addr, void* pInfo)
-{
-    auto* pInst = static_cast<CORE_INST_INFO*>(pInfo);
-    if (auto* pfGet = TARGET_GetHooks().GetCachedInst; pfGet && pfGet(Addr, pInst) == 0) return 0;
-    return Core_AnalyzeInst(Addr, pInst);
-}
-
 int CDeviceTarget::Continue()
 {
     DEVICE_STATE& State = _State();
@@ -77,14 +71,16 @@ int CDeviceTarget::Continue()
         _Dev().LogWarnMsg("Continue: not halted");
         return 0;
     }
-    _Dev().LogInfoMsg("Resuming target...");
+    _Dev().LogDebugMsg("Resuming target...");
     const U32 PC = U32(State.PC.Get());
     CORE_INST_INFO Inst = {};
-    if (_GetInst(PC, &Inst) == 0 && Inst.Length > 0 && (Inst.Flags & CORE_INST_SKIP_ON_RESUME))
+    if (State.PCStatus == DATA_VALID) Core::ReadInst(&Inst, PC);
+    if (Inst.Length > 0 && (Inst.Flags & CORE_INST_SKIP_ON_RESUME))
         Core_WriteReg(Core_GetPCRegId(), U64(PC) + U32(Inst.Length));
     State.HaltedRaw = 0;
     State.Halted = 0;
     BRYLLOARM_GoEx(0, 1);
+    State.WatchIntervalMS = 0;
     State.Running = 1;
     State.UserHaltRequested = 0;
     if (State.ResetMode == RM_RESET_AND_RUN) State.StartupDone = 1;
@@ -136,7 +132,7 @@ int CDeviceTarget::RunTo(U64 Addr)
     const U32 Addr32 = U32(Addr);
     const BP Bp = GetBreakpoint(Addr32);
     if (Bp.State != BP_STATE_ON) {
-        if (Bp.State == BP_STATE_DISABLED) m_SavedBP = Bp;
+        m_SavedBP = Bp.State == BP_STATE_DISABLED ? Bp : BP();
         if (Bp.State != BP_STATE_ON_HIDDEN &&
             SetBreakpoint(Addr32, BP_STATE_ON_HIDDEN, BP_TYPES(GetVarValue(VAR_BREAKPOINT_TYPE))) < 0) {
             m_SavedBP = BP();
@@ -165,6 +161,7 @@ int CDeviceTarget::SetTargetExecState(U64 PC, U64 SP)
     State.PC = PC;
     State.SPStatus = DATA_VALID;
     State.PCStatus = DATA_VALID;
+    State.ReturnAddrStatus = DATA_UNREAD; // of the new place; the unwinder finds it
 
     const U32 PC32 = U32(PC);
     const CSrcLoc Loc = PROG_HasSrcLoc(PC32) ? PROG_GetFirstSrcLoc(PC32) : CSrcLoc();
@@ -176,6 +173,13 @@ int CDeviceTarget::SetTargetExecState(U64 PC, U64 SP)
     State.FuncStart = hFunc ? U64(Range.Start) : ADDR64_NONE;
     State.FuncEnd = hFunc ? Range.End() : ADDR64_NONE;
     return 0;
+}
+
+void CDeviceTarget::SetReturnAddr(U64 Addr)
+{
+    if (!_State().Halted) return;
+    _State().ReturnAddr = Addr;
+    _State().ReturnAddrStatus = DATA_VALID;
 }
 
 int CDeviceTarget::ResetTargetExecState()

@@ -16,6 +16,11 @@ struct SECTION {
     U64 Addr;
 };
 
+struct CIE_INFO {
+    I64 DataAlign;
+    U32 RaColumn;
+};
+
 /// What the library sees as the object file.
 struct OBJECT {
     std::vector<SECTION> aSection;
@@ -93,6 +98,24 @@ struct CDwarfAdapter::IMPL {
         if (Result == DW_DLV_ERROR && Error) dwarf_dealloc(Dbg, Error, DW_DLA_ERROR);
         return Result == DW_DLV_OK;
     }
+    bool ReadCie(Dwarf_Cie pCie, CIE_INFO& Info) const
+    {
+        // All of the results must be asked for.
+        Dwarf_Unsigned Size = 0, CodeAlign = 0, InitialSize = 0;
+        Dwarf_Small Version = 0;
+        char* sAugmentation = nullptr;
+        Dwarf_Signed DataAlign = 1;
+        Dwarf_Half RaColumn = 0, OffsetSize = 0;
+        Dwarf_Ptr pInitial = nullptr;
+        Dwarf_Error Error = nullptr;
+        if (!IsGood(dwarf_get_cie_info_b(pCie, &Size, &Version, &sAugmentation, &CodeAlign, &DataAlign, &RaColumn,
+                                         &pInitial, &InitialSize, &OffsetSize, &Error),
+                    Error)) {
+            return false;
+        }
+        Info = {DataAlign, RaColumn};
+        return true;
+    }
     Dwarf_Fde Fde(const DWARF_FDE& Record) const { return aList[Record.InEhFrame].paFde[Record.Index]; }
 };
 
@@ -167,13 +190,8 @@ bool CDwarfAdapter::_LoadList(bool EhFrame)
         m_aFde.push_back({static_cast<U32>(Low), static_cast<U32>(High), static_cast<U32>(i), EhFrame});
     }
     if (m_NumCies == 0 && List.NumCies > 0) {
-        Dwarf_Half Column = 0;
-        Error = nullptr;
-        if (m_p->IsGood(dwarf_get_cie_info_b(List.paCie[0], nullptr, nullptr, nullptr, nullptr, nullptr, &Column,
-                                             nullptr, nullptr, nullptr, &Error),
-                        Error)) {
-            m_RaColumn = Column;
-        }
+        CIE_INFO Cie;
+        if (m_p->ReadCie(List.paCie[0], Cie)) m_RaColumn = Cie.RaColumn;
     }
     m_NumCies += static_cast<U32>(List.NumCies);
     return true;
@@ -230,15 +248,10 @@ bool CDwarfAdapter::GetInstructions(int Fde, const U8*& pBytes, U32& Size, I64& 
     if (!m_p->IsGood(dwarf_get_fde_instr_bytes(pFde, &pInst, &Length, &Error), Error)) return false;
     DataAlign = 1;
     Dwarf_Cie pCie = nullptr;
-    Dwarf_Signed Factor = 1;
+    CIE_INFO Cie;
     Error = nullptr;
-    if (m_p->IsGood(dwarf_get_cie_of_fde(pFde, &pCie, &Error), Error)) {
-        Error = nullptr;
-        if (m_p->IsGood(dwarf_get_cie_info_b(pCie, nullptr, nullptr, nullptr, nullptr, &Factor, nullptr, nullptr,
-                                             nullptr, nullptr, &Error),
-                        Error)) {
-            DataAlign = Factor;
-        }
+    if (m_p->IsGood(dwarf_get_cie_of_fde(pFde, &pCie, &Error), Error) && m_p->ReadCie(pCie, Cie)) {
+        DataAlign = Cie.DataAlign;
     }
     pBytes = static_cast<const U8*>(pInst);
     Size = static_cast<U32>(Length);

@@ -59,6 +59,8 @@ void ELF_FILE::CleanUpSymbols()
             break;
         }
     }
+    // Bit 0 of an ARM function's value tells the instruction set, also before a core says how code is aligned.
+    const U32 ValueMask = Image.Machine() == EM_ARM ? ~1u : ~0u;
     // Backwards, so that the next function with a greater value is always known.
     U64 NextValue = ~0ull, PrevValue = ~0ull;
     for (size_t i = aByValue.size(); i-- > 0;) {
@@ -70,9 +72,9 @@ void ELF_FILE::CleanUpSymbols()
         }
         U64 End;
         if (Sym.Size != 0 || !SectionEnd(Sym, End)) continue;
-        const U32 Start = ElfAlignCode(Sym.Value);
+        const U32 Start = ElfAlignCode(Sym.Value & ValueMask);
         End = End > 0xFFFFFFFFull ? 0xFFFFFFFFull : ElfAlignCode(static_cast<U32>(End));
-        if (NextValue != ~0ull) End = std::min<U64>(End, ElfAlignCode(static_cast<U32>(NextValue)));
+        if (NextValue != ~0ull) End = std::min<U64>(End, ElfAlignCode(static_cast<U32>(NextValue) & ValueMask));
         if (End > Start) Sym.Size = CheckedSize(Sym.Value, static_cast<U32>(End - Start));
     }
     for (const U32 Index : aByValue) {

@@ -36,7 +36,8 @@ private:
     const DWARF_UNIT& m_Unit;
     U32 m_Attr, m_PC;
     bool m_Nested = false;
-    bool m_IsFull = false;
+    bool m_IsFull = false;    ///< a part didn't fit
+    bool m_IsPartial = false; ///< an operation could not be expressed
     ELF_SYM_LOC m_Loc{};
 };
 
@@ -101,10 +102,12 @@ void CLocBuilder::_ImplicitValue(CByteCursor& Cur)
     if (ELF_SYM_LOC_PART* pPart = _Add(ELF_LOC_CONST)) pPart->Value = Value.GetUnsigned(static_cast<U32>(std::min<U64>(Size, 8)));
 }
 
-/// Steps over an operation that has no place in a location.
+/// Steps over an operation that has no place in a location. What stands around it would be a wrong place or
+/// value without it, so that the symbol has no location then.
 bool CLocBuilder::_Skip(CByteCursor& Cur, U32 Op)
 {
     ElfReport(ELF_ERR_LOC_ELEMENT, FLAGS_INTERNAL);
+    m_IsPartial = true;
     switch (Op) {
     case DW_OP_pick:
     case DW_OP_deref_size:
@@ -122,11 +125,6 @@ bool CLocBuilder::_Skip(CByteCursor& Cur, U32 Op)
     case DW_OP_reinterpret:
     case DW_OP_GNU_reinterpret:
     case DW_OP_GNU_const_index: Cur.SkipLeb(); break;
-    case DW_OP_regval_type:
-    case DW_OP_GNU_regval_type:
-        Cur.SkipLeb();
-        Cur.SkipLeb();
-        break;
     case DW_OP_deref_type:
     case DW_OP_GNU_deref_type:
         Cur.Skip(1);
@@ -191,6 +189,13 @@ bool CLocBuilder::_Operation(CByteCursor& Cur, U32 Op)
     case DW_OP_constu: Constant(Cur.GetULeb()); break;
     case DW_OP_consts: Constant(static_cast<U64>(Cur.GetSLeb())); break;
     case DW_OP_regx: _Register(static_cast<U32>(Cur.GetULeb())); break;
+    case DW_OP_regval_type:
+    case DW_OP_GNU_regval_type: {
+        const U32 Reg = static_cast<U32>(Cur.GetULeb());
+        Cur.SkipLeb();
+        if (Cur.IsOk()) _Register(Reg);
+        break;
+    }
     case DW_OP_bregx: {
         const U32 Reg = static_cast<U32>(Cur.GetULeb());
         _BaseRegister(Reg, Cur.GetSLeb());
@@ -250,6 +255,7 @@ ELF_SYM_LOC CLocBuilder::Build(const U8* pExpr, U32 Size, bool Nested)
         LastOp = Cur.GetU8();
         if (!_Operation(Cur, LastOp)) break;
     }
+    if (m_IsPartial) return {};
     _Fold();
     ELF_SYM_LOC_PART& Part = m_Loc.aPart[0];
     // The value on entry has no storage either way; it keeps its type, which can still be resolved in the caller.

@@ -227,7 +227,10 @@ U32 ELF_GetSymAccess(ELF_SYM_HANDLE hSym)
     DIE_REF Ref;
     if (!DieFind(hSym, Ref)) return 0;
     if (const DWARF_VALUE Value = DieAttr(*Ref.pFile, Ref.Die, DW_AT_accessibility)) return static_cast<U32>(Value.Value);
-    for (U32 Scope = Ref.pFile->FindParentScope(Ref.Die.Id); Scope != 0xFFFFFFFFu; Scope = Ref.pFile->aScope[Scope].Parent) {
+    // A definition outside of its class belongs to where it was declared.
+    DWARF_DIE Declared = Ref.Die;
+    DieTarget(*Ref.pFile, Ref.Die, DW_AT_specification, Declared);
+    for (U32 Scope = Ref.pFile->FindParentScope(Declared.Id); Scope != 0xFFFFFFFFu; Scope = Ref.pFile->aScope[Scope].Parent) {
         switch (Ref.pFile->aScope[Scope].Tag) {
         case DW_TAG_structure_type:
         case DW_TAG_union_type: return 1;

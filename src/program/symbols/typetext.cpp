@@ -31,6 +31,11 @@ std::string ParameterTexts(const ELF_FILE& File, const DWARF_DIE& Function, U32 
     return sText + ")";
 }
 
+bool IsNamed(U32 Tag)
+{
+    return Tag == DW_TAG_base_type || Tag == DW_TAG_unspecified_type || Tag == DW_TAG_typedef;
+}
+
 const char* Keyword(U32 Tag)
 {
     switch (Tag) {
@@ -44,6 +49,11 @@ const char* Keyword(U32 Tag)
 std::string BuildText(const ELF_FILE& File, const DWARF_DIE& Symbol, U32 Nesting)
 {
     std::string sText, sQualifiers, sTypedef;
+    bool IsVoid = false; // the chain ends without a type that has a name
+    auto AddQualifier = [&sQualifiers](const char* sWord) {
+        // A constant pointer to constant data needs the word only once.
+        if (sQualifiers.find(sWord) == std::string::npos) sQualifiers = sWord + sQualifiers;
+    };
     DWARF_DIE Die = Symbol;
     for (U32 i = 0; i < MAX_TYPE_LINKS && sText.size() < TEXT_BUFFER_SIZE; i++) {
         bool IsEnd = false;
@@ -84,16 +94,21 @@ std::string BuildText(const ELF_FILE& File, const DWARF_DIE& Symbol, U32 Nesting
         case DW_TAG_typedef: sTypedef = DieName(File, Die); break;
         case DW_TAG_base_type:
         case DW_TAG_unspecified_type: sText = DieName(File, Die) + sText; break;
-        case DW_TAG_const_type: sQualifiers = "const " + sQualifiers; break;
-        case DW_TAG_volatile_type: sQualifiers = "volatile " + sQualifiers; break;
+        case DW_TAG_const_type: AddQualifier("const "); break;
+        case DW_TAG_volatile_type: AddQualifier("volatile "); break;
         default: break;
         }
-        if (IsEnd || !HasNext) break;
+        if (IsEnd || !HasNext) {
+            IsVoid = !IsEnd && !IsNamed(Die.Tag());
+            break;
+        }
         Die = Next;
     }
     if (sText.find_first_not_of('*') == std::string::npos) {
         if (!sTypedef.empty()) sText = sTypedef + sText;
         else sText = "void" + (sText.empty() ? "*" : sText);
+    } else if (IsVoid) {
+        sText = "void" + sText;
     }
     return sQualifiers + sText;
 }

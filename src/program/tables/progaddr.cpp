@@ -107,7 +107,7 @@ I64 PROG_GetNextMappedAddr(U32 Addr)
     const CProgLock Lock;
     const PROG_TABLES& Tab = PROG_Tables(Lock);
     const auto it = std::upper_bound(Tab.aMapped.begin(), Tab.aMapped.end(), Addr);
-    return Tab.Loaded && it != Tab.aMapped.end() ? *it : -1;
+    return Tab.Loaded && it != Tab.aMapped.end() ? static_cast<I64>(*it) : -1;
 }
 
 I64 PROG_GetPrevMappedAddr(U32 Addr)
@@ -115,7 +115,7 @@ I64 PROG_GetPrevMappedAddr(U32 Addr)
     const CProgLock Lock;
     const PROG_TABLES& Tab = PROG_Tables(Lock);
     const auto it = std::lower_bound(Tab.aMapped.begin(), Tab.aMapped.end(), Addr);
-    return Tab.Loaded && it != Tab.aMapped.begin() ? *(it - 1) : -1;
+    return Tab.Loaded && it != Tab.aMapped.begin() ? static_cast<I64>(*(it - 1)) : -1;
 }
 
 int PROG_GetNextLineAddr(U32 Addr, U32* pNext)

@@ -187,7 +187,9 @@ ELF_SYM_LIST PROG_FindSymbolsAtSrcLoc(const CSrcLoc& Loc)
     if (!Tab.HasFunctionsAtLoc) {
         Tab.HasFunctionsAtLoc = true;
         for (const ELF_SYM_HANDLE hFunc : std::as_const(Tab.aFunction)) {
-            const CSrcLoc Decl = SymSrcLoc(Tab, hFunc);
+            // An expansion counts where its function is declared, not where it was called.
+            const bool IsInlined = ELF_GetSymTag(hFunc) == ELF_TAG_INLINED_SUBROUTINE;
+            const CSrcLoc Decl = SymSrcLoc(Tab, IsInlined ? ELF_GetSymOrigin(hFunc) : hFunc);
             if (Decl.IsValid()) Tab.FunctionsAtLoc[CSrcLoc(Decl.File, Decl.Line)].append(hFunc);
         }
     }
@@ -195,7 +197,7 @@ ELF_SYM_LIST PROG_FindSymbolsAtSrcLoc(const CSrcLoc& Loc)
     CSrcLoc Code = PROG_GetPrevLineWithCode(Loc);
     for (int Tries = 0; Tries < 2 && Code.IsValid(); Tries++) {
         const I64 Addr = PROG_GetFirstAddr(Code);
-        const ELF_SYM_HANDLE hFunc = Addr < 0 ? 0 : ProgFunctionAt(Tab, static_cast<U32>(Addr), true);
+        const ELF_SYM_HANDLE hFunc = Addr < 0 ? 0 : ProgFunctionAt(Tab, static_cast<U32>(Addr), false);
         if (hFunc) {
             if (!aFound.contains(hFunc)) aFound.append(hFunc);
             const ELF_SYM_HANDLE hOrigin = ELF_GetSymOrigin(hFunc);
@@ -290,7 +292,7 @@ I64 PROG_GetSymAddr(ELF_SYM_HANDLE hSym)
     PROG_TABLES& Tab = PROG_Tables(Lock);
     if (!Tab.Loaded || !hSym) return -1;
     if (ProgIsFunction(hSym)) {
-        if (ELF_SymIsElf(hSym)) return ProgAlign(ELF_GetSymRangeLow(hSym, 0));
+        if (ELF_SymIsElf(hSym)) return static_cast<I64>(ProgAlign(ELF_GetSymRangeLow(hSym, 0)));
         const U32 Low = ELF_GetSymRangeLow(hSym, 0);
         return Low == 0xFFFFFFFFu ? -1 : static_cast<I64>(ProgAlign(Low));
     }

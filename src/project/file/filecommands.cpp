@@ -10,17 +10,20 @@
 #include <QFileInfo>
 
 namespace {
-const PROJECT_HOOKS& Hooks() {
+const PROJECT_HOOKS& Hooks()
+{
     return CProject::Get().GetHooks();
 }
 
 /// The error and its path as one text: a command with one parameter has no room for a detail.
-void SetFileError(int Id, const char* sError, const QString& sPath) {
+void SetFileError(int Id, const char* sError, const QString& sPath)
+{
     SetActionError(Id, QStringLiteral("%1: %2").arg(QLatin1String(sError), sPath));
 }
 
 /// True if the file can be written. One that isn't there is made for the test and removed again.
-bool CanWrite(const QString& sPath) {
+bool CanWrite(const QString& sPath)
+{
     if (sPath.isEmpty() || QFileInfo(sPath).isDir()) {
         return false;
     }
@@ -36,7 +39,8 @@ bool CanWrite(const QString& sPath) {
     return true;
 }
 
-void SetBrylloScript(int Id) {
+void SetBrylloScript(int Id)
+{
     const QString sPath = GetActionParam(Id);
     const QString sFile = CFileFinder::Get().Resolve(sPath);
     if (sFile.isEmpty()) {
@@ -46,7 +50,8 @@ void SetBrylloScript(int Id) {
     }
 }
 
-void SetBrylloLogFile(int Id) {
+void SetBrylloLogFile(int Id)
+{
     const QString sPath = CFileFinder::Clean(CFileFinder::Get().Expand(GetActionParam(Id)));
     if (!CanWrite(sPath)) {
         SetFileError(Id, ERR_INVALID_FILENAME, sPath);
@@ -55,7 +60,8 @@ void SetBrylloLogFile(int Id) {
     }
 }
 
-void AddSvdFile(int Id) {
+void AddSvdFile(int Id)
+{
     const QString sPath = GetActionParam(Id);
     if (CFileFinder::GetFileClass(sPath) != FILE_CLASS_REGISTERS) {
         SetActionError(Id, QLatin1String(ERR_INVALID_PARAM));
@@ -69,7 +75,8 @@ void AddSvdFile(int Id) {
     }
 }
 
-void AddPath(int Id) {
+void AddPath(int Id)
+{
     CFileFinder& Finder = CFileFinder::Get();
     const QStringList Params = GetActionParams(Id);
     if (Id == ACT_PROJECT_ADD_ROOT_PATH) {
@@ -86,7 +93,8 @@ void AddPath(int Id) {
     }
 }
 
-void SetOSPlugin(int Id) {
+void SetOSPlugin(int Id)
+{
     const QString sPath = GetActionParam(Id);
     const QString sFile = CFileFinder::Get().ResolvePlugin(sPath);
     if (sFile.isEmpty()) {
@@ -101,7 +109,8 @@ void SetOSPlugin(int Id) {
     }
 }
 
-void SetCorePlugin(int Id) {
+void SetCorePlugin(int Id)
+{
     const QString sPath = GetActionParam(Id);
     const QString sFile = CFileFinder::Get().ResolvePlugin(sPath);
     CProject& Project = CProject::Get();
@@ -112,13 +121,15 @@ void SetCorePlugin(int Id) {
     if (Project.GetCorePluginFile() != sFile) {
         Project.SetCorePluginFile(sFile);
     }
-    const bool HasDevice = Hooks().GetDeviceParamText && !Hooks().GetDeviceParamText(DEVICE_PARAM_NAME).isEmpty();
+    const bool HasDevice =
+        Hooks().GetDeviceParamText && !Hooks().GetDeviceParamText(DEVICE_PARAM_NAME).isEmpty();
     if (HasDevice && Hooks().LoadCorePlugin) {
         Hooks().LoadCorePlugin();
     }
 }
 
-void SetLogFile(int Id, const std::function<bool(const QString&)>& Hook) {
+void SetLogFile(int Id, const std::function<bool(const QString&)>& Hook)
+{
     const QString sPath = GetActionParam(Id);
     const QString sFile = sPath.isEmpty() ? sPath : CFileFinder::Clean(CFileFinder::Get().Expand(sPath));
     if (Hook && !Hook(sFile)) {
@@ -127,7 +138,8 @@ void SetLogFile(int Id, const std::function<bool(const QString&)>& Hook) {
 }
 } // namespace
 
-bool HandleFileSetting(int ActionId) {
+bool HandleFileSetting(int ActionId)
+{
     void (*pfHandler)(int) = nullptr;
     switch (ActionId) {
     case ACT_PROJECT_SET_BRYLLO_SCRIPT:

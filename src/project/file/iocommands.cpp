@@ -11,16 +11,19 @@ namespace {
 constexpr I64 TRACE_SWO = 3;
 constexpr I64 TRACE_NONE = 0;
 
-const PROJECT_HOOKS& Hooks() {
+const PROJECT_HOOKS& Hooks()
+{
     return CProject::Get().GetHooks();
 }
 
-void InvalidParam(int Id, const QString& sParam) {
+void InvalidParam(int Id, const QString& sParam)
+{
     SetActionError(Id, QLatin1String(ERR_INVALID_PARAM), sParam);
 }
 
 /// Sets a variable to a value and tells who reacts to it.
-void Apply(int VarID, I64 Value) {
+void Apply(int VarID, I64 Value)
+{
     SetVar(VarID, Value, false);
     if (VarID < FIRST_PREFERENCE && Hooks().SysVarChanged) {
         Hooks().SysVarChanged(VarID, Value);
@@ -30,7 +33,8 @@ void Apply(int VarID, I64 Value) {
 }
 
 /// A parameter as a value of a variable; without one the action's error is set.
-bool ParseParam(int Id, int VarID, const QString& sParam, I64* pValue) {
+bool ParseParam(int Id, int VarID, const QString& sParam, I64* pValue)
+{
     bool Ok = false;
     *pValue = ParseVar(VarID, sParam, &Ok);
     if (!Ok) {
@@ -40,14 +44,16 @@ bool ParseParam(int Id, int VarID, const QString& sParam, I64* pValue) {
 }
 
 /// A command whose one parameter is the value of a variable.
-void SetOneVar(int Id, int VarID) {
+void SetOneVar(int Id, int VarID)
+{
     I64 Value = 0;
     if (ParseParam(Id, VarID, GetActionParams(Id)[0], &Value)) {
         Apply(VarID, Value);
     }
 }
 
-void SetSwitch(int Id, int VarID, const std::function<bool(bool)>& Hook) {
+void SetSwitch(int Id, int VarID, const std::function<bool(bool)>& Hook)
+{
     I64 Value = 0;
     if (!ParseParam(Id, VarID, GetActionParams(Id)[0], &Value)) {
         return;
@@ -60,13 +66,15 @@ void SetSwitch(int Id, int VarID, const std::function<bool(bool)>& Hook) {
     }
 }
 
-void ConfigSemihosting(int Id) {
+void ConfigSemihosting(int Id)
+{
     if (Hooks().ConfigSemihosting && !Hooks().ConfigSemihosting(GetActionParams(Id)[0])) {
         InvalidParam(Id, GetActionParams(Id)[0]);
     }
 }
 
-void AddMemlaneSearchRange(int Id) {
+void AddMemlaneSearchRange(int Id)
+{
     const QStringList Params = GetActionParams(Id);
     bool AddrOk = false;
     bool SizeOk = false;
@@ -80,7 +88,8 @@ void AddMemlaneSearchRange(int Id) {
 }
 
 /// The two frequencies of the SWO commands, from Params[First] on.
-bool ApplySWOSpeeds(int Id, const QStringList& Params, int First) {
+bool ApplySWOSpeeds(int Id, const QStringList& Params, int First)
+{
     I64 Speed = 0;
     I64 CpuSpeed = 0;
     if (!ParseParam(Id, VAR_SWO_SPEED, Params[First], &Speed) ||
@@ -92,11 +101,13 @@ bool ApplySWOSpeeds(int Id, const QStringList& Params, int First) {
     return true;
 }
 
-void ConfigSWO(int Id) {
+void ConfigSWO(int Id)
+{
     ApplySWOSpeeds(Id, GetActionParams(Id), 0);
 }
 
-void SetSWO(int Id) {
+void SetSWO(int Id)
+{
     const QStringList Params = GetActionParams(Id);
     I64 OnOff = 0;
     // Any yes/no row knows the words of a switch.
@@ -110,7 +121,8 @@ void SetSWO(int Id) {
     }
 }
 
-void SetTraceTiming(int Id) {
+void SetTraceTiming(int Id)
+{
     const QStringList Params = GetActionParams(Id);
     I64 aDelay[4] = {};
     for (int i = 0; i < 4; ++i) {
@@ -124,7 +136,8 @@ void SetTraceTiming(int Id) {
     Apply(VAR_TRACE_OVERRIDE_TIMINGS, 1);
 }
 
-void SetTraceFile(int Id) {
+void SetTraceFile(int Id)
+{
     const QStringList Params = GetActionParams(Id);
     I64 MaxSize = 0;
     I64 KeepStart = 0;
@@ -141,16 +154,20 @@ void SetTraceFile(int Id) {
     Apply(VAR_TRACE_FILE_ENABLED, 1);
 }
 
-void RelocateSymbols(int Id) {
+void RelocateSymbols(int Id)
+{
     const QStringList Params = GetActionParams(Id);
     bool Ok = false;
     const int Offset = Params[1].toInt(&Ok, 0);
     if (!Ok || (Hooks().RelocateSymbols && !Hooks().RelocateSymbols(Params[0], Offset))) {
-        SetActionError(Id, QStringLiteral("%1 \"%2\"").arg(QLatin1String(ERR_INVALID_PARAM), Ok ? Params[0] : Params[1]));
+        SetActionError(
+            Id,
+            QStringLiteral("%1 \"%2\"").arg(QLatin1String(ERR_INVALID_PARAM), Ok ? Params[0] : Params[1]));
     }
 }
 
-void SetMemZoneRunning(int Id) {
+void SetMemZoneRunning(int Id)
+{
     const QString sZone = GetActionParams(Id)[0];
     if (SetVarString(VAR_MEM_ZONE_RUNNING, sZone, false) < 0) {
         InvalidParam(Id, sZone);
@@ -160,7 +177,8 @@ void SetMemZoneRunning(int Id) {
 }
 } // namespace
 
-bool HandleIOSetting(int ActionId) {
+bool HandleIOSetting(int ActionId)
+{
     void (*pfHandler)(int) = nullptr;
     switch (ActionId) {
     case ACT_PROJECT_SET_SEMIHOSTING:

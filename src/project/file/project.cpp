@@ -20,32 +20,38 @@ constexpr const char* PROJECT_EXTENSION = "bdebug";
 constexpr const char* PROBE_SETTINGS_EXTENSION = "bryllo";
 } // namespace
 
-CProject& CProject::Get() {
+CProject& CProject::Get()
+{
     static CProject Instance;
     return Instance;
 }
 
-CProject::CProject() {
+CProject::CProject()
+{
     m_OpenTimer.setInterval(OPEN_INTERVAL_MS);
     connect(&m_OpenTimer, &QTimer::timeout, this, &CProject::OnOpenTimeout);
 }
 
-void CProject::Init() {
+void CProject::Init()
+{
     BScript::BindSettings();
-    BScript::Hooks().LogNewWarnings = [this] { return LogNewWarnings(); };
     FILEFINDER_HOOKS& Finder = CFileFinder::Get().Hooks();
     Finder.ProjectPath = [] { return BScript::GetProjectPath(); };
     Finder.ProgramFile = [this] { return m_sProgramFile; };
 }
 
-void CProject::SetHooks(const PROJECT_HOOKS& Hooks) {
+void CProject::SetHooks(const PROJECT_HOOKS& Hooks)
+{
     m_Hooks = Hooks;
+    BScript::Hooks().LogNewWarnings = [this] { return LogNewWarnings(); };
 }
-const PROJECT_HOOKS& CProject::GetHooks() const {
+const PROJECT_HOOKS& CProject::GetHooks() const
+{
     return m_Hooks;
 }
 
-void CProject::Open(const QString& sPath) {
+void CProject::Open(const QString& sPath)
+{
     BScript::RequestClose();
     emit AboutToOpen(sPath);
     m_sPathToOpen = sPath;
@@ -53,7 +59,8 @@ void CProject::Open(const QString& sPath) {
 }
 
 // A project may be opened by a command inside a script, and its block must not go while it runs.
-void CProject::OnOpenTimeout() {
+void CProject::OnOpenTimeout()
+{
     if (m_sPathToOpen.isEmpty() || BScript::IsRunning()) {
         return;
     }
@@ -63,7 +70,8 @@ void CProject::OnOpenTimeout() {
     _OpenNow(sPath);
 }
 
-void CProject::_OpenNow(const QString& sPath) {
+void CProject::_OpenNow(const QString& sPath)
+{
     if (!QFileInfo(sPath).isFile()) {
         qWarning("file not found");
         m_Open = false;
@@ -77,7 +85,8 @@ void CProject::_OpenNow(const QString& sPath) {
     emit Opened(sPath);
 }
 
-void CProject::Close() {
+void CProject::Close()
+{
     m_ReportedWarnings.clear();
     const QString sPath = GetPath();
     if (!sPath.isEmpty()) {
@@ -99,7 +108,8 @@ void CProject::Close() {
     emit Closed(sPath);
 }
 
-int CProject::CreateFromCommands(const QStringList& Commands) {
+int CProject::CreateFromCommands(const QStringList& Commands)
+{
     const int Result = BScript::LoadText(BScript::GetNewProjectText(Commands));
     if (Result == 0) {
         BScript::ExecScriptFunction(EVENT_ON_PROJECT_LOAD);
@@ -110,8 +120,10 @@ int CProject::CreateFromCommands(const QStringList& Commands) {
     return Result;
 }
 
-void CProject::PrepareProjectLoad() {
-    SetVarString(VAR_BREAK_AT_THIS_SYMBOL, QString::fromLatin1(GetVar(VAR_BREAK_AT_THIS_SYMBOL)->DefaultText), false);
+void CProject::PrepareProjectLoad()
+{
+    SetVarString(VAR_BREAK_AT_THIS_SYMBOL, QString::fromLatin1(GetVar(VAR_BREAK_AT_THIS_SYMBOL)->DefaultText),
+                 false);
     SetVar(VAR_TRACE_SOURCE, 0, false);
     if (GetPath().isEmpty()) {
         return;
@@ -120,7 +132,8 @@ void CProject::PrepareProjectLoad() {
     SetVar(VAR_TRACE_FILE_ENABLED, HasCommand(GetCommandName(ACT_PROJECT_SET_TRACE_FILE)), false);
 }
 
-void CProject::LoadDefaultRegisterFile() {
+void CProject::LoadDefaultRegisterFile()
+{
     if (!m_Hooks.HasCPURegisters || m_Hooks.HasCPURegisters() || !m_Hooks.DefaultRegisterFile) {
         return;
     }
@@ -133,57 +146,69 @@ void CProject::LoadDefaultRegisterFile() {
     }
 }
 
-bool CProject::IsOpen() const {
+bool CProject::IsOpen() const
+{
     return m_Open;
 }
-bool CProject::IsModified() const {
+bool CProject::IsModified() const
+{
     return m_Modified;
 }
-bool CProject::IsOpening() const {
+bool CProject::IsOpening() const
+{
     return m_OpenTimer.isActive();
 }
 
-void CProject::_SetModified(bool Modified) {
+void CProject::_SetModified(bool Modified)
+{
     if (m_Modified != Modified) {
         m_Modified = Modified;
         emit ModifiedChanged(Modified);
     }
 }
 
-QString CProject::GetPath() const {
+QString CProject::GetPath() const
+{
     return BScript::GetProjectPath();
 }
 
-QString CProject::GetName() const {
+QString CProject::GetName() const
+{
     return GetPath().isEmpty() ? QStringLiteral("New Project") : GetPath();
 }
 
-QString CProject::GetSessionPath() const {
+QString CProject::GetSessionPath() const
+{
     const QString sPath = GetPath();
     const qsizetype Dot = sPath.lastIndexOf(QLatin1Char('.'));
     return Dot < 0 ? QString() : sPath.left(Dot + 1) + QStringLiteral("bdebug.user");
 }
 
-QString CProject::GetProbeSettingsPath(const QString& sProjectPath) {
+QString CProject::GetProbeSettingsPath(const QString& sProjectPath)
+{
     QString s = sProjectPath;
     const qsizetype Pos = s.lastIndexOf(QLatin1String(PROJECT_EXTENSION));
     if (Pos < 0) {
         return QString();
     }
-    s.replace(Pos, static_cast<qsizetype>(qstrlen(PROJECT_EXTENSION)), QLatin1String(PROBE_SETTINGS_EXTENSION));
+    s.replace(Pos, static_cast<qsizetype>(qstrlen(PROJECT_EXTENSION)),
+              QLatin1String(PROBE_SETTINGS_EXTENSION));
     return QFileInfo(s).isFile() ? s : QString();
 }
 
-QString CProject::GetProbeSettingsPath() const {
+QString CProject::GetProbeSettingsPath() const
+{
     return GetProbeSettingsPath(GetPath());
 }
 
-void CProject::SetFromCmdLine(const QStringList& Commands) {
+void CProject::SetFromCmdLine(const QStringList& Commands)
+{
     m_FromCmdLine = !Commands.isEmpty();
     m_CmdLineCommands = Commands;
 }
 
-bool CProject::GetFunctionBounds(const QString& sText, int* pBegin, int* pEnd) {
+bool CProject::GetFunctionBounds(const QString& sText, int* pBegin, int* pEnd)
+{
     if (!FindProjectLoadBody(sText, pBegin, pEnd)) {
         LogWarning(QStringLiteral("Could not determine text bounds of script function OnProjectLoad"));
         return false;
@@ -191,7 +216,8 @@ bool CProject::GetFunctionBounds(const QString& sText, int* pBegin, int* pEnd) {
     return true;
 }
 
-bool CProject::HasCommand(const QString& sName) const {
+bool CProject::HasCommand(const QString& sName) const
+{
     QString sText;
     int Begin = 0;
     int End = 0;
@@ -199,30 +225,37 @@ bool CProject::HasCommand(const QString& sName) const {
            sText.mid(Begin, End - Begin).contains(sName);
 }
 
-void CProject::AddRegisterFile(const QString& sPath) {
+void CProject::AddRegisterFile(const QString& sPath)
+{
     m_RegisterFiles.append(sPath);
     if (m_Hooks.RegisterFilesChanged) {
         m_Hooks.RegisterFilesChanged(m_RegisterFiles);
     }
 }
-QStringList CProject::GetRegisterFiles() const {
+QStringList CProject::GetRegisterFiles() const
+{
     return m_RegisterFiles;
 }
 
-void CProject::SetProgramFile(const QString& sPath) {
+void CProject::SetProgramFile(const QString& sPath)
+{
     m_sProgramFile = sPath;
     m_ProgramFileTime = sPath.isEmpty() ? QDateTime() : QFileInfo(sPath).lastModified();
 }
-QString CProject::GetProgramFile() const {
+QString CProject::GetProgramFile() const
+{
     return m_sProgramFile;
 }
-QDateTime CProject::GetProgramFileTime() const {
+QDateTime CProject::GetProgramFileTime() const
+{
     return m_ProgramFileTime;
 }
-QString CProject::GetCorePluginFile() const {
+QString CProject::GetCorePluginFile() const
+{
     return m_sCorePluginFile;
 }
-void CProject::SetCorePluginFile(const QString& sPath) {
+void CProject::SetCorePluginFile(const QString& sPath)
+{
     m_sCorePluginFile = sPath;
 }
 

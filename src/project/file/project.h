@@ -28,22 +28,24 @@ struct PROJECT_HOOKS {
     std::function<QString(int ParamId)> GetDeviceParamText;
     std::function<QString()> SelectDevice; ///< the device selection dialog; empty on cancel
 
-    std::function<void()> PathsChanged;          ///< root, search, alias or substitute paths were added
+    std::function<void()> PathsChanged; ///< root, search, alias or substitute paths were added
     std::function<void(const QStringList&)> RegisterFilesChanged;
     std::function<QString(const QString& sPath)> LoadOSPlugin; ///< error text, empty on success
     std::function<bool()> IsOSPluginSet;
-    std::function<bool()> LoadCorePlugin;        ///< loads the selected device's core support anew
-    std::function<bool()> IsCorePluginMissing;   ///< device has a core and no core support is loaded
-    std::function<bool()> HasCPURegisters;       ///< the first register window holds the CPU group
+    std::function<bool()> LoadCorePlugin;         ///< loads the selected device's core support anew
+    std::function<bool()> IsCorePluginMissing;    ///< device has a core and no core support is loaded
+    std::function<bool()> HasCPURegisters;        ///< the first register window holds the CPU group
     std::function<QString()> DefaultRegisterFile; ///< description file for the selected core, empty if none
     std::function<bool(const QString& sSymbol)> HasSymbol; ///< the open program has such a symbol
     std::function<bool()> IsProgramOpen;
-    std::function<bool()> CanProgramRun;         ///< core support accepts the open program
+    std::function<bool()> CanProgramRun; ///< core support accepts the open program
     std::function<bool()> DataEndianMatches;
     std::function<bool()> InstEndianMatches;
 
-    std::function<QString()> DefaultPeripheralFile; ///< description file for the selected device, empty if none
-    std::function<void(int VarID, I64 Value)> SysVarChanged;    ///< after a command has set a variable, changed or not
+    std::function<QString()>
+        DefaultPeripheralFile; ///< description file for the selected device, empty if none
+    std::function<void(int VarID, I64 Value)>
+        SysVarChanged; ///< after a command has set a variable, changed or not
     std::function<void(int VarID, I64 Value)> PreferenceChanged; ///< the same for a preference
     std::function<bool(bool OnOff)> SetSemihosting;
     std::function<bool(const QString& sConfig)> ConfigSemihosting;
@@ -53,7 +55,8 @@ struct PROJECT_HOOKS {
     std::function<bool(const QString& sPath)> SetConsoleLogFile;
     std::function<bool(const QString& sPath)> SetTerminalLogFile;
 
-    std::function<QString(const QString& sCaption, const QString& sFolder)> AskSavePath; ///< "Save Project as..."
+    std::function<QString(const QString& sCaption, const QString& sFolder)>
+        AskSavePath; ///< "Save Project as..."
     std::function<void(const QString& sText)> ShowErrorBox;
     std::function<void()> ShowConsole;
 };
@@ -81,18 +84,20 @@ public:
 
     bool IsOpen() const;
     bool IsModified() const;
-    bool IsOpening() const;       ///< a path waits for running script functions to end
-    QString GetPath() const;      ///< empty for a new project
-    QString GetName() const;      ///< path, or "New Project"
+    bool IsOpening() const;  ///< a path waits for running script functions to end
+    QString GetPath() const; ///< empty for a new project
+    QString GetName() const; ///< path, or "New Project"
     QString GetSessionPath() const;
     QString GetProbeSettingsPath() const; ///< empty unless the file exists
     static QString GetProbeSettingsPath(const QString& sProjectPath);
-    void SetFromCmdLine(const QStringList& Commands); ///< the project was made from the command line; empty: it wasn't
+    void SetFromCmdLine(
+        const QStringList& Commands); ///< the project was made from the command line; empty: it wasn't
 
     /// Edits the text of the project file in place: removes the lines of OnProjectLoad that hold
     /// one of the names, inserts the commands into the dialog or the user section, and touches
     /// nothing else. sPath empty or missing asks for one. True on success; a failure is shown and logged.
-    bool WriteSettings(const QString& sPath, bool Merge, const QStringList& Commands, const QStringList& Names);
+    bool WriteSettings(const QString& sPath, bool Merge, const QStringList& Commands,
+                       const QStringList& Names);
     bool WriteVar(const QString& sPath, int VarID, const QString& sValue);
     bool WriteProjectSettings(const QStringList& Commands);
     bool WriteTraceSettings(const QStringList& Commands);
@@ -101,7 +106,7 @@ public:
 
     QStringList GetWarnings() const; ///< all current warnings, built anew
     void AddWarning(const QString& sText);
-    int LogNewWarnings();            ///< logs what wasn't reported yet; returns the number
+    int LogNewWarnings(); ///< logs what wasn't reported yet; returns the number
     int LogScriptError();
     bool HasNewWarnings() const;
     QStringList GetDuplicateCommands() const;

@@ -23,17 +23,20 @@ constexpr const char* SAVE_CAPTION = "Save Project as...";
 
 /// The text that stands for a value in a command: the name of a constant, if that constant has just
 /// this value, else the number. The text of a list entry alone is no word of the script language.
-QString GetVarParam(int VarID) {
+QString GetVarParam(int VarID)
+{
     if (IsStringVar(VarID)) {
         return GetVarString(VarID);
     }
     I64 Value = 0;
     const QString sConstant = GetCanonicalConstantName(VarToText(VarID));
-    const bool IsName = !sConstant.isEmpty() && GetConstantValue(sConstant, &Value) && Value == GetVarValue(VarID);
+    const bool IsName =
+        !sConstant.isEmpty() && GetConstantValue(sConstant, &Value) && Value == GetVarValue(VarID);
     return IsName ? sConstant : QString::number(GetVarValue(VarID));
 }
 
-QString FormatVarCommand(int VarID, const QString& sValue) {
+QString FormatVarCommand(int VarID, const QString& sValue)
+{
     const QString sName = QLatin1String(GetVar(VarID)->Name);
     if (IsStringVar(VarID)) {
         // The prototype declares a number; a script passes the text all the same.
@@ -42,7 +45,8 @@ QString FormatVarCommand(int VarID, const QString& sValue) {
     return FormatCommand(VarID < FIRST_PREFERENCE ? ACT_EDIT_SYS_VAR : ACT_EDIT_PREFERENCE, {sName, sValue});
 }
 
-QString TargetIFName(I64 Value) {
+QString TargetIFName(I64 Value)
+{
     for (const char* sName : {"JTAG", "cJTAG", "FINE", "SWD"}) {
         I64 Known = 0;
         if (GetConstantValue(QLatin1String(sName), &Known) && Known == Value) {
@@ -52,7 +56,8 @@ QString TargetIFName(I64 Value) {
     return QStringLiteral("SWD");
 }
 
-QString SpeedText(I64 Hz) {
+QString SpeedText(I64 Hz)
+{
     if (const CONSTANT* pRow = FindConstantByValue(QStringLiteral("FREQ_"), Hz)) {
         return pRow->DisplayName;
     }
@@ -60,9 +65,13 @@ QString SpeedText(I64 Hz) {
 }
 } // namespace
 
-QStringList CProject::GetCommandsFromSettings() const {
-    const auto Number = [this](int Id) { return m_Hooks.GetDeviceParam ? m_Hooks.GetDeviceParam(Id) : I64(0); };
-    const QString sDevice = m_Hooks.GetDeviceParamText ? m_Hooks.GetDeviceParamText(DEVICE_PARAM_NAME) : QString();
+QStringList CProject::GetCommandsFromSettings() const
+{
+    const auto Number = [this](int Id) {
+        return m_Hooks.GetDeviceParam ? m_Hooks.GetDeviceParam(Id) : I64(0);
+    };
+    const QString sDevice =
+        m_Hooks.GetDeviceParamText ? m_Hooks.GetDeviceParamText(DEVICE_PARAM_NAME) : QString();
     CFileFinder& Finder = CFileFinder::Get();
     QStringList Commands;
     Commands += FormatCommand(ACT_PROJECT_SET_DEVICE, {sDevice});
@@ -75,11 +84,13 @@ QStringList CProject::GetCommandsFromSettings() const {
         sIdent = QString::number(Number(DEVICE_PARAM_USB_SERIAL));
     }
     Commands += FormatCommand(ACT_PROJECT_SET_HOST_IF,
-                              {IsIP ? QStringLiteral("IP") : QStringLiteral("USB"), sIdent == QLatin1String(DEFAULT_HOST_NAME) ? QString() : sIdent});
+                              {IsIP ? QStringLiteral("IP") : QStringLiteral("USB"),
+                               sIdent == QLatin1String(DEFAULT_HOST_NAME) ? QString() : sIdent});
     Commands += FormatCommand(ACT_PROJECT_SET_TARGET_IF, {TargetIFName(Number(DEVICE_PARAM_TARGET_IF))});
     Commands += FormatCommand(ACT_PROJECT_SET_TIF_SPEED, {SpeedText(Number(DEVICE_PARAM_SPEED))});
     for (const QString& sFile : m_RegisterFiles) {
-        Commands += FormatCommand(ACT_PROJECT_ADD_SVD_FILE, {Finder.Collapse(sFile, QStringLiteral("$(InstallDir)"))});
+        Commands += FormatCommand(ACT_PROJECT_ADD_SVD_FILE,
+                                  {Finder.Collapse(sFile, QStringLiteral("$(InstallDir)"))});
     }
     if (!m_sProgramFile.isEmpty()) {
         const QString sVariable = QStringLiteral("$(ProjectDir)");
@@ -93,7 +104,8 @@ QStringList CProject::GetCommandsFromSettings() const {
     return Commands;
 }
 
-QStringList CProject::CreateFromCmdLine(const CmdLineArgs& Args) const {
+QStringList CProject::CreateFromCmdLine(const CmdLineArgs& Args) const
+{
     struct FIELD {
         QString sValue;
         const char* Name;
@@ -101,7 +113,8 @@ QStringList CProject::CreateFromCmdLine(const CmdLineArgs& Args) const {
     for (const FIELD& Field : {FIELD{Args.Device, "device"}, FIELD{Args.HostIF, "host interface"},
                                FIELD{Args.TargetIF, "target interface"}}) {
         if (Field.sValue.isEmpty()) {
-            LogError(QStringLiteral("failed to create project from command line arguments: required argument \"%1\" is missing.")
+            LogError(QStringLiteral("failed to create project from command line arguments: required argument "
+                                    "\"%1\" is missing.")
                          .arg(QLatin1String(Field.Name)));
             return {};
         }
@@ -128,7 +141,8 @@ QStringList CProject::CreateFromCmdLine(const CmdLineArgs& Args) const {
     return Commands;
 }
 
-bool CProject::_WriteFailed(const QString& sReason) const {
+bool CProject::_WriteFailed(const QString& sReason) const
+{
     const QString sText = QStringLiteral("%1: %2").arg(QLatin1String(ERR_WRITING), sReason);
     if (m_Hooks.ShowErrorBox) {
         m_Hooks.ShowErrorBox(sText);
@@ -137,10 +151,13 @@ bool CProject::_WriteFailed(const QString& sReason) const {
     return false;
 }
 
-bool CProject::WriteSettings(const QString& sPath, bool Merge, const QStringList& Commands, const QStringList& Names) {
+bool CProject::WriteSettings(const QString& sPath, bool Merge, const QStringList& Commands,
+                             const QStringList& Names)
+{
     QString sFile = sPath;
     if (!QFileInfo(sFile).isFile()) {
-        const QString sFolder = BScript::GetProjectDir().isEmpty() ? QDir::homePath() : BScript::GetProjectDir();
+        const QString sFolder =
+            BScript::GetProjectDir().isEmpty() ? QDir::homePath() : BScript::GetProjectDir();
         sFile = m_Hooks.AskSavePath ? m_Hooks.AskSavePath(QLatin1String(SAVE_CAPTION), sFolder) : QString();
         if (sFile.isEmpty()) {
             return _WriteFailed(QStringLiteral("project file path not specified"));
@@ -159,14 +176,15 @@ bool CProject::WriteSettings(const QString& sPath, bool Merge, const QStringList
         LogWarning(sWarning);
     }
     if (!HasBody) {
-        return _WriteFailed(QStringLiteral(
-            "could not determine text insertion position.\nVerify that script function 'OnProjectLoad' is present."));
+        return _WriteFailed(QStringLiteral("could not determine text insertion position.\nVerify that script "
+                                           "function 'OnProjectLoad' is present."));
     }
     QString sError;
     return WriteTextFile(sFile, sText, &sError) || _WriteFailed(sError);
 }
 
-bool CProject::WriteVar(const QString& sPath, int VarID, const QString& sValue) {
+bool CProject::WriteVar(const QString& sPath, int VarID, const QString& sValue)
+{
     if (!GetVar(VarID)) {
         return false;
     }
@@ -179,7 +197,8 @@ bool CProject::WriteVar(const QString& sPath, int VarID, const QString& sValue) 
         bool Ok = false;
         const I64 Value = ParseVar(VarID, sValue, &Ok);
         if (!Ok) {
-            return _WriteFailed(QStringLiteral("\"%1\" is no value of %2").arg(sValue, QLatin1String(GetVar(VarID)->Name)));
+            return _WriteFailed(
+                QStringLiteral("\"%1\" is no value of %2").arg(sValue, QLatin1String(GetVar(VarID)->Name)));
         }
         if (Value != GetVarDefault(VarID)) {
             const QString sConstant = GetCanonicalConstantName(VarToText(VarID, Value));
@@ -191,7 +210,8 @@ bool CProject::WriteVar(const QString& sPath, int VarID, const QString& sValue) 
     return WriteSettings(sPath, true, Commands, {GetVarCommandName(VarID)});
 }
 
-bool CProject::_WriteGroup(const QStringList& Commands, const QStringList& Names, const char* sNotice) {
+bool CProject::_WriteGroup(const QStringList& Commands, const QStringList& Names, const char* sNotice)
+{
     if (!WriteSettings(GetPath(), true, Commands, Names)) {
         return false;
     }
@@ -199,7 +219,8 @@ bool CProject::_WriteGroup(const QStringList& Commands, const QStringList& Names
     return true;
 }
 
-bool CProject::WriteProjectSettings(const QStringList& Commands) {
+bool CProject::WriteProjectSettings(const QStringList& Commands)
+{
     QSet<QString> Names;
     for (const QString& sCommand : Commands) {
         Names.insert(GetNameOfCommandText(sCommand));
@@ -207,22 +228,26 @@ bool CProject::WriteProjectSettings(const QStringList& Commands) {
     return _WriteGroup(Commands, Names.values(), "Project settings were written to the project file");
 }
 
-bool CProject::WriteTraceSettings(const QStringList& Commands) {
+bool CProject::WriteTraceSettings(const QStringList& Commands)
+{
     return _WriteGroup(Commands, GetTraceSettingNames(), "Trace settings were written to the project file");
 }
 
-bool CProject::WriteBrylloSettings(const QStringList& Commands) {
+bool CProject::WriteBrylloSettings(const QStringList& Commands)
+{
     return _WriteGroup(Commands, GetProbeSettingNames(), "Bryllo settings were written to the project file");
 }
 
-bool CProject::WriteSystemSettings() {
+bool CProject::WriteSystemSettings()
+{
     QStringList Commands;
     for (int VarID = 0; VarID < NUM_SYS_VARS; ++VarID) {
         if (!GetVar(VarID)->Editable || !IsVarChanged(VarID)) {
             continue;
         }
         const int Id = GetVarAction(VarID);
-        Commands += Id >= 0 ? FormatCommand(Id, {GetVarParam(VarID)}) : FormatVarCommand(VarID, GetVarParam(VarID));
+        Commands +=
+            Id >= 0 ? FormatCommand(Id, {GetVarParam(VarID)}) : FormatVarCommand(VarID, GetVarParam(VarID));
     }
     return _WriteGroup(Commands, GetSystemSettingNames(), "System settings were written to the project file");
 }
@@ -230,15 +255,16 @@ bool CProject::WriteSystemSettings() {
 // What the user has written beside the settings (event functions, further commands) is kept: the
 // commands are written into the text that stands in the file or was loaded. Only without such a
 // text a new one is made.
-QString CProject::_GetTextToSave(const QString& sPath) const {
+QString CProject::_GetTextToSave(const QString& sPath) const
+{
     const QStringList Commands = GetCommandsFromSettings();
     QString sText;
     if (!ReadTextFile(sPath, &sText) || sText.isEmpty()) {
         sText = BScript::GetScriptText();
     }
     QStringList Names;
-    for (const int Id : {ACT_PROJECT_SET_DEVICE, ACT_PROJECT_SET_HOST_IF, ACT_PROJECT_SET_TARGET_IF, ACT_PROJECT_SET_TIF_SPEED,
-                         ACT_PROJECT_ADD_SVD_FILE}) {
+    for (const int Id : {ACT_PROJECT_SET_DEVICE, ACT_PROJECT_SET_HOST_IF, ACT_PROJECT_SET_TARGET_IF,
+                         ACT_PROJECT_SET_TIF_SPEED, ACT_PROJECT_ADD_SVD_FILE}) {
         Names += GetCommandName(Id);
     }
     PROJECT_EDIT Edit{true, Commands, Names};
@@ -261,7 +287,8 @@ QString CProject::_GetTextToSave(const QString& sPath) const {
     return EditProjectText(&sText, Edit, &Warnings) ? sText : BScript::GetNewProjectText(Commands);
 }
 
-bool CProject::Save(const QString& sPath) {
+bool CProject::Save(const QString& sPath)
+{
     BScript::SetProjectPath(sPath);
     const bool IsProject = CFileFinder::GetFileClass(sPath) == FILE_CLASS_PROJECT;
     if (m_FromCmdLine && IsProject && QFileInfo(sPath).isFile()) {

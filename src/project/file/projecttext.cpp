@@ -13,14 +13,16 @@
 namespace {
 constexpr const char* NO_DIALOG_SECTION =
     "could not find dialog-generated text section in script function 'OnProjectLoad'";
-constexpr const char* NO_USER_SECTION = "could not find user settings text section in script function 'OnProjectLoad'";
+constexpr const char* NO_USER_SECTION =
+    "could not find user settings text section in script function 'OnProjectLoad'";
 
 struct SECTION {
     int Begin = 0;
     int End = 0;
 };
 
-SECTION FindSection(const QString& sText, bool IsDialog, QStringList* pWarnings) {
+SECTION FindSection(const QString& sText, bool IsDialog, QStringList* pWarnings)
+{
     SECTION Section;
     FindProjectLoadBody(sText, &Section.Begin, &Section.End);
     const QString sMark = IsDialog ? BScript::GetDialogSectionMark() : BScript::GetUserSectionMark();
@@ -39,7 +41,8 @@ SECTION FindSection(const QString& sText, bool IsDialog, QStringList* pWarnings)
     return Section;
 }
 
-void RemoveLines(QString* psText, const QStringList& Names) {
+void RemoveLines(QString* psText, const QStringList& Names)
+{
     int Begin = 0;
     int End = 0;
     if (Names.isEmpty() || !FindProjectLoadBody(*psText, &Begin, &End)) {
@@ -52,7 +55,9 @@ void RemoveLines(QString* psText, const QStringList& Names) {
     QStringList Kept;
     for (const QString& sLine : psText->mid(Begin, End - Begin).split(QLatin1Char('\n'))) {
         const QString sTrimmed = sLine.trimmed();
-        const auto Hits = [&sTrimmed](const QRegularExpression& Pattern) { return Pattern.match(sTrimmed).hasMatch(); };
+        const auto Hits = [&sTrimmed](const QRegularExpression& Pattern) {
+            return Pattern.match(sTrimmed).hasMatch();
+        };
         if (std::none_of(Patterns.begin(), Patterns.end(), Hits)) {
             Kept.append(sLine);
         }
@@ -60,7 +65,9 @@ void RemoveLines(QString* psText, const QStringList& Names) {
     psText->replace(Begin, End - Begin, Kept.join(QLatin1Char('\n')));
 }
 
-void InsertLines(QString* psText, const QStringList& NewLines, bool IsDialog, bool Merge, QStringList* pWarnings) {
+void InsertLines(QString* psText, const QStringList& NewLines, bool IsDialog, bool Merge,
+                 QStringList* pWarnings)
+{
     if (NewLines.isEmpty()) {
         return;
     }
@@ -85,7 +92,8 @@ void InsertLines(QString* psText, const QStringList& NewLines, bool IsDialog, bo
 
 } // namespace
 
-bool FindProjectLoadBody(const QString& sText, int* pBegin, int* pEnd) {
+bool FindProjectLoadBody(const QString& sText, int* pBegin, int* pEnd)
+{
     const qsizetype Name = sText.indexOf(QLatin1String("OnProjectLoad"));
     const qsizetype Brace = Name < 0 ? -1 : sText.indexOf(QLatin1Char('{'), Name);
     const qsizetype LineEnd = Brace < 0 ? -1 : sText.indexOf(QLatin1Char('\n'), Brace);
@@ -105,7 +113,8 @@ bool FindProjectLoadBody(const QString& sText, int* pBegin, int* pEnd) {
     return false;
 }
 
-bool EditProjectText(QString* psText, const PROJECT_EDIT& Edit, QStringList* pWarnings) {
+bool EditProjectText(QString* psText, const PROJECT_EDIT& Edit, QStringList* pWarnings)
+{
     int Begin = 0;
     int End = 0;
     if (!FindProjectLoadBody(*psText, &Begin, &End)) {
@@ -122,14 +131,16 @@ bool EditProjectText(QString* psText, const PROJECT_EDIT& Edit, QStringList* pWa
     return true;
 }
 
-QString GetVarCommandName(int VarID) {
+QString GetVarCommandName(int VarID)
+{
     const SYS_VAR* pRow = GetVar(VarID);
-    return pRow ? GetCommandName(VarID < FIRST_PREFERENCE ? ACT_EDIT_SYS_VAR : ACT_EDIT_PREFERENCE) + QStringLiteral(".*") +
-                      QLatin1String(pRow->Name) + QStringLiteral("\\b")
+    return pRow ? GetCommandName(VarID < FIRST_PREFERENCE ? ACT_EDIT_SYS_VAR : ACT_EDIT_PREFERENCE) +
+                      QStringLiteral(".*") + QLatin1String(pRow->Name) + QStringLiteral("\\b")
                 : QString();
 }
 
-int GetVarAction(int VarID) {
+int GetVarAction(int VarID)
+{
     for (int Id = 0; Id < NUM_ACTIONS; ++Id) {
         if (GetActionRow(Id)->SysVar == VarID) {
             return Id;
@@ -138,19 +149,23 @@ int GetVarAction(int VarID) {
     return -1;
 }
 
-QStringList GetProbeSettingNames() {
+QStringList GetProbeSettingNames()
+{
     QStringList Names;
-    for (const int Id : {ACT_PROJECT_SET_CORE_PLUGIN, ACT_PROJECT_SET_DEVICE, ACT_PROJECT_SET_HOST_IF, ACT_PROJECT_SET_TARGET_IF,
-                         ACT_PROJECT_SET_TIF_SPEED, ACT_PROJECT_SET_JTAG_CONFIG, ACT_TARGET_SET_ENDIANESS}) {
+    for (const int Id : {ACT_PROJECT_SET_CORE_PLUGIN, ACT_PROJECT_SET_DEVICE, ACT_PROJECT_SET_HOST_IF,
+                         ACT_PROJECT_SET_TARGET_IF, ACT_PROJECT_SET_TIF_SPEED, ACT_PROJECT_SET_JTAG_CONFIG,
+                         ACT_TARGET_SET_ENDIANESS}) {
         Names += GetCommandName(Id);
     }
     return Names;
 }
 
-QStringList GetTraceSettingNames() {
+QStringList GetTraceSettingNames()
+{
     QStringList Names;
-    for (const int Id : {ACT_PROJECT_SET_TRACE_SOURCE, ACT_PROJECT_SET_TRACE_TIMING, ACT_PROJECT_SET_TRACE_FILE,
-                         ACT_PROJECT_SET_TRACE_PORT_WIDTH, ACT_PROJECT_CONFIG_SWO}) {
+    for (const int Id :
+         {ACT_PROJECT_SET_TRACE_SOURCE, ACT_PROJECT_SET_TRACE_TIMING, ACT_PROJECT_SET_TRACE_FILE,
+          ACT_PROJECT_SET_TRACE_PORT_WIDTH, ACT_PROJECT_CONFIG_SWO}) {
         Names += GetCommandName(Id);
     }
     for (const int VarID : {VAR_TRACE_INIT_ON_ATTACH, VAR_TRACE_TIMESTAMPS_ENABLED, VAR_TRACE_CORE_CLOCK}) {
@@ -159,7 +174,8 @@ QStringList GetTraceSettingNames() {
     return Names;
 }
 
-QStringList GetSystemSettingNames() {
+QStringList GetSystemSettingNames()
+{
     QStringList Names;
     for (int VarID = 0; VarID < NUM_SYS_VARS; ++VarID) {
         if (!GetVar(VarID)->Editable) {
@@ -174,22 +190,28 @@ QStringList GetSystemSettingNames() {
     return Names;
 }
 
-bool IsDialogCommand(const QString& sLine) {
+bool IsDialogCommand(const QString& sLine)
+{
     QStringList Names = GetProbeSettingNames() + GetTraceSettingNames() + GetSystemSettingNames();
-    for (const int Id : {ACT_TARGET_ADD_MEMORY_SEGMENT, ACT_PROJECT_ADD_SVD_FILE, ACT_PROJECT_ADD_PATH_SUBSTITUTE}) {
+    for (const int Id :
+         {ACT_TARGET_ADD_MEMORY_SEGMENT, ACT_PROJECT_ADD_SVD_FILE, ACT_PROJECT_ADD_PATH_SUBSTITUTE}) {
         Names += GetCommandName(Id);
     }
     const QString sTrimmed = sLine.trimmed();
     for (const QString& sName : Names) {
         const QRegularExpression Pattern(sName, QRegularExpression::NoPatternOption);
-        if (Pattern.match(sTrimmed, 0, QRegularExpression::NormalMatch, QRegularExpression::AnchorAtOffsetMatchOption).hasMatch()) {
+        if (Pattern
+                .match(sTrimmed, 0, QRegularExpression::NormalMatch,
+                       QRegularExpression::AnchorAtOffsetMatchOption)
+                .hasMatch()) {
             return true;
         }
     }
     return false;
 }
 
-QStringList FindDuplicateCommands(const QString& sBody) {
+QStringList FindDuplicateCommands(const QString& sBody)
+{
     QMap<int, int> Counts;
     QStringList Duplicates;
     for (const QString& sLine : sBody.split(QLatin1Char('\n'))) {

@@ -9,34 +9,41 @@
 #include "script/host/bscript.h"
 
 namespace {
-template <typename... ARGS> QString Message(int Id, ARGS... Args) {
+template <typename... ARGS> QString Message(int Id, ARGS... Args)
+{
     char acText[2048];
     FormatMessage(Id, acText, sizeof(acText), Args...);
     return QString::fromUtf8(acText);
 }
 
-bool Asks(const std::function<bool()>& Hook, bool Otherwise) {
+bool Asks(const std::function<bool()>& Hook, bool Otherwise)
+{
     return Hook ? Hook() : Otherwise;
 }
 
-QString ScriptErrorMessage() {
+QString ScriptErrorMessage()
+{
     return Message(MSGID_SCRIPT_FAILURE, BScript::GetErrorText().toUtf8().constData());
 }
 } // namespace
 
-void CProject::AddWarning(const QString& sText) {
+void CProject::AddWarning(const QString& sText)
+{
     m_Warnings.append(sText);
 }
 
-QStringList CProject::GetDuplicateCommands() const {
+QStringList CProject::GetDuplicateCommands() const
+{
     const QString sText = BScript::GetScriptText();
     int Begin = 0;
     int End = 0;
-    return !sText.isEmpty() && FindProjectLoadBody(sText, &Begin, &End) ? FindDuplicateCommands(sText.mid(Begin, End - Begin))
-                                                                        : QStringList();
+    return !sText.isEmpty() && FindProjectLoadBody(sText, &Begin, &End)
+               ? FindDuplicateCommands(sText.mid(Begin, End - Begin))
+               : QStringList();
 }
 
-QStringList CProject::GetWarnings() const {
+QStringList CProject::GetWarnings() const
+{
     QStringList Warnings = m_Warnings;
     if (BScript::HasError()) {
         Warnings += ScriptErrorMessage();
@@ -78,7 +85,8 @@ QStringList CProject::GetWarnings() const {
     return Warnings;
 }
 
-bool CProject::_ReportNew(const QString& sWarning) {
+bool CProject::_ReportNew(const QString& sWarning)
+{
     const size_t Hash = qHash(sWarning.toLower());
     if (m_ReportedWarnings.contains(Hash)) {
         return false;
@@ -88,7 +96,8 @@ bool CProject::_ReportNew(const QString& sWarning) {
     return true;
 }
 
-int CProject::LogNewWarnings() {
+int CProject::LogNewWarnings()
+{
     int Count = 0;
     for (const QString& sWarning : GetWarnings()) {
         Count += _ReportNew(sWarning) ? 1 : 0;
@@ -96,11 +105,13 @@ int CProject::LogNewWarnings() {
     return Count;
 }
 
-int CProject::LogScriptError() {
+int CProject::LogScriptError()
+{
     return BScript::HasError() && _ReportNew(ScriptErrorMessage()) ? 1 : 0;
 }
 
-bool CProject::HasNewWarnings() const {
+bool CProject::HasNewWarnings() const
+{
     for (const QString& sWarning : GetWarnings()) {
         if (!m_ReportedWarnings.contains(qHash(sWarning.toLower()))) {
             return true;

@@ -9,13 +9,15 @@
 
 namespace {
 /// An optional yes or no behind the declared parameters.
-bool ReadSwitch(const QStringList& Params, int Index, bool Default) {
+bool ReadSwitch(const QStringList& Params, int Index, bool Default)
+{
     I64 Value = 0;
     return Index < Params.size() && ParseNumberOrConstant(Params[Index], &Value) ? Value != 0 : Default;
 }
 
 /// At least the prototype's parameters; further ones are options.
-bool HasParams(int Id, const QStringList& Params) {
+bool HasParams(int Id, const QStringList& Params)
+{
     if (Params.size() >= GetParamCount(Id)) {
         return true;
     }
@@ -25,14 +27,16 @@ bool HasParams(int Id, const QStringList& Params) {
 
 /// The value of a string variable. The prototype declares a number, so a script's text arrives as its
 /// address in the script's block.
-QString ReadText(const QString& sParam) {
+QString ReadText(const QString& sParam)
+{
     bool Ok = false;
     const I64 Address = sParam.toLongLong(&Ok, 10);
     const QString sText = Ok ? BScript::ReadStringArg(Address) : QString();
     return sText.isEmpty() ? sParam : sText;
 }
 
-void Tell(int VarID) {
+void Tell(int VarID)
+{
     const PROJECT_HOOKS& Hooks = CProject::Get().GetHooks();
     const I64 Value = GetVarValue(VarID);
     if (VarID < FIRST_PREFERENCE && Hooks.SysVarChanged) {
@@ -43,7 +47,8 @@ void Tell(int VarID) {
 }
 
 /// Sets a row from a parameter and puts the canonical form into the echo.
-void EditVar(int Id, const char* sUnknown, bool Store, bool Echo) {
+void EditVar(int Id, const char* sUnknown, bool Store, bool Echo)
+{
     const QStringList Params = GetActionParams(Id);
     const SYS_VAR* pRow = FindVar(Params[0]);
     if (!pRow) {
@@ -71,7 +76,8 @@ void EditVar(int Id, const char* sUnknown, bool Store, bool Echo) {
     }
 }
 
-void EditColor(int Id, const QStringList& Params) {
+void EditColor(int Id, const QStringList& Params)
+{
     const int ColorID = FindColor(Params[0]);
     if (ColorID < 0) {
         SetActionError(Id, QLatin1String(ERR_UNKNOWN_COLOR), Params[0]);
@@ -85,10 +91,12 @@ void EditColor(int Id, const QStringList& Params) {
         return;
     }
     SetColor(ColorID, Value, ReadSwitch(Params, 2, false));
-    SetActionParams(Id, QString::fromLatin1(GetColorRow(ColorID)->Name), QStringLiteral("0x%1").arg(Value, 8, 16, QLatin1Char('0')));
+    SetActionParams(Id, QString::fromLatin1(GetColorRow(ColorID)->Name),
+                    QStringLiteral("0x%1").arg(Value, 8, 16, QLatin1Char('0')));
 }
 
-void EditFont(int Id, const QStringList& Params) {
+void EditFont(int Id, const QStringList& Params)
+{
     const int FontID = FindFont(Params[0]);
     if (FontID < 0) {
         SetActionError(Id, QLatin1String(ERR_UNKNOWN_FONT), Params[0]);
@@ -104,7 +112,8 @@ void EditFont(int Id, const QStringList& Params) {
 }
 } // namespace
 
-bool HandleSettingsCommand(int ActionId) {
+bool HandleSettingsCommand(int ActionId)
+{
     if (ActionId != ACT_EDIT_SYS_VAR && ActionId != ACT_EDIT_PREFERENCE && ActionId != ACT_EDIT_COLOR &&
         ActionId != ACT_EDIT_FONT) {
         return false;
@@ -125,7 +134,8 @@ bool HandleSettingsCommand(int ActionId) {
     return true;
 }
 
-bool CProject::HandleCommand(int ActionId) {
+bool CProject::HandleCommand(int ActionId)
+{
     if (ActionId == ACT_SCRIPT_EXEC) {
         BScript::OnScriptExec(ActionId);
         return true;

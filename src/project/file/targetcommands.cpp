@@ -14,24 +14,28 @@ constexpr I64 SPEED_AUTO = 0;
 constexpr I64 SPEED_ADAPTIVE = 65535;
 constexpr I64 HZ_PER_KHZ = 1000;
 
-void SetParam(int ParamId, I64 Value) {
+void SetParam(int ParamId, I64 Value)
+{
     if (CProject::Get().GetHooks().SetDeviceParam) {
         CProject::Get().GetHooks().SetDeviceParam(ParamId, Value);
     }
 }
-void SetParamText(int ParamId, const QString& sValue) {
+void SetParamText(int ParamId, const QString& sValue)
+{
     if (CProject::Get().GetHooks().SetDeviceParamText) {
         CProject::Get().GetHooks().SetDeviceParamText(ParamId, sValue);
     }
 }
 
-void SetDevice(int Id) {
+void SetDevice(int Id)
+{
     QString sDevice = GetActionParam(Id);
     if (!GetActionError(Id).isEmpty()) {
         return;
     }
     if (!HasActionParams(Id)) {
-        sDevice = CProject::Get().GetHooks().SelectDevice ? CProject::Get().GetHooks().SelectDevice() : QString();
+        sDevice =
+            CProject::Get().GetHooks().SelectDevice ? CProject::Get().GetHooks().SelectDevice() : QString();
         if (sDevice.isEmpty()) {
             SetActionSilent(Id);
             return;
@@ -41,7 +45,8 @@ void SetDevice(int Id) {
     SetParamText(DEVICE_PARAM_NAME, sDevice);
 }
 
-void SetHostIF(int Id) {
+void SetHostIF(int Id)
+{
     if (!CheckParamCount(Id, 1)) {
         return;
     }
@@ -69,7 +74,8 @@ void SetHostIF(int Id) {
     }
 }
 
-void SetTargetIF(int Id) {
+void SetTargetIF(int Id)
+{
     if (!CheckParamCount(Id)) {
         return;
     }
@@ -84,7 +90,8 @@ void SetTargetIF(int Id) {
     SetActionError(Id, QLatin1String(ERR_UNKNOWN_TARGET_IF));
 }
 
-void SetTIFSpeed(int Id) {
+void SetTIFSpeed(int Id)
+{
     if (!CheckParamCount(Id)) {
         return;
     }
@@ -97,7 +104,8 @@ void SetTIFSpeed(int Id) {
     SetParam(DEVICE_PARAM_SPEED, Hz);
 }
 
-void SetJTAGConfig(int Id) {
+void SetJTAGConfig(int Id)
+{
     if (!CheckParamCount(Id)) {
         return;
     }
@@ -118,7 +126,8 @@ void SetJTAGConfig(int Id) {
 }
 } // namespace
 
-I64 ParseTIFSpeed(const QString& sText) {
+I64 ParseTIFSpeed(const QString& sText)
+{
     const QString s = QString(sText).remove(QLatin1Char('"')).trimmed();
     bool Ok = false;
     const U32 Khz = s.toUInt(&Ok, 0);
@@ -136,7 +145,8 @@ I64 ParseTIFSpeed(const QString& sText) {
     return Hz - Rest + (Rest > HZ_PER_KHZ / 2 ? HZ_PER_KHZ : 0);
 }
 
-bool HandleTargetSetting(int ActionId) {
+bool HandleTargetSetting(int ActionId)
+{
     switch (ActionId) {
     case ACT_PROJECT_SET_DEVICE:
         SetDevice(ActionId);

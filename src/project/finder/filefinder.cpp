@@ -12,13 +12,14 @@ namespace {
 constexpr int STATS_DELAY_MS = 500;
 
 /// In the order in which a text is searched for them.
-constexpr const char* PATH_VARIABLES[] = {"$(DocDir)",        "$(PluginDir)", "$(ProjectDir)",
-                                          "$(InstallDir)",    "$(ExecutableDir)", "$(AppDir)",
-                                          "$(AppBundleDir)",  "$(ConfigDir)", "$(LibraryDir)"};
+constexpr const char* PATH_VARIABLES[] = {"$(DocDir)",       "$(PluginDir)",     "$(ProjectDir)",
+                                          "$(InstallDir)",   "$(ExecutableDir)", "$(AppDir)",
+                                          "$(AppBundleDir)", "$(ConfigDir)",     "$(LibraryDir)"};
 
 /// The next token of an environment variable at or behind Pos: "$(NAME)", or "%NAME%" if the text
 /// has no token of the first form left. False if there is none.
-bool FindToken(const QString& sText, qsizetype Pos, qsizetype* pStart, qsizetype* pEnd, QString* psName) {
+bool FindToken(const QString& sText, qsizetype Pos, qsizetype* pStart, qsizetype* pEnd, QString* psName)
+{
     const qsizetype Open = sText.indexOf(QLatin1String("$("), Pos);
     const qsizetype Close = Open < 0 ? -1 : sText.indexOf(QLatin1Char(')'), Open);
     if (Close >= 0) {
@@ -39,23 +40,32 @@ bool FindToken(const QString& sText, qsizetype Pos, qsizetype* pStart, qsizetype
 }
 } // namespace
 
-CFileFinder& CFileFinder::Get() {
+CFileFinder& CFileFinder::Get()
+{
     static CFileFinder Instance;
     return Instance;
 }
 
-CFileFinder::CFileFinder() {
+CFileFinder::CFileFinder()
+{
     m_DelayTimer.setSingleShot(true);
     m_DelayTimer.setInterval(STATS_DELAY_MS);
     connect(&m_DelayTimer, &QTimer::timeout, this, &CFileFinder::OnDelayTimerTimeout);
     Reset();
 }
 
-FILEFINDER_HOOKS& CFileFinder::Hooks() {
+FILEFINDER_HOOKS& CFileFinder::Hooks()
+{
     return m_Hooks;
 }
 
-void CFileFinder::Reset() {
+void CFileFinder::SetHooks(const FILEFINDER_HOOKS& Hooks)
+{
+    m_Hooks = Hooks;
+}
+
+void CFileFinder::Reset()
+{
     m_RootPaths.clear();
     m_Aliases.clear();
     m_Substitutes.clear();
@@ -66,12 +76,14 @@ void CFileFinder::Reset() {
     m_LogResolutions = true;
 }
 
-void CFileFinder::_ClearStatistics() {
+void CFileFinder::_ClearStatistics()
+{
     m_Resolved.clear();
     m_Unresolved.clear();
 }
 
-QString CFileFinder::Normalise(const QString& sPath) {
+QString CFileFinder::Normalise(const QString& sPath)
+{
     QString s = sPath;
     s.replace(QLatin1Char('\\'), QLatin1Char('/'));
     while (s.contains(QLatin1String("//"))) {
@@ -80,16 +92,19 @@ QString CFileFinder::Normalise(const QString& sPath) {
     return s;
 }
 
-QString CFileFinder::Clean(const QString& sPath) {
+QString CFileFinder::Clean(const QString& sPath)
+{
     return QDir::cleanPath(Normalise(sPath));
 }
 
-bool CFileFinder::IsRelative(const QString& sPath) {
+bool CFileFinder::IsRelative(const QString& sPath)
+{
     const bool HasDrive = sPath.indexOf(QLatin1Char(':')) == 1 && sPath[0].isLetter();
     return !HasDrive && QFileInfo(sPath).isRelative();
 }
 
-void CFileFinder::AddRootPath(const QString& sPath) {
+void CFileFinder::AddRootPath(const QString& sPath)
+{
     QString s = Clean(Expand(sPath));
     if (IsRelative(s)) {
         // The root may be given relative to the project; one that exists nowhere stays as written.
@@ -103,23 +118,29 @@ void CFileFinder::AddRootPath(const QString& sPath) {
     _ClearStatistics();
 }
 
-void CFileFinder::AddSearchPath(const QString& sPath) {
+void CFileFinder::AddSearchPath(const QString& sPath)
+{
     m_SearchPaths.append(Clean(Expand(sPath)));
     _ClearStatistics();
 }
 
-void CFileFinder::AddFileAlias(const QString& sOldPath, const QString& sNewPath) {
+void CFileFinder::AddFileAlias(const QString& sOldPath, const QString& sNewPath)
+{
     m_Aliases.insert(Expand(sOldPath), Clean(Expand(sNewPath)));
     _ClearStatistics();
 }
 
-void CFileFinder::AddPathSubstitute(const QString& sPath, const QString& sSubstitute) {
+void CFileFinder::AddPathSubstitute(const QString& sPath, const QString& sSubstitute)
+{
     m_Substitutes.insert(Normalise(Expand(sPath)), Normalise(Expand(sSubstitute)));
     _ClearStatistics();
 }
 
-QString CFileFinder::GetVariable(const QString& sName) const {
-    const auto Is = [&sName](const char* s) { return sName.compare(QLatin1String(s), Qt::CaseInsensitive) == 0; };
+QString CFileFinder::GetVariable(const QString& sName) const
+{
+    const auto Is = [&sName](const char* s) {
+        return sName.compare(QLatin1String(s), Qt::CaseInsensitive) == 0;
+    };
     if (Is("$(DocDir)")) {
         return _Folder("Doc");
     }
@@ -144,7 +165,8 @@ QString CFileFinder::GetVariable(const QString& sName) const {
     return QString();
 }
 
-QString CFileFinder::Expand(const QString& sText) const {
+QString CFileFinder::Expand(const QString& sText) const
+{
     QString s = sText;
     if (s.contains(QLatin1Char('$'))) {
         for (const char* sVariable : PATH_VARIABLES) {
@@ -160,7 +182,8 @@ QString CFileFinder::Expand(const QString& sText) const {
     return _ExpandEnvironment(s);
 }
 
-QString CFileFinder::_ExpandEnvironment(const QString& sText) const {
+QString CFileFinder::_ExpandEnvironment(const QString& sText) const
+{
     if (!sText.contains(QLatin1String("$(")) && !sText.contains(QLatin1Char('%'))) {
         return sText;
     }
@@ -184,7 +207,8 @@ QString CFileFinder::_ExpandEnvironment(const QString& sText) const {
     return s;
 }
 
-QString CFileFinder::Collapse(const QString& sPath, const QString& sVariable) const {
+QString CFileFinder::Collapse(const QString& sPath, const QString& sVariable) const
+{
     const QString sValue = Clean(GetVariable(sVariable));
     if (sValue.isEmpty()) {
         return sPath;
@@ -205,7 +229,8 @@ QString CFileFinder::Collapse(const QString& sPath, const QString& sVariable) co
     return sPath;
 }
 
-QString CFileFinder::MapReverse(const QString& sPath) const {
+QString CFileFinder::MapReverse(const QString& sPath) const
+{
     for (auto it = m_Aliases.begin(); it != m_Aliases.end(); ++it) {
         if (it.value().compare(sPath, Qt::CaseInsensitive) == 0) {
             return it.key();
@@ -214,7 +239,8 @@ QString CFileFinder::MapReverse(const QString& sPath) const {
     return sPath;
 }
 
-QString CFileFinder::_ApplyAliases(const QString& sPath) const {
+QString CFileFinder::_ApplyAliases(const QString& sPath) const
+{
     if (m_Aliases.isEmpty()) {
         return QString();
     }
@@ -230,7 +256,8 @@ QString CFileFinder::_ApplyAliases(const QString& sPath) const {
     return QString();
 }
 
-QString CFileFinder::_ApplySubstitutes(const QString& sPath) const {
+QString CFileFinder::_ApplySubstitutes(const QString& sPath) const
+{
     if (m_Substitutes.isEmpty()) {
         return QString();
     }
@@ -245,45 +272,57 @@ QString CFileFinder::_ApplySubstitutes(const QString& sPath) const {
     return s;
 }
 
-QString CFileFinder::_InstallDir() const {
+QString CFileFinder::_InstallDir() const
+{
     return m_Hooks.InstallDir ? m_Hooks.InstallDir() : GetInstallDir();
 }
 
-QString CFileFinder::_Folder(const char* sName) const {
+QString CFileFinder::_Folder(const char* sName) const
+{
     return _InstallDir() + QLatin1Char('/') + QLatin1String(sName);
 }
 
-QString CFileFinder::_ProjectPath() const {
+QString CFileFinder::_ProjectPath() const
+{
     return m_Hooks.ProjectPath ? m_Hooks.ProjectPath() : QString();
 }
 
-QString CFileFinder::_ProgramFile() const {
+QString CFileFinder::_ProgramFile() const
+{
     return m_Hooks.ProgramFile ? m_Hooks.ProgramFile() : QString();
 }
 
-U32 CFileFinder::GetNumResolved() const {
+U32 CFileFinder::GetNumResolved() const
+{
     return static_cast<U32>(m_Resolved.size());
 }
-U32 CFileFinder::GetNumUnresolved() const {
+U32 CFileFinder::GetNumUnresolved() const
+{
     return static_cast<U32>(m_Unresolved.size());
 }
-const QHash<QString, QString>& CFileFinder::GetResolvedSrcFiles() const {
+const QHash<QString, QString>& CFileFinder::GetResolvedSrcFiles() const
+{
     return m_Resolved;
 }
-const QHash<QString, bool>& CFileFinder::GetUnresolvedSrcFiles() const {
+const QHash<QString, bool>& CFileFinder::GetUnresolvedSrcFiles() const
+{
     return m_Unresolved;
 }
-const QStringList& CFileFinder::GetRootPaths() const {
+const QStringList& CFileFinder::GetRootPaths() const
+{
     return m_RootPaths;
 }
-const QStringList& CFileFinder::GetSearchPaths() const {
+const QStringList& CFileFinder::GetSearchPaths() const
+{
     return m_SearchPaths;
 }
-void CFileFinder::SetLogResolutions(bool OnOff) {
+void CFileFinder::SetLogResolutions(bool OnOff)
+{
     m_LogResolutions = OnOff;
 }
 
-void CFileFinder::OnDelayTimerTimeout() {
+void CFileFinder::OnDelayTimerTimeout()
+{
     emit SrcFileResStatsChanged();
 }
 

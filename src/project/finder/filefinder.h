@@ -21,10 +21,11 @@
 
 /// What the finder asks of the rest of the program. An empty function counts as an empty answer.
 struct FILEFINDER_HOOKS {
-    std::function<QString()> ProjectPath;                   ///< path of the project file, empty if none
-    std::function<QString()> ProgramFile;                   ///< path of the program file, empty if none
-    std::function<QString(const QString&)> QualifySrcPath;  ///< the program's folder-qualified path for a relative source path
-    std::function<QString()> InstallDir;                    ///< replaces the install directory; for tests and portable installs
+    std::function<QString()> ProjectPath; ///< path of the project file, empty if none
+    std::function<QString()> ProgramFile; ///< path of the program file, empty if none
+    std::function<QString(const QString&)>
+        QualifySrcPath;                  ///< the program's folder-qualified path for a relative source path
+    std::function<QString()> InstallDir; ///< replaces the install directory; for tests and portable installs
 };
 
 /// What a file is, by its name alone.
@@ -45,6 +46,7 @@ public:
     CFileFinder(); ///< tests make their own; the program uses Get()
 
     FILEFINDER_HOOKS& Hooks(); ///< to be filled in place
+    void SetHooks(const FILEFINDER_HOOKS& Hooks);
 
     /// Forgets all paths, reports and statistics; the project's close calls it.
     void Reset();

@@ -20,38 +20,40 @@ struct FILE_CLASS_ROW {
     const char* Extensions; ///< each between blanks
 };
 constexpr FILE_CLASS_ROW FILE_CLASS_ROWS[] = {
-    {FILE_CLASS_SOURCE, " h c hpp cpp s "},
-    {FILE_CLASS_REGISTERS, " svd xml "},
-    {FILE_CLASS_PLUGIN, " dll so dylib "},
-    {FILE_CLASS_DATA, " bin mot srec hex elf out axf "},
-    {FILE_CLASS_PROJECT, " bdebug "},
-    {FILE_CLASS_DOCUMENT, " txt pdf html "},
+    {FILE_CLASS_SOURCE, " h c hpp cpp s "}, {FILE_CLASS_REGISTERS, " svd xml "},
+    {FILE_CLASS_PLUGIN, " dll so dylib "},  {FILE_CLASS_DATA, " bin mot srec hex elf out axf "},
+    {FILE_CLASS_PROJECT, " bdebug "},       {FILE_CLASS_DOCUMENT, " txt pdf html "},
 };
 
-bool IsExistingFile(const QString& sPath) {
+bool IsExistingFile(const QString& sPath)
+{
     return !sPath.isEmpty() && QFileInfo(sPath).isFile();
 }
 
-QString FileName(const QString& sPath) {
+QString FileName(const QString& sPath)
+{
     return sPath.mid(sPath.lastIndexOf(QLatin1Char('/')) + 1);
 }
 
 /// The path with what follows the last "." of its file name replaced; appended if there is none.
-QString WithExtension(const QString& sPath, const char* sExtension) {
+QString WithExtension(const QString& sPath, const char* sExtension)
+{
     const qsizetype Name = sPath.lastIndexOf(QLatin1Char('/')) + 1;
     const qsizetype Dot = sPath.lastIndexOf(QLatin1Char('.'));
     return (Dot >= Name ? sPath.left(Dot) : sPath) + QLatin1Char('.') + QLatin1String(sExtension);
 }
 /// A name with an extension that no class knows is taken for a source file (".cc", ".inl"), one
 /// without an extension for data.
-bool CountsAsSource(const QString& sPath) {
+bool CountsAsSource(const QString& sPath)
+{
     const FILE_CLASSES Class = CFileFinder::GetFileClass(sPath);
     return Class == FILE_CLASS_SOURCE ||
            (Class == FILE_CLASS_NONE && FileName(CFileFinder::Normalise(sPath)).contains(QLatin1Char('.')));
 }
 } // namespace
 
-FILE_CLASSES CFileFinder::GetFileClass(const QString& sPath) {
+FILE_CLASSES CFileFinder::GetFileClass(const QString& sPath)
+{
     const QString sName = FileName(Normalise(sPath));
     const qsizetype Dot = sName.lastIndexOf(QLatin1Char('.'));
     if (Dot < 0) {
@@ -70,7 +72,8 @@ FILE_CLASSES CFileFinder::GetFileClass(const QString& sPath) {
     return FILE_CLASS_NONE;
 }
 
-QString CFileFinder::_Test(const QString& sFolder, const QString& sRelativePath) const {
+QString CFileFinder::_Test(const QString& sFolder, const QString& sRelativePath) const
+{
     if (sFolder.isEmpty()) {
         return QString();
     }
@@ -80,7 +83,8 @@ QString CFileFinder::_Test(const QString& sFolder, const QString& sRelativePath)
     return QFileInfo::exists(sCandidate) ? Clean(sCandidate) : QString();
 }
 
-QString CFileFinder::_SearchRelative(const QString& sRelativePath, bool NoCurrentDir) {
+QString CFileFinder::_SearchRelative(const QString& sRelativePath, bool NoCurrentDir)
+{
     for (const QString& sRoot : m_RootPaths) {
         const QString sFound = _Test(sRoot, sRelativePath);
         if (!sFound.isEmpty()) {
@@ -102,7 +106,9 @@ QString CFileFinder::_SearchRelative(const QString& sRelativePath, bool NoCurren
     return sFound;
 }
 
-QString CFileFinder::_SearchFolders(const QString& sFileName, const QStringList& Folders, bool CaseInsensitiveScan) {
+QString CFileFinder::_SearchFolders(const QString& sFileName, const QStringList& Folders,
+                                    bool CaseInsensitiveScan)
+{
     if (Folders.isEmpty() || sFileName.isEmpty()) {
         return QString();
     }
@@ -134,7 +140,8 @@ QString CFileFinder::_SearchFolders(const QString& sFileName, const QStringList&
     return QString();
 }
 
-QString CFileFinder::_ResolveSource(const QString& sPath) {
+QString CFileFinder::_ResolveSource(const QString& sPath)
+{
     LogDebug(QStringLiteral("Resolving source file path: %1").arg(sPath));
     QString s = sPath;
     if (IsRelative(sPath)) {
@@ -149,7 +156,8 @@ QString CFileFinder::_ResolveSource(const QString& sPath) {
     return IsExistingFile(s) ? s : _SearchFolders(FileName(sPath), m_SearchPaths, false);
 }
 
-QString CFileFinder::_ResolveData(const QString& sPath, const QStringList& MoreFolders) {
+QString CFileFinder::_ResolveData(const QString& sPath, const QStringList& MoreFolders)
+{
     if (IsRelative(sPath)) {
         const QString sFound = _SearchRelative(sPath, true);
         if (IsExistingFile(sFound)) {
@@ -157,13 +165,16 @@ QString CFileFinder::_ResolveData(const QString& sPath, const QStringList& MoreF
         }
         m_FoundThroughProject = false;
     }
-    return IsExistingFile(sPath) ? sPath : _SearchFolders(FileName(sPath), m_SearchPaths + MoreFolders, false);
+    return IsExistingFile(sPath) ? sPath
+                                 : _SearchFolders(FileName(sPath), m_SearchPaths + MoreFolders, false);
 }
 
-QString CFileFinder::_ResolveRegisters(const QString& sPath) {
+QString CFileFinder::_ResolveRegisters(const QString& sPath)
+{
     const QString sConfig = _Folder("Config");
     const QStringList Folders =
-        QStringList{sConfig, sConfig + QStringLiteral("/CPU/"), sConfig + QStringLiteral("/Peripherals/")} + m_SearchPaths;
+        QStringList{sConfig, sConfig + QStringLiteral("/CPU/"), sConfig + QStringLiteral("/Peripherals/")} +
+        m_SearchPaths;
     for (const char* sExtension : {"svd", "xml"}) {
         const QString s = WithExtension(sPath, sExtension);
         QString sFound = IsRelative(s) ? _SearchRelative(s, true) : (IsExistingFile(s) ? s : QString());
@@ -178,7 +189,8 @@ QString CFileFinder::_ResolveRegisters(const QString& sPath) {
     return QString();
 }
 
-QString CFileFinder::_ResolvePluginFile(const QString& sPath) {
+QString CFileFinder::_ResolvePluginFile(const QString& sPath)
+{
     if (IsRelative(sPath)) {
         const QString sFound = _SearchRelative(sPath, true);
         if (IsExistingFile(sFound)) {
@@ -188,11 +200,13 @@ QString CFileFinder::_ResolvePluginFile(const QString& sPath) {
     }
     const QString sPlugins = _Folder("Plugins");
     const QStringList Folders =
-        QStringList{sPlugins, sPlugins + QStringLiteral("/OS/"), sPlugins + QStringLiteral("/Core/")} + m_SearchPaths;
+        QStringList{sPlugins, sPlugins + QStringLiteral("/OS/"), sPlugins + QStringLiteral("/Core/")} +
+        m_SearchPaths;
     return _SearchFolders(FileName(sPath), Folders, true);
 }
 
-QString CFileFinder::_Find(const QString& sPath) {
+QString CFileFinder::_Find(const QString& sPath)
+{
     LogDebug(QStringLiteral("Starting to resolve: %1").arg(sPath));
     if (sPath.isEmpty()) {
         return QString();
@@ -236,7 +250,8 @@ QString CFileFinder::_Find(const QString& sPath) {
     return sResult;
 }
 
-QString CFileFinder::Resolve(const QString& sPath) {
+QString CFileFinder::Resolve(const QString& sPath)
+{
     const QString sResult = _Find(sPath);
     if (!sPath.isEmpty()) {
         _Report(sPath, sResult);
@@ -245,7 +260,8 @@ QString CFileFinder::Resolve(const QString& sPath) {
     return sResult;
 }
 
-QString CFileFinder::ResolvePlugin(const QString& sPath) {
+QString CFileFinder::ResolvePlugin(const QString& sPath)
+{
     QString sResult = _Find(sPath);
     if (sResult.isEmpty() && !sPath.isEmpty()) {
         // A project written on another platform names that platform's library, or leaves the
@@ -260,7 +276,8 @@ QString CFileFinder::ResolvePlugin(const QString& sPath) {
     return sResult;
 }
 
-void CFileFinder::_Report(const QString& sOrigPath, const QString& sResult) {
+void CFileFinder::_Report(const QString& sOrigPath, const QString& sResult)
+{
     const bool Good = IsExistingFile(sResult);
     if (CountsAsSource(sOrigPath)) {
         if (Good) {
@@ -278,8 +295,9 @@ void CFileFinder::_Report(const QString& sOrigPath, const QString& sResult) {
         return;
     }
     if (!m_Reported.contains(sOrigPath) && m_LogResolutions) {
-        LogInfo(Good ? QStringLiteral("File path resolved: \"%1\" was found at \"%2\"").arg(sOrigPath, sResult)
-                     : QStringLiteral("File not found: %1").arg(sOrigPath));
+        LogInfo(Good
+                    ? QStringLiteral("File path resolved: \"%1\" was found at \"%2\"").arg(sOrigPath, sResult)
+                    : QStringLiteral("File not found: %1").arg(sOrigPath));
     }
     m_Reported.insert(sOrigPath, true);
 }

@@ -48,8 +48,10 @@ constexpr COLOR_ROW s_aColors[] = {
     {COLOR_SYMBOL_FUNCTION, "COLOR_SYMBOL_FUNCTION", "Symbol Icon Function", 0xFF000000u},
     {COLOR_ASM_LABEL_BACKG, "COLOR_ASM_LABEL_BACKG", "Label Background", 0xFFE5F1FFu},
     {COLOR_ASM_BACKG, "COLOR_ASM_BACKG", "Background Color", 0xFFF8FFFFu},
-    {COLOR_EXEC_PROFILE_GOOD_INSTR, "COLOR_EXEC_PROFILE_GOOD_INSTR", "Execution Profile - good instruction", 0xFFE3FFC1u},
-    {COLOR_EXEC_PROFILE_BAD_INSTR, "COLOR_EXEC_PROFILE_BAD_INSTR", "Execution Profile - bad instruction", 0xFFFFD700u},
+    {COLOR_EXEC_PROFILE_GOOD_INSTR, "COLOR_EXEC_PROFILE_GOOD_INSTR", "Execution Profile - good instruction",
+     0xFFE3FFC1u},
+    {COLOR_EXEC_PROFILE_BAD_INSTR, "COLOR_EXEC_PROFILE_BAD_INSTR", "Execution Profile - bad instruction",
+     0xFFFFD700u},
     {COLOR_TABLE_FILTER_MATCH, "COLOR_TABLE_FILTER_MATCH", "Text Filter Match", 0xFFCC0000u},
 };
 
@@ -61,13 +63,15 @@ constexpr FONT_ROW s_aFonts[] = {
     {FONT_TABLE_HEADER, "FONT_TABLE_HEADER", "Text", "Table header font"},
     {FONT_SRC_CODE, "FONT_SRC_CODE", "Text", "Source code font as used by the source viewer"},
     {FONT_SRC_ASM_CODE, "FONT_SRC_ASM_CODE", "Assembly Code", "Font used for inline disassembly"},
-    {FONT_ASM_CODE, "FONT_ASM_CODE", "Text", "Assembly code font as used by the disassembly and instruction trace windows"},
+    {FONT_ASM_CODE, "FONT_ASM_CODE", "Text",
+     "Assembly code font as used by the disassembly and instruction trace windows"},
     {FONT_CONSOLE, "FONT_CONSOLE", "Text", "Console window font"},
     {FONT_LINE_NUMBERS, "FONT_LINE_NUMBERS", "Line Numbers", "Font used for line numbers"},
     {FONT_EXEC_COUNTERS, "FONT_EXEC_COUNTERS", "Execution Counters", "Font used for execution counters"},
 };
 
-template <typename T, std::size_t N> constexpr bool IdsAreIndexes(const T (&aRows)[N]) {
+template <typename T, std::size_t N> constexpr bool IdsAreIndexes(const T (&aRows)[N])
+{
     for (std::size_t i = 0; i < N; ++i) {
         if (aRows[i].ID != static_cast<int>(i)) {
             return false;
@@ -89,26 +93,31 @@ struct APPEARANCE {
     std::array<QFont, NUM_FONTS> aStoredFont;
     std::array<QFont, NUM_FONTS> aDefaultFont;
 
-    APPEARANCE() {
+    APPEARANCE()
+    {
         for (int i = 0; i < NUM_COLORS; ++i) {
             aColor[i] = aStoredColor[i] = s_aColors[i].Default;
         }
     }
 };
 
-APPEARANCE& Values() {
+APPEARANCE& Values()
+{
     static APPEARANCE Instance;
     return Instance;
 }
 
-bool IsColor(int ColorID) {
+bool IsColor(int ColorID)
+{
     return ColorID >= 0 && ColorID < NUM_COLORS;
 }
-bool IsFont(int FontID) {
+bool IsFont(int FontID)
+{
     return FontID >= 0 && FontID < NUM_FONTS;
 }
 
-QColor ResolvePalette(U32 Value) {
+QColor ResolvePalette(U32 Value)
+{
     const QPalette Palette = QGuiApplication::palette();
     switch (Value) {
     case PALETTE_BASE:
@@ -127,7 +136,8 @@ QColor ResolvePalette(U32 Value) {
 }
 
 /// Code and values are read in columns, so they start with a fixed pitch.
-bool IsFixedByDefault(int FontID) {
+bool IsFixedByDefault(int FontID)
+{
     switch (FontID) {
     case FONT_APP_MONO:
     case FONT_ITEM_VALUE:
@@ -142,7 +152,8 @@ bool IsFixedByDefault(int FontID) {
     }
 }
 
-template <typename T, std::size_t N> int FindRow(const T (&aRows)[N], const QString& sName) {
+template <typename T, std::size_t N> int FindRow(const T (&aRows)[N], const QString& sName)
+{
     const QString sTrimmed = sName.trimmed();
     for (const T& Row : aRows) {
         if (sTrimmed.compare(QLatin1String(Row.Name), Qt::CaseInsensitive) == 0) {
@@ -155,7 +166,8 @@ template <typename T, std::size_t N> int FindRow(const T (&aRows)[N], const QStr
 }
 } // namespace
 
-void InitColorsAndFonts(const QFont& AppFont) {
+void InitColorsAndFonts(const QFont& AppFont)
+{
     APPEARANCE& V = Values();
     for (int i = 0; i < NUM_COLORS; ++i) {
         V.aColor[i] = V.aStoredColor[i] = s_aColors[i].Default;
@@ -166,7 +178,8 @@ void InitColorsAndFonts(const QFont& AppFont) {
     }
 }
 
-QFont GetFixedFont(const QFont& Font) {
+QFont GetFixedFont(const QFont& Font)
+{
     QFont Fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     if (Font.pointSize() > 0) {
         Fixed.setPointSize(Font.pointSize());
@@ -176,20 +189,25 @@ QFont GetFixedFont(const QFont& Font) {
     return Fixed;
 }
 
-const COLOR_ROW* GetColorRow(int ColorID) {
+const COLOR_ROW* GetColorRow(int ColorID)
+{
     return IsColor(ColorID) ? &s_aColors[ColorID] : nullptr;
 }
-QColor GetColor(int ColorID) {
+QColor GetColor(int ColorID)
+{
     return IsColor(ColorID) ? ResolvePalette(Values().aColor[ColorID]) : QColor();
 }
-U32 GetColorValue(int ColorID) {
+U32 GetColorValue(int ColorID)
+{
     return IsColor(ColorID) ? Values().aColor[ColorID] : 0;
 }
-U32 GetColorStored(int ColorID) {
+U32 GetColorStored(int ColorID)
+{
     return IsColor(ColorID) ? Values().aStoredColor[ColorID] : 0;
 }
 
-void SetColor(int ColorID, U32 Value, bool Store) {
+void SetColor(int ColorID, U32 Value, bool Store)
+{
     if (!IsColor(ColorID)) {
         return;
     }
@@ -203,30 +221,37 @@ void SetColor(int ColorID, U32 Value, bool Store) {
     }
 }
 
-int FindColor(const QString& sName) {
+int FindColor(const QString& sName)
+{
     return FindRow(s_aColors, sName);
 }
 
-void ResetColor(int ColorID) {
+void ResetColor(int ColorID)
+{
     if (IsColor(ColorID)) {
         SetColor(ColorID, s_aColors[ColorID].Default, true);
     }
 }
 
-const FONT_ROW* GetFontRow(int FontID) {
+const FONT_ROW* GetFontRow(int FontID)
+{
     return IsFont(FontID) ? &s_aFonts[FontID] : nullptr;
 }
-QFont GetFont(int FontID) {
+QFont GetFont(int FontID)
+{
     return IsFont(FontID) ? Values().aFont[FontID] : QFont();
 }
-QFont GetFontStored(int FontID) {
+QFont GetFontStored(int FontID)
+{
     return IsFont(FontID) ? Values().aStoredFont[FontID] : QFont();
 }
-QFont GetFontDefault(int FontID) {
+QFont GetFontDefault(int FontID)
+{
     return IsFont(FontID) ? Values().aDefaultFont[FontID] : QFont();
 }
 
-void SetFont(int FontID, const QFont& Font, bool Store) {
+void SetFont(int FontID, const QFont& Font, bool Store)
+{
     if (!IsFont(FontID)) {
         return;
     }
@@ -240,18 +265,22 @@ void SetFont(int FontID, const QFont& Font, bool Store) {
     }
 }
 
-int FindFont(const QString& sName) {
+int FindFont(const QString& sName)
+{
     return FindRow(s_aFonts, sName);
 }
 
-QString FontToText(const QFont& Font) {
+QString FontToText(const QFont& Font)
+{
     const bool Bold = Font.weight() > QFont::Normal;
-    const char* sStyle = Bold ? (Font.italic() ? "Bold Italic" : "Bold") : (Font.italic() ? "Italic" : "Normal");
+    const char* sStyle =
+        Bold ? (Font.italic() ? "Bold Italic" : "Bold") : (Font.italic() ? "Italic" : "Normal");
     const int Size = Font.pointSize() > 0 ? Font.pointSize() : QFontInfo(Font).pointSize();
     return QStringLiteral("%1,  %2pt,  %3").arg(Font.family()).arg(Size).arg(QLatin1String(sStyle));
 }
 
-bool ParseFont(const QString& sText, QFont* pFont) {
+bool ParseFont(const QString& sText, QFont* pFont)
+{
     QStringList Entries = sText.split(QLatin1Char(','));
     if (Entries.size() != 3) {
         return false;
@@ -260,7 +289,8 @@ bool ParseFont(const QString& sText, QFont* pFont) {
         sEntry = sEntry.remove(QLatin1Char('"')).trimmed();
     }
     bool Ok = false;
-    const int Size = QString(Entries[1]).remove(QLatin1String("pt"), Qt::CaseInsensitive).trimmed().toInt(&Ok);
+    const int Size =
+        QString(Entries[1]).remove(QLatin1String("pt"), Qt::CaseInsensitive).trimmed().toInt(&Ok);
     if (!Ok || Size < MIN_FONT_SIZE || Size > MAX_FONT_SIZE || Entries[0].isEmpty()) {
         return false;
     }

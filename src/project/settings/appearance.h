@@ -45,15 +45,15 @@ QColor GetColor(int ColorID);              ///< resolved against the palette; in
 U32 GetColorValue(int ColorID);            ///< the ARGB value as held; 0 outside the table
 U32 GetColorStored(int ColorID);
 void SetColor(int ColorID, U32 Value, bool Store = false);
-int FindColor(const QString& sName);       ///< by name ignoring case or by decimal id; -1 if unknown
-void ResetColor(int ColorID);              ///< current and stored value back to the default
+int FindColor(const QString& sName); ///< by name ignoring case or by decimal id; -1 if unknown
+void ResetColor(int ColorID);        ///< current and stored value back to the default
 
 const FONT_ROW* GetFontRow(int FontID); ///< null outside the table
 QFont GetFont(int FontID);
 QFont GetFontStored(int FontID);
 QFont GetFontDefault(int FontID);
 void SetFont(int FontID, const QFont& Font, bool Store);
-int FindFont(const QString& sName);     ///< by name ignoring case or by decimal id; -1 if unknown
+int FindFont(const QString& sName); ///< by name ignoring case or by decimal id; -1 if unknown
 
 /// The font's size, weight and slant in the system's fixed pitch family.
 QFont GetFixedFont(const QFont& Font);

@@ -4,7 +4,8 @@
 // tables of sysvars.h and appearance.h. No Qt here, so that every layer may include it.
 #pragma once
 
-/// Rows of the variable table. Below `FIRST_PREFERENCE` they describe the session, from there on they belong to the user.
+/// Rows of the variable table. Below `FIRST_PREFERENCE` they describe the session, from there on they belong
+/// to the user.
 enum SYS_VAR_IDS : int {
     VAR_RESET_MODE = 0,
     VAR_CONNECT_MODE,

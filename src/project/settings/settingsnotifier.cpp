@@ -1,7 +1,8 @@
 // The one notifier of the settings tables.
 #include "project/settings/settingsnotifier.h"
 
-CSettingsNotifier& CSettingsNotifier::Get() {
+CSettingsNotifier& CSettingsNotifier::Get()
+{
     static CSettingsNotifier Instance;
     return Instance;
 }

@@ -11,12 +11,14 @@ const QString GROUP_PREFERENCES = QStringLiteral("AppData/Preferences/Preference
 const QString GROUP_COLORS = QStringLiteral("AppData/Preferences/Colors");
 const QString GROUP_FONTS = QStringLiteral("AppData/Preferences/Fonts");
 
-QString RowName(const char* sName) {
+QString RowName(const char* sName)
+{
     return QString::fromLatin1(sName);
 }
 
 /// A colour name ("#a0b0c0", "red"); false if it is none.
-bool ParseStoredColor(const QString& sText, U32* pValue) {
+bool ParseStoredColor(const QString& sText, U32* pValue)
+{
     if (!QColor::isValidColor(sText)) {
         return false;
     }
@@ -25,7 +27,8 @@ bool ParseStoredColor(const QString& sText, U32* pValue) {
 }
 } // namespace
 
-void LoadPreferences() {
+void LoadPreferences()
+{
     const CSettingsStore& Store = CSettingsStore::Get();
     for (int i = 0; i < NUM_SYS_VARS; ++i) {
         const SYS_VAR& Row = GetSysVarRows()[i];
@@ -51,7 +54,8 @@ void LoadPreferences() {
     }
 }
 
-void SavePreferences() {
+void SavePreferences()
+{
     CSettingsStore& Store = CSettingsStore::Get();
     for (int i = 0; i < NUM_SYS_VARS; ++i) {
         const SYS_VAR& Row = GetSysVarRows()[i];
@@ -67,12 +71,14 @@ void SavePreferences() {
     }
 }
 
-void LoadColorsAndFonts() {
+void LoadColorsAndFonts()
+{
     const CSettingsStore& Store = CSettingsStore::Get();
     for (const QString& sName : Store.GetKeys(GROUP_COLORS)) {
         U32 Value = 0;
         const int ColorID = FindColor(sName);
-        if (ColorID >= 0 && ParseStoredColor(Store.Read(GROUP_COLORS, sName, QVariant()).toString(), &Value)) {
+        if (ColorID >= 0 &&
+            ParseStoredColor(Store.Read(GROUP_COLORS, sName, QVariant()).toString(), &Value)) {
             SetColor(ColorID, Value, true);
         }
     }
@@ -85,7 +91,8 @@ void LoadColorsAndFonts() {
     }
 }
 
-void SaveColorsAndFonts() {
+void SaveColorsAndFonts()
+{
     CSettingsStore& Store = CSettingsStore::Get();
     for (int i = 0; i < NUM_COLORS; ++i) {
         const COLOR_ROW& Row = *GetColorRow(i);

@@ -4,7 +4,7 @@
 // wins for that session. Main thread.
 #pragma once
 
-void LoadPreferences();     ///< every row that the store holds, as current and stored value
-void SavePreferences();     ///< the stored value of every row
-void LoadColorsAndFonts();  ///< unknown and bad entries are skipped
-void SaveColorsAndFonts();  ///< only what differs from its default; other keys are removed
+void LoadPreferences();    ///< every row that the store holds, as current and stored value
+void SavePreferences();    ///< the stored value of every row
+void LoadColorsAndFonts(); ///< unknown and bad entries are skipped
+void SaveColorsAndFonts(); ///< only what differs from its default; other keys are removed

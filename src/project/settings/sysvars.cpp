@@ -8,6 +8,7 @@
 #include <QMutexLocker>
 #include <array>
 #include <atomic>
+#include <string>
 
 namespace {
 /// One row's values. The device's worker reads while the main thread writes: numbers are
@@ -18,8 +19,8 @@ struct ROW_VALUE {
     std::atomic<bool> Set{false};
     std::atomic<I64 (*)()> pfRead{nullptr};
     std::atomic<void (*)(I64)> pfWrite{nullptr};
-    QString sText;
-    QString sStoredText;
+    std::u16string sText; ///< never shared with a reader's copy
+    std::u16string sStoredText;
 };
 
 struct VALUE_BLOCK {
@@ -28,30 +29,34 @@ struct VALUE_BLOCK {
 
     VALUE_BLOCK() { ToDefaults(); }
 
-    void ToDefaults() {
+    void ToDefaults()
+    {
         const QMutexLocker Lock(&TextMutex);
         for (int i = 0; i < NUM_SYS_VARS; ++i) {
             const SYS_VAR& Row = GetSysVarRows()[i];
             aRow[i].Value = Row.Default;
             aRow[i].Stored = Row.Default;
             aRow[i].Set = false;
-            aRow[i].sText = QString::fromLatin1(Row.DefaultText);
+            aRow[i].sText = QString::fromLatin1(Row.DefaultText).toStdU16String();
             aRow[i].sStoredText = aRow[i].sText;
         }
     }
 };
 
-VALUE_BLOCK& Block() {
+VALUE_BLOCK& Block()
+{
     static VALUE_BLOCK Instance;
     return Instance;
 }
 
-bool IsVar(int VarID) {
+bool IsVar(int VarID)
+{
     return VarID >= 0 && VarID < NUM_SYS_VARS;
 }
 
 /// Cuts a value to the row's width; signed rows keep their sign.
-U64 CutToWidth(int VarID, U64 Value) {
+U64 CutToWidth(int VarID, U64 Value)
+{
     switch (GetSysVarRows()[VarID].Type) {
     case SVT_ULONGLONG:
         return Value;
@@ -65,7 +70,8 @@ U64 CutToWidth(int VarID, U64 Value) {
 }
 } // namespace
 
-void InitSysVars() {
+void InitSysVars()
+{
     VALUE_BLOCK& B = Block();
     B.ToDefaults();
     for (int i = 0; i < NUM_SYS_VARS; ++i) {
@@ -75,11 +81,13 @@ void InitSysVars() {
     }
 }
 
-const SYS_VAR* GetVar(int Index) {
+const SYS_VAR* GetVar(int Index)
+{
     return IsVar(Index) ? &GetSysVarRows()[Index] : nullptr;
 }
 
-int GetVarIndex(const QString& sName) {
+int GetVarIndex(const QString& sName)
+{
     const QString sTrimmed = sName.trimmed();
     for (int i = 0; i < NUM_SYS_VARS; ++i) {
         if (sTrimmed.compare(QLatin1String(GetSysVarRows()[i].Name), Qt::CaseInsensitive) == 0) {
@@ -89,13 +97,15 @@ int GetVarIndex(const QString& sName) {
     return -1;
 }
 
-const SYS_VAR* FindVar(const QString& sName) {
+const SYS_VAR* FindVar(const QString& sName)
+{
     bool Ok = false;
     const int Index = sName.trimmed().toInt(&Ok, 10);
     return GetVar(Ok ? Index : GetVarIndex(sName));
 }
 
-const char* GetVarTypeName(int VarID) {
+const char* GetVarTypeName(int VarID)
+{
     if (!IsVar(VarID)) {
         return "";
     }
@@ -115,42 +125,48 @@ const char* GetVarTypeName(int VarID) {
     return "";
 }
 
-I64 GetVarValue(int VarID) {
+I64 GetVarValue(int VarID)
+{
     if (!IsVar(VarID)) {
         return 0;
     }
     ROW_VALUE& Row = Block().aRow[VarID];
-    if (I64 (*pfRead)() = Row.pfRead) {
+    if (I64(*pfRead)() = Row.pfRead) {
         return static_cast<I64>(CutToWidth(VarID, static_cast<U64>(pfRead())));
     }
     return static_cast<I64>(Row.Value.load());
 }
 
-I64 GetVarStored(int VarID) {
+I64 GetVarStored(int VarID)
+{
     return IsVar(VarID) ? static_cast<I64>(Block().aRow[VarID].Stored.load()) : 0;
 }
 
-I64 GetVarDefault(int VarID) {
+I64 GetVarDefault(int VarID)
+{
     return IsVar(VarID) ? static_cast<I64>(GetSysVarRows()[VarID].Default) : 0;
 }
 
-QString GetVarString(int VarID) {
+QString GetVarString(int VarID)
+{
     if (!IsStringVar(VarID)) {
         return QString();
     }
     const QMutexLocker Lock(&Block().TextMutex);
-    return Block().aRow[VarID].sText;
+    return QString::fromStdU16String(Block().aRow[VarID].sText);
 }
 
-QString GetVarStoredString(int VarID) {
+QString GetVarStoredString(int VarID)
+{
     if (!IsStringVar(VarID)) {
         return QString();
     }
     const QMutexLocker Lock(&Block().TextMutex);
-    return Block().aRow[VarID].sStoredText;
+    return QString::fromStdU16String(Block().aRow[VarID].sStoredText);
 }
 
-void SetVar(int VarID, I64 Value, bool Store) {
+void SetVar(int VarID, I64 Value, bool Store)
+{
     if (!IsVar(VarID) || IsStringVar(VarID)) {
         return;
     }
@@ -170,7 +186,8 @@ void SetVar(int VarID, I64 Value, bool Store) {
     }
 }
 
-int SetVarString(int VarID, const QString& sText, bool Store) {
+int SetVarString(int VarID, const QString& sText, bool Store)
+{
     if (!IsStringVar(VarID) || sText.size() > MAX_SYS_VAR_TEXT) {
         return -1;
     }
@@ -178,11 +195,12 @@ int SetVarString(int VarID, const QString& sText, bool Store) {
     {
         const QMutexLocker Lock(&Block().TextMutex);
         ROW_VALUE& Row = Block().aRow[VarID];
-        Changed = Row.sText != sText;
-        Row.sText = sText;
+        const std::u16string NewText = sText.toStdU16String();
+        Changed = Row.sText != NewText;
+        Row.sText = NewText;
         Row.Set = true;
         if (Store) {
-            Row.sStoredText = sText;
+            Row.sStoredText = NewText;
         }
     }
     if (Changed) {
@@ -191,7 +209,8 @@ int SetVarString(int VarID, const QString& sText, bool Store) {
     return 0;
 }
 
-void RestoreVar(int VarID, I64 Value) {
+void RestoreVar(int VarID, I64 Value)
+{
     if (IsVarValueValid(VarID, Value)) {
         const bool WasSet = IsVarSet(VarID);
         SetVar(VarID, Value, true);
@@ -199,29 +218,34 @@ void RestoreVar(int VarID, I64 Value) {
     }
 }
 
-void RestoreVarString(int VarID, const QString& sText) {
+void RestoreVarString(int VarID, const QString& sText)
+{
     const bool WasSet = IsVarSet(VarID);
     if (SetVarString(VarID, sText, true) == 0) {
         Block().aRow[VarID].Set = WasSet;
     }
 }
 
-bool IsVarSet(int VarID) {
+bool IsVarSet(int VarID)
+{
     return IsVar(VarID) && Block().aRow[VarID].Set;
 }
 
-bool IsVarChanged(int VarID) {
+bool IsVarChanged(int VarID)
+{
     if (IsStringVar(VarID)) {
         return GetVarString(VarID) != QLatin1String(GetSysVarRows()[VarID].DefaultText);
     }
     return GetVarValue(VarID) != GetVarDefault(VarID);
 }
 
-bool IsStringVar(int VarID) {
+bool IsStringVar(int VarID)
+{
     return IsVar(VarID) && GetSysVarRows()[VarID].Type == SVT_STRING;
 }
 
-void BindVar(int VarID, I64 (*pfRead)(), void (*pfWrite)(I64 Value)) {
+void BindVar(int VarID, I64 (*pfRead)(), void (*pfWrite)(I64 Value))
+{
     if (IsVar(VarID) && !IsStringVar(VarID)) {
         Block().aRow[VarID].pfRead = pfRead;
         Block().aRow[VarID].pfWrite = pfWrite;

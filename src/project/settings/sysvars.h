@@ -33,9 +33,9 @@ inline constexpr int MAX_SYS_VAR_TEXT = 100;
 /// One constant row of the table. The values live beside it: see GetVarValue.
 struct SYS_VAR {
     int Index;
-    const char* Name;        ///< constant name, e.g. "VAR_RESET_MODE"
-    const char* Label;       ///< text in dialogs
-    const char* Key;         ///< short label of the value
+    const char* Name;  ///< constant name, e.g. "VAR_RESET_MODE"
+    const char* Label; ///< text in dialogs
+    const char* Key;   ///< short label of the value
     SYS_VAR_TYPES Type;
     U64 Default;             ///< default of a number; a signed row holds it sign-extended
     const char* DefaultText; ///< default of a string row, else empty
@@ -59,16 +59,17 @@ void SetSettingsHooks(const SETTINGS_HOOKS& Hooks);
 /// The first call happens by itself before the first access. Main thread.
 void InitSysVars();
 
-const SYS_VAR* GetVar(int Index);            ///< row, null outside the table
+const SYS_VAR* GetVar(int Index);             ///< row, null outside the table
 const SYS_VAR* FindVar(const QString& sName); ///< by decimal index or by name ignoring case; null if unknown
-int GetVarIndex(const QString& sName);       ///< index by name ignoring case; -1 if unknown
-const char* GetVarTypeName(int VarID);       ///< "string selection", "unsigned int", "signed int", "string", "unsigned long long"
+int GetVarIndex(const QString& sName);        ///< index by name ignoring case; -1 if unknown
+const char* GetVarTypeName(
+    int VarID); ///< "string selection", "unsigned int", "signed int", "string", "unsigned long long"
 
 /// Current value. A signed row gives it sign-extended, an 8 byte row its bits, a string row 0. Any thread.
 I64 GetVarValue(int VarID);
-I64 GetVarStored(int VarID);      ///< the value that SavePreferences writes; any thread
+I64 GetVarStored(int VarID); ///< the value that SavePreferences writes; any thread
 I64 GetVarDefault(int VarID);
-QString GetVarString(int VarID);  ///< current text of a string row, else empty; any thread
+QString GetVarString(int VarID); ///< current text of a string row, else empty; any thread
 QString GetVarStoredString(int VarID);
 
 /// Sets the current value and, with Store, the stored one; marks the row as set and tells the

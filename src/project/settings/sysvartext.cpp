@@ -20,7 +20,8 @@ struct RANGE {
     U64 Max = 0;
 
     /// For an unsigned row the bits of Value, for a signed one its sign counts.
-    bool Holds(I64 Value, bool Signed) const {
+    bool Holds(I64 Value, bool Signed) const
+    {
         if (Signed) {
             return Value >= Min && Value <= static_cast<I64>(Max);
         }
@@ -28,18 +29,22 @@ struct RANGE {
     }
 };
 
-bool IsSigned(int VarID) {
+bool IsSigned(int VarID)
+{
     return GetSysVarRows()[VarID].Type == SVT_INT;
 }
 
 /// A number of the range text, decimal or hexadecimal, with a sign.
-bool ReadNumber(const QString& sText, U64* pValue) {
+bool ReadNumber(const QString& sText, U64* pValue)
+{
     bool Ok = false;
-    *pValue = sText.startsWith(QLatin1Char('-')) ? static_cast<U64>(sText.toLongLong(&Ok, 0)) : sText.toULongLong(&Ok, 0);
+    *pValue = sText.startsWith(QLatin1Char('-')) ? static_cast<U64>(sText.toLongLong(&Ok, 0))
+                                                 : sText.toULongLong(&Ok, 0);
     return Ok;
 }
 
-RANGE ReadRange(int VarID) {
+RANGE ReadRange(int VarID)
+{
     RANGE Range;
     bool HasMin = false;
     bool HasMax = false;
@@ -57,7 +62,8 @@ RANGE ReadRange(int VarID) {
     return Range;
 }
 
-QString StripQuotes(const QString& sText) {
+QString StripQuotes(const QString& sText)
+{
     QString s = sText.trimmed();
     if (s.size() >= 2 && s.startsWith(QLatin1Char('"')) && s.endsWith(QLatin1Char('"'))) {
         s = s.mid(1, s.size() - 2).trimmed();
@@ -66,7 +72,8 @@ QString StripQuotes(const QString& sText) {
 }
 
 /// A number in C notation; an 8 byte row takes all of the unsigned range.
-bool ReadUserNumber(int VarID, const QString& sText, I64* pValue) {
+bool ReadUserNumber(int VarID, const QString& sText, I64* pValue)
+{
     bool Ok = false;
     *pValue = sText.toLongLong(&Ok, 0);
     if (!Ok && GetSysVarRows()[VarID].Type == SVT_ULONGLONG) {
@@ -77,13 +84,15 @@ bool ReadUserNumber(int VarID, const QString& sText, I64* pValue) {
     return Ok;
 }
 
-QString RangeText(const char* sFormat, const RANGE& Range, bool Signed) {
-    return QString::fromLatin1(sFormat).arg(Range.Min).arg(Signed ? QString::number(static_cast<I64>(Range.Max))
-                                                                  : QString::number(Range.Max));
+QString RangeText(const char* sFormat, const RANGE& Range, bool Signed)
+{
+    return QString::fromLatin1(sFormat).arg(Range.Min).arg(
+        Signed ? QString::number(static_cast<I64>(Range.Max)) : QString::number(Range.Max));
 }
 
 /// Text of a value of a row with a range; the result code says whether it lies in it.
-int NumberToText(int VarID, I64 Value, QString* psText) {
+int NumberToText(int VarID, I64 Value, QString* psText)
+{
     const bool Signed = IsSigned(VarID);
     const RANGE Range = ReadRange(VarID);
     const QString sNumber = Signed ? QString::number(Value) : QString::number(static_cast<U64>(Value));
@@ -92,16 +101,18 @@ int NumberToText(int VarID, I64 Value, QString* psText) {
         return 0;
     }
     if (!Range.Holds(Value, Signed)) {
-        *psText = QStringLiteral("Value %1 is out of range (Min: %2, Max: %3)")
-                      .arg(sNumber, QString::number(Range.Min),
-                           Signed ? QString::number(static_cast<I64>(Range.Max)) : QString::number(Range.Max));
+        *psText =
+            QStringLiteral("Value %1 is out of range (Min: %2, Max: %3)")
+                .arg(sNumber, QString::number(Range.Min),
+                     Signed ? QString::number(static_cast<I64>(Range.Max)) : QString::number(Range.Max));
         return -3;
     }
     *psText = sNumber;
     return 0;
 }
 
-int ToText(int VarID, I64 Value, QString* psText) {
+int ToText(int VarID, I64 Value, QString* psText)
+{
     switch (GetSysVarRows()[VarID].Type) {
     case SVT_SELECTION: {
         const qsizetype Pos = GetValues(VarID).indexOf(Value);
@@ -125,7 +136,8 @@ int ToText(int VarID, I64 Value, QString* psText) {
 }
 
 /// The rule of a number typed for a row with a range: decimal, or hexadecimal behind "0x".
-bool ParseRangeNumber(int VarID, const QString& sText, I64* pValue, QString* psError) {
+bool ParseRangeNumber(int VarID, const QString& sText, I64* pValue, QString* psError)
+{
     const bool Signed = IsSigned(VarID);
     QString s = sText.trimmed();
     const bool Negative = Signed && s.startsWith(QLatin1Char('-'));
@@ -150,29 +162,35 @@ bool ParseRangeNumber(int VarID, const QString& sText, I64* pValue, QString* psE
 }
 } // namespace
 
-void SetSettingsHooks(const SETTINGS_HOOKS& Hooks) {
+void SetSettingsHooks(const SETTINGS_HOOKS& Hooks)
+{
     s_Hooks = Hooks;
 }
 
-bool HasValueList(int VarID) {
+bool HasValueList(int VarID)
+{
     const SYS_VAR* pRow = GetVar(VarID);
     return pRow && (pRow->Type == SVT_SELECTION || !ReadRange(VarID).Valid);
 }
 
-QStringList GetValueTexts(int VarID) {
+QStringList GetValueTexts(int VarID)
+{
     QStringList Texts;
     if (HasValueList(VarID)) {
-        for (const QString& sPart : QString::fromLatin1(GetSysVarRows()[VarID].Range).split(QLatin1Char(','))) {
+        for (const QString& sPart :
+             QString::fromLatin1(GetSysVarRows()[VarID].Range).split(QLatin1Char(','))) {
             Texts.append(sPart.left(sPart.lastIndexOf(QLatin1Char('='))));
         }
     }
     return Texts;
 }
 
-QList<I64> GetValues(int VarID) {
+QList<I64> GetValues(int VarID)
+{
     QList<I64> Values;
     if (HasValueList(VarID)) {
-        for (const QString& sPart : QString::fromLatin1(GetSysVarRows()[VarID].Range).split(QLatin1Char(','))) {
+        for (const QString& sPart :
+             QString::fromLatin1(GetSysVarRows()[VarID].Range).split(QLatin1Char(','))) {
             U64 Value = 0;
             ReadNumber(sPart.mid(sPart.lastIndexOf(QLatin1Char('=')) + 1), &Value);
             Values.append(static_cast<I64>(Value));
@@ -181,7 +199,8 @@ QList<I64> GetValues(int VarID) {
     return Values;
 }
 
-bool GetVarRange(int VarID, I64* pMin, U64* pMax) {
+bool GetVarRange(int VarID, I64* pMin, U64* pMax)
+{
     if (!GetVar(VarID) || HasValueList(VarID)) {
         return false;
     }
@@ -191,14 +210,17 @@ bool GetVarRange(int VarID, I64* pMin, U64* pMax) {
     return true;
 }
 
-bool IsVarValueValid(int VarID, I64 Value) {
+bool IsVarValueValid(int VarID, I64 Value)
+{
     if (!GetVar(VarID) || IsStringVar(VarID)) {
         return false;
     }
-    return HasValueList(VarID) ? GetValues(VarID).contains(Value) : ReadRange(VarID).Holds(Value, IsSigned(VarID));
+    return HasValueList(VarID) ? GetValues(VarID).contains(Value)
+                               : ReadRange(VarID).Holds(Value, IsSigned(VarID));
 }
 
-I64 ParseVar(int VarID, const QString& sText, bool* pOk) {
+I64 ParseVar(int VarID, const QString& sText, bool* pOk)
+{
     *pOk = false;
     if (!GetVar(VarID) || IsStringVar(VarID)) {
         return 0;
@@ -216,7 +238,8 @@ I64 ParseVar(int VarID, const QString& sText, bool* pOk) {
         }
     }
     I64 Value = 0;
-    bool Found = s_Hooks.pfFindConstant && s_Hooks.pfFindConstant(s, &Value) && (!List || Values.contains(Value));
+    bool Found =
+        s_Hooks.pfFindConstant && s_Hooks.pfFindConstant(s, &Value) && (!List || Values.contains(Value));
     if (!Found) {
         Found = ReadUserNumber(VarID, s, &Value);
     }
@@ -231,7 +254,8 @@ I64 ParseVar(int VarID, const QString& sText, bool* pOk) {
     return *pOk ? Value : 0;
 }
 
-int ParseVarText(int VarID, int Store, const QString& sText, QString* psError) {
+int ParseVarText(int VarID, int Store, const QString& sText, QString* psError)
+{
     const SYS_VAR* pRow = GetVar(VarID);
     QString sError;
     I64 Value = 0;
@@ -257,7 +281,8 @@ int ParseVarText(int VarID, int Store, const QString& sText, QString* psError) {
     return 0;
 }
 
-QString VarToText(int VarID, I64 Value) {
+QString VarToText(int VarID, I64 Value)
+{
     QString sText;
     if (GetVar(VarID)) {
         ToText(VarID, Value == -1 ? GetVarValue(VarID) : Value, &sText);
@@ -265,7 +290,8 @@ QString VarToText(int VarID, I64 Value) {
     return sText;
 }
 
-int VarToTextBuffer(int VarID, I64 Value, char* pBuffer, int BufferSize) {
+int VarToTextBuffer(int VarID, I64 Value, char* pBuffer, int BufferSize)
+{
     QString sText;
     if (!GetVar(VarID) || BufferSize < 1) {
         return -1;

@@ -42,40 +42,47 @@ struct STATE {
     QString sProjectDir;
 };
 
-STATE& S() {
+STATE& S()
+{
     static STATE Instance;
     return Instance;
 }
 
-U32 HashOf(const QString& sText) {
+U32 HashOf(const QString& sText)
+{
     return static_cast<U32>(qHash(sText.toUtf8(), 0));
 }
 
-void SetErrorState(const QString& sText, int Line, const QString& sStatement) {
+void SetErrorState(const QString& sText, int Line, const QString& sStatement)
+{
     S().sErrorText = sText;
     S().ErrorLine = Line;
     S().sErrorStatement = sStatement;
     S().ErrorFlag = true;
 }
 
-int Refuse(const char* sText, int Result) {
+int Refuse(const char* sText, int Result)
+{
     S().sErrorText = QString::fromLatin1(sText);
     S().ErrorLine = -1;
     S().sErrorStatement.clear();
     return Result;
 }
 
-void OnScriptError(SCRIPT_CTX* pCtx) {
+void OnScriptError(SCRIPT_CTX* pCtx)
+{
     if (!S().pScript || S().pScript->pCtx != pCtx) {
         return; // a script that was closed and is on its way out
     }
     const char* pEnd = std::strchr(pCtx->LineStart, ';');
     const QByteArray Statement(pCtx->LineStart, pEnd ? pEnd - pCtx->LineStart : -1);
-    SetErrorState(QString::fromUtf8(pCtx->ErrorText), pCtx->Line, QString::fromUtf8(Statement).left(MAX_STATEMENT));
+    SetErrorState(QString::fromUtf8(pCtx->ErrorText), pCtx->Line,
+                  QString::fromUtf8(Statement).left(MAX_STATEMENT));
 }
 
 /// Ends the script without touching the project's path.
-void Release() {
+void Release()
+{
     STATE& s = S();
     LogDebug(QStringLiteral("Script waiting to close."));
     s.Closing = true;
@@ -94,13 +101,15 @@ void Release() {
 /// Counts a running call for its life.
 class CRunning {
 public:
-    explicit CRunning(int EventId) : m_OldEvent(S().RunningEvent) {
+    explicit CRunning(int EventId) : m_OldEvent(S().RunningEvent)
+    {
         ++S().CallDepth;
         if (EventId >= 0) {
             S().RunningEvent = EventId;
         }
     }
-    ~CRunning() {
+    ~CRunning()
+    {
         --S().CallDepth;
         S().RunningEvent = m_OldEvent;
     }
@@ -111,7 +120,8 @@ private:
     int m_OldEvent;
 };
 
-int Exec(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* pResult) {
+int Exec(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* pResult)
+{
     // The reference keeps the block alive if the script is closed while the call runs.
     const std::shared_ptr<SCRIPT_INSTANCE> pScript = S().pScript;
     const CRunning Running(EventId);
@@ -121,7 +131,9 @@ int Exec(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* 
         Result = Script::CallByName(pScript->pCtx, Name.constData(), NumArgs, aArgs, pResult);
     } catch (...) {
         const QString sPrototype = GetEventPrototype(EventId);
-        SetErrorState(QStringLiteral("Error in script function ") + (sPrototype.isEmpty() ? sName : sPrototype), -1, QString());
+        SetErrorState(QStringLiteral("Error in script function ") +
+                          (sPrototype.isEmpty() ? sName : sPrototype),
+                      -1, QString());
         return RUN_SYNTAX_ERROR;
     }
     if (Result == -2) {
@@ -134,11 +146,20 @@ int Exec(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* 
 }
 } // namespace
 
-BSCRIPT_HOOKS& Hooks() {
+BSCRIPT_HOOKS& Hooks()
+{
     return S().Hooks;
 }
 
-int LoadText(const QString& sText) {
+void SetHooks(const BSCRIPT_HOOKS& NewHooks)
+{
+    const std::function<int()> LogNewWarnings = S().Hooks.LogNewWarnings;
+    S().Hooks = NewHooks;
+    if (!NewHooks.LogNewWarnings) S().Hooks.LogNewWarnings = LogNewWarnings;
+}
+
+int LoadText(const QString& sText)
+{
     AssertMainThread("BScript::LoadText");
     STATE& s = S();
     Release();
@@ -166,7 +187,8 @@ int LoadText(const QString& sText) {
     return 0;
 }
 
-int Load(const QString& sPath) {
+int Load(const QString& sPath)
+{
     SetProjectPath(sPath);
     QString sText;
     int Result = -1;
@@ -181,32 +203,39 @@ int Load(const QString& sPath) {
         return Result;
     }
     if (!HasEvent(EVENT_ON_PROJECT_LOAD)) {
-        SetErrorState(QStringLiteral("Required user function missing: ") + GetEventPrototype(EVENT_ON_PROJECT_LOAD), -1, QString());
+        SetErrorState(QStringLiteral("Required user function missing: ") +
+                          GetEventPrototype(EVENT_ON_PROJECT_LOAD),
+                      -1, QString());
     }
     return Result;
 }
 
-void Close() {
+void Close()
+{
     Release();
     SetProjectPath(QString());
 }
 
-bool HasEvent(int EventId) {
+bool HasEvent(int EventId)
+{
     const STATE& s = S();
     const QByteArray Name = GetEventName(EventId).left(MAX_EVENT_NAME).toUtf8();
     return s.pScript && !s.ErrorFlag && !s.Closing && !Name.isEmpty() &&
            Script::FindSymbol(s.pScript->pCtx, Name.constData()) != nullptr;
 }
 
-int RunEvent(int EventId) {
+int RunEvent(int EventId)
+{
     if (EventId > EVENT_BEFORE_TARGET_RESUME || EventId < EVENT_ON_PROJECT_LOAD) {
         return Refuse("unknown function", RUN_UNKNOWN);
     }
     const QString sName = GetEventName(EventId);
-    return sName.isEmpty() ? Refuse("invalid function prototype", RUN_BAD_PROTOTYPE) : RunFunction(sName, EventId, 0, nullptr, nullptr);
+    return sName.isEmpty() ? Refuse("invalid function prototype", RUN_BAD_PROTOTYPE)
+                           : RunFunction(sName, EventId, 0, nullptr, nullptr);
 }
 
-int RunFunction(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* pResult) {
+int RunFunction(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* pResult)
+{
     AssertMainThread("BScript::RunFunction");
     const STATE& s = S();
     if (!s.pScript) {
@@ -231,7 +260,16 @@ int RunFunction(const QString& sName, int EventId, int NumArgs, const I64* aArgs
 }
 
 namespace {
-int ExecLogged(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* pResult) {
+/// Logs the project warnings that nobody has seen; true if there were any.
+bool TellWarnings()
+{
+    const BSCRIPT_HOOKS& Hooks = S().Hooks;
+    if (Hooks.LogNewWarnings) return Hooks.LogNewWarnings() > 0;
+    return Hooks.HasNewWarnings && Hooks.HasNewWarnings();
+}
+
+int ExecLogged(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* pResult)
+{
     STATE& s = S();
     if (s.Hooks.IsProjectClosing && s.Hooks.IsProjectClosing()) {
         LogInfo(QStringLiteral("Not executing script function: %1. Project is about to close").arg(sName));
@@ -239,87 +277,107 @@ int ExecLogged(const QString& sName, int EventId, int NumArgs, const I64* aArgs,
     }
     LogDebug(QStringLiteral("Executing script function: ") + sName);
     const int Result = RunFunction(sName, EventId, NumArgs, aArgs, pResult);
-    if (s.ErrorFlag && s.Hooks.LogNewWarnings && s.Hooks.LogNewWarnings() > 0 && s.Hooks.ShowConsole) {
+    if (s.ErrorFlag && TellWarnings() && s.Hooks.ShowConsole) {
         s.Hooks.ShowConsole();
     }
     return Result;
 }
 } // namespace
 
-int ExecScriptFunction(int EventId) {
+int ExecScriptFunction(int EventId)
+{
     const QString sName = GetEventName(EventId);
     return sName.isEmpty() ? RunEvent(EventId) : ExecLogged(sName, EventId, 0, nullptr, nullptr);
 }
 
-int ExecScriptFunction(const QString& sName, int NumArgs, const I64* aArgs, I64* pResult) {
+int ExecScriptFunction(const QString& sName, int NumArgs, const I64* aArgs, I64* pResult)
+{
     return ExecLogged(sName, -1, NumArgs, aArgs, pResult);
 }
 
-bool IsLoaded() {
+bool IsLoaded()
+{
     return S().pScript != nullptr;
 }
-bool HasError() {
+bool HasError()
+{
     return S().ErrorFlag;
 }
-bool IsRunning() {
+bool IsRunning()
+{
     return S().CallDepth > 0 || S().RunningEvent >= 0;
 }
-int GetCallDepth() {
+int GetCallDepth()
+{
     return S().CallDepth;
 }
-int GetRunningEvent() {
+int GetRunningEvent()
+{
     return S().RunningEvent;
 }
-bool IsClosing() {
+bool IsClosing()
+{
     return S().Closing;
 }
 
-void RequestClose() {
+void RequestClose()
+{
     S().Closing = true;
     if (S().pScript) {
         S().pScript->pCtx->Abort = 1;
     }
 }
 
-QString GetErrorText() {
+QString GetErrorText()
+{
     QString s = S().sErrorText.simplified().remove(QLatin1Char('.'));
     if (S().ErrorLine >= 0) {
         s += QStringLiteral(" at line %1").arg(S().ErrorLine);
     }
     return s;
 }
-QString GetErrorStatement() {
+QString GetErrorStatement()
+{
     return S().sErrorStatement;
 }
-int GetErrorLine() {
+int GetErrorLine()
+{
     return S().ErrorLine;
 }
 
-QString GetProjectPath() {
+QString GetProjectPath()
+{
     return S().sProjectPath;
 }
-QString GetProjectDir() {
+QString GetProjectDir()
+{
     return S().sProjectDir;
 }
-void SetProjectPath(const QString& sPath) {
+void SetProjectPath(const QString& sPath)
+{
     S().sProjectPath = sPath;
     S().sProjectDir = sPath.isEmpty() ? QString() : QFileInfo(sPath).absolutePath();
 }
 
-QString GetScriptText() {
+QString GetScriptText()
+{
     return S().pScript ? QString::fromUtf8(S().pScript->Text) : QString();
 }
 
-void SetTextHash(const QString& sText) {
+void SetTextHash(const QString& sText)
+{
     S().TextHash = HashOf(sText);
 }
 
-bool IsFileChanged() {
+bool IsFileChanged()
+{
     QString sText;
-    return !S().sProjectPath.isEmpty() && ReadTextFile(S().sProjectPath, &sText) && HashOf(sText) != S().TextHash;
+    return !S().sProjectPath.isEmpty() && ReadTextFile(S().sProjectPath, &sText) &&
+           HashOf(sText) != S().TextHash;
 }
 
-int ReloadIfChanged() {
+int ReloadIfChanged()
+{
     // A script that runs is looked at again when it has ended.
     if (IsRunning() || !IsFileChanged()) {
         return 0;
@@ -328,7 +386,8 @@ int ReloadIfChanged() {
     return 1;
 }
 
-bool CheckStringArg(I64 Arg, const QString& sName) {
+bool CheckStringArg(I64 Arg, const QString& sName)
+{
     const STATE& s = S();
     if (s.pScript && Script::IsHeapString(s.pScript->pCtx, Arg)) {
         return true;
@@ -348,7 +407,8 @@ bool CheckStringArg(I64 Arg, const QString& sName) {
     return false;
 }
 
-QString ReadStringArg(I64 Arg) {
+QString ReadStringArg(I64 Arg)
+{
     const STATE& s = S();
     return s.pScript && Script::IsHeapString(s.pScript->pCtx, Arg)
                ? QString::fromUtf8(reinterpret_cast<const char*>(static_cast<std::uintptr_t>(Arg)))
@@ -357,6 +417,7 @@ QString ReadStringArg(I64 Arg) {
 
 } // namespace BScript
 
-SCRIPT_INSTANCE* GetCurrentInstance() {
+SCRIPT_INSTANCE* GetCurrentInstance()
+{
     return BScript::S().pScript.get();
 }

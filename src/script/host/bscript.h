@@ -36,21 +36,26 @@ enum SCRIPT_EVENTS : int {
 
 /// What the host asks of the layers above it; set once at start, each may be empty.
 struct BSCRIPT_HOOKS {
-    std::function<bool()> IsProjectClosing;                          ///< no function may start any more
-    std::function<bool(const QString& sExpr, I64* pValue)> EvalExpr; ///< the expression evaluator, as an integer
-    std::function<void()> ShowConsole;                               ///< a run left an error that the user must see
-    std::function<int()> LogNewWarnings; ///< logs the project warnings not yet reported; their number (CProject sets it)
+    std::function<bool()> IsProjectClosing; ///< no function may start any more
+    std::function<bool(const QString& sExpr, I64* pValue)>
+        EvalExpr;                         ///< the expression evaluator, as an integer
+    std::function<void()> ShowConsole;    ///< a run left an error that the user must see
+    std::function<bool()> HasNewWarnings; ///< project warnings wait; asked where LogNewWarnings isn't set
+    std::function<int()>
+        LogNewWarnings; ///< logs the project warnings not yet reported; their number (CProject sets it)
 };
 
 namespace BScript {
 
 /// The hooks, to be filled in place.
 BSCRIPT_HOOKS& Hooks();
+/// Replaces the hooks; a LogNewWarnings that is set stays unless another is given.
+void SetHooks(const BSCRIPT_HOOKS& NewHooks);
 /// Gives the settings tables the constant names and the frequency rule. Called once at start.
 void BindSettings();
 
-int Load(const QString& sPath);      ///< 0, or negative with the error in GetErrorText
-int LoadText(const QString& sText);  ///< 0 or -1
+int Load(const QString& sPath);     ///< 0, or negative with the error in GetErrorText
+int LoadText(const QString& sText); ///< 0 or -1
 /// Ends the script and frees it. A call that still runs stands below this one on the same stack, so
 /// it can't be waited for: it ends at its next statement, and its memory goes with it.
 void Close();
@@ -64,14 +69,15 @@ int RunFunction(const QString& sName, int EventId, int NumArgs, const I64* aArgs
 /// What the rest of the program calls: refuses while the project closes, logs, runs, and brings
 /// the console to the front after an error.
 int ExecScriptFunction(int EventId);
-int ExecScriptFunction(const QString& sName, int NumArgs = 0, const I64* aArgs = nullptr, I64* pResult = nullptr);
+int ExecScriptFunction(const QString& sName, int NumArgs = 0, const I64* aArgs = nullptr,
+                       I64* pResult = nullptr);
 
 bool IsLoaded();
-bool HasError();      ///< the last load or call failed
-bool IsRunning();     ///< an event function or any call is under way
+bool HasError();  ///< the last load or call failed
+bool IsRunning(); ///< an event function or any call is under way
 int GetCallDepth();
 int GetRunningEvent(); ///< -1 if none
-void RequestClose();  ///< no function may start any more, and a running one ends at its next statement
+void RequestClose();   ///< no function may start any more, and a running one ends at its next statement
 bool IsClosing();
 
 QString GetErrorText();      ///< for a user: without dots, with " at line N" if known

@@ -17,7 +17,8 @@ constexpr qsizetype MAX_CONST_NAME = 127;
 constexpr const char* EXEC_SYNTAX = "\"Script.Exec(<funcname> [,<para1>, <para2>,...])\"";
 
 /// "4 MHz" where the value is a whole number of a unit.
-QString FreqText(I64 Hz) {
+QString FreqText(I64 Hz)
+{
     if (const CONSTANT* pRow = FindConstantByValue(QStringLiteral("FREQ_"), Hz)) {
         return pRow->DisplayName;
     }
@@ -35,7 +36,8 @@ QString FreqText(I64 Hz) {
 }
 } // namespace
 
-void BindSettings() {
+void BindSettings()
+{
     SETTINGS_HOOKS Hooks;
     Hooks.pfFindConstant = GetConstantValue;
     Hooks.pfParseFreq = ParseFrequency;
@@ -43,7 +45,8 @@ void BindSettings() {
     SetSettingsHooks(Hooks);
 }
 
-void OnScriptExec(int ActionId) {
+void OnScriptExec(int ActionId)
+{
     const QStringList Params = GetActionParams(ActionId);
     const QString sCommand = GetCommandName(ActionId);
     if (Params.isEmpty() || Params[0].isEmpty()) {
@@ -60,33 +63,38 @@ void OnScriptExec(int ActionId) {
         }
     }
     if (Hooks().IsProjectClosing && Hooks().IsProjectClosing()) {
-        LogInfo(QStringLiteral("Not executing script function: %1. Project is about to close").arg(Params[0]));
+        LogInfo(
+            QStringLiteral("Not executing script function: %1. Project is about to close").arg(Params[0]));
         return;
     }
     I64 Value = 0;
     const int Result = RunFunction(Params[0], -1, static_cast<int>(Args.size()), Args.data(), &Value);
     if (Result == -2) {
-        SetActionError(ActionId, sCommand +
-                                     QStringLiteral(" first parameter not a function name or function unknown. "
-                                                    "Compare with valid command syntax: ") +
-                                     QLatin1String(EXEC_SYNTAX));
+        SetActionError(ActionId,
+                       sCommand +
+                           QStringLiteral(" first parameter not a function name or function unknown. "
+                                          "Compare with valid command syntax: ") +
+                           QLatin1String(EXEC_SYNTAX));
     } else if (Result < 0) {
         SetActionError(ActionId, sCommand + QLatin1Char(' ') + GetErrorText() +
-                                     QStringLiteral(". Check for valid command syntax: ") + QLatin1String(EXEC_SYNTAX));
+                                     QStringLiteral(". Check for valid command syntax: ") +
+                                     QLatin1String(EXEC_SYNTAX));
     } else {
         SetActionResult(ActionId, Value);
         LogInfo(QStringLiteral("Script function \"%1\" executed").arg(Params[0]));
     }
 }
 
-void OnScriptDefineConst(int ActionId) {
+void OnScriptDefineConst(int ActionId)
+{
     if (!CheckParamCount(ActionId)) {
         return;
     }
     const QStringList Params = GetActionParams(ActionId);
     const QString sName = Params[0].left(MAX_CONST_NAME);
     I64 Value = 0;
-    if (sName.isEmpty() || !Hooks().EvalExpr || !Hooks().EvalExpr(Params[1], &Value) || !DefineConstant(sName, Value)) {
+    if (sName.isEmpty() || !Hooks().EvalExpr || !Hooks().EvalExpr(Params[1], &Value) ||
+        !DefineConstant(sName, Value)) {
         SetActionError(ActionId, QLatin1String(ERR_INVALID_PARAM));
         return;
     }

@@ -11,13 +11,15 @@
 #include <cstring>
 
 namespace {
-void AddName(SCRIPT_INSTANCE* pScript, const QByteArray& Name, I64 Value) {
+void AddName(SCRIPT_INSTANCE* pScript, const QByteArray& Name, I64 Value)
+{
     pScript->Names.push_back(Name);
     const QByteArray& Kept = pScript->Names.back();
     Script::RegisterConstant(pScript->pCtx, Kept.constData(), static_cast<std::size_t>(Kept.size()), Value);
 }
 
-void AddConstants(SCRIPT_INSTANCE* pScript) {
+void AddConstants(SCRIPT_INSTANCE* pScript)
+{
     for (const CONSTANT& Row : GetConstants()) {
         AddName(pScript, Row.Name.toUtf8(), Row.Value);
         if (!Row.DisplayName.isEmpty()) {
@@ -42,14 +44,17 @@ void AddConstants(SCRIPT_INSTANCE* pScript) {
     }
 }
 
-void AddFunction(SCRIPT_INSTANCE* pScript, const QByteArray& Prototype, SCRIPT_HOST_FUNC pfEntry, int ActionId) {
+void AddFunction(SCRIPT_INSTANCE* pScript, const QByteArray& Prototype, SCRIPT_HOST_FUNC pfEntry,
+                 int ActionId)
+{
     if (Script::RegisterFunction(pScript->pCtx, Prototype.constData(), pfEntry, ActionId) < 0) {
         LogError(QStringLiteral("Error registering API function ") + QString::fromUtf8(Prototype));
         pScript->pCtx->Error = 0; // the others can still be used
     }
 }
 
-void AddCommands(SCRIPT_INSTANCE* pScript) {
+void AddCommands(SCRIPT_INSTANCE* pScript)
+{
     for (int Id = 0; Id < NUM_ACTIONS; ++Id) {
         const ACTION_ROW* pRow = GetActionRow(Id);
         if (!pRow || !pRow->ScriptEntry) {
@@ -64,7 +69,8 @@ void AddCommands(SCRIPT_INSTANCE* pScript) {
 }
 } // namespace
 
-std::shared_ptr<SCRIPT_INSTANCE> CreateInstance(const QByteArray& Text) {
+std::shared_ptr<SCRIPT_INSTANCE> CreateInstance(const QByteArray& Text)
+{
     auto pScript = std::make_shared<SCRIPT_INSTANCE>();
     pScript->Text = Text;
     pScript->pBlock = {std::calloc(1, SCRIPT_HEAP_SIZE), &std::free};
@@ -77,7 +83,8 @@ std::shared_ptr<SCRIPT_INSTANCE> CreateInstance(const QByteArray& Text) {
     return pScript;
 }
 
-void EnterConstant(SCRIPT_INSTANCE* pScript, const QString& sName, I64 Value) {
+void EnterConstant(SCRIPT_INSTANCE* pScript, const QString& sName, I64 Value)
+{
     const QByteArray Name = sName.toUtf8();
     SCRIPT_SYM* pSym = Script::FindSymbol(pScript->pCtx, Name.constData());
     if (pSym && pSym->Kind == SYM_CONSTANT) {

@@ -10,7 +10,7 @@ struct SCRIPT_INSTANCE {
     QByteArray Text;              ///< UTF-8, read by the interpreter
     std::deque<QByteArray> Names; ///< names of constants; addresses stay
     std::unique_ptr<void, void (*)(void*)> pBlock{nullptr, nullptr};
-    SCRIPT_CTX* pCtx = nullptr;   ///< at the start of the block
+    SCRIPT_CTX* pCtx = nullptr; ///< at the start of the block
 };
 
 /// A script with everything that a project may use, not yet parsed; null without memory.

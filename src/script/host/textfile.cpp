@@ -6,7 +6,8 @@
 #include <QSaveFile>
 #include <QTextStream>
 
-bool ReadTextFile(const QString& sPath, QString* psText) {
+bool ReadTextFile(const QString& sPath, QString* psText)
+{
     psText->clear();
     QFile File(sPath);
     if (!QFileInfo(sPath).isFile() || !File.open(QIODevice::ReadOnly)) {
@@ -19,7 +20,8 @@ bool ReadTextFile(const QString& sPath, QString* psText) {
     return File.error() == QFileDevice::NoError;
 }
 
-bool WriteTextFile(const QString& sPath, const QString& sText, QString* psError) {
+bool WriteTextFile(const QString& sPath, const QString& sText, QString* psError)
+{
     QString s = sText;
     s.replace(QLatin1String("\r\n"), QLatin1String("\n"));
     s.replace(QLatin1Char('\r'), QLatin1Char('\n'));

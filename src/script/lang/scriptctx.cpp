@@ -11,11 +11,13 @@ namespace Script {
 namespace {
 constexpr U64 ALIGNMENT = 8;
 
-U64 RoundUp(U64 Size) {
+U64 RoundUp(U64 Size)
+{
     return (Size + ALIGNMENT - 1) & ~(ALIGNMENT - 1);
 }
 
-U64 FreeSize(const SCRIPT_CTX* pCtx) {
+U64 FreeSize(const SCRIPT_CTX* pCtx)
+{
     return static_cast<U64>(pCtx->HeapHigh - pCtx->HeapLow);
 }
 
@@ -26,20 +28,21 @@ struct PREDEFINED {
 };
 constexpr I64 QUALIFIER_CONST = 2;
 constexpr PREDEFINED PREDEFINED_SYMBOLS[] = {
-    {"volatile", SYM_QUALIFIER, 1}, {"const", SYM_QUALIFIER, QUALIFIER_CONST},
-    {"signed", SYM_QUALIFIER, 3},   {"unsigned", SYM_QUALIFIER, 4},
-    {"__api__", SYM_FUNC_ATTRIBUTE, 0},
-    {"char", SYM_BASE_TYPE, 1},     {"int", SYM_BASE_TYPE, 4},
-    {"__int64", SYM_BASE_TYPE, 8},  {"void", SYM_BASE_TYPE, 0},
-    {"__const_char", SYM_BASE_TYPE, 1},
+    {"volatile", SYM_QUALIFIER, 1},     {"const", SYM_QUALIFIER, QUALIFIER_CONST},
+    {"signed", SYM_QUALIFIER, 3},       {"unsigned", SYM_QUALIFIER, 4},
+    {"__api__", SYM_FUNC_ATTRIBUTE, 0}, {"char", SYM_BASE_TYPE, 1},
+    {"int", SYM_BASE_TYPE, 4},          {"__int64", SYM_BASE_TYPE, 8},
+    {"void", SYM_BASE_TYPE, 0},         {"__const_char", SYM_BASE_TYPE, 1},
 };
 
-void AppendGlobal(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym) {
+void AppendGlobal(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym)
+{
     (pCtx->Globals ? pCtx->GlobalsTail->Next : pCtx->Globals) = pSym;
     pCtx->GlobalsTail = pSym;
 }
 
-SCRIPT_SYM* FindInList(SCRIPT_SYM* pList, const WORD& Word) {
+SCRIPT_SYM* FindInList(SCRIPT_SYM* pList, const WORD& Word)
+{
     for (SCRIPT_SYM* p = pList; p; p = p->Next) {
         if (p->NameLen == Word.Len && std::memcmp(p->Name, Word.Name, Word.Len) == 0) {
             return p;
@@ -48,7 +51,8 @@ SCRIPT_SYM* FindInList(SCRIPT_SYM* pList, const WORD& Word) {
     return nullptr;
 }
 
-int AttachAttribute(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym, SCRIPT_SYM* pQualifier) {
+int AttachAttribute(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym, SCRIPT_SYM* pQualifier)
+{
     auto* pAttr = static_cast<SCRIPT_ATTRIBUTE*>(AllocLow(pCtx, sizeof(SCRIPT_ATTRIBUTE)));
     if (!pAttr) {
         return -1;
@@ -60,7 +64,8 @@ int AttachAttribute(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym, SCRIPT_SYM* pQualifier) 
 }
 
 /// Gives a symbol the word at the cursor as its name, copied into the block.
-int ReadName(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym) {
+int ReadName(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym)
+{
     WORD Word;
     if (!PeekWord(pCtx, &Word)) {
         return SetError(pCtx, ERR_NEED_IDENT);
@@ -77,7 +82,8 @@ int ReadName(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym) {
 }
 
 /// The known symbol at the cursor, consumed; null with the error set.
-SCRIPT_SYM* ReadSymbol(SCRIPT_CTX* pCtx) {
+SCRIPT_SYM* ReadSymbol(SCRIPT_CTX* pCtx)
+{
     WORD Word;
     SCRIPT_SYM* pSym = PeekWord(pCtx, &Word) ? Lookup(pCtx, Word) : nullptr;
     if (!pSym) {
@@ -89,7 +95,8 @@ SCRIPT_SYM* ReadSymbol(SCRIPT_CTX* pCtx) {
 }
 
 /// Qualifiers, attached to pSym, and the type behind them; null with the error set.
-SCRIPT_SYM* ReadQualifiedType(SCRIPT_CTX* pCtx, SCRIPT_SYM* pFirst, SCRIPT_SYM* pSym) {
+SCRIPT_SYM* ReadQualifiedType(SCRIPT_CTX* pCtx, SCRIPT_SYM* pFirst, SCRIPT_SYM* pSym)
+{
     SCRIPT_SYM* pType = pFirst;
     while (pType && pType->Kind == SYM_QUALIFIER) {
         if (AttachAttribute(pCtx, pSym, pType) < 0) {
@@ -104,7 +111,8 @@ SCRIPT_SYM* ReadQualifiedType(SCRIPT_CTX* pCtx, SCRIPT_SYM* pFirst, SCRIPT_SYM* 
     return pType;
 }
 
-SCRIPT_VAR* ReadParam(SCRIPT_CTX* pCtx) {
+SCRIPT_VAR* ReadParam(SCRIPT_CTX* pCtx)
+{
     auto* pParam = static_cast<SCRIPT_VAR*>(AllocLow(pCtx, sizeof(SCRIPT_VAR)));
     if (!pParam) {
         return nullptr;
@@ -128,7 +136,8 @@ SCRIPT_VAR* ReadParam(SCRIPT_CTX* pCtx) {
 }
 
 /// True if "void )" comes next; it is consumed then.
-bool MatchVoidList(SCRIPT_CTX* pCtx) {
+bool MatchVoidList(SCRIPT_CTX* pCtx)
+{
     WORD Word;
     const POS Start = GetPos(pCtx);
     if (PeekWord(pCtx, &Word) && WordIs(Word, "void")) {
@@ -141,7 +150,8 @@ bool MatchVoidList(SCRIPT_CTX* pCtx) {
     return false;
 }
 
-int ReadParams(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc) {
+int ReadParams(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc)
+{
     if (MatchVoidList(pCtx)) {
         return 0;
     }
@@ -163,7 +173,8 @@ int ReadParams(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc) {
 }
 
 /// Attributes, return type, name and parameters of a function; null with the error set.
-SCRIPT_FUNC* ReadHead(SCRIPT_CTX* pCtx) {
+SCRIPT_FUNC* ReadHead(SCRIPT_CTX* pCtx)
+{
     auto* pFunc = static_cast<SCRIPT_FUNC*>(AllocLow(pCtx, sizeof(SCRIPT_FUNC)));
     auto* pWrapper = static_cast<SCRIPT_SYM*>(AllocLow(pCtx, sizeof(SCRIPT_SYM)));
     if (!pFunc || !pWrapper) {
@@ -184,14 +195,16 @@ SCRIPT_FUNC* ReadHead(SCRIPT_CTX* pCtx) {
         pSym = ReadSymbol(pCtx);
     }
     pWrapper->Type = ReadQualifiedType(pCtx, pSym, pWrapper);
-    if (!pWrapper->Type || ReadName(pCtx, pFunc) < 0 || ExpectChar(pCtx, '(') < 0 || ReadParams(pCtx, pFunc) < 0) {
+    if (!pWrapper->Type || ReadName(pCtx, pFunc) < 0 || ExpectChar(pCtx, '(') < 0 ||
+        ReadParams(pCtx, pFunc) < 0) {
         return nullptr;
     }
     return pFunc;
 }
 
 /// Passes over a body by counting braces. Strings are not looked at, so a brace in one counts.
-int SkipBody(SCRIPT_CTX* pCtx) {
+int SkipBody(SCRIPT_CTX* pCtx)
+{
     if (!MatchChar(pCtx, '{')) {
         return SetError(pCtx, "expected '{'");
     }
@@ -209,7 +222,8 @@ int SkipBody(SCRIPT_CTX* pCtx) {
     return 0;
 }
 
-int EnterPredefined(SCRIPT_CTX* pCtx) {
+int EnterPredefined(SCRIPT_CTX* pCtx)
+{
     SCRIPT_SYM* pConst = nullptr;
     for (const PREDEFINED& Row : PREDEFINED_SYMBOLS) {
         auto* pSym = static_cast<SCRIPT_SYM*>(AllocLow(pCtx, sizeof(SCRIPT_SYM)));
@@ -228,7 +242,8 @@ int EnterPredefined(SCRIPT_CTX* pCtx) {
 }
 } // namespace
 
-int SetError(SCRIPT_CTX* pCtx, const char* sText) {
+int SetError(SCRIPT_CTX* pCtx, const char* sText)
+{
     if (!pCtx->Error) {
         pCtx->Error = 1;
         pCtx->ErrorText = sText;
@@ -239,14 +254,16 @@ int SetError(SCRIPT_CTX* pCtx, const char* sText) {
     return -1;
 }
 
-int SetErrorExpected(SCRIPT_CTX* pCtx, char c) {
+int SetErrorExpected(SCRIPT_CTX* pCtx, char c)
+{
     if (!pCtx->Error) {
         std::snprintf(pCtx->ErrorBuffer, sizeof(pCtx->ErrorBuffer), "Expected a '%c'", c);
     }
     return SetError(pCtx, pCtx->ErrorBuffer);
 }
 
-void* AllocLow(SCRIPT_CTX* pCtx, U64 Size) {
+void* AllocLow(SCRIPT_CTX* pCtx, U64 Size)
+{
     if (pCtx->Error) {
         return nullptr;
     }
@@ -260,7 +277,8 @@ void* AllocLow(SCRIPT_CTX* pCtx, U64 Size) {
     return p;
 }
 
-void* AllocHigh(SCRIPT_CTX* pCtx, U64 Size) {
+void* AllocHigh(SCRIPT_CTX* pCtx, U64 Size)
+{
     if (pCtx->Error) {
         return nullptr;
     }
@@ -272,7 +290,8 @@ void* AllocHigh(SCRIPT_CTX* pCtx, U64 Size) {
     return pCtx->HeapHigh;
 }
 
-void InitSym(SCRIPT_SYM* pSym, int Kind, const char* sName, U32 NameLen) {
+void InitSym(SCRIPT_SYM* pSym, int Kind, const char* sName, U32 NameLen)
+{
     pSym->Next = nullptr;
     pSym->Attributes = nullptr;
     pSym->Name = sName;
@@ -281,17 +300,20 @@ void InitSym(SCRIPT_SYM* pSym, int Kind, const char* sName, U32 NameLen) {
     pSym->Type = nullptr;
 }
 
-void AppendLocal(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym) {
+void AppendLocal(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym)
+{
     (pCtx->Locals ? pCtx->LocalsTail->Next : pCtx->Locals) = pSym;
     pCtx->LocalsTail = pSym;
 }
 
-SCRIPT_SYM* Lookup(SCRIPT_CTX* pCtx, const WORD& Word) {
+SCRIPT_SYM* Lookup(SCRIPT_CTX* pCtx, const WORD& Word)
+{
     SCRIPT_SYM* pSym = FindInList(pCtx->Locals, Word);
     return pSym ? pSym : FindInList(pCtx->Globals, Word);
 }
 
-SCRIPT_CTX* Create(void* pHeap, std::size_t HeapSize, const char* sText) {
+SCRIPT_CTX* Create(void* pHeap, std::size_t HeapSize, const char* sText)
+{
     if (!pHeap || HeapSize < sizeof(SCRIPT_CTX)) {
         return nullptr;
     }
@@ -309,7 +331,8 @@ SCRIPT_CTX* Create(void* pHeap, std::size_t HeapSize, const char* sText) {
     return pCtx;
 }
 
-int RegisterConstant(SCRIPT_CTX* pCtx, const char* sName, std::size_t NameLen, I64 Value) {
+int RegisterConstant(SCRIPT_CTX* pCtx, const char* sName, std::size_t NameLen, I64 Value)
+{
     if (pCtx->Error || FreeSize(pCtx) < sizeof(SCRIPT_SYM)) {
         return -1;
     }
@@ -323,7 +346,8 @@ int RegisterConstant(SCRIPT_CTX* pCtx, const char* sName, std::size_t NameLen, I
     return 0;
 }
 
-int RegisterFunction(SCRIPT_CTX* pCtx, const char* sPrototype, SCRIPT_HOST_FUNC pfHost, int HostId) {
+int RegisterFunction(SCRIPT_CTX* pCtx, const char* sPrototype, SCRIPT_HOST_FUNC pfHost, int HostId)
+{
     const POS Saved = GetPos(pCtx);
     SetPos(pCtx, {sPrototype, sPrototype, 1});
     SCRIPT_FUNC* pFunc = ReadHead(pCtx);
@@ -337,7 +361,8 @@ int RegisterFunction(SCRIPT_CTX* pCtx, const char* sPrototype, SCRIPT_HOST_FUNC 
     return Ok ? 0 : -1;
 }
 
-int Parse(SCRIPT_CTX* pCtx) {
+int Parse(SCRIPT_CTX* pCtx)
+{
     SetPos(pCtx, {pCtx->Text, pCtx->Text, 1});
     for (;;) {
         if (SkipSpace(pCtx) < 0) {
@@ -364,18 +389,21 @@ int Parse(SCRIPT_CTX* pCtx) {
     }
 }
 
-SCRIPT_SYM* FindSymbol(SCRIPT_CTX* pCtx, const char* sName) {
+SCRIPT_SYM* FindSymbol(SCRIPT_CTX* pCtx, const char* sName)
+{
     return FindInList(pCtx->Globals, {sName, static_cast<U32>(std::strlen(sName))});
 }
 
-bool IsHeapString(const SCRIPT_CTX* pCtx, I64 Address) {
+bool IsHeapString(const SCRIPT_CTX* pCtx, I64 Address)
+{
     const U64 Start = reinterpret_cast<std::uintptr_t>(pCtx);
     const U64 End = reinterpret_cast<std::uintptr_t>(pCtx->HeapEnd);
     const U64 Addr = static_cast<U64>(Address);
     if (Addr < Start || Addr >= End) {
         return false;
     }
-    return std::memchr(reinterpret_cast<const void*>(static_cast<std::uintptr_t>(Addr)), 0, End - Addr) != nullptr;
+    return std::memchr(reinterpret_cast<const void*>(static_cast<std::uintptr_t>(Addr)), 0, End - Addr) !=
+           nullptr;
 }
 
 } // namespace Script

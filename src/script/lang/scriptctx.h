@@ -54,7 +54,7 @@ struct SCRIPT_SYM {
     U32 NameLen;
     union {
         SCRIPT_SYM* Type; ///< kinds 6, 7, 10, 11, 12
-        I64 Value;        ///< kind 0: size in bytes; 4: the 32-bit value, sign-extended; 8, 9: number of the word
+        I64 Value; ///< kind 0: size in bytes; 4: the 32-bit value, sign-extended; 8, 9: number of the word
     };
 };
 static_assert(sizeof(SCRIPT_SYM) == 40, "a constant takes 40 bytes of the block");
@@ -68,36 +68,37 @@ struct SCRIPT_ARRAY_TYPE : SCRIPT_SYM {
 };
 
 struct SCRIPT_FUNC : SCRIPT_SYM {
-    SCRIPT_VAR* Params;    ///< first declared parameter
-    const char* Body;      ///< text position behind the head, null for a host function
+    SCRIPT_VAR* Params; ///< first declared parameter
+    const char* Body;   ///< text position behind the head, null for a host function
     const char* BodyLineStart;
     SCRIPT_HOST_FUNC Host; ///< null for a script function
     I32 BodyLine;
-    I32 HostId;            ///< handed to Host as ActionId
+    I32 HostId; ///< handed to Host as ActionId
 };
 
 /// The context, at the start of its block.
 struct SCRIPT_CTX {
-    U8* HeapLow;           ///< next free byte for lasting items
-    U8* HeapHigh;          ///< lowest byte in use by locals
+    U8* HeapLow;  ///< next free byte for lasting items
+    U8* HeapHigh; ///< lowest byte in use by locals
     const char* Text;
     const char* Cursor;
     const char* LineStart;
-    int Line;              ///< 1 at the start of the text
-    int Error;             ///< set by the first error; every operation then returns at once
-    int Abort;             ///< set from outside to end a running script
-    int Depth;             ///< statements, expressions and calls now nested
+    int Line;  ///< 1 at the start of the text
+    int Error; ///< set by the first error; every operation then returns at once
+    int Abort; ///< set from outside to end a running script
+    int Depth; ///< statements, expressions and calls now nested
     const char* ErrorText;
     void (*OnError)(SCRIPT_CTX* pCtx); ///< called when an error is set; Line and LineStart say where
-    void (*OnStatement)(SCRIPT_CTX* pCtx); ///< called before each statement that runs, may set Abort; may be null
+    void (*OnStatement)(
+        SCRIPT_CTX* pCtx); ///< called before each statement that runs, may set Abort; may be null
     void* User;            ///< the host's own
     SCRIPT_SYM* Globals;
     SCRIPT_SYM* GlobalsTail;
     SCRIPT_SYM* Locals;
     SCRIPT_SYM* LocalsTail;
     SCRIPT_SYM* ConstCharType;
-    U8* HeapEnd;           ///< one past the block
-    char ErrorBuffer[80];  ///< holds an ErrorText that was put together
+    U8* HeapEnd;          ///< one past the block
+    char ErrorBuffer[80]; ///< holds an ErrorText that was put together
 };
 
 namespace Script {

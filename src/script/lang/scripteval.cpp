@@ -15,14 +15,23 @@ struct BINARY_OP {
 };
 // In the order in which the text is tried, so that ">=" is not read as ">".
 constexpr BINARY_OP BINARY_OPS[] = {
-    {">=", 'G', 11}, {"<=", 'L', 13}, {"&&", 'A', 5},  {"||", 'O', 4},  {"==", '=', 10}, {"!=", '!', 9},
-    {"<<", 'l', 16}, {">>", 'r', 15}, {"*", '*', 21},  {"/", '/', 20},  {"+", '+', 18},  {"-", '-', 17},
-    {">", '>', 12},  {"<", '<', 14},  {"&", '&', 8},   {"^", '^', 7},   {"|", '|', 6},
+    {">=", 'G', 11}, {"<=", 'L', 13}, {"&&", 'A', 5}, {"||", 'O', 4}, {"==", '=', 10}, {"!=", '!', 9},
+    {"<<", 'l', 16}, {">>", 'r', 15}, {"*", '*', 21}, {"/", '/', 20}, {"+", '+', 18},  {"-", '-', 17},
+    {">", '>', 12},  {"<", '<', 14},  {"&", '&', 8},  {"^", '^', 7},  {"|", '|', 6},
 };
 
-enum PREFIX_OPS : U8 { PREFIX_NONE, PREFIX_INC, PREFIX_DEC, PREFIX_NOT, PREFIX_COMPLEMENT, PREFIX_MINUS, PREFIX_PLUS };
+enum PREFIX_OPS : U8 {
+    PREFIX_NONE,
+    PREFIX_INC,
+    PREFIX_DEC,
+    PREFIX_NOT,
+    PREFIX_COMPLEMENT,
+    PREFIX_MINUS,
+    PREFIX_PLUS
+};
 
-PREFIX_OPS MatchPrefix(SCRIPT_CTX* pCtx) {
+PREFIX_OPS MatchPrefix(SCRIPT_CTX* pCtx)
+{
     static constexpr const char* TEXTS[] = {"++", "--", "!", "~", "-", "+"};
     for (U8 i = 0; i < 6; ++i) {
         if (MatchText(pCtx, TEXTS[i])) {
@@ -32,7 +41,8 @@ PREFIX_OPS MatchPrefix(SCRIPT_CTX* pCtx) {
     return PREFIX_NONE;
 }
 
-I64 ApplyPrefix(PREFIX_OPS Op, I64 Value) {
+I64 ApplyPrefix(PREFIX_OPS Op, I64 Value)
+{
     const U64 v = static_cast<U64>(Value); // the arithmetic wraps
     switch (Op) {
     case PREFIX_INC:
@@ -50,7 +60,8 @@ I64 ApplyPrefix(PREFIX_OPS Op, I64 Value) {
     }
 }
 
-const BINARY_OP* MatchBinaryOp(SCRIPT_CTX* pCtx) {
+const BINARY_OP* MatchBinaryOp(SCRIPT_CTX* pCtx)
+{
     if (SkipSpace(pCtx) < 0) {
         return nullptr;
     }
@@ -62,7 +73,8 @@ const BINARY_OP* MatchBinaryOp(SCRIPT_CTX* pCtx) {
     return nullptr;
 }
 
-int ReadElement(SCRIPT_CTX* pCtx, SCRIPT_VAR* pVar, bool Exec, I64* pValue) {
+int ReadElement(SCRIPT_CTX* pCtx, SCRIPT_VAR* pVar, bool Exec, I64* pValue)
+{
     const auto* pArray = static_cast<const SCRIPT_ARRAY_TYPE*>(pVar->Type);
     I64 Index = 0;
     if (EvalIndex(pCtx, Exec, &Index) < 0) {
@@ -81,7 +93,8 @@ int ReadElement(SCRIPT_CTX* pCtx, SCRIPT_VAR* pVar, bool Exec, I64* pValue) {
     return LoadBytes(pCtx, pVar->Data + Size * static_cast<U64>(Index), Size, pValue);
 }
 
-int ReadVariable(SCRIPT_CTX* pCtx, SCRIPT_VAR* pVar, bool Exec, I64* pValue) {
+int ReadVariable(SCRIPT_CTX* pCtx, SCRIPT_VAR* pVar, bool Exec, I64* pValue)
+{
     if (pVar->Type->Kind == SYM_ARRAY_TYPE) {
         return ReadElement(pCtx, pVar, Exec, pValue);
     }
@@ -91,7 +104,8 @@ int ReadVariable(SCRIPT_CTX* pCtx, SCRIPT_VAR* pVar, bool Exec, I64* pValue) {
     return LoadBytes(pCtx, pVar->Data, static_cast<U64>(pVar->Type->Value), pValue);
 }
 
-int ReadIdentifier(SCRIPT_CTX* pCtx, bool Exec, I64* pValue) {
+int ReadIdentifier(SCRIPT_CTX* pCtx, bool Exec, I64* pValue)
+{
     WORD Word;
     if (!PeekWord(pCtx, &Word)) {
         return SetError(pCtx, ERR_NEED_OPERAND);
@@ -115,7 +129,8 @@ int ReadIdentifier(SCRIPT_CTX* pCtx, bool Exec, I64* pValue) {
 }
 
 /// 1 for a string literal, 0, -1.
-int ReadPrimary(SCRIPT_CTX* pCtx, bool Exec, SCRIPT_VAR** ppSym, I64* pValue) {
+int ReadPrimary(SCRIPT_CTX* pCtx, bool Exec, SCRIPT_VAR** ppSym, I64* pValue)
+{
     if (SkipSpace(pCtx) < 0) {
         return -1;
     }
@@ -129,7 +144,8 @@ int ReadPrimary(SCRIPT_CTX* pCtx, bool Exec, SCRIPT_VAR** ppSym, I64* pValue) {
     return ReadNumber(pCtx, pValue) ? 0 : ReadIdentifier(pCtx, Exec, pValue);
 }
 
-int CombineOp(SCRIPT_CTX* pCtx, char Op, I64 Left, I64 Right, I64* pValue) {
+int CombineOp(SCRIPT_CTX* pCtx, char Op, I64 Left, I64 Right, I64* pValue)
+{
     switch (Op) {
     case 'G':
         *pValue = Left >= Right;
@@ -160,7 +176,8 @@ int CombineOp(SCRIPT_CTX* pCtx, char Op, I64 Left, I64 Right, I64* pValue) {
     }
 }
 
-int CountParams(const SCRIPT_FUNC* pFunc) {
+int CountParams(const SCRIPT_FUNC* pFunc)
+{
     int Count = 0;
     for (const SCRIPT_SYM* p = pFunc->Params; p; p = p->Next) {
         ++Count;
@@ -170,7 +187,8 @@ int CountParams(const SCRIPT_FUNC* pFunc) {
 
 /// Evaluates the arguments into aArgs (null: nothing is kept). *pExec becomes false when a bad
 /// argument of a statement leaves the call out.
-int ReadArgs(SCRIPT_CTX* pCtx, int NumArgs, I64* aArgs, bool IsStatement, bool* pExec) {
+int ReadArgs(SCRIPT_CTX* pCtx, int NumArgs, I64* aArgs, bool IsStatement, bool* pExec)
+{
     for (int i = 0; i < NumArgs; ++i) {
         const POS Start = GetPos(pCtx);
         SCRIPT_VAR* pSym = nullptr;
@@ -195,7 +213,8 @@ int ReadArgs(SCRIPT_CTX* pCtx, int NumArgs, I64* aArgs, bool IsStatement, bool* 
     return pCtx->Error ? -1 : 0;
 }
 
-bool IsHostFunction(const SCRIPT_FUNC* pFunc) {
+bool IsHostFunction(const SCRIPT_FUNC* pFunc)
+{
     for (const SCRIPT_ATTRIBUTE* p = pFunc->Attributes; p; p = p->Next) {
         if (p->Qualifier->Kind == SYM_FUNC_ATTRIBUTE) {
             return true;
@@ -205,7 +224,8 @@ bool IsHostFunction(const SCRIPT_FUNC* pFunc) {
 }
 
 /// Makes the parameters of a script function its first locals.
-int EnterParams(SCRIPT_CTX* pCtx, const SCRIPT_FUNC* pFunc, const I64* aArgs) {
+int EnterParams(SCRIPT_CTX* pCtx, const SCRIPT_FUNC* pFunc, const I64* aArgs)
+{
     int i = 0;
     for (const SCRIPT_SYM* p = pFunc->Params; p; p = p->Next, ++i) {
         auto* pVar = static_cast<SCRIPT_VAR*>(AllocHigh(pCtx, sizeof(SCRIPT_VAR)));
@@ -224,7 +244,8 @@ int EnterParams(SCRIPT_CTX* pCtx, const SCRIPT_FUNC* pFunc, const I64* aArgs) {
 }
 
 /// Statements of a body up to its "}" or a return.
-int RunBody(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult) {
+int RunBody(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult)
+{
     if (ExpectChar(pCtx, '{') < 0) {
         return -1;
     }
@@ -236,7 +257,8 @@ int RunBody(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult) {
 }
 } // namespace
 
-int LoadBytes(SCRIPT_CTX* pCtx, const U8* pData, U64 Size, I64* pValue) {
+int LoadBytes(SCRIPT_CTX* pCtx, const U8* pData, U64 Size, I64* pValue)
+{
     if (Size < 1 || Size > MAX_VALUE_SIZE || !pData) {
         return SetError(pCtx, "unsupported base type size.");
     }
@@ -248,14 +270,16 @@ int LoadBytes(SCRIPT_CTX* pCtx, const U8* pData, U64 Size, I64* pValue) {
     return 0;
 }
 
-void StoreBytes(U8* pData, U64 Size, I64 Value) {
+void StoreBytes(U8* pData, U64 Size, I64 Value)
+{
     U64 v = static_cast<U64>(Value);
     for (U64 i = 0; i < Size; ++i, v >>= 8) {
         pData[i] = static_cast<U8>(v);
     }
 }
 
-int Combine(SCRIPT_CTX* pCtx, char Op, I64 Left, I64 Right, I64* pValue) {
+int Combine(SCRIPT_CTX* pCtx, char Op, I64 Left, I64 Right, I64* pValue)
+{
     const U64 a = static_cast<U64>(Left);
     const U64 b = static_cast<U64>(Right);
     switch (Op) {
@@ -295,7 +319,8 @@ int Combine(SCRIPT_CTX* pCtx, char Op, I64 Left, I64 Right, I64* pValue) {
     }
 }
 
-int EvalIndex(SCRIPT_CTX* pCtx, bool Exec, I64* pIndex) {
+int EvalIndex(SCRIPT_CTX* pCtx, bool Exec, I64* pIndex)
+{
     SCRIPT_VAR* pSym = nullptr;
     if (ExpectChar(pCtx, '[') < 0 || Eval(pCtx, Exec, &pSym, pIndex, 0) < 0) {
         return -1;
@@ -303,7 +328,8 @@ int EvalIndex(SCRIPT_CTX* pCtx, bool Exec, I64* pIndex) {
     return pSym ? SetError(pCtx, ERR_NEED_VALUE) : ExpectChar(pCtx, ']');
 }
 
-int EvalValue(SCRIPT_CTX* pCtx, bool Exec, I64* pValue) {
+int EvalValue(SCRIPT_CTX* pCtx, bool Exec, I64* pValue)
+{
     SCRIPT_VAR* pSym = nullptr;
     if (Eval(pCtx, Exec, &pSym, pValue, 0) < 0) {
         return -1;
@@ -311,7 +337,8 @@ int EvalValue(SCRIPT_CTX* pCtx, bool Exec, I64* pValue) {
     return pSym ? SetError(pCtx, ERR_NEED_BASE_TYPE) : 0;
 }
 
-int Eval(SCRIPT_CTX* pCtx, bool Exec, SCRIPT_VAR** ppSym, I64* pValue, int MinPrecedence) {
+int Eval(SCRIPT_CTX* pCtx, bool Exec, SCRIPT_VAR** ppSym, I64* pValue, int MinPrecedence)
+{
     *ppSym = nullptr;
     *pValue = 0;
     const CDepth Depth(pCtx);
@@ -354,7 +381,8 @@ int Eval(SCRIPT_CTX* pCtx, bool Exec, SCRIPT_VAR** ppSym, I64* pValue, int MinPr
     }
 }
 
-int RunFunction(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, const I64* aArgs, I64* pResult) {
+int RunFunction(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, const I64* aArgs, I64* pResult)
+{
     if (IsHostFunction(pFunc)) {
         const int NumArgs = CountParams(pFunc);
         *pResult = NumArgs <= MAX_SCRIPT_ARGS && pFunc->Host ? pFunc->Host(pFunc->HostId, aArgs, NumArgs) : 0;
@@ -383,7 +411,8 @@ int RunFunction(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, const I64* aArgs, I64* pRe
     return Result;
 }
 
-int Call(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, bool Exec, bool IsStatement, I64* pResult) {
+int Call(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, bool Exec, bool IsStatement, I64* pResult)
+{
     if (ExpectChar(pCtx, '(') < 0) {
         return -1;
     }
@@ -413,7 +442,8 @@ int Call(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, bool Exec, bool IsStatement, I64*
 
 namespace {
 /// Runs a function by its name; the error stays set.
-int RunByName(SCRIPT_CTX* pCtx, const char* sName, int NumArgs, const I64* aArgs, I64* pResult) {
+int RunByName(SCRIPT_CTX* pCtx, const char* sName, int NumArgs, const I64* aArgs, I64* pResult)
+{
     SCRIPT_SYM* pSym = FindSymbol(pCtx, sName);
     if (!pSym || pSym->Kind != SYM_FUNCTION) {
         return -2;
@@ -434,7 +464,8 @@ int RunByName(SCRIPT_CTX* pCtx, const char* sName, int NumArgs, const I64* aArgs
 }
 } // namespace
 
-int CallByName(SCRIPT_CTX* pCtx, const char* sName, int NumArgs, const I64* aArgs, I64* pResult) {
+int CallByName(SCRIPT_CTX* pCtx, const char* sName, int NumArgs, const I64* aArgs, I64* pResult)
+{
     I64 Value = -1;
     const int Result = RunByName(pCtx, sName, NumArgs, aArgs, &Value);
     if (Result == -1) {
@@ -446,7 +477,8 @@ int CallByName(SCRIPT_CTX* pCtx, const char* sName, int NumArgs, const I64* aArg
     return Result;
 }
 
-int CallByName(SCRIPT_CTX* pCtx, const char* sName) {
+int CallByName(SCRIPT_CTX* pCtx, const char* sName)
+{
     I64 Value = 0;
     return RunByName(pCtx, sName, 0, nullptr, &Value);
 }

@@ -55,10 +55,11 @@ POS GetPos(const SCRIPT_CTX* pCtx);
 void SetPos(SCRIPT_CTX* pCtx, const POS& Pos);
 int SkipSpace(SCRIPT_CTX* pCtx); ///< white space and comments
 bool IsIdentChar(char c);
-bool PeekWord(SCRIPT_CTX* pCtx, WORD* pWord); ///< the identifier at the cursor, after white space; not consumed
+bool PeekWord(SCRIPT_CTX* pCtx,
+              WORD* pWord); ///< the identifier at the cursor, after white space; not consumed
 bool WordIs(const WORD& Word, const char* sText);
 void Consume(SCRIPT_CTX* pCtx, const WORD& Word);
-bool MatchChar(SCRIPT_CTX* pCtx, char c);     ///< consumes it if it comes next, after white space
+bool MatchChar(SCRIPT_CTX* pCtx, char c); ///< consumes it if it comes next, after white space
 int ExpectChar(SCRIPT_CTX* pCtx, char c);
 bool MatchText(SCRIPT_CTX* pCtx, const char* sText);
 bool ReadNumber(SCRIPT_CTX* pCtx, I64* pValue); ///< an integer literal at the cursor; consumed

@@ -6,13 +6,16 @@
 namespace Script {
 
 namespace {
-bool IsDigit(char c) {
+bool IsDigit(char c)
+{
     return c >= '0' && c <= '9';
 }
-bool IsIdentStart(char c) {
+bool IsIdentStart(char c)
+{
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
 }
-int HexDigit(char c) {
+int HexDigit(char c)
+{
     if (IsDigit(c)) {
         return c - '0';
     }
@@ -22,12 +25,14 @@ int HexDigit(char c) {
     return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
 }
 
-void StepOverLineFeed(SCRIPT_CTX* pCtx) {
+void StepOverLineFeed(SCRIPT_CTX* pCtx)
+{
     ++pCtx->Line;
     pCtx->LineStart = ++pCtx->Cursor;
 }
 
-int SkipBlockComment(SCRIPT_CTX* pCtx) {
+int SkipBlockComment(SCRIPT_CTX* pCtx)
+{
     for (pCtx->Cursor += 2; *pCtx->Cursor;) {
         if (pCtx->Cursor[0] == '*' && pCtx->Cursor[1] == '/') {
             pCtx->Cursor += 2;
@@ -43,7 +48,8 @@ int SkipBlockComment(SCRIPT_CTX* pCtx) {
 }
 
 /// Resolves the escapes of [p, pEnd) into pOut (null: only checks). The number of bytes, or -1.
-I64 Unescape(SCRIPT_CTX* pCtx, const char* p, const char* pEnd, char* pOut) {
+I64 Unescape(SCRIPT_CTX* pCtx, const char* p, const char* pEnd, char* pOut)
+{
     static constexpr char ESCAPES[] = {'0', '\0', '\\', '\\', 'b', '\b', 'n', '\n', 'r', '\r', 't', '\t'};
     I64 Len = 0;
     for (; p < pEnd; ++p, ++Len) {
@@ -67,7 +73,8 @@ I64 Unescape(SCRIPT_CTX* pCtx, const char* p, const char* pEnd, char* pOut) {
 }
 
 /// End of the string literal at the cursor (its closing quote), null with the error set.
-const char* FindStringEnd(SCRIPT_CTX* pCtx) {
+const char* FindStringEnd(SCRIPT_CTX* pCtx)
+{
     const char* p = pCtx->Cursor + 1;
     while (*p && *p != '"' && *p != '\n') {
         ++p;
@@ -80,17 +87,20 @@ const char* FindStringEnd(SCRIPT_CTX* pCtx) {
 }
 } // namespace
 
-POS GetPos(const SCRIPT_CTX* pCtx) {
+POS GetPos(const SCRIPT_CTX* pCtx)
+{
     return {pCtx->Cursor, pCtx->LineStart, pCtx->Line};
 }
 
-void SetPos(SCRIPT_CTX* pCtx, const POS& Pos) {
+void SetPos(SCRIPT_CTX* pCtx, const POS& Pos)
+{
     pCtx->Cursor = Pos.Cursor;
     pCtx->LineStart = Pos.LineStart;
     pCtx->Line = Pos.Line;
 }
 
-int SkipSpace(SCRIPT_CTX* pCtx) {
+int SkipSpace(SCRIPT_CTX* pCtx)
+{
     while (!pCtx->Error) {
         const char c = *pCtx->Cursor;
         if (c == '\n') {
@@ -110,11 +120,13 @@ int SkipSpace(SCRIPT_CTX* pCtx) {
     return -1;
 }
 
-bool IsIdentChar(char c) {
+bool IsIdentChar(char c)
+{
     return IsIdentStart(c) || IsDigit(c) || c == '.';
 }
 
-bool PeekWord(SCRIPT_CTX* pCtx, WORD* pWord) {
+bool PeekWord(SCRIPT_CTX* pCtx, WORD* pWord)
+{
     if (SkipSpace(pCtx) < 0 || !IsIdentStart(*pCtx->Cursor)) {
         return false;
     }
@@ -127,15 +139,18 @@ bool PeekWord(SCRIPT_CTX* pCtx, WORD* pWord) {
     return true;
 }
 
-bool WordIs(const WORD& Word, const char* sText) {
+bool WordIs(const WORD& Word, const char* sText)
+{
     return std::strlen(sText) == Word.Len && std::memcmp(Word.Name, sText, Word.Len) == 0;
 }
 
-void Consume(SCRIPT_CTX* pCtx, const WORD& Word) {
+void Consume(SCRIPT_CTX* pCtx, const WORD& Word)
+{
     pCtx->Cursor = Word.Name + Word.Len;
 }
 
-bool MatchChar(SCRIPT_CTX* pCtx, char c) {
+bool MatchChar(SCRIPT_CTX* pCtx, char c)
+{
     if (SkipSpace(pCtx) < 0 || *pCtx->Cursor != c) {
         return false;
     }
@@ -143,11 +158,13 @@ bool MatchChar(SCRIPT_CTX* pCtx, char c) {
     return true;
 }
 
-int ExpectChar(SCRIPT_CTX* pCtx, char c) {
+int ExpectChar(SCRIPT_CTX* pCtx, char c)
+{
     return MatchChar(pCtx, c) ? 0 : SetErrorExpected(pCtx, c);
 }
 
-bool MatchText(SCRIPT_CTX* pCtx, const char* sText) {
+bool MatchText(SCRIPT_CTX* pCtx, const char* sText)
+{
     const std::size_t Len = std::strlen(sText);
     if (std::strncmp(pCtx->Cursor, sText, Len) != 0) {
         return false;
@@ -156,7 +173,8 @@ bool MatchText(SCRIPT_CTX* pCtx, const char* sText) {
     return true;
 }
 
-bool ReadNumber(SCRIPT_CTX* pCtx, I64* pValue) {
+bool ReadNumber(SCRIPT_CTX* pCtx, I64* pValue)
+{
     const char* p = pCtx->Cursor;
     const bool Negative = *p == '-';
     p += Negative ? 1 : 0;
@@ -178,7 +196,8 @@ bool ReadNumber(SCRIPT_CTX* pCtx, I64* pValue) {
     return true;
 }
 
-int ReadString(SCRIPT_CTX* pCtx, bool Exec, SCRIPT_VAR** ppVar) {
+int ReadString(SCRIPT_CTX* pCtx, bool Exec, SCRIPT_VAR** ppVar)
+{
     static SCRIPT_VAR UnreadString; // stands for a literal of a branch that isn't taken
     const char* pEnd = FindStringEnd(pCtx);
     if (!pEnd) {
@@ -210,7 +229,8 @@ int ReadString(SCRIPT_CTX* pCtx, bool Exec, SCRIPT_VAR** ppVar) {
     return 0;
 }
 
-int SkipArgument(SCRIPT_CTX* pCtx) {
+int SkipArgument(SCRIPT_CTX* pCtx)
+{
     for (int Nesting = 0; SkipSpace(pCtx) == 0;) {
         const char c = *pCtx->Cursor;
         if (c == 0 || c == ';' || c == '{' || c == '}' || (Nesting == 0 && (c == ',' || c == ')'))) {

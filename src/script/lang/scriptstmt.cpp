@@ -17,7 +17,8 @@ constexpr ASSIGN_OP ASSIGN_OPS[] = {
     {"|=", '|'}, {"^=", '^'}, {"<<=", 'l'}, {">>=", 'r'}, {"=", '='},
 };
 
-bool MatchKeyword(SCRIPT_CTX* pCtx, const char* sKeyword) {
+bool MatchKeyword(SCRIPT_CTX* pCtx, const char* sKeyword)
+{
     WORD Word;
     if (!PeekWord(pCtx, &Word) || !WordIs(Word, sKeyword)) {
         return false;
@@ -26,7 +27,8 @@ bool MatchKeyword(SCRIPT_CTX* pCtx, const char* sKeyword) {
     return true;
 }
 
-int Block(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec) {
+int Block(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec)
+{
     int Result = 0;
     while (Result == 0 && !MatchChar(pCtx, '}')) {
         Result = Stmt(pCtx, pFunc, pResult, Exec);
@@ -34,7 +36,8 @@ int Block(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec) {
     return Result;
 }
 
-int Condition(SCRIPT_CTX* pCtx, bool Exec, bool* pTrue) {
+int Condition(SCRIPT_CTX* pCtx, bool Exec, bool* pTrue)
+{
     I64 Value = 0;
     if (ExpectChar(pCtx, '(') < 0 || EvalValue(pCtx, Exec, &Value) < 0 || ExpectChar(pCtx, ')') < 0) {
         return -1;
@@ -45,7 +48,8 @@ int Condition(SCRIPT_CTX* pCtx, bool Exec, bool* pTrue) {
 
 /// A return in a branch that isn't taken is passed over like any other statement, so that the
 /// branch is read to its own end.
-int Return(SCRIPT_CTX* pCtx, I64* pResult, bool Exec) {
+int Return(SCRIPT_CTX* pCtx, I64* pResult, bool Exec)
+{
     I64 Value = 0;
     if (EvalValue(pCtx, Exec, &Value) < 0 || ExpectChar(pCtx, ';') < 0) {
         return -1;
@@ -57,7 +61,8 @@ int Return(SCRIPT_CTX* pCtx, I64* pResult, bool Exec) {
     return 1;
 }
 
-int If(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec) {
+int If(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec)
+{
     bool Taken = false;
     if (Condition(pCtx, Exec, &Taken) < 0) {
         return -1;
@@ -69,7 +74,8 @@ int If(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec) {
     return Stmt(pCtx, pFunc, pResult, Exec && !Taken);
 }
 
-int While(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec) {
+int While(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec)
+{
     const POS Top = GetPos(pCtx);
     for (;;) {
         bool Taken = false;
@@ -87,7 +93,8 @@ int While(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec) {
     }
 }
 
-int DoWhile(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec) {
+int DoWhile(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec)
+{
     const POS Top = GetPos(pCtx);
     for (;;) {
         const int Result = Stmt(pCtx, pFunc, pResult, Exec);
@@ -113,7 +120,8 @@ int DoWhile(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec) {
 }
 
 /// Behind the name of a local: its size if it is an array. 0, 1 for an array, -1.
-int ArraySize(SCRIPT_CTX* pCtx, U64* pCount) {
+int ArraySize(SCRIPT_CTX* pCtx, U64* pCount)
+{
     *pCount = 1;
     if (!MatchChar(pCtx, '[')) {
         return 0;
@@ -132,7 +140,8 @@ int ArraySize(SCRIPT_CTX* pCtx, U64* pCount) {
     return 1;
 }
 
-int Declaration(SCRIPT_CTX* pCtx, SCRIPT_SYM* pFirst) {
+int Declaration(SCRIPT_CTX* pCtx, SCRIPT_SYM* pFirst)
+{
     SCRIPT_SYM* pType = pFirst;
     while (pType && pType->Kind == SYM_QUALIFIER) {
         WORD Word;
@@ -185,7 +194,8 @@ int Declaration(SCRIPT_CTX* pCtx, SCRIPT_SYM* pFirst) {
 }
 
 /// The effect of an assignment whose parts have been read.
-int Assign(SCRIPT_CTX* pCtx, SCRIPT_VAR* pVar, I64 Index, char Op, I64 Value) {
+int Assign(SCRIPT_CTX* pCtx, SCRIPT_VAR* pVar, I64 Index, char Op, I64 Value)
+{
     SCRIPT_SYM* pType = pVar->Type;
     const bool IsArray = pType->Kind == SYM_ARRAY_TYPE;
     if (IsArray) {
@@ -217,7 +227,8 @@ int Assign(SCRIPT_CTX* pCtx, SCRIPT_VAR* pVar, I64 Index, char Op, I64 Value) {
     return 0;
 }
 
-int Assignment(SCRIPT_CTX* pCtx, SCRIPT_VAR* pVar, bool Exec) {
+int Assignment(SCRIPT_CTX* pCtx, SCRIPT_VAR* pVar, bool Exec)
+{
     I64 Index = 0;
     if (pVar->Type->Kind == SYM_ARRAY_TYPE && EvalIndex(pCtx, Exec, &Index) < 0) {
         return -1;
@@ -242,7 +253,9 @@ int Assignment(SCRIPT_CTX* pCtx, SCRIPT_VAR* pVar, bool Exec) {
     return Exec ? Assign(pCtx, pVar, Index, pOp->Code, Value) : 0;
 }
 
-int KeywordStmt(SCRIPT_CTX* pCtx, const WORD& Word, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec, bool* pIsKeyword) {
+int KeywordStmt(SCRIPT_CTX* pCtx, const WORD& Word, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec,
+                bool* pIsKeyword)
+{
     using STATEMENT = int (*)(SCRIPT_CTX*, SCRIPT_FUNC*, I64*, bool);
     struct ROW {
         const char* Keyword;
@@ -253,12 +266,10 @@ int KeywordStmt(SCRIPT_CTX* pCtx, const WORD& Word, SCRIPT_FUNC* pFunc, I64* pRe
         {"if", If},
         {"while", While},
         {"do", DoWhile},
-        {"for", [](SCRIPT_CTX* c, SCRIPT_FUNC*, I64*, bool) {
-             return SetError(c, "keyword \"for\" is not yet supported");
-         }},
-        {"else", [](SCRIPT_CTX* c, SCRIPT_FUNC*, I64*, bool) {
-             return SetError(c, "keyword \"else\" is not allowed without \"if\"");
-         }},
+        {"for", [](SCRIPT_CTX* c, SCRIPT_FUNC*, I64*,
+                   bool) { return SetError(c, "keyword \"for\" is not yet supported"); }},
+        {"else", [](SCRIPT_CTX* c, SCRIPT_FUNC*, I64*,
+                    bool) { return SetError(c, "keyword \"else\" is not allowed without \"if\""); }},
     };
     for (const ROW& Row : ROWS) {
         if (WordIs(Word, Row.Keyword)) {
@@ -271,7 +282,8 @@ int KeywordStmt(SCRIPT_CTX* pCtx, const WORD& Word, SCRIPT_FUNC* pFunc, I64* pRe
     return 0;
 }
 
-int SymbolStmt(SCRIPT_CTX* pCtx, const WORD& Word, bool Exec) {
+int SymbolStmt(SCRIPT_CTX* pCtx, const WORD& Word, bool Exec)
+{
     SCRIPT_SYM* pSym = Lookup(pCtx, Word);
     if (!pSym) {
         return SetError(pCtx, ERR_SYNTAX);
@@ -297,7 +309,8 @@ int SymbolStmt(SCRIPT_CTX* pCtx, const WORD& Word, bool Exec) {
 }
 } // namespace
 
-int Stmt(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec) {
+int Stmt(SCRIPT_CTX* pCtx, SCRIPT_FUNC* pFunc, I64* pResult, bool Exec)
+{
     const CDepth Depth(pCtx);
     if (Exec && pCtx->OnStatement && !pCtx->Error) {
         pCtx->OnStatement(pCtx);

@@ -1,5 +1,7 @@
 #include "views/framework/messagebox.h"
 
+#include "app/services/settingsstore.h"
+
 #include "project/settings/sysvars.h"
 #include "views/framework/messageboxtable.h"
 #include "views/theme/icons.h"
@@ -10,7 +12,6 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QSettings>
 #include <algorithm>
 
 namespace {
@@ -163,7 +164,7 @@ bool CMessageBox::AnswerFromMemory(BUTTON& Answer) const
 {
     Answer = QDialogButtonBox::Yes;
     if (m_sText.isEmpty()) return true;
-    const quint64 Stored = QSettings().value(GetMemoryKey(m_sText), 0).toULongLong();
+    const quint64 Stored = CSettingsStore::Get().Read(GetMemoryKey(m_sText), 0).toULongLong();
     if (Stored == STORED_NEVER_AGAIN || Stored == STORED_REMEMBER) return true;
     if (Stored <= quint64(QDateTime::currentMSecsSinceEpoch())) return false;
     Answer = QDialogButtonBox::No;
@@ -175,7 +176,7 @@ void CMessageBox::StoreAnswer(int Mode) const
     if (Mode == MSGBOX_MODE_NONE || m_sText.isEmpty()) return;
     quint64 Value = Mode == MSGBOX_MODE_NEVER_AGAIN ? STORED_NEVER_AGAIN : STORED_REMEMBER;
     if (Mode > 0) Value = quint64(QDateTime::currentMSecsSinceEpoch()) + quint64(Mode) * MS_PER_HOUR;
-    QSettings().setValue(GetMemoryKey(m_sText), Value);
+    CSettingsStore::Get().Write(GetMemoryKey(m_sText), Value);
 }
 
 void CMessageBox::OnButtonClicked(QAbstractButton* pButton)
@@ -231,9 +232,10 @@ int CMessageBox::AskWithThird(MSGBOX_IDS ID)
 }
 
 void CMessageBox::SetInterceptor(INTERCEPTOR NewInterceptor) { Interceptor() = std::move(NewInterceptor); }
+const CMessageBox::INTERCEPTOR& CMessageBox::GetInterceptor() { return Interceptor(); }
 void CMessageBox::SetCheckBoxAllowed(std::function<bool()> Allowed) { CheckBoxAllowed() = std::move(Allowed); }
 
-void CMessageBox::ResetMemory() { QSettings().remove(QLatin1String(sMemoryGroup)); }
+void CMessageBox::ResetMemory() { CSettingsStore::Get().RemoveGroup(QLatin1String(sMemoryGroup)); }
 
 CMessageBox::BUTTON CMessageBox::GetDefaultButton(BUTTONS Buttons)
 {

@@ -62,6 +62,7 @@ public:
     static int AskWithThird(MSGBOX_IDS ID);
 
     static void SetInterceptor(INTERCEPTOR Interceptor); ///< an empty one restores the dialogs
+    static const INTERCEPTOR& GetInterceptor();          ///< empty while a user answers
     static void ResetMemory();                           ///< forgets every "Do not show again"
     static void SetCheckBoxAllowed(std::function<bool()> Allowed); ///< PREF_DIALOG_SHOW_DNSA; default: allowed
     static BUTTON GetDefaultButton(BUTTONS Buttons);     ///< Yes, Ok, Save, or the first offered

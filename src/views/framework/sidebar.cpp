@@ -172,6 +172,7 @@ void CSideBar::paintEvent(QPaintEvent*)
 void CSideBar::mousePressEvent(QMouseEvent* pEvent)
 {
     pEvent->accept();
+    m_ClickModifiers = pEvent->modifiers();
     emit MouseClicked(GetRowAt(pEvent->pos().y()), int(pEvent->button()));
 }
 

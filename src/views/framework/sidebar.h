@@ -46,6 +46,7 @@ public:
     void SetProfileInfo(std::function<QString(int Row)> PlaceText, U64 TotalExecuted);
     void Clear();
 
+    Qt::KeyboardModifiers GetClickModifiers() const { return m_ClickModifiers; } ///< of the click being reported
     int GetRowAt(int y) const; ///< document row at a pixel
     int GetSymbolStripWidth() const { return m_RowHeight; }
     int GetLeftSymbol(int Row) const { return m_Left.value(Row, SIDEBAR_NONE); }
@@ -84,6 +85,7 @@ private:
     int m_CurrentRow = -1;
     int m_HoverRow = -1;
     bool m_CountersShown = false;
+    Qt::KeyboardModifiers m_ClickModifiers;
     std::function<QString(int Row)> m_PlaceText;
     U64 m_TotalExecuted = 0;
 };

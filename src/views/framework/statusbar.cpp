@@ -69,8 +69,9 @@ CStatusBar::CStatusBar(QWidget* pParent)
     m_pButtonCancel->setToolTip(QStringLiteral("Cancel"));
     m_pButtonCancel->setIcon(GetIcon(QStringLiteral("cross-small")));
     m_pButtonCancel->setAutoRaise(true);
-    m_pButtonCancel->setFixedSize(18, 18);
-    m_pFrameProgress->layout()->addWidget(m_pButtonCancel);
+    m_pButtonCancel->setIconSize(QSize(14, 14));
+    m_pButtonCancel->setFixedSize(16, 16);
+    static_cast<QHBoxLayout*>(m_pFrameProgress->layout())->addWidget(m_pButtonCancel, 0, Qt::AlignVCenter);
     m_pLabelWindowStatus = AddLabel(AddFrame(pLayout, "frameCursorInfo", 0), "labelWindowStatus", QStringLiteral("Cursor"));
     m_pLabelConnection = AddLabel(AddFrame(pLayout, "frameConnectionInfo", 0), "labelConnectionInfo", QStringLiteral("Connection"));
     // A permanent widget stays on the screen under a temporary message, which the status label shows.

@@ -21,8 +21,10 @@ constexpr int DEACTIVATE_DELAY_MS = 500;
 constexpr int FIRST_SIZE = 278;
 } // namespace
 
-CWindow::CWindow(QWidget* pParent, const QString& sName) : QMainWindow(pParent, Qt::Widget)
+CWindow::CWindow(QWidget* pParent, const QString& sName) : QMainWindow(pParent)
 {
+    // A main window is a top-level window unless told otherwise; here it is the content of a dock.
+    setWindowFlags(Qt::Widget);
     setObjectName(sName);
     QMainWindow::setWindowTitle(sName);
     resize(FIRST_SIZE, FIRST_SIZE);

@@ -14,7 +14,7 @@
 #include <memory>
 
 // Resources of a static library are only linked in when something names them; the macro needs the global scope.
-static void InitIconResources() { Q_INIT_RESOURCE(icons); }
+void InitIconResources() { Q_INIT_RESOURCE(icons); }
 
 namespace {
 

@@ -10,6 +10,8 @@
 class QPainter;
 class QRectF;
 
+/// Makes the drawings known to the resource system; GetIcon() does so by itself.
+void InitIconResources();
 /// The icon of a name ("control", "control.png", ":/Resources/Icons/control.png"); a null icon if there is none.
 QIcon GetIcon(const QString& sName);
 bool HasIcon(const QString& sName);

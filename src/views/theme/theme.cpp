@@ -1,6 +1,7 @@
 #include "views/theme/theme.h"
 
 #include "project/settings/appearance.h"
+#include "views/theme/icons.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -117,6 +118,21 @@ QAbstractScrollArea::corner { background: transparent; }
 QLineEdit { background: @base; border: 1px solid @border; border-radius: 4px; padding: 3px 6px;
     selection-background-color: @highlight; selection-color: @highlighttext; }
 QLineEdit:focus { border-color: @highlight; }
+QPushButton { background: @base; color: @text; border: 1px solid @border; border-radius: 5px; padding: 5px 14px; }
+QPushButton:hover { background: @hover; }
+QPushButton:pressed { background: @pressed; }
+QPushButton:default { background: @highlight; border-color: @highlight; color: @highlighttext; }
+QPushButton:focus { border-color: @highlight; }
+QPushButton:disabled { color: @weak; background: @window; border-color: @line; }
+QComboBox { background: @base; border: 1px solid @border; border-radius: 4px; padding: 2px 6px; }
+QComboBox:hover { border-color: @weak; }
+QComboBox::drop-down { border: none; width: 18px; }
+QComboBox::down-arrow { image: url(:/Resources/Icons/chevron-down@scheme.svg); width: 12px; height: 12px; }
+QComboBox QAbstractItemView { background: @base; border: 1px solid @border; selection-background-color: @highlight;
+    selection-color: @highlighttext; }
+QTabBar::close-button { image: url(:/Resources/Icons/cross-small@scheme.svg); subcontrol-position: right; border-radius: 3px;
+    width: 12px; height: 12px; }
+QTabBar::close-button:hover { background: @pressed; }
 QProgressBar { background: @hover; border: none; border-radius: 3px; text-align: center; }
 QProgressBar::chunk { background: @highlight; border-radius: 3px; }
 )";
@@ -135,6 +151,7 @@ void CTheme::Init(QApplication& App)
 {
     CTheme& Theme = Get();
     Theme.m_pApp = &App;
+    InitIconResources();
     App.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     if (QFontDatabase::families().contains(QStringLiteral("DejaVu Sans")) && App.font().family().isEmpty())
         App.setFont(QFont(QStringLiteral("DejaVu Sans"), 9));
@@ -210,6 +227,8 @@ QString CTheme::MakeStyleSheet(bool Dark)
         {"@weak", 0xFF9AA1AB, 0xFF6C737E},          {"@tip", 0xFFFFFFFF, 0xFF2F343B},
     };
     QString sSheet = QString::fromLatin1(sStyleTemplate);
+    // Style sheets load drawings as they stand, so the few they need exist in both strokes.
+    sSheet.replace(QLatin1String("@scheme"), Dark ? QLatin1String("-dark") : QLatin1String("-light"));
     for (const TOKEN& Token : aTokens)
         sSheet.replace(QLatin1String(Token.sName), ColorText(Dark ? Token.Dark : Token.Light));
     return sSheet;

@@ -15,6 +15,7 @@ void CAdc::Reset()
 {
     m_Ctrl = m_Status = m_Channel = m_Data = 0;
     m_Done = NO_EVENT;
+    m_Start = m_Host.GetNow();
     UpdateIrq();
     m_Host.EventsChanged();
 }
@@ -48,7 +49,7 @@ void CAdc::OnEvent(U64 Cycle)
     if (Cycle < m_Done) {
         return;
     }
-    m_Data = Sample(m_Done);
+    m_Data = Sample(m_Done - m_Start);
     m_Status |= 1;
     m_Done = (m_Ctrl & CTRL_CONTINUOUS) != 0 ? m_Done + CONVERSION_CYCLES : NO_EVENT;
     UpdateIrq();

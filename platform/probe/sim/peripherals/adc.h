@@ -1,5 +1,5 @@
 // Converter of 12 bits over four synthetic signals: sine, triangle, saw tooth and noise, all
-// functions of the cycle count.
+// functions of the cycles since reset.
 #pragma once
 #include "platform/probe/sim/peripherals/peripheral.h"
 
@@ -28,6 +28,7 @@ private:
     U32 m_Channel = 0; // 0 sine, 1 triangle, 2 saw tooth, 3 noise
     U32 m_Data = 0;
     U64 m_Done = NO_EVENT;
+    U64 m_Start = 0; // cycle of the last reset: the signals begin there, so that runs are alike
 };
 
 } // namespace Sim

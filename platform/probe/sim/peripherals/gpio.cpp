@@ -4,11 +4,7 @@ namespace Sim {
 
 constexpr U32 PINS = (1u << CGpio::NUM_PINS) - 1;
 
-CGpio::CGpio(CPeripheralHost& Host, unsigned Irq)
-    : CPeripheral(Host)
-    , m_Irq(Irq)
-{
-}
+CGpio::CGpio(CPeripheralHost& Host, unsigned Irq) : CPeripheral(Host), m_Irq(Irq) {}
 
 void CGpio::Reset()
 {

@@ -19,17 +19,27 @@ public:
     bool GetPin(unsigned Pin) const { return (GetIn() >> Pin & 1) != 0; }
 
 private:
-    enum { DIR = 0x00, OUT = 0x04, IN = 0x08, SET = 0x0C, CLR = 0x10, TGL = 0x14, RISE = 0x18, FALL = 0x1C, FLAGS = 0x20 };
+    enum {
+        DIR = 0x00,
+        OUT = 0x04,
+        IN = 0x08,
+        SET = 0x0C,
+        CLR = 0x10,
+        TGL = 0x14,
+        RISE = 0x18,
+        FALL = 0x1C,
+        FLAGS = 0x20
+    };
     U32 GetIn() const { return (m_Out & m_Dir) | (m_External & ~m_Dir); }
     void Update(U32 Before);
 
     const unsigned m_Irq;
-    U32 m_Dir = 0;      // 1: output
+    U32 m_Dir = 0; // 1: output
     U32 m_Out = 0;
     U32 m_External = 0;
-    U32 m_Rise = 0;     // interrupt on rising edge
+    U32 m_Rise = 0; // interrupt on rising edge
     U32 m_Fall = 0;
-    U32 m_Flags = 0;    // edges seen; written 1 clears
+    U32 m_Flags = 0; // edges seen; written 1 clears
 };
 
 } // namespace Sim

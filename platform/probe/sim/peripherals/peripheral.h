@@ -27,10 +27,7 @@ enum { IRQ_TIMER0 = 0, IRQ_UART0 = 1, IRQ_GPIOA = 2, IRQ_ADC0 = 3, IRQ_GPIOB = 4
 
 class CPeripheral {
 public:
-    explicit CPeripheral(CPeripheralHost& Host)
-        : m_Host(Host)
-    {
-    }
+    explicit CPeripheral(CPeripheralHost& Host) : m_Host(Host) {}
     virtual ~CPeripheral() = default;
     CPeripheral(const CPeripheral&) = delete;
     CPeripheral& operator=(const CPeripheral&) = delete;

@@ -3,10 +3,7 @@
 namespace Sim {
 
 CSysCtl::CSysCtl(CPeripheralHost& Host, U32 DeviceId, U32 ClockHz, unsigned NumCores)
-    : CPeripheral(Host)
-    , m_DeviceId(DeviceId)
-    , m_BaseHz(ClockHz)
-    , m_NumCores(NumCores)
+    : CPeripheral(Host), m_DeviceId(DeviceId), m_BaseHz(ClockHz), m_NumCores(NumCores)
 {
 }
 

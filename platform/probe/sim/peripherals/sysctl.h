@@ -15,7 +15,10 @@ public:
     bool Write(U32 Offset, U32 Value) override;
     U32 Peek(U32 Offset) override;
 
-    void AddResetCause(EResetCause Cause) { m_ResetCause |= Cause; }
+    void AddResetCause(EResetCause Cause)
+    {
+        m_ResetCause = Cause == POWER_ON ? U32(Cause) : m_ResetCause | Cause;
+    }
     /// CPU clock in force.
     U32 GetClockHz() const { return m_BaseHz / (m_ClkDiv + 1); }
     /// The program has let the second core go.
@@ -27,7 +30,7 @@ private:
     const U32 m_DeviceId;
     const U32 m_BaseHz;
     const unsigned m_NumCores;
-    U32 m_ResetCause = 0; // written 1 clears; kept over resets
+    U32 m_ResetCause = 0; // written 1 clears; kept over resets but that of power
     U32 m_ClkDiv = 0;
     bool m_Cpu1Released = false;
 };

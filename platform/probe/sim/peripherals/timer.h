@@ -22,7 +22,7 @@ private:
     void UpdateIrq();
 
     U32 m_Ctrl = 0;
-    U32 m_Presc = 0;  // the count falls every m_Presc + 1 cycles
+    U32 m_Presc = 0; // the count falls every m_Presc + 1 cycles
     U32 m_Reload = 0;
     U32 m_Status = 0; // bit 0: has reached 0; written 1 clears
     U64 m_Expires = NO_EVENT;

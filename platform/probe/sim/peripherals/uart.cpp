@@ -7,10 +7,7 @@ namespace Sim {
 
 constexpr U32 DEFAULT_BAUD = 115200;
 
-CUart::CUart(CPeripheralHost& Host)
-    : CPeripheral(Host)
-{
-}
+CUart::CUart(CPeripheralHost& Host) : CPeripheral(Host) {}
 
 CUart::~CUart()
 {
@@ -37,7 +34,8 @@ U64 CUart::GetByteTime() const
 U32 CUart::GetStatus() const
 {
     const bool Busy = m_Host.GetNow() < m_TxDone;
-    return (Busy ? ST_TXBUSY : ST_TXREADY) | (m_RxFifo.empty() ? 0 : ST_RXREADY) | (m_Overrun ? ST_OVERRUN : 0);
+    return (Busy ? ST_TXBUSY : ST_TXREADY) | (m_RxFifo.empty() ? 0 : ST_RXREADY) |
+           (m_Overrun ? ST_OVERRUN : 0);
 }
 
 void CUart::UpdateIrq()

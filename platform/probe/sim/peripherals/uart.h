@@ -42,11 +42,11 @@ private:
     U32 m_Ctrl = 0;
     U32 m_Baud = 0;
     bool m_Overrun = false;
-    U64 m_TxDone = 0;           // cycle at which the sender is free again
-    U64 m_TxEvent = NO_EVENT;   // the same while an interrupt waits for it
-    U64 m_RxNext = NO_EVENT;    // cycle at which the next byte is in
+    U64 m_TxDone = 0;         // cycle at which the sender is free again
+    U64 m_TxEvent = NO_EVENT; // the same while an interrupt waits for it
+    U64 m_RxNext = NO_EVENT;  // cycle at which the next byte is in
     std::deque<U8> m_RxFifo;
-    std::deque<U8> m_RxLine;    // bytes still on the line
+    std::deque<U8> m_RxLine; // bytes still on the line
     std::string m_Output;
     std::FILE* m_pFile = nullptr;
 };

@@ -1,0 +1,112 @@
+#include "app/shell/localsreader.h"
+
+#include "device/queue/device.h"
+#include "device/target/datamanager.h"
+#include "program/eval/evalhooks.h"
+#include "program/tables/prog.h"
+#include "views/framework/window.h"
+
+CLocalsReader& CLocalsReader::Get()
+{
+    static CLocalsReader* pReader = new CLocalsReader; // a listener lives as long as the device
+    return *pReader;
+}
+
+CLocalsReader::CLocalsReader()
+{
+    constexpr int GATHER_MS = 5;
+    m_Timer.setSingleShot(true);
+    m_Timer.setInterval(GATHER_MS);
+    connect(&m_Timer, &QTimer::timeout, this, [this] {
+        if (m_pWindow) m_pWindow->Update(CDevice::Get().GetPC());
+    });
+}
+
+void CLocalsReader::SetWindow(CWindow* pWindow)
+{
+    m_pWindow = pWindow;
+}
+
+QByteArray CLocalsReader::MakeKey(const ELF_SYM_LOC& Loc, U32 nBytes)
+{
+    return QByteArray(reinterpret_cast<const char*>(&Loc), sizeof(Loc)) + QByteArray::number(nBytes);
+}
+
+void CLocalsReader::Store(const ELF_SYM_LOC& Loc, U32 nBytes, const U8* paData)
+{
+    m_Values.insert(MakeKey(Loc, nBytes), paData ? QByteArray(reinterpret_cast<const char*>(paData), nBytes) : QByteArray());
+    m_Timer.start();
+}
+
+void CLocalsReader::OnDeviceReadLocDone(const ELF_SYM_LOC& Loc, U32 nBytes, const char*, U8* paData)
+{
+    Store(Loc, nBytes, paData);
+}
+
+void CLocalsReader::OnDeviceReadLocFailed(const ELF_SYM_LOC& Loc, U32 nBytes, const char*, U8*)
+{
+    Store(Loc, nBytes, nullptr);
+}
+
+QList<CSymbol> CLocalsReader::GetVariables() const
+{
+    const CProgLock Lock;
+    QList<CSymbol> List;
+    const EVAL_HOOKS& Hooks = EVAL_GetHooks();
+    const U32 PC = Hooks.GetFramePC ? Hooks.GetFramePC() : ADDR_NONE;
+    const ELF_SYM_HANDLE hFunc = PC == ADDR_NONE ? 0 : PROG_GetFunctionAt(PC, 1);
+    for (U32 i = 0; i < ELF_GetSymLocalCount(hFunc); i++) List.append(CSymbol::FromProgram(ELF_GetSymLocal(hFunc, i)));
+    return List;
+}
+
+void CLocalsReader::Fill(CSymbol& Symbol)
+{
+    constexpr U32 MAX_BYTES = 8;
+    const SYMBOL_KINDS Kind = Symbol.GetKind();
+    if (Kind == SYMBOL_AGGREGATE || Kind == SYMBOL_ARRAY || Symbol.Loc.NumParts == 0 || Symbol.ByteSize == 0 ||
+        Symbol.ByteSize > MAX_BYTES || !Symbol.Value.isEmpty())
+        return;
+    const QByteArray Key = MakeKey(Symbol.Loc, Symbol.ByteSize);
+    if (!m_Values.contains(Key)) {
+        m_Values.insert(Key, {});
+        CDeviceDataManager::Get().ReadSymDataCached(this, Symbol.Loc, Symbol.ByteSize, nullptr);
+    }
+    Symbol.Value = m_Values.value(Key);
+}
+
+QList<VIEW_SYMBOL> CLocalsReader::GetRows(const QStringList& Path)
+{
+    QList<CSymbol> Symbols = GetVariables();
+    for (const QString& sName : Path) {
+        CSymbol Parent;
+        for (CSymbol& Symbol : Symbols)
+            if (Symbol.Name == sName) Parent = Symbol;
+        Fill(Parent);
+        Symbols.clear();
+        // A pointer unfolds into what it points to.
+        CSymbol Holder = Parent.GetKind() == SYMBOL_POINTER ? Parent.GetPointee(0) : Parent;
+        const bool IsScalarTarget = Parent.GetKind() == SYMBOL_POINTER && Holder.GetKind() == SYMBOL_SCALAR;
+        if (IsScalarTarget) {
+            Symbols.append(Holder);
+            continue;
+        }
+        constexpr int MAX_MEMBERS = 1000;
+        for (int i = 0; i < std::min(Holder.GetChildCount(), MAX_MEMBERS); i++) Symbols.append(Holder.GetChild(i));
+    }
+    QList<VIEW_SYMBOL> Rows;
+    for (CSymbol& Symbol : Symbols) {
+        Fill(Symbol);
+        VIEW_SYMBOL Row;
+        Row.sName = Symbol.Name;
+        Row.sValue = Symbol.GetValueStr(0);
+        Row.sLocation = Symbol.GetLocationStr();
+        Row.Size = Symbol.ByteSize;
+        Row.sType = Symbol.GetTypeStr();
+        Row.HasMembers = Symbol.GetChildCount() > 0;
+        I64 Value = 0;
+        Row.IsValueValid = Symbol.GetInteger(&Value);
+        Row.SortValue = U64(Value);
+        Rows.append(Row);
+    }
+    return Rows;
+}
