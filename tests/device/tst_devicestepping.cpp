@@ -137,11 +137,13 @@ private slots:
 
     void stepOverAnInstructionLimit()
     {
-        // A thousand instructions without a new line: the step ends where it stands.
-        QVERIFY(GoTo("leaf"));
-        CDeviceStepping& Stepping = CDeviceStepping::Get();
-        std::lock_guard Lock(R.Dev().GetDeviceMutex());
-        QCOMPARE(Stepping.StepOverSimple(0), int(CDeviceStepping::OVER_MAX_STEPS));
+        // 1200 instructions in a line, with branches, so that nothing can be run: the step ends where it stands.
+        QVERIFY(GoTo("long"));
+        const U32 Start = R.Dev().GetPC();
+        QCOMPARE(Step(&CDevice::StepOverAsync), QString("stepover"));
+        QCOMPARE(R.Dev().GetPC() - Start, MAX_STEP_INSTS / 2 * 6);
+        QCOMPARE(Step(&CDevice::StepOverAsync), QString("stepover"));
+        QCOMPARE(R.CurrentLine(), R.Line("afterlong"));
     }
 
     void notReady()

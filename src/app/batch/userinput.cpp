@@ -2,8 +2,10 @@
 
 #include "app/actions/actions.h"
 #include "app/shell/mainwindow.h"
+#include "views/framework/sidebar.h"
 #include "views/framework/window.h"
 
+#include <QAbstractScrollArea>
 #include <QAction>
 #include <QApplication>
 #include <QKeyEvent>
@@ -92,11 +94,20 @@ bool UserInput::Click(CWindow* pWindow, int Row, int Column)
         SendClick(pView->viewport(), pView->visualRect(Index).center());
         return true;
     }
-    QWidget* pTarget = nullptr;
-    const QPoint Pos = pWindow->GetCellPos(Row, Column, &pTarget);
-    if (!pTarget) return false;
-    SendClick(pTarget, Pos);
-    return true;
+    // A text window: its margin knows where the rows are.
+    auto* pMargin = pWindow->findChild<CSideBar*>();
+    auto* pText = pWindow->findChild<QAbstractScrollArea*>();
+    if (!pMargin || !pText) return false;
+    for (int y = 0; y < pMargin->height(); y++) {
+        if (pMargin->GetRowAt(y) != Row) continue;
+        const int Inside = y + pMargin->GetSymbolStripWidth() / 2;
+        if (Column == 0)
+            SendClick(pMargin, QPoint(pMargin->GetSymbolStripWidth() / 2, Inside));
+        else
+            SendClick(pText->viewport(), QPoint(pText->fontMetrics().averageCharWidth() * Column, Inside));
+        return true;
+    }
+    return false;
 }
 
 void UserInput::TypeText(const QString& sText)

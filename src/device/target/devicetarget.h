@@ -221,4 +221,5 @@ private:
     BP m_SavedBP{};                      ///< user's breakpoint under the hidden one
     BP m_aDownloadBP[BP_LIST_SIZE] = {}; ///< the list while a download programs flash
     U32 m_NumDownloadBPs = 0;
+    bool m_DownloadOpen = false;         ///< between BeginDownload and EndDownload; worker
 };

@@ -173,6 +173,7 @@ void CDeviceTarget::ResetState()
     State.BPConditionResult = -1;
     m_SavedBP = BP();
     m_NumDownloadBPs = 0;
+    m_DownloadOpen = false;
     ResetTargetExecState();
 }
 

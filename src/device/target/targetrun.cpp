@@ -71,10 +71,10 @@ int CDeviceTarget::Continue()
         _Dev().LogWarnMsg("Continue: not halted");
         return 0;
     }
-    _Dev().LogInfoMsg("Resuming target...");
+    _Dev().LogDebugMsg("Resuming target...");
     const U32 PC = U32(State.PC.Get());
     CORE_INST_INFO Inst = {};
-    Core::ReadInst(&Inst, PC);
+    if (State.PCStatus == DATA_VALID) Core::ReadInst(&Inst, PC);
     if (Inst.Length > 0 && (Inst.Flags & CORE_INST_SKIP_ON_RESUME))
         Core_WriteReg(Core_GetPCRegId(), U64(PC) + U32(Inst.Length));
     State.HaltedRaw = 0;

@@ -131,6 +131,7 @@ int CDeviceTarget::BeginDownload()
         return -1;
     }
     ClearBreakpointsBeforeFlashDL();
+    m_DownloadOpen = true;
     return BRYLLOARM_BeginDownload(0);
 }
 
@@ -148,10 +149,15 @@ int CDeviceTarget::EndDownload(bool DoHalt)
         else
             BRYLLOARM_Halt();
     }
-    Dev.SetProgressMsg("Writing Memory...");
-    Dev.StartProgress(0, 0);
-    const int Answer = BRYLLOARM_EndDownload();
-    Dev.EndProgress();
+    // A write that has closed its bracket by itself has left its result.
+    int Answer = State.LastDownloadError;
+    if (m_DownloadOpen) {
+        m_DownloadOpen = false;
+        Dev.SetProgressMsg("Writing Memory...");
+        Dev.StartProgress(0, 0);
+        Answer = BRYLLOARM_EndDownload();
+        Dev.EndProgress();
+    }
     RestoreBreakpointsAfterFlashDL();
     if (DoHalt && State.Running) BRYLLOARM_GoEx(0, 1);
     if (State.Connected && !m_HaltedForIO) TestConnectionLost();

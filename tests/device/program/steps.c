@@ -59,6 +59,11 @@ int main(void)
     a = Leaf(1) + Leaf(2);    /* @twocalls */
     for (b = 0; b < 3; b++) g_aData[b] = b; /* @oneline */
     g_Flag = a;               /* @afterloop */
+    __asm__ volatile(".rept 600\n b.n 1f\n nop\n1: nop\n .endr"); /* @long */
+    g_Flag = 7;               /* @afterlong */
+    for (b = 0; b < 2; b++) { /* @head */
+        g_aData[b] = a;       /* @body */
+    }
     for (;;) {
         Work();               /* @loop */
         if (g_Count == 1000000) break; /* @test */
