@@ -3,120 +3,14 @@
 #include "core/host/corecalls.h"
 #include "core/host/corehooks.h"
 #include "core/host/corehost.h"
+#include "objdump.h"
 #include "testelf.h"
 
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTest>
 #include <thread>
 
 namespace {
-
-struct LINE {
-    U32 Addr;
-    int Length;
-    QString sMnemonic;
-    QString sOperands;
-};
-
-/// Instruction lines of objdump; data lines are left out.
-QList<LINE> ReadObjdump(const QString& sPath) {
-    QProcess Process;
-    Process.start(QStringLiteral("arm-none-eabi-objdump"), {QStringLiteral("-d"), QStringLiteral("-w"), sPath});
-    Process.waitForFinished(60000);
-    QList<LINE> aLine;
-    static const QRegularExpression Pattern(QStringLiteral("^ +([0-9a-f]+):\t([0-9a-f]{4})( [0-9a-f]{4})? *\t([^\t]+)\t?(.*)$"));
-    for (const QByteArray& aText : Process.readAllStandardOutput().split('\n')) {
-        const auto Match = Pattern.match(QString::fromUtf8(aText));
-        if (!Match.hasMatch()) continue;
-        LINE Line{Match.captured(1).toUInt(nullptr, 16), Match.captured(3).isEmpty() ? 2 : 4, Match.captured(4).trimmed(),
-                  Match.captured(5)};
-        if (Line.sOperands.isEmpty()) { // "cpsid i" comes without a tab
-            Line.sOperands = Line.sMnemonic.section(' ', 1);
-            Line.sMnemonic = Line.sMnemonic.section(' ', 0, 0);
-        }
-        if (Line.sMnemonic.startsWith('.') || Line.sMnemonic.startsWith('<')) continue;
-        aLine.append(Line);
-    }
-    return aLine;
-}
-
-/// Expands "r4-r7" to its registers.
-QString ExpandRange(const QString& s) {
-    static const QRegularExpression Pattern(QStringLiteral("^([rsd])(\\d+)-[rsd](\\d+)$"));
-    const auto Match = Pattern.match(s);
-    if (!Match.hasMatch()) return s;
-    QStringList aReg;
-    for (int i = Match.captured(2).toInt(); i <= Match.captured(3).toInt(); i++) aReg << Match.captured(1) + QString::number(i);
-    return aReg.join(',');
-}
-
-QString NormaliseNumber(const QString& s) {
-    bool Ok = false;
-    const qint64 Value = s.toLongLong(&Ok, 0);
-    if (Ok) return QString::number(static_cast<quint32>(Value));
-    const double Float = s.toDouble(&Ok);
-    return Ok ? QString::number(Float) : s;
-}
-
-/// One spelling for what the two tools write differently.
-QString NormaliseOperands(QString s) {
-    s = s.toLower();
-    static const QRegularExpression Comment(QStringLiteral("[;@<]"));
-    s = s.left(s.indexOf(Comment));
-    QStringList aToken;
-    static const QRegularExpression Token(QStringLiteral("[\\w.+-]+|[\\[\\]{}!:]"));
-    for (auto It = Token.globalMatch(s); It.hasNext();) {
-        const QString sToken = It.next().captured(0);
-        static const QHash<QString, QString> Alias{{"sb", "r9"}, {"sl", "r10"}, {"fp", "r11"}, {"ip", "r12"}};
-        aToken << ExpandRange(NormaliseNumber(Alias.value(sToken, sToken)));
-    }
-    return aToken.join(',').replace(QStringLiteral(",0,]"), QStringLiteral(",]"));
-}
-
-QString NormaliseMnemonic(QString s) {
-    s = s.toLower();
-    static const QRegularExpression Width(QStringLiteral("\\.[nw]$"));
-    s.remove(Width);
-    return s;
-}
-
-/// Instruction text with synonyms brought to one form.
-QString NormaliseText(const QString& sMnemonic, const QString& sOperands) {
-    QString m = NormaliseMnemonic(sMnemonic);
-    QString o = NormaliseOperands(sOperands);
-    static const QRegularExpression Suffix(QStringLiteral("^(v?)(ldm|stm)ia"));
-    m.replace(Suffix, QStringLiteral("\\1\\2"));
-    if (o.startsWith("sp,!,")) {
-        static const QRegularExpression Pop(QStringLiteral("^(v?)ldm"));
-        static const QRegularExpression Push(QStringLiteral("^(v?)stmdb"));
-        m.replace(Pop, QStringLiteral("\\1pop"));
-        m.replace(Push, QStringLiteral("\\1push"));
-        if (m.contains("pop") || m.contains("push")) o = o.mid(5);
-    }
-    if (m == "mov" && o == "r8,r8") return QStringLiteral("nop ");
-    if (m.startsWith("neg")) m.replace("neg", "rsb"), o += ",0";
-    if (m == "add" && o.contains(",pc,")) m = "adr", o.replace(",pc,", ",");
-    static const QRegularExpression SameCarry(QStringLiteral("(hs|lo)(?=$|\\.)"));
-    static const auto Rename = [](QString& sText) {
-        if (const auto Match = SameCarry.match(sText); Match.hasMatch()) {
-            sText.replace(Match.capturedStart(), 2, Match.captured(1) == "hs" ? "cs" : "cc");
-        }
-    };
-    Rename(m);
-    if (m.startsWith("it")) Rename(o);
-    QStringList aOperand = o.split(',');
-    static const QRegularExpression Move(QStringLiteral("^mov(.*)$"));
-    static const QStringList asShift{"lsl", "lsr", "asr", "ror", "rrx"};
-    if (const auto Match = Move.match(m); Match.hasMatch() && aOperand.size() > 2 && asShift.contains(aOperand[2])) {
-        m = aOperand.takeAt(2) + Match.captured(1);
-    }
-    // The constants of VMOV are written as they are encoded by the one and as numbers by the other.
-    if (m.startsWith("vmov.f") && aOperand.size() == 2 && aOperand[1][0] != 's' && aOperand[1][0] != 'd') aOperand.removeLast();
-    if (aOperand.size() == 3 && aOperand[0] == aOperand[2] && aOperand[1] != "[") aOperand.removeLast();
-    if (aOperand.size() == 3 && aOperand[0] == aOperand[1]) aOperand.removeAt(1);
-    return m + ' ' + aOperand.join(',');
-}
 
 struct BUILD {
     const char* sName;
@@ -127,29 +21,6 @@ constexpr BUILD aBuild[] = {{"decode_m0", 0x060000FF},  {"decode_m0_os", 0x06010
 
 QString GetElfPath(const char* sName) {
     return QStringLiteral(CORE_TEST_DATA "/%1.elf").arg(QLatin1String(sName));
-}
-
-/// What objdump's text says about the flow.
-U32 GetExpectedFlags(const LINE& Line) {
-    const QString m = NormaliseMnemonic(Line.sMnemonic);
-    const QString o = NormaliseOperands(Line.sOperands);
-    static const QRegularExpression Jump(QStringLiteral("^b(eq|ne|cs|cc|hs|lo|mi|pl|vs|vc|hi|ls|ge|lt|gt|le|al)?$"));
-    static const QRegularExpression Call(QStringLiteral("^bl(eq|ne|cs|cc|hs|lo|mi|pl|vs|vc|hi|ls|ge|lt|gt|le|al)?$"));
-    static const QRegularExpression Reg(QStringLiteral("^(bx|bxns|mov)(eq|ne|cs|cc|hs|lo|mi|pl|vs|vc|hi|ls|ge|lt|gt|le)?$"));
-    const U32 Direct = CORE_INST_BRANCH | CORE_INST_DIRECT;
-    if (Call.match(m).hasMatch()) return Direct | CORE_INST_CALL;
-    if (Jump.match(m).hasMatch() || m == "cbz" || m == "cbnz") return Direct;
-    if (m.startsWith("blx")) return CORE_INST_BRANCH | CORE_INST_CALL;
-    if (m.startsWith("bx")) return CORE_INST_BRANCH | (o == "lr" ? CORE_INST_RETURN : 0u);
-    if (m.startsWith("pop") || m.startsWith("ldm")) return o.contains("pc") ? CORE_INST_BRANCH | CORE_INST_RETURN : 0u;
-    if (m == "tbb" || m == "tbh") return CORE_INST_BRANCH;
-    if (Reg.match(m).hasMatch() && o.startsWith("pc")) return CORE_INST_BRANCH | (o == "pc,lr" ? CORE_INST_RETURN : 0u);
-    if (m.startsWith("ldr") && o.startsWith("pc")) return CORE_INST_BRANCH | (o.contains("sp") ? CORE_INST_RETURN : 0u);
-    if (m.startsWith("add") && o.startsWith("pc")) return CORE_INST_BRANCH;
-    if (m == "svc" || m == "udf") return CORE_INST_FLOW_OTHER;
-    if (m == "bkpt") return CORE_INST_SKIP_ON_RESUME;
-    if (m.startsWith("it")) return CORE_INST_PREFIX;
-    return 0;
 }
 
 } // namespace
@@ -252,6 +123,8 @@ private slots:
     /// The change of the stack pointer against what the text of the instruction says.
     void StackChange() {
         QFETCH_GLOBAL(int, Index);
+        static const QRegularExpression PreIndexed(QStringLiteral("\\[,sp,(\\d+),\\],!$"));
+        static const QRegularExpression PostIndexed(QStringLiteral("\\[,sp,\\],(\\d+)$"));
         int NumChanges = 0;
         for (const LINE& Line : ReadObjdump(GetElfPath(aBuild[Index].sName))) {
             const QStringList aPart = NormaliseText(Line.sMnemonic, Line.sOperands).split(' ');
@@ -265,8 +138,8 @@ private slots:
             else if (m.startsWith("pop") || m.startsWith("vpop")) Expected = NumRegs * WordSize;
             else if (m.startsWith("sub") && aOperand[0] == "sp" && aOperand.size() == 2) Expected = -Last;
             else if (m.startsWith("add") && aOperand[0] == "sp" && aOperand.size() == 2) Expected = Last;
-            else if (aPart[1].contains(QRegularExpression(QStringLiteral("\\[,sp,(\\d+),\\],!$")))) Expected = static_cast<int>(aOperand[aOperand.size() - 3].toUInt());
-            else if (aPart[1].contains(QRegularExpression(QStringLiteral("\\[,sp,\\],(\\d+)$")))) Expected = Last;
+            else if (aPart[1].contains(PreIndexed)) Expected = static_cast<int>(aOperand[aOperand.size() - 3].toUInt());
+            else if (aPart[1].contains(PostIndexed)) Expected = Last;
             CORE_INST_INFO Info;
             QCOMPARE(Core_AnalyzeInst(Line.Addr, &Info), 0);
             if (Info.SPChange != Expected) QFAIL(qPrintable(QStringLiteral("%1: %2 %3: %4, expected %5").arg(Line.Addr, 0, 16).arg(aPart[0], aPart[1]).arg(Info.SPChange).arg(Expected)));

@@ -339,9 +339,10 @@ private slots:
         CORE_REG_BUFFER& Regs = Core_GetLiveRegs();
         QCOMPARE(Core_ReadAllRegs(Regs), 0);
         for (size_t i = 0; i < Regs.aValue.size(); i++) {
-            QVERIFY(Regs.aRegId[i] != 0xFFFFFFFFu);
-            QCOMPARE(int(Regs.aStatus[i]), 0);
-            QCOMPARE(Regs.aValue[i], U64(0x1000 + Regs.aRegId[i]));
+            const bool IsHole = i > BRYLLO_REG_CONTROL && i < BRYLLO_REG_S0; // the core has no stack limits
+            QCOMPARE(Regs.aRegId[i], IsHole ? 0xFFFFFFFFu : U32(i));
+            QCOMPARE(int(Regs.aStatus[i]), int(IsHole));
+            if (!IsHole) QCOMPARE(Regs.aValue[i], U64(0x1000 + i));
         }
         QCOMPARE(Regs.aRegId.back(), U32(BRYLLO_REG_FPSCR));
         QCOMPARE(Core_WriteReg(Core_GetPCRegId(), 0x77), 0);

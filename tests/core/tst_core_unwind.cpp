@@ -7,11 +7,11 @@
 #include "core/host/corehooks.h"
 #include "core/host/corehost.h"
 #include "fakeprobe.h"
+#include "objdump.h"
 #include "program/tables/prog.h"
 #include "program/unwind/callstack.h"
 
 #include <QFile>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -45,16 +45,12 @@ QString GetElf(const QString& sName) {
 /// Runs the program and takes the snapshots.
 QList<STOP> RunGdb(const QString& sElf) {
     QTemporaryDir Dir;
-    QProcess Process;
-    QProcessEnvironment Environment = QProcessEnvironment::systemEnvironment();
-    Environment.insert("SNAPSHOT_DIR", Dir.path());
-    Process.setProcessEnvironment(Environment);
-    const QString sTarget = QStringLiteral("target remote | qemu-system-arm -M mps2-an385 -kernel %1 -S -gdb stdio "
-                                           "-display none -serial none -monitor none").arg(sElf);
-    Process.start("gdb-multiarch", {"-nx", "-batch", sElf, "-ex", sTarget, "-x", QStringLiteral(CORE_TEST_SOURCE "/data/snapshots.py")});
-    Process.waitForFinished(100000);
+    qputenv("SNAPSHOT_DIR", Dir.path().toUtf8());
+    const QString sCommand = QStringLiteral("gdb-multiarch -nx -batch \"%1\" -ex 'target remote | qemu-system-arm -M mps2-an385 -kernel \"%1\" -S "
+                                            "-gdb stdio -display none -serial none -monitor none' -x \"" CORE_TEST_SOURCE "/data/snapshots.py\" 2>&1");
+    const QByteArray aOutput = RunCommand(sCommand.arg(sElf));
     QList<STOP> aStop;
-    for (const QByteArray& aLine : Process.readAllStandardOutput().split('\n')) {
+    for (const QByteArray& aLine : aOutput.split('\n')) {
         const QStringList aWord = QString::fromUtf8(aLine).split(' ');
         if (aWord[0] == "STOP") {
             aStop.append(STOP());

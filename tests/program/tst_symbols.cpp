@@ -1,4 +1,5 @@
 // The symbol model against gdb: types, sizes, members and where variables lie.
+#include "program/symbols/ctype.h"
 #include "program/symbols/elfsym.h"
 #include "program/symbols/typenames.h"
 #include "testbuild.h"
@@ -102,6 +103,9 @@ private slots:
     void locationTexts_data();
     void locationTexts();
     void predicates();
+    void cTypes_data();
+    void cTypes();
+    void twoPieces();
 };
 
 void tst_symbols::locals()
@@ -376,6 +380,65 @@ void tst_symbols::predicates()
     Loc.NumParts = 1;
     Loc.aPart[0].Type = ELF_LOC_MEM_FB_OFFSET;
     QVERIFY(ELF_LocIsMemory(Loc) && ELF_LocIsSingle(Loc) && !ELF_LocIsValid(Loc));
+}
+
+void tst_symbols::cTypes_data()
+{
+    QTest::addColumn<QString>("Text");
+    QTest::addColumn<U32>("Size");
+    QTest::addColumn<int>("Id");
+    QTest::addColumn<QString>("Traits"); ///< p pointer, a array, i integral, s signed integral
+    auto Row = [](const char* sText, U32 Size, int Id, const char* sTraits) { QTest::newRow(*sText ? sText : "empty") << QString(sText) << Size << Id << QString(sTraits); };
+    Row("", 0, -1, "");
+    Row("int", 4, 2, "is");
+    Row("long long", 8, 4, "is");
+    Row("unsigned long long int", 8, 5, "i");
+    Row("ulong", 4, 132, "i");
+    Row("unsigned char", 1, 134, "i");
+    Row("const volatile short int", 2, 130, "is");
+    Row("char*", 4, 131, "pi");
+    Row("char const *", 4, 131, "pi");
+    Row("int[3][2]", 24, 2, "a");
+    Row("struct T*[5]", 20, -1, "a");
+    Row("int[]", 4, 2, "a");
+    Row("int[0]", 4, 2, "a");
+    Row("enum color", 4, 257, "is");
+    Row("double", 8, 6, "s");
+    Row("bool", 1, 1, "is");
+    Row("_Bool", 1, 1, "is");
+    Row("struct point", 0, -1, "");
+    Row("void*", 4, -1, "pi");
+}
+
+void tst_symbols::cTypes()
+{
+    QFETCH(QString, Text);
+    QFETCH(U32, Size);
+    QFETCH(int, Id);
+    QFETCH(QString, Traits);
+    const CCType Type(Text);
+    QCOMPARE(Type.Text, Text);
+    QCOMPARE(Type.Size, Size);
+    QCOMPARE(Type.TypeId, Id);
+    QString sTraits;
+    if (Type.IsPointer()) sTraits += 'p';
+    if (Type.IsArray()) sTraits += 'a';
+    if (Type.IsIntegral()) sTraits += 'i';
+    if (Type.IsSignedIntegral()) sTraits += 's';
+    QCOMPARE(sTraits, Traits);
+}
+
+void tst_symbols::twoPieces()
+{
+    // A double parameter in two registers has two parts with their sizes.
+    const ELF_HANDLE hFile = ELF_Open(CTestBuild::Get({"gcc", false, 5, 2, ""}).toUtf8().constData(), true);
+    const ELF_SYM_HANDLE hFunc = FindIn(hFile, ELF_LIST_FUNCTIONS, "other");
+    QVERIFY(hFunc);
+    const ELF_SYM_LOC Loc = ELF_GetSymLoc(ELF_GetSymLocal(hFunc, 1), ELF_GetSymRangeLow(hFunc, 0));
+    QCOMPARE(Describe(Loc), QString("reg 2 piece 4, reg 3 piece 4"));
+    QVERIFY(ELF_LocIsRegister(Loc) && !ELF_LocIsSingle(Loc));
+    // Behind its last range it has no location.
+    QCOMPARE(ELF_GetSymLoc(ELF_GetSymLocal(hFunc, 1), ELF_GetSymRangeHigh(hFunc, 0) + 64).NumParts, 0u);
 }
 
 QTEST_GUILESS_MAIN(tst_symbols)

@@ -14,7 +14,6 @@ private slots:
     void OpenKinds();
     void BatchLines_data();
     void BatchLines();
-    void DownloadChunks();
 };
 
 void tst_Shell::SessionChain()
@@ -94,15 +93,6 @@ void tst_Shell::BatchLines()
     QTEST(Step.Name, "Name");
     QTEST(Step.Args, "Args");
     QCOMPARE(Step.Line, 7);
-}
-
-void tst_Shell::DownloadChunks()
-{
-    QCOMPARE(GetDownloadChunkSize(50'000), 8'000u);
-    QCOMPARE(GetDownloadChunkSize(100'000), 16'000u);
-    QCOMPARE(GetDownloadChunkSize(100'001), 32'000u);
-    QCOMPARE(GetDownloadChunkSize(500'001), 0xFFFFFFFFu);
-    QCOMPARE(GetDownloadChunkSize(65'535), 16'000u); // adaptive clocking
 }
 
 QTEST_GUILESS_MAIN(tst_Shell)

@@ -33,7 +33,7 @@ bool RunTool(const QString& sProgram, const QStringList& aArgs, QString* psError
     return false;
 }
 
-QString Describe(const CpuState& Ours, const CpuState& Theirs)
+QString Describe(const CpuState& Before, const CpuState& Ours, const CpuState& Theirs)
 {
     QString sText;
     auto Row = [&](const QString& sName, uint32_t A, uint32_t B) {
@@ -47,6 +47,8 @@ QString Describe(const CpuState& Ours, const CpuState& Theirs)
     Row("XPSR", Ours.Xpsr, Theirs.Xpsr);
     for (int i = 0; i < 32; ++i) Row(QString("S%1").arg(i), Ours.S[i], Theirs.S[i]);
     Row("FPSCR", Ours.Fpscr, Theirs.Fpscr);
+    sText += "  both before:";
+    for (int i = 0; i < 15; ++i) sText += QString(" R%1=%2").arg(i).arg(Before.R[i], 0, 16);
     return sText;
 }
 
@@ -96,6 +98,7 @@ QByteArray BuildProgram(const BoardInfo& Info, const QString& sSource, const QSt
     }
     QByteArray Text = Template.readAll();
     Text.replace("@ROM@", QByteArray::number(Info.Rom)).replace("@RAM@", QByteArray::number(Info.Ram));
+    Text.replace("@RAMSIZE@", QByteArray::number(std::min(Info.RamSize, 0x8000u)));
     Script.write(Text);
     Script.close();
 
@@ -120,14 +123,41 @@ QByteArray BuildProgram(const BoardInfo& Info, const QString& sSource, const QSt
     return Image.readAll();
 }
 
-QByteArray Assemble(const BoardInfo& Info, const char* sSource, QMap<QString, uint32_t>* pSymbols,
+namespace {
+
+// Vectors whose handlers are the symbols of the same name where the source has them.
+constexpr const char* kVectors = R"(
+ .macro vec name
+ .weak \name
+ .thumb_func
+ .type \name, %function
+ .word \name
+ .endm
+ .word 0x%1
+ .word start + 1
+ vec nmi
+ vec hardfault
+ vec memmanage
+ vec busfault
+ vec usagefault
+ .word 0, 0, 0, 0
+ vec svcall
+ vec debugmon
+ .word 0
+ vec pendsv
+ vec systick
+ vec irq0
+ vec irq1
+)";
+
+QByteArray Assemble(const BoardInfo& Info, const QByteArray& SourceText, QMap<QString, uint32_t>* pSymbols,
                     QString* psError)
 {
     QTemporaryDir Dir;
     QFile Source(Dir.filePath("source.s"));
     if (!Source.open(QIODevice::WriteOnly)) return {};
     Source.write(".syntax unified\n.thumb\n.text\n");
-    Source.write(sSource);
+    Source.write(SourceText);
     Source.write("\n");
     Source.close();
     QStringList aArgs = QString(Info.sGccFlags).split(' ');
@@ -148,6 +178,21 @@ QByteArray Assemble(const BoardInfo& Info, const char* sSource, QMap<QString, ui
     QFile Image(Dir.filePath("source.bin"));
     if (!Image.open(QIODevice::ReadOnly)) return {};
     return Image.readAll();
+}
+
+} // namespace
+
+bool LoadAssembled(TestMachine& Machine, const char* sSource, QMap<QString, uint32_t>* pSymbols)
+{
+    QString sError;
+    pSymbols->clear();
+    QByteArray Text = QString(kVectors).arg(Machine.m_Info.Ram + 0x1000, 0, 16).toLatin1() + sSource;
+    QByteArray Image = Assemble(Machine.m_Info, Text, pSymbols, &sError);
+    if (Image.isEmpty())
+        qWarning("%s", qPrintable(sError));
+    else
+        Machine.LoadRom(Image);
+    return !Image.isEmpty();
 }
 
 LockstepResult RunLockstep(const BoardInfo& Info, const QByteArray& Image, uint64_t MaxInstructions,
@@ -184,10 +229,11 @@ LockstepResult RunLockstep(const BoardInfo& Info, const QByteArray& Image, uint6
             Ours = Machine.GetState();
         }
         // Where nothing can be fetched the emulator logs the handler only.
-        bool CanFetch = Ours.R[15] - Info.Rom < Info.RomSize || Ours.R[15] - Info.Ram < Info.RamSize;
-        if (!(Ours == Theirs) && !CanFetch) {
+        if (Result.NumInstructions && ((Ours.Xpsr ^ Theirs.Xpsr) & 0x1FF) &&
+            !IsInterrupted(Machine, Ours, Theirs)) {
+            uint64_t NumExecuted = Machine.m_Cpu.GetInstructions();
             Machine.RunOne();
-            Ours = Machine.GetState();
+            if (Machine.m_Cpu.GetInstructions() == NumExecuted) Ours = Machine.GetState();
         }
         bool IsSame = Same(Ours, Theirs, HasSecurity);
         // A block that was left before its instruction is logged again.
@@ -198,7 +244,7 @@ LockstepResult RunLockstep(const BoardInfo& Info, const QByteArray& Image, uint6
             Result.sError = QString("difference after %1 instructions; the last one was at %2\n%3")
                                 .arg(Result.NumInstructions)
                                 .arg(Before.R[15], 8, 16, QChar('0'))
-                                .arg(Describe(Ours, Theirs));
+                                .arg(Describe(Before, Ours, Theirs));
             return Result;
         }
         if (Result.NumInstructions && Ours == Before) break; // "b ." at the end

@@ -20,9 +20,10 @@ struct LockstepResult {
 QByteArray BuildProgram(const BoardInfo& Info, const QString& sSource, const QStringList& aOptions,
                         QString* psError);
 
-// Assembles a source that holds the vector table too, at the board's ROM; symbols by name.
-QByteArray Assemble(const BoardInfo& Info, const char* sSource, QMap<QString, uint32_t>* pSymbols,
-                    QString* psError);
+// Assembles a source behind a vector table and starts the machine with it. The table has the
+// symbols start, hardfault, svcall, irq0 and so on where the source defines them. Symbols by
+// name. False: a warning was written.
+bool LoadAssembled(TestMachine& Machine, const char* sSource, QMap<QString, uint32_t>* pSymbols);
 
 // Runs until the program stays on one instruction or MaxInstructions are compared. What is
 // the same in both by agreement (EXC_RETURN of cores with and without security extension) is

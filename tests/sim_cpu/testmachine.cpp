@@ -38,6 +38,7 @@ ArmCpuConfig ConfigFor(const BoardInfo& Info)
     Config.NumIrqs = 32;
     Config.NumPrioBits = 8; // as the emulator's boards
     Config.VectorTable = Info.Rom;
+    Config.NumMpuRegions = Info.Kind == ArmCoreKind::M33 ? 16 : 8;
     return Config;
 }
 

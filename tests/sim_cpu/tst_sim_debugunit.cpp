@@ -4,36 +4,9 @@
 
 #include <QTest>
 
+#include <thread>
+
 using namespace Sim;
-
-namespace {
-
-// Vectors whose handlers are the symbols of the same name where the source has them.
-constexpr const char* kVectors = R"(
- .macro vec name
- .weak \name
- .thumb_func
- .type \name, %function
- .word \name
- .endm
- .word 0x20001000
- .word start + 1
- vec nmi
- vec hardfault
- vec memmanage
- vec busfault
- vec usagefault
- .word 0, 0, 0, 0
- vec svcall
- vec debugmon
- .word 0
- vec pendsv
- vec systick
- vec irq0
- vec irq1
-)";
-
-} // namespace
 
 class tst_sim_debugunit : public QObject {
     Q_OBJECT
@@ -46,6 +19,7 @@ private slots:
     void Sleep();
     void StopsOfTheProgram();
     void Trace();
+    void StopFromAnotherThread();
 
 private:
     bool Load(TestMachine& Machine, const char* sSource);
@@ -56,15 +30,7 @@ private:
 
 bool tst_sim_debugunit::Load(TestMachine& Machine, const char* sSource)
 {
-    QString sError;
-    m_Symbols.clear();
-    QByteArray Image =
-        Assemble(Machine.m_Info, (QByteArray(kVectors) + sSource).constData(), &m_Symbols, &sError);
-    if (Image.isEmpty())
-        qWarning("%s", qPrintable(sError));
-    else
-        Machine.LoadRom(Image);
-    return !Image.isEmpty();
+    return LoadAssembled(Machine, sSource, &m_Symbols);
 }
 
 StopInfo tst_sim_debugunit::RunTo(TestMachine& Machine, const char* sName)
@@ -413,6 +379,17 @@ end: b end
     Machine.m_Cpu.SetTraceRing(nullptr);
     Machine.m_Cpu.Run(Machine.m_Cpu.GetCycles() + 100);
     QCOMPARE(Ring.Count, uint64_t(std::size(Expected)));
+}
+
+void tst_sim_debugunit::StopFromAnotherThread()
+{
+    TestMachine Machine(kBoardM3);
+    QVERIFY(Load(Machine, "start: b start"));
+    std::thread Other([&] { Machine.m_Cpu.RequestStop(); });
+    StopInfo Info = Machine.m_Cpu.Run(~uint64_t(0));
+    Other.join();
+    QCOMPARE(Info.Reason, StopReason::StopRequested);
+    QCOMPARE(Info.Pc, At("start"));
 }
 
 QTEST_GUILESS_MAIN(tst_sim_debugunit)

@@ -24,17 +24,23 @@ void tst_sim_lockstep::Programs_data()
         QTest::addRow("%s %s %s", Board.sName, sSource, sOptions)
             << &Board << QString(sSource) << QString(sOptions) << Min;
     };
-    Row(kBoardM3, "integer.c", "-O2", 300000);
+    Row(kBoardM3, "integer.c", "-O2 -DROUNDS=2", 300000);
     Row(kBoardM3, "integer.c", "-O0 -DROUNDS=1", 150000);
     Row(kBoardM0, "integer.c", "-Os -DROUNDS=1", 150000);
     Row(kBoardM33, "integer.c", "-O3 -DROUNDS=1", 100000);
-    Row(kBoardM4F, "fpu.c", "-O2", 200000);
-    Row(kBoardM7F, "fpu.c", "-O1", 200000);
-    Row(kBoardM33, "fpu.c", "-Os", 200000);
+    Row(kBoardM4F, "fpu.c", "-O2 -DSTEP=1", 500000);
+    Row(kBoardM7F, "fpu.c", "-O1 -DSTEP=5", 200000);
+    Row(kBoardM33, "fpu.c", "-Os -DSTEP=7", 200000);
     Row(kBoardM3, "interrupts.c", "-O2", 4000);
     Row(kBoardM4F, "interrupts.c", "-O1", 4000);
     Row(kBoardM7F, "interrupts.c", "-Os", 4000);
     Row(kBoardM33, "interrupts.c", "-O2", 4000);
+    Row(kBoardM0, "baseline.c", "-O1", 200);
+    Row(kBoardM3, "mpu.c", "-O2", 5000);
+    Row(kBoardM4F, "mpu.c", "-O1", 5000);
+    Row(kBoardM7F, "mpu.c", "-Os", 5000);
+    Row(kBoardM33, "mpu.c", "-O2", 5000);
+    for (const BoardInfo* pBoard : {&kBoardM0, &kBoardM3, &kBoardM7F}) Row(*pBoard, "identity.c", "-O1", 100);
     Row(kBoardM4F, "classes.cpp", "-O2", 100000);
     Row(kBoardM3, "classes.cpp", "-Os", 100000);
 }

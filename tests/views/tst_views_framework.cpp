@@ -200,6 +200,7 @@ void tst_views_framework::hiddenWindowCatchesUp()
     auto* pDock = new CDockWindow(&Main);
     auto* pWindow = new CCounterWindow;
     pDock->SetWindow(pWindow);
+    connect(pDock, &CDockWindow::visibilityChanged, pWindow, &CWindow::VisibilityChanged);
     Main.addDockWidget(Qt::LeftDockWidgetArea, pDock);
     auto* pOtherDock = new CDockWindow(&Main);
     pOtherDock->SetWindow(new CCounterWindow);

@@ -1,8 +1,11 @@
 // Shows the debug views with a made-up program and saves pictures of them: viewsdemo DIR. Not installed.
+#include "views/debug/callstackwindow.h"
 #include "views/debug/findbar.h"
+#include "views/debug/registerwindow.h"
 #include "views/debug/sourcewindow.h"
 #include "views/framework/dockwindow.h"
 #include "views/framework/messagebox.h"
+#include "views/framework/modelviewwindow.h"
 #include "views/framework/sidebar.h"
 #include "views/framework/statusbar.h"
 #include "views/theme/icons.h"
@@ -66,7 +69,23 @@ int main(int argc, char** argv)
     AddToolBar(Main);
     auto* pSource = new CSourceWindow(&Main);
     Main.setCentralWidget(pSource);
-#include "viewsdemo_docks.inc"
+    auto AddDock = [&Main](CWindow* pWindow, Qt::DockWidgetArea Area) {
+        auto* pDock = new CDockWindow(&Main);
+        pDock->SetWindow(pWindow);
+        Main.addDockWidget(Area, pDock);
+        return pDock;
+    };
+    auto* pStack = new CCallStackWindow(&Main);
+    auto* pRegisters = new CRegisterWindow(&Main);
+    CDockWindow* pStackDock = AddDock(pStack, Qt::RightDockWidgetArea);
+    AddDock(new CWindow(&Main, QStringLiteral("Console")), Qt::BottomDockWidgetArea);
+    CDockWindow* pRegDock = AddDock(pRegisters, Qt::RightDockWidgetArea);
+    Main.tabifyDockWidget(pRegDock, AddDock(new CModelViewWindow(&Main, QStringLiteral("Local Data")), Qt::RightDockWidgetArea));
+    pRegDock->raise();
+    Main.setDocumentMode(true);
+    Main.setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
+    Main.resizeDocks({pStackDock, pRegDock}, {170, 380}, Qt::Vertical);
+    Main.resizeDocks({pRegDock}, {430}, Qt::Horizontal);
     Main.resize(1280, 800);
     Main.show();
     pSource->Open(Program.sPath);
@@ -78,6 +97,13 @@ int main(int argc, char** argv)
     CStatusBar::Get().StartProgress(0, 100);
     CStatusBar::Get().SetProgressValue(40);
     for (CWindow* pWindow : Main.findChildren<CWindow*>()) pWindow->OnDeviceHaltDone(Program.PC, HR_BREAKPOINT);
+    Program.NumUnwound = 2;
+    pStack->OnCallStackUnwinded();
+    QTest::qWait(100);
+    Program.Regs = {{0, 5}, {3, 0x20000004}, {15, Program.PC}};
+    for (CWindow* pWindow : Main.findChildren<CWindow*>()) pWindow->OnDeviceStepped(Program.PC);
+    Program.NumUnwound = 2;
+    pStack->OnCallStackUnwinded();
     pSource->setFocus();
     pSource->OpenFindBar(QStringLiteral("Now"));
     pSource->FindNext(true);

@@ -25,6 +25,7 @@
 #include <llvm/MC/MCSubtargetInfo.h>
 #include <llvm/MC/MCTargetOptions.h>
 #include <llvm/MC/TargetRegistry.h>
+#include <llvm/Support/ManagedStatic.h>
 #include <llvm/Support/TargetSelect.h>
 #include <llvm/Support/raw_ostream.h>
 #pragma clang diagnostic pop
@@ -72,6 +73,15 @@ struct DECODER {
 std::once_flag InitOnce;
 std::mutex PoolMutex;
 std::array<std::vector<std::unique_ptr<DECODER>>, ARM_NUM_PROFILES> aaPool;
+
+/// The plug-in may be unloaded and loaded again in one process, so what LLVM keeps until the end is freed with it.
+/// Destroyed before the pool, by its place behind it.
+struct SHUT_DOWN {
+    ~SHUT_DOWN() {
+        ARMDIS_Free();
+        llvm::llvm_shutdown();
+    }
+} ShutDown;
 
 std::unique_ptr<DECODER> CreateDecoder(ARM_PROFILE Profile) {
     std::call_once(InitOnce, [] {

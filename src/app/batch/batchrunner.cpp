@@ -48,7 +48,7 @@ const CBatchRunner::DIRECTIVE CBatchRunner::DIRECTIVES[] = {
 
 CBatchRunner::CBatchRunner(const QString& sFile, bool KeepGoing) : m_sFile(sFile), m_KeepGoing(KeepGoing)
 {
-    CConsoleWindow::Get().SetTranscriptSink([this](const QString& sText, bool IsError) { OnConsoleLine(sText, IsError); });
+    CConsoleWindow::Get().SetTranscriptSink([this](const QString& sText, bool) { Print(sText); });
     CMessageBox::SetInterceptor([this](const QString& sTitle, const QString& sText, CMessageBox::BUTTONS Buttons) {
         return OnMessageBox(sTitle, sText, int(Buttons));
     });
@@ -82,10 +82,9 @@ void CBatchRunner::Print(const QString& sText)
     std::fflush(stdout);
 }
 
-void CBatchRunner::OnConsoleLine(const QString& sText, bool IsError)
+U64 CBatchRunner::GetErrorCount() const
 {
-    m_CommandFailed |= IsError;
-    Print(sText);
+    return GetActionErrorCount() + CConsoleWindow::Get().GetLogErrorCount();
 }
 
 int CBatchRunner::OnMessageBox(const QString& sTitle, const QString& sText, int Buttons)
@@ -188,11 +187,12 @@ bool CBatchRunner::RunStep(const BATCH_STEP& Step)
 
 bool CBatchRunner::RunCommand(const BATCH_STEP& Step)
 {
+    const U64 Errors = GetErrorCount();
     m_StepTime.start();
-    CConsoleWindow::Get().ExecuteCommand(Step.Text);
+    const int Result = CConsoleWindow::Get().ExecuteCommand(Step.Text);
     Settle();
     m_LastTimeMs = m_StepTime.elapsed();
-    return !m_CommandFailed;
+    return Result == EXECUTE_DONE && GetErrorCount() == Errors && !m_CommandFailed;
 }
 
 CWindow* CBatchRunner::RequireWindow(const QString& sName)

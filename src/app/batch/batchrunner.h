@@ -8,10 +8,12 @@
 // Main thread only.
 #pragma once
 #include "app/batch/batchscript.h"
+#include "app/services/types.h"
 
 #include <QElapsedTimer>
 #include <QObject>
 #include <QStringList>
+#include <functional>
 
 class CWindow;
 class QWidget;
@@ -45,7 +47,7 @@ private:
     bool RunCommand(const BATCH_STEP& Step);
     bool Fail(const QString& sText);
     void Print(const QString& sText);
-    void OnConsoleLine(const QString& sText, bool IsError);
+    U64 GetErrorCount() const; ///< of commands and of the log since the start
     int OnMessageBox(const QString& sTitle, const QString& sText, int Buttons);
     void Settle();
     bool IsSettled() const;
@@ -74,7 +76,7 @@ private:
     int m_Status = BATCH_OK;
     bool m_Quit = false;
     QString m_sFirstFailure;
-    bool m_CommandFailed = false; ///< an error line came while the present step ran
+    bool m_CommandFailed = false; ///< the present step has failed by its own check
     QStringList m_StepOutput;     ///< what the present step printed
     QStringList m_LastOutput;     ///< what the step before it printed, for @expect
     QStringList m_Answers;        ///< for the next boxes

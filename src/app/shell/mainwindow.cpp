@@ -143,13 +143,13 @@ void CMainWindow::OnWindowShown()
     emit InitComplete();
     const QStringList Args = GetArguments();
     if (!Args.isEmpty() && Args.first().section('.', -1) == "bdebug") {
-        PerformAction(ACT_FILE_OPEN, Args.first());
+        ::PerformAction(ACT_FILE_OPEN, Args.first());
     } else if (!GetCmdLineArgs().Device.isEmpty()) {
         CreateProjectFromCmdLine();
     } else if (!m_RecentProjects.isEmpty() && GetVarValue(PREF_START_WITH_MOST_RECENT_PROJ)) {
-        PerformAction(ACT_FILE_OPEN, m_RecentProjects.first());
+        ::PerformAction(ACT_FILE_OPEN, m_RecentProjects.first());
     } else {
-        PerformAction(ACT_FILE_NEW_PROJECT);
+        ::PerformAction(ACT_FILE_NEW_PROJECT);
     }
     OnSideBarStateChanged();
     for (const QString& sName : GetUnknownActionNames())
@@ -167,7 +167,7 @@ void CMainWindow::OnWindowClosed(QCloseEvent* pEvent)
     if (Dev.IsConnected()) {
         if (CMessageBox::Ask(MSGBOX_STOP_DEBUGGING) == QDialogButtonBox::Yes) {
             m_S.PendingAction = PENDING_CLOSE;
-            PerformAction(ACT_DEBUG_STOP);
+            ::PerformAction(ACT_DEBUG_STOP);
         }
         pEvent->ignore();
         return;
@@ -178,7 +178,7 @@ void CMainWindow::OnWindowClosed(QCloseEvent* pEvent)
         if (Answer == QDialogButtonBox::Cancel) return pEvent->ignore();
         if (Answer == QDialogButtonBox::Yes) {
             if (Project.GetPath().isEmpty())
-                PerformAction(ACT_FILE_SAVE_PROJECT_AS);
+                ::PerformAction(ACT_FILE_SAVE_PROJECT_AS);
             else
                 Project.Save(Project.GetPath());
         }

@@ -54,7 +54,7 @@ void CMainWindow::OpenProject(const QString& sPath)
         if (CMessageBox::Ask(MSGBOX_STOP_DEBUGGING) != QDialogButtonBox::Yes) return;
         m_S.PendingAction = PENDING_OPEN_PROJECT;
         m_S.sStoredProject = sPath;
-        PerformAction(ACT_DEBUG_STOP);
+        ::PerformAction(ACT_DEBUG_STOP);
         return;
     }
     if (!SaveModifiedDocuments()) return;
@@ -110,14 +110,14 @@ void CMainWindow::LoadDefaultRegisterSet()
     const QString sFile = Hooks.DefaultRegisterFile();
     if (sFile.isEmpty()) return;
     LogMessage(71, sFile.toUtf8().constData());
-    PerformAction(ACT_PROJECT_ADD_SVD_FILE, sFile);
+    ::PerformAction(ACT_PROJECT_ADD_SVD_FILE, sFile);
 }
 
 void CMainWindow::NewProject()
 {
     if (CDevice::Get().IsConnected()) {
         if (CMessageBox::Ask(MSGBOX_STOP_DEBUGGING) != QDialogButtonBox::Yes) return;
-        PerformAction(ACT_DEBUG_STOP);
+        ::PerformAction(ACT_DEBUG_STOP);
         CDevice::Get().WaitForJobAndEvent(BT_DISCONNECT, true);
     }
     if (!SaveModifiedDocuments()) return;
@@ -278,7 +278,7 @@ void CMainWindow::OnDataFileOpened(QString sPath)
     const PROJECT_HOOKS& Hooks = CProject::Get().GetHooks();
     if (PROG_IsLoaded() && !Hooks.DataEndianMatches()) {
         LogMessage(93);
-        PerformAction(ACT_TARGET_SET_ENDIANESS, PROG_GetByteOrder());
+        ::PerformAction(ACT_TARGET_SET_ENDIANESS, PROG_GetByteOrder());
     }
     for (CWindow* pWindow : m_Windows)
         if (PROG_IsLoaded()) pWindow->SetSrcLanguage(PROG_GetSrcLang());
@@ -321,7 +321,7 @@ void CMainWindow::CheckProgramFileChanged()
     if (CMessageBox::Ask(MSGBOX_RELOAD_PROGRAM) == QDialogButtonBox::Yes) {
         m_S.OpenFlags = OPEN_FLAG_RELOAD;
         SetActionParams(ACT_FILE_OPEN, sPath);
-        PerformAction(ACT_FILE_OPEN);
+        ::PerformAction(ACT_FILE_OPEN);
     }
     m_S.AskingReload = false;
 }
@@ -441,7 +441,7 @@ void OnFileSaveAll(int Id)
 {
     if (!CheckParamCount(Id)) return;
     const CProject& Project = CProject::Get();
-    if (Project.IsModified()) PerformAction(ACT_FILE_SAVE_PROJECT_AS, Project.GetPath());
+    if (Project.IsModified()) ::PerformAction(ACT_FILE_SAVE_PROJECT_AS, Project.GetPath());
     CMainWindow::Get().GetSessionWindows().pSource->SaveAll();
 }
 

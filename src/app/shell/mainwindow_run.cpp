@@ -136,7 +136,7 @@ void CMainWindow::AskBackgroundMemAccess()
                        "(background memory access emulation).<br><br>See the user guide, chapter Background Memory "
                        "Access.<br><br>Enable background memory access emulation?"),
         QDialogButtonBox::Yes | QDialogButtonBox::No, MSGBOX_MODE_REMEMBER);
-    PerformAction(ACT_EDIT_SYS_VAR, QStringLiteral("VAR_ALLOW_BMA_EMULATION"),
+    ::PerformAction(ACT_EDIT_SYS_VAR, QStringLiteral("VAR_ALLOW_BMA_EMULATION"),
                   Answer == QDialogButtonBox::Yes ? 1 : 0);
 }
 

@@ -13,6 +13,8 @@
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
 #include "device/target/datamanager.h"
+#include "device/target/devicetarget.h"
+#include "device/target/targetdownload.h"
 #include "project/file/project.h"
 #include "project/finder/filefinder.h"
 #include "project/settings/appearance.h"
@@ -286,20 +288,12 @@ void CMainWindow::WriteProgram(const QString& sPath, DOWNLOAD_MODES Mode)
         OnDownloadDone(Mode);
         return;
     }
-    CDevice& Dev = CDevice::Get();
-    QList<U32> Ranges;
-    for (const PROGRAM_DATA_BLOCK& Block : Data.Blocks)
-        Ranges << Block.Addr << U32(Block.Addr + U32(Block.Bytes.size()));
-    QByteArray All;
-    for (const PROGRAM_DATA_BLOCK& Block : Data.Blocks) All += Block.Bytes;
-    const U32 Chunk = GetDownloadChunkSize(Dev.State.TIFSpeed);
-    U32 Flags = MEM_FLAG_DOWNLOAD;
-    if (Dev.GetCapability(CAP_BACKGROUND_MEM_ACCESS) != 1) Flags |= MEM_FLAG_HALT_FOR_IO;
-    // The bracket is closed by the job behind it, so that the flash is programmed once for all blocks.
-    if (!Ranges.isEmpty())
-        Dev.WriteMemMultipleAsync(U32(Data.Blocks.size()), Ranges.constData(), U32(All.size()), All.constData(), Chunk,
-                                  0, Flags, nullptr);
-    Dev.EndDownloadAsync(Mode, false, QFile::encodeName(sPath).constData());
+    QList<CMemBlock> Blocks;
+    for (const PROGRAM_DATA_BLOCK& Block : Data.Blocks) Blocks.append(CMemBlock{Block.Addr, Block.Bytes});
+    if (DEVICE_ScheduleDownload(Blocks, QFile::encodeName(sPath).constData(), Mode, nullptr, nullptr) < 0) {
+        LogError(QStringLiteral("Error downloading file content: no data in file ") + sPath);
+        OnDownloadDone(Mode);
+    }
 }
 
 void CMainWindow::OnDeviceEndDownloadDone(const char* sFilePath, DOWNLOAD_MODES Mode)
@@ -318,7 +312,7 @@ void CMainWindow::OnDownloadFailed(DOWNLOAD_MODES, int Code)
 {
     if (!GetVarValue(VAR_VERIFY_DOWNLOAD)) return;
     SetStatus("Download Failed.");
-    const QString sWords = GetDownloadErrorText(Code);
+    const QString sWords = QString::fromLatin1(CDeviceTarget::GetDownloadErrorText(Code));
     LogError(QStringLiteral("Download failed: ") + sWords);
     CMessageBox::ShowInfo(QStringLiteral("Download failed"),
                           QStringLiteral("Parts of the program file could not be written.\n") + sWords);
@@ -509,8 +503,8 @@ void OnSetResetMode(int Id)
 /// An entry of a drop-down button: sets the mode, then runs the button's main command.
 template <int MODE_COMMAND, int MAIN_COMMAND> void OnModeEntry(const char* sModeName)
 {
-    PerformAction(MODE_COMMAND, QString::fromLatin1(sModeName));
-    PerformAction(MAIN_COMMAND);
+    ::PerformAction(MODE_COMMAND, QString::fromLatin1(sModeName));
+    ::PerformAction(MAIN_COMMAND);
 }
 
 void OnExecConnect(int Id)

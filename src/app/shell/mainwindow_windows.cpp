@@ -223,7 +223,7 @@ void OnToolbar(int Id)
 template <TOOLBAR_INDEX INDEX> void OnToggleToolbar(int)
 {
     const bool Shown = !Main().GetToolBar(INDEX)->isHidden();
-    PerformAction(Shown ? ACT_TOOLBAR_CLOSE : ACT_TOOLBAR_SHOW, QString::fromLatin1(TOOLBARS[INDEX].Title));
+    ::PerformAction(Shown ? ACT_TOOLBAR_CLOSE : ACT_TOOLBAR_SHOW, QString::fromLatin1(TOOLBARS[INDEX].Title));
 }
 
 void SetFloating(bool Floating)

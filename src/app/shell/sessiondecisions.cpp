@@ -58,23 +58,3 @@ OPEN_KIND DecideOpenKind(const QString& sPath)
     // A program without an extension is common on Linux; a text with an unknown one is more likely source.
     return sSuffix.isEmpty() || IsDataFileName(sPath) ? OPEN_DATA : OPEN_SOURCE;
 }
-
-U32 GetDownloadChunkSize(I64 SpeedHz)
-{
-    constexpr I64 ADAPTIVE = 65535;
-    if (SpeedHz == ADAPTIVE) return 16'000;
-    // 0 lets the probe choose: as fast as it can.
-    if (SpeedHz <= 0 || SpeedHz > 500'000) return 0xFFFFFFFFu;
-    if (SpeedHz <= 50'000) return 8'000;
-    return SpeedHz <= 100'000 ? 16'000 : 32'000;
-}
-
-QString GetDownloadErrorText(int Code)
-{
-    switch (Code) {
-    case -2: return QStringLiteral("error during compare phase");
-    case -3: return QStringLiteral("error during program/erase phase");
-    case -4: return QStringLiteral("error during verification phase");
-    default: return QStringLiteral("Bryllo reports an unspecified error");
-    }
-}

@@ -51,9 +51,3 @@ OPEN_KIND DecideOpenKind(const QString& sPath);
 
 /// True for the names of data files: *.bin *.mot *.srec *.hex *.elf *.out *.axf, ignoring case.
 bool IsDataFileName(const QString& sPath);
-
-/// Chunk of a bulk write at an interface speed in Hz (65535: adaptive clocking), in bytes; 0xFFFFFFFF: one chunk.
-U32 GetDownloadChunkSize(I64 SpeedHz);
-
-/// A failed download in words. Code is the library's negative answer.
-QString GetDownloadErrorText(int Code);

@@ -71,7 +71,7 @@ int CDeviceTarget::Continue()
         _Dev().LogWarnMsg("Continue: not halted");
         return 0;
     }
-    _Dev().LogInfoMsg("Resuming target...");
+    _Dev().LogDebugMsg("Resuming target...");
     const U32 PC = U32(State.PC.Get());
     CORE_INST_INFO Inst = {};
     if (State.PCStatus == DATA_VALID) Core::ReadInst(&Inst, PC);

@@ -2,7 +2,7 @@
 #include "program/elf/elf.h"
 #include "program/elf/elffile.h"
 
-#include <chrono>
+#include <mutex>
 #include <new>
 
 namespace {
@@ -104,6 +104,14 @@ void ElfReport(U32 Code, U32 Flags, const char* sText, const char* sArg)
     Diag.asArg[0] = sArg;
     pfDiag(&Diag);
 }
+
+static std::recursive_mutex& Mutex()
+{
+    static std::recursive_mutex s_Mutex;
+    return s_Mutex;
+}
+void ELF_Lock() { Mutex().lock(); }
+void ELF_Unlock() { Mutex().unlock(); }
 
 void ELF_SetDiagCallback(ELF_DIAG_FUNC pfDiag)
 {

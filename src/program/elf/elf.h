@@ -72,6 +72,18 @@ struct ELF_DIAG {
 };
 using ELF_DIAG_FUNC = void (*)(const ELF_DIAG* pDiag);
 
+/// The one recursive program table mutex, which guards this layer and all tables above it. Callers use CProgLock
+/// (program/tables/prog.h) or, below the tables, CElfLock.
+void ELF_Lock();
+void ELF_Unlock();
+class CElfLock {
+public:
+    CElfLock() { ELF_Lock(); }
+    ~CElfLock() { ELF_Unlock(); }
+    CElfLock(const CElfLock&) = delete;
+    CElfLock& operator=(const CElfLock&) = delete;
+};
+
 /// Sets the one receiver of diagnostics; null drops them all. Set before the first open.
 void ELF_SetDiagCallback(ELF_DIAG_FUNC pfDiag);
 

@@ -32,12 +32,6 @@ constexpr STEP_ROW LOAD_STEPS[] = {
 };
 static_assert(sizeof(LOAD_STEPS) / sizeof(LOAD_STEPS[0]) == 16);
 
-QRecursiveMutex& Mutex()
-{
-    static QRecursiveMutex s_Mutex;
-    return s_Mutex;
-}
-
 PROG_TABLES& Tables()
 {
     static PROG_TABLES s_Tables;
@@ -85,8 +79,8 @@ void Unload(PROG_TABLES& Tab)
 
 } // namespace
 
-CProgLock::CProgLock() { Mutex().lock(); }
-CProgLock::~CProgLock() { Mutex().unlock(); }
+CProgLock::CProgLock() { ELF_Lock(); }
+CProgLock::~CProgLock() { ELF_Unlock(); }
 
 PROG_TABLES& PROG_Tables(const CProgLock&) { return Tables(); }
 const PROG_HOOKS& PROG_Hooks() { return Hooks(); }

@@ -8,7 +8,6 @@
 #include "program/tables/prog.h"
 
 #include <QHash>
-#include <QRecursiveMutex>
 #include <QSet>
 #include <vector>
 

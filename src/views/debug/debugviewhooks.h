@@ -139,6 +139,8 @@ struct DEBUG_VIEW_HOOKS {
     std::function<QList<VIEW_REG_GROUP>()> GetRegGroups;
     /// Asks for registers by index; true and the values if they are known at once, else the answer is an event.
     std::function<bool(const QList<U32>& RegIdxs, QList<U64>& Values, QList<bool>& Valid)> ReadRegs;
+    /// Registers of an outer call frame as the unwinder worked them out; false if the frame has none.
+    std::function<bool(int Frame, const QList<U32>& RegIdxs, QList<U64>& Values, QList<bool>& Valid)> ReadFrameRegs;
     // Values.
     std::function<QList<VIEW_SYMBOL>(const QStringList& Path)> GetLocals; ///< members of the symbol at a path of names
     std::function<QString(const QString& sExpr, CSrcLoc Loc)> GetTooltip; ///< empty for none

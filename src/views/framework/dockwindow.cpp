@@ -26,8 +26,6 @@ void CDockWindow::SetWindow(CWindow* pWindow)
     setFocusProxy(pWindow);
     setObjectName(sName);
     SetTitle(pWindow->windowTitle());
-    connect(this, SIGNAL(visibilityChanged(bool)), pWindow, SIGNAL(VisibilityChanged(bool)));
-    connect(this, SIGNAL(topLevelChanged(bool)), pWindow, SIGNAL(FloatingStateChanged(bool)));
 }
 
 CWindow* CDockWindow::GetWindow() const { return qobject_cast<CWindow*>(widget()); }

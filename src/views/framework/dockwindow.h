@@ -15,7 +15,9 @@ class CDockWindow : public QDockWidget {
 public:
     explicit CDockWindow(QWidget* pParent = nullptr);
 
-    void SetWindow(CWindow* pWindow); ///< becomes the widget; the dock's focus proxy and owner of the window
+    /// The window becomes the dock's widget and focus proxy and is owned by it. Whoever places the dock connects
+    /// visibilityChanged and topLevelChanged to the window's VisibilityChanged and FloatingStateChanged.
+    void SetWindow(CWindow* pWindow);
     CWindow* GetWindow() const;       ///< null before SetWindow
     void SetTitle(const QString& sTitle);
     void SetHighlighted(bool Highlighted); ///< the look of the dock that holds the focus

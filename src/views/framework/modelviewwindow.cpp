@@ -60,7 +60,17 @@ CModelViewWindow::CModelViewWindow(QWidget* pParent, const QString& sName) : CWi
 
 CModelViewWindow::~CModelViewWindow()
 {
-    if (m_pModel) m_pModel->SetWindow(nullptr);
+    // The children die after this object is no window any more; none of them may still ask it anything.
+    if (m_pHeader) m_pHeader->disconnect(this);
+    if (m_pView) {
+        m_pView->disconnect(this);
+        m_pView->viewport()->removeEventFilter(this);
+        m_pView->setModel(nullptr);
+    }
+    if (m_pModel) {
+        m_pModel->disconnect(this);
+        m_pModel->SetWindow(nullptr);
+    }
 }
 
 void CModelViewWindow::ConnectSignals()
@@ -78,10 +88,10 @@ void CModelViewWindow::ConnectSignals()
 
 // ---- Set-up ----------------------------------------------------------------------------------------------
 
-void CModelViewWindow::SetView(CTreeView* pView, bool WithFilterBar)
+void CModelViewWindow::SetView(CTreeView* pView, bool WithFilterBar, CItemDelegate* pDelegate)
 {
     m_pView = pView;
-    m_pDelegate = new CItemDelegate(this);
+    m_pDelegate = pDelegate ? pDelegate : new CItemDelegate(this);
     m_pSortFilter = new CSortFilter(this, m_pDelegate);
     m_pHeader = new CTableHeader(pView);
     pView->setObjectName(objectName() + QStringLiteral("View"));

@@ -47,7 +47,8 @@ public:
     /// \name Set-up
     ///@{
     virtual void Init(); ///< signals and columns; call when view and model are set
-    virtual void SetView(CTreeView* pView, bool WithFilterBar);
+    /// The view becomes the central widget. A delegate of the window's own may be given; both are taken over.
+    virtual void SetView(CTreeView* pView, bool WithFilterBar, CItemDelegate* pDelegate = nullptr);
     virtual void SetModel(CTableModel* pModel); ///< takes ownership
     virtual void SetColumnVisible(int Column, bool Visible);
     virtual void SetColumnWidth(int Column, int Pixels);

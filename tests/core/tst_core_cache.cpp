@@ -1,0 +1,336 @@
+// The instruction cache over linked programs: every instruction and every data item of objdump's listing, straight
+// runs of code, texts and labels, ranges that are refused, and reading on two threads while one decodes.
+#include "app/services/log.h"
+#include "core/cache/core.h"
+#include "core/host/corecalls.h"
+#include "core/host/corehooks.h"
+#include "core/host/corehost.h"
+#include "objdump.h"
+#include "program/tables/prog.h"
+
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+#include <atomic>
+#include <cstring>
+#include <thread>
+
+namespace {
+
+QString GetElf(const char* sName) {
+    return QStringLiteral(CORE_TEST_DATA "/%1.elf").arg(QLatin1String(sName));
+}
+
+U32 GetAddr(const char* sName) {
+    const ELF_SYM_LIST aSym = PROG_FindSymbols(sName, true, true, false, true, false);
+    return aSym.isEmpty() ? 0xFFFFFFFF : static_cast<U32>(PROG_GetSymAddr(aSym[0])) & ~1u;
+}
+
+} // namespace
+
+class tst_core_cache : public QObject {
+    Q_OBJECT
+    QStringList m_asFile; ///< texts that went to the log file
+
+    void Load(const QString& sPath) {
+        if (PROG_GetPath() != sPath) QCOMPARE(PROG_Load(sPath), 0);
+        Core::ClearCache();
+        Core::AnalyzeProgram();
+    }
+
+private slots:
+    void initTestCase() {
+        Core::RegisterHooks();
+        Core_GetHooks().GetProjectPluginPath = [] { return QStringLiteral(CORE_PLUGIN_ARM); };
+        QCOMPARE(Core_Load(0x0E0100FF), 0);
+    }
+
+    void Listing_data() {
+        QTest::addColumn<QString>("Path");
+        for (const char* s : {"decode_m0_os", "decode_m3", "decode_m4f"}) QTest::newRow(s) << GetElf(s);
+    }
+
+    /// What objdump lists as instructions is in the cache with that length, and nothing else is.
+    void Listing() {
+        QFETCH(QString, Path);
+        Load(Path);
+        const QList<LINE> aLine = ReadObjdump(Path);
+        QHash<U32, int> aLength;
+        int NumBytes = 0;
+        for (const LINE& Line : aLine) {
+            aLength[Line.Addr] = Line.Length;
+            NumBytes += Line.Length;
+            CORE_INST_INFO Info;
+            QCOMPARE(Core::GetInstInfo(&Info, Line.Addr), 0);
+            QCOMPARE(Info.Length, Line.Length);
+            QVERIFY(Core::IsInstStart(Line.Addr) && !Core::IsData(Line.Addr));
+            QCOMPARE(int(Core::GetInstSize(Line.Addr)), Line.Length);
+            if (Line.Length == 4 && !aLength.contains(Line.Addr + 2)) QCOMPARE(int(Core::GetInstSize(Line.Addr + 2)) , 2);
+        }
+        Core::ClearCache();
+        QCOMPARE(Core::AnalyzeProgram(), NumBytes);
+        U32 NumStarts = 0;
+        for (U32 Addr = aLine.first().Addr; Addr <= aLine.last().Addr; Addr += 2) {
+            QCOMPARE(Core::IsInstStart(Addr), aLength.contains(Addr));
+            NumStarts += aLength.contains(Addr);
+        }
+        QCOMPARE(Core::CountInsts(aLine.first().Addr, aLine.last().Addr + 2), NumStarts);
+        // Neighbours.
+        for (int i = 1; i < aLine.size(); i++) {
+            U64 Addr = 0;
+            const bool IsNear = aLine[i].Addr - aLine[i - 1].Addr <= 4;
+            QCOMPARE(Core::GetPrevInst(aLine[i].Addr, &Addr), IsNear ? 0 : -1);
+            if (IsNear) QCOMPARE(Addr, U64(aLine[i - 1].Addr));
+            QCOMPARE(Core::GetNextInst(aLine[i - 1].Addr, &Addr), IsNear ? 0 : -1);
+            if (IsNear) QCOMPARE(Addr, U64(aLine[i].Addr));
+        }
+    }
+
+    /// Straight runs against the branches that objdump lists, over ranges picked at random.
+    void Linear() {
+        Load(GetElf("decode_m3"));
+        const QList<LINE> aLine = ReadObjdump(GetElf("decode_m3"));
+        QRandomGenerator Random(1);
+        int NumLinear = 0;
+        for (int i = 0; i < 3000; i++) {
+            const int First = Random.bounded(static_cast<int>(aLine.size()) - 12);
+            const int Last = First + Random.bounded(12);
+            bool IsLinear = true;
+            for (int n = First; n < Last; n++) {
+                const U32 Flags = GetExpectedFlags(aLine[n]);
+                if (Flags & CORE_INST_FLOW_OTHER || ((Flags & CORE_INST_BRANCH) && !(Flags & CORE_INST_CALL))) IsLinear = false;
+            }
+            QCOMPARE(Core::IsLinear(aLine[First].Addr, aLine[Last].Addr), IsLinear);
+            NumLinear += IsLinear;
+        }
+        QVERIFY(NumLinear > 300 && NumLinear < 2700);
+    }
+
+    void LinearCases() {
+        Load(GetElf("regions"));
+        const U32 Start = GetAddr("Start");
+        QVERIFY(Core::IsLinear(Start, Start));         // empty
+        QVERIFY(Core::IsLinear(Start + 4, Start));     // reversed
+        QVERIFY(Core::IsLinear(Start, Start + 10));    // a call in between comes back
+        QVERIFY(!Core::IsLinear(Start, Start + 12));   // the supervisor call may not
+        QVERIFY(!Core::IsLinear(Start + 12, Start + 20)); // the branch
+        QVERIFY(Core::IsLinear(Start + 20, Start + 24)); // nothing but a literal pool
+        QVERIFY(!Core::IsLinear(Start + 11, Start + 12)); // rounded down to the supervisor call
+    }
+
+    void Texts() {
+        Load(GetElf("regions"));
+        const U32 Start = GetAddr("Start");
+        const U32 Pool = Start + 20;
+        const U32 Table = GetAddr("Table");
+        const U32 Clipped = GetAddr("Clipped");
+        char acText[128];
+        QVERIFY(Core::IsData(Pool) && !Core::IsInstStart(Pool));
+        QCOMPARE(Core::GetInstText(Pool, acText, sizeof acText), 4);
+        QCOMPARE(QString(acText), QStringLiteral("DC32\t0x%1\t; Table").arg(Table, 8, 16, QLatin1Char('0')).toUpper().replace("0X", "0x").replace("TABLE", "Table"));
+        QCOMPARE(Core::GetInstText(Table, acText, sizeof acText), 4);
+        QVERIFY2(QString(acText).endsWith("; Start"), acText); // a pointer to a function, with its mode bit
+        QCOMPARE(Core::GetDataItemSize(Table + 4), 2u); // the program ends behind it
+        QCOMPARE(Core::GetInstText(Table + 4, acText, sizeof acText), 2);
+        QCOMPARE(QString(acText), QString("DC16\t0x1234"));
+        QCOMPARE(Core::GetDataItemSize(Start), 0u);
+        // An instruction whose second half lies in a data region reads as the data that it is cut to.
+        QCOMPARE(Core::GetInstText(Clipped, acText, sizeof acText), 2);
+        QVERIFY2(QString(acText).startsWith("DC16\t0xF"), acText);
+        QCOMPARE(Core::GetInstText(Start + 4, acText, sizeof acText), 4);
+        QVERIFY2(QString(acText).startsWith("BL\t0x") && QString(acText).endsWith("\t; Callee"), acText);
+        QVERIFY(Core::GetInstText(Start + 14, acText, sizeof acText) == 2);
+        QVERIFY2(QString(acText).contains("\t; [0x") && QString(acText).endsWith("]=Table"), acText);
+        QCOMPARE(Core::GetMnemonic(Start + 4, acText), 4);
+        QCOMPARE(QString(acText), QString("BL"));
+        QVERIFY(Core::GetInstText(0x60000000, acText, sizeof acText) < 1);
+        QCOMPARE(acText[0], '\0');
+
+        QVERIFY(!Core::IsTextCached(Start));
+        QCOMPARE(Core::DecodeText(Start), 2u);
+        QCOMPARE(Core::GetCachedText(Start), QString("MOVS       R0, #0x1"));
+        QCOMPARE(Core::DecodeText(Start + 4), 4u);
+        QVERIFY(!Core::GetCachedText(Start + 4).contains('\t'));
+        QCOMPARE(Core::DecodeText(0x60000000), 2u);
+        QVERIFY(!Core::IsTextCached(0x60000000));
+    }
+
+    void ConditionalText() {
+        Load(GetElf("regions"));
+        const U32 Callee = GetAddr("Callee");
+        QVERIFY(Core::DecodeText(Callee + 2) == 2);
+        QVERIFY2(Core::GetCachedText(Callee + 2).startsWith("ADDEQ "), qPrintable(Core::GetCachedText(Callee + 2)));
+    }
+
+    void Labels() {
+        Load(GetElf("regions"));
+        const U32 Start = GetAddr("Start");
+        const U32 Table = GetAddr("Table");
+        const char* sName = nullptr;
+        U64 Addr = 0;
+        U64 End = 0;
+        QVERIFY(Core::GetLabelAt(Start, true, Core::LABEL_ANY, &sName, &Addr, &End) != Core::LABEL_NONE);
+        QCOMPARE(QString(sName), QString("Start"));
+        QCOMPARE(Addr, U64(Start));
+        QCOMPARE(End, U64(Start + 24));
+        QCOMPARE(Core::GetLabelAt(Start + 2, true, Core::LABEL_ANY, &sName, &Addr, &End), Core::LABEL_NONE);
+        QVERIFY(Core::GetLabelAt(Start + 2, false, 2, &sName, &Addr, &End) != Core::LABEL_NONE);
+        QCOMPARE(Addr, U64(Start));
+        QVERIFY(Core::GetLabelAt(Table + 1, false, 1, &sName, &Addr, &End) != Core::LABEL_NONE);
+        QCOMPARE(QString(sName), QString("Table"));
+        QCOMPARE(Core::GetLabelAt(0xFFFFFFFF, false, Core::LABEL_ANY, &sName, &Addr, &End), Core::LABEL_NONE);
+        QVERIFY(Core::GetPointerLabelAt(Start + 20, true, Core::LABEL_ANY, &sName, &Addr, &End) != Core::LABEL_NONE);
+        QCOMPARE(QString(sName), QString("Table"));
+        QCOMPARE(Addr, U64(Table));
+    }
+
+    void RefusedRanges() {
+        Load(GetElf("regions"));
+        const U8 ab[8] = {};
+        QCOMPARE(Core::AnalyzeAdd(16, 16, ab), U64(0));
+        QCOMPARE(Core::AnalyzeAdd(0xFFFFFFF0, 0xFFFFFFFF, ab), U64(0));
+        QCOMPARE(Core::AnalyzeAdd(0x20000000, 0x20000008, nullptr), U64(0));
+        U32 aAddr[2];
+        QCOMPARE(Core::WalkInsts(8, 8, 2, aAddr), -1);
+        QCOMPARE(Core::WalkInsts(0, 100'000'000, 2, aAddr), -1);
+        QCOMPARE(Core::CountInsts(0, 100'000'000), 0u);
+        QCOMPARE(Core::CountInsts(8, 4), 0u);
+        const CAddrRange aRange[2] = {{0, 200'000'000}, {GetAddr("Start"), 8}};
+        QCOMPARE(Core::DecodeRanges(2, aRange), 1);
+        QVERIFY(Core::IsTextCached(GetAddr("Start")));
+    }
+
+    void WalksAndCounts() {
+        Load(GetElf("regions"));
+        const U32 Start = GetAddr("Start");
+        U32 aAddr[3] = {};
+        QCOMPARE(Core::WalkInsts(Start + 1, Start + 10, 3, aAddr), 4); // an odd start is rounded down
+        QCOMPARE(aAddr[0], Start);
+        QCOMPARE(aAddr[2], Start + 4);
+        QCOMPARE(Core::CountInsts(Start, Start + 20), 8u);
+        QCOMPARE(Core::CountInsts(Start, Start + 20), 8u);
+        const CAddrRange aRange[2] = {{Start, 4}, {Start + 8, 4}};
+        QCOMPARE(Core::CountInstsInRanges(2, aRange), 4u);
+        QCOMPARE(Core::CountFunctionInsts(Start + 6), 8);
+        QCOMPARE(Core::CountFunctionInsts(0x60000000), -1);
+    }
+
+    void SafeStart() {
+        Load(GetElf("regions"));
+        bool IsFound = true;
+        const U32 Start = GetAddr("Start");
+        QCOMPARE(Core::GetSafeStartAddr(0x60000000, &IsFound), U64(0x60000000));
+        QVERIFY(!IsFound);
+        QCOMPARE(Core::GetSafeStartAddr(Start + 8, &IsFound), U64(Start));
+        QVERIFY(IsFound);
+        QCOMPARE(Core::GetSafeStartAddr(GetAddr("Callee") + 4, &IsFound), U64(GetAddr("Callee")));
+    }
+
+    /// Code that is on the target only.
+    void CodeFromTheTarget() {
+        Load(GetElf("regions"));
+        // movs r0, #1; bl .+0x100; bx lr
+        const U8 abCode[8] = {0x01, 0x20, 0x00, 0xF0, 0x7E, 0xF8, 0x70, 0x47};
+        const U32 Addr = 0x20000100;
+        Core::ExpectRead(Addr, sizeof abCode);
+        QCOMPARE(Core::OnReadDone(Addr + 4, sizeof abCode, abCode), U64(0)); // an answer to something else
+        QVERIFY(!Core::IsInstStart(Addr));
+        QCOMPARE(Core::OnReadDone(Addr, sizeof abCode, abCode), U64(8));
+        QVERIFY(Core::IsInstStart(Addr + 2) && !Core::IsInstStart(Addr + 4) && Core::IsInstStart(Addr + 6));
+        CORE_INST_INFO Info;
+        QCOMPARE(Core::GetInstInfo(&Info, Addr + 2), 0);
+        QCOMPARE(Info.BranchTarget, U64(Addr + 2 + 0x100));
+        Core::ClearCache();
+        QVERIFY(!Core::IsInstStart(Addr));
+    }
+
+    void BlocksOfADataFile() {
+        PROG_Unload();
+        Core::ClearCache();
+        const U8 abCode[7] = {0x00, 0x01, 0x20, 0x70, 0x47, 0x00, 0xBF};
+        const BFile::RAW_BLOCK Block{0x08000001, 0x08000001, sizeof abCode, abCode};
+        Core::SetBlocks(&Block, 1);
+        QCOMPARE(Core::AnalyzeProgram(), 6); // from the first even address
+        QVERIFY(Core::IsInstStart(0x08000002) && Core::IsInstStart(0x08000006));
+        QVERIFY(!Core::IsInstStart(0x08000001));
+        Core::Unbind();
+    }
+
+    void NoMappingSymbols() {
+        QTemporaryDir Dir;
+        const QString sPath = Dir.filePath("stripped.elf");
+        RunCommand(QStringLiteral("arm-none-eabi-strip -s -o \"%1\" \"%2\"").arg(sPath, GetElf("regions")));
+        U32 Start = 0;
+        Load(GetElf("regions"));
+        Start = GetAddr("Start");
+        QCOMPARE(PROG_Load(sPath), 0);
+        Core::ClearCache();
+        QCOMPARE(Core::AnalyzeProgram(), 0);
+        QVERIFY(!Core::IsInstStart(Start));
+        QCOMPARE(Core::FindRegion(Start), -1);
+        CORE_INST_INFO Info;
+        Core::ReadInst(&Info, Start + 4); // the plug-in answers
+        QCOMPARE(Info.Length, 4);
+        QVERIFY(Info.Flags & CORE_INST_CALL);
+        QCOMPARE(int(Core::GetInstSize(Start + 4)), 4);
+        U64 Prev = 0;
+        QCOMPARE(Core::GetPrevInst(Start + 8, &Prev), -1);
+        PROG_Unload();
+    }
+
+    void WithoutAPlugin() {
+        Load(GetElf("regions"));
+        const U32 Start = GetAddr("Start");
+        QCOMPARE(Core_Unload(), 0);
+        const U8 ab[8] = {};
+        QCOMPARE(Core::AnalyzeAdd(0x20000000, 0x20000008, ab), U64(0));
+        QVERIFY(!Core::IsInstStart(Start));
+        CORE_INST_INFO Info;
+        Core::ReadInst(&Info, Start);
+        QCOMPARE(Info.Length, 0);
+        QCOMPARE(Info.Flags, 0u);
+        QCOMPARE(Core_Load(0x0E0100FF), 0); // binds the open program again
+        Core::AnalyzeProgram();
+        QVERIFY(Core::IsInstStart(Start));
+    }
+
+    /// The worker reads while the main thread decodes further code.
+    void TwoThreads() {
+        Load(GetElf("decode_m3"));
+        const U32 Main = GetAddr("main");
+        const bool Expected = Core::IsLinear(Main, Main + 200);
+        std::atomic<bool> IsDone{false};
+        std::atomic<int> NumWrong{0};
+        std::atomic<int> NumRounds{0};
+        std::thread Worker([&] {
+            while (!IsDone) {
+                NumWrong += Core::IsLinear(Main, Main + 200) != Expected;
+                for (U32 Addr = Main; Addr < Main + 200; Addr += 2) {
+                    CORE_INST_INFO Info;
+                    Core::ReadInst(&Info, Addr);
+                    NumWrong += Core::IsInstStart(Addr) && Info.Length == 0;
+                    Core::FindRegion(Addr);
+                }
+                NumRounds++;
+            }
+        });
+        const U8 abCode[4] = {0x01, 0x20, 0x70, 0x47};
+        for (int i = 0; i < 300 || NumRounds < 5; i++) {
+            Core::AnalyzeAdd(0x20000000 + static_cast<U32>(i % 64) * 0x10000, 0x20000004 + static_cast<U32>(i % 64) * 0x10000, abCode);
+            Core::AnalyzeAdd(Main, Main + 4, abCode); // the same again
+            Core::DecodeText(Main + static_cast<U32>(i));
+            if (i == 0) Core::AnalyzeProgram();
+        }
+        IsDone = true;
+        Worker.join();
+        QVERIFY(NumRounds > 0);
+    }
+
+    void cleanupTestCase() {
+        PROG_Unload();
+        QCOMPARE(Core_Unload(), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_core_cache)
+#include "tst_core_cache.moc"
