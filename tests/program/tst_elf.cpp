@@ -261,7 +261,8 @@ void tst_elf::lines()
     static const QRegularExpression Line("^(\\S+)\\s+(\\d+)\\s+(0x[0-9a-f]+|0)\\b");
     for (const QByteArray& Text : CTestBuild::Run("arm-none-eabi-readelf", {"--debug-dump=decodedline", "-W", sPath}).split('\n')) {
         const auto Match = Line.match(Text);
-        if (Match.hasMatch()) aTheirs.append({Match.captured(1).toUtf8(), Match.captured(2).toUInt(), Match.captured(3).toUInt(nullptr, 0)});
+        const QByteArray Name = Match.captured(1).toUtf8();
+        if (Match.hasMatch()) aTheirs.append({Name.mid(Name.lastIndexOf('/') + 1), Match.captured(2).toUInt(), Match.captured(3).toUInt(nullptr, 0)});
     }
     for (U32 i = 0; i < ELF_GetLineCount(hFile); i++) {
         if (ELF_LineIsEndOfSequence(hFile, i)) continue;

@@ -418,6 +418,7 @@ void RandomCode::ExclusivePair()
         Instr(0xE8500F00 | kBase << 16 | Value << 12 | Offset, 4);
         if (Below(3) == 0) Instr(0xF3BF8F2F, 4); // CLREX
         Instr(0xE8400000 | kBase << 16 | Value << 12 | Status << 8 | Offset, 4);
+        if (Below(3) == 0) Instr(0xE8400000 | kBase << 16 | Value << 12 | Status << 8 | Offset, 4); // fails
         return;
     }
     bool AcquireRelease = m_Info.Kind == ArmCoreKind::M33 && Below(2);

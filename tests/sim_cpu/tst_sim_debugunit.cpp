@@ -190,6 +190,20 @@ c1: ldr r2, =0x20000000
 c2: ldr r1, =0xF8404770
  blx r7
 c3: blx r7
+c4: ldr r2, =0x20000100
+ ldr r1, =0x0001F04F   @ mov.w r0,#1 ; bx lr
+ str r1, [r2]
+ ldr r1, =0x47700000
+ lsrs r1, #16
+ strh r1, [r2, #4]
+ adds r7, r2, #1
+ ldr r1, =0x0001F04F
+ lsrs r3, r1, #16
+ strh r3, [r2, #2]
+ blx r7
+c5: movs r3, #2
+ strb r3, [r2, #2]     @ the second half of a 32-bit instruction
+ blx r7
 end: b end
 )"));
     RunTo(Machine, "c1");
@@ -202,8 +216,12 @@ end: b end
     QCOMPARE(Machine.GetReg(0), uint64_t(44));
     Machine.m_Ram[0] = 45;
     Machine.m_Cpu.InvalidateCode(0x20000000, 1);
-    RunTo(Machine, "end");
+    RunTo(Machine, "c4");
     QCOMPARE(Machine.GetReg(0), uint64_t(45));
+    RunTo(Machine, "c5");
+    QCOMPARE(Machine.GetReg(0), uint64_t(1));
+    RunTo(Machine, "end");
+    QCOMPARE(Machine.GetReg(0), uint64_t(2));
 }
 
 void tst_sim_debugunit::Steps()

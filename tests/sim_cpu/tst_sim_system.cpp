@@ -19,6 +19,7 @@ private slots:
     void BigEndian();
     void StackLimits();
     void FaultRegisters();
+    void LazyFloatState();
     void ResetRequest();
     void DebugAccess();
     void AnyBytes_data();
@@ -303,6 +304,49 @@ h1: b h1
     uint32_t Frame[8];
     memcpy(Frame, Machine.m_Ram.data() + 0x1000 - 0x20, sizeof Frame);
     QCOMPARE(Frame[6], At("a1"));
+}
+
+void tst_sim_system::LazyFloatState()
+{
+    TestMachine Machine(kBoardM4F);
+    QVERIFY(Load(Machine, R"(
+start: ldr r0, =0xE000ED88
+ ldr r1, =0x00F00000
+ str r1, [r0]
+ vmov.f32 s0, #1.5
+ vmov.f32 s15, #2.0
+ svc #0
+a1: nop
+ movs r6, #1
+ svc #0
+a2: nop
+end: b end
+ .thumb_func
+svcall: nop
+s1: cbz r6, s2
+ vmov.f32 s0, #3.0
+s2: bx lr
+)"));
+    const uint32_t Fpccr = 0xE000EF34, Fpcar = 0xE000EF38;
+    RunTo(Machine, "s1"); // the place is reserved, nothing stored
+    uint32_t Frame = uint32_t(Machine.GetReg(kRegSp));
+    QCOMPARE(Frame, 0x20001000u - 0x68);
+    QVERIFY(Word(Machine, Fpccr) & 1);
+    QCOMPARE(Word(Machine, Fpcar), Frame + 0x20);
+    QCOMPARE(Word(Machine, Frame + 0x20), 0u);
+    QCOMPARE(Machine.GetReg(kRegLr), uint64_t(0xFFFFFFE9));
+    QCOMPARE(Machine.GetReg(kRegControl), uint64_t(0));
+    RunTo(Machine, "a1");
+    QVERIFY(!(Word(Machine, Fpccr) & 1));
+    QCOMPARE(Machine.GetReg(kRegControl), uint64_t(4));
+    RunTo(Machine, "s2"); // the handler's own use stores them first
+    QVERIFY(!(Word(Machine, Fpccr) & 1));
+    QCOMPARE(Word(Machine, Frame + 0x20), 0x3FC00000u);
+    QCOMPARE(Word(Machine, Frame + 0x20 + 15 * 4), 0x40000000u);
+    QCOMPARE(Machine.GetReg(kRegS0), uint64_t(0x40400000));
+    RunTo(Machine, "a2");
+    QCOMPARE(Machine.GetReg(kRegS0), uint64_t(0x3FC00000));
+    QCOMPARE(Machine.GetReg(kRegSp), uint64_t(0x20001000));
 }
 
 void tst_sim_system::ResetRequest()

@@ -24,7 +24,7 @@ namespace {
 
 /// Longest time that a line may take to settle. A target that runs is settled; what is waited for are jobs, updates and
 /// steps under way, so a line that isn't settled by then is not going to be.
-constexpr int SETTLE_MS = 60'000;
+constexpr int SETTLE_MS = 20'000;
 
 } // namespace
 
@@ -113,13 +113,14 @@ bool CBatchRunner::Fail(const QString& sText)
     return false;
 }
 
-bool CBatchRunner::IsSettled() const
+QString CBatchRunner::GetUnsettled() const
 {
-    const CDevice& Dev = CDevice::Get();
-    if (CProject::Get().IsOpening() || BScript::IsRunning() || !Dev.IsIdle()) return false;
+    if (CProject::Get().IsOpening()) return QStringLiteral("a project is opening");
+    if (BScript::IsRunning()) return QStringLiteral("a script function runs");
+    if (!CDevice::Get().IsIdle()) return QStringLiteral("the device is busy");
     for (const CWindow* pWindow : CMainWindow::Get().GetWindows())
-        if (pWindow->IsUpdatePending()) return false;
-    return true;
+        if (pWindow->IsUpdatePending()) return QStringLiteral("window %1 has an update to do").arg(pWindow->GetName());
+    return {};
 }
 
 bool CBatchRunner::WaitUntil(const std::function<bool()>& Done, int Ms)
@@ -139,7 +140,8 @@ bool CBatchRunner::WaitUntil(const std::function<bool()>& Done, int Ms)
 
 void CBatchRunner::Settle()
 {
-    if (!WaitUntil([this] { return IsSettled(); }, SETTLE_MS)) Fail(QStringLiteral("the line before has not settled"));
+    if (!WaitUntil([this] { return IsSettled(); }, SETTLE_MS))
+        Fail(QStringLiteral("the line before has not settled: ") + GetUnsettled());
 }
 
 void CBatchRunner::Run()

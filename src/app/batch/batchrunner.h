@@ -50,7 +50,8 @@ private:
     U64 GetErrorCount() const; ///< of commands and of the log since the start
     int OnMessageBox(const QString& sTitle, const QString& sText, int Buttons);
     void Settle();
-    bool IsSettled() const;
+    QString GetUnsettled() const; ///< what is still under way; empty when all has settled
+    bool IsSettled() const { return GetUnsettled().isEmpty(); }
     bool WaitUntil(const std::function<bool()>& Done, int Ms);
     CWindow* RequireWindow(const QString& sName);
 

@@ -9,15 +9,19 @@
 #include "app/shell/commandtable.h"
 #include "app/shell/wiring.h"
 #include "core/host/corehost.h"
+#include "device/breakpoints/breakpointsdatamodel.h"
 #include "device/queue/device.h"
 #include "device/queue/deviceeventworker.h"
 #include "program/tables/prog.h"
+#include "program/unwind/callstack.h"
 #include "project/file/project.h"
 #include "project/settings/appearance.h"
 #include "project/settings/settingsnotifier.h"
 #include "project/settings/settingspersist.h"
 #include "project/settings/sysvars.h"
 #include "script/host/bscript.h"
+#include "views/debug/breakpointwindow.h"
+#include "views/debug/callstackwindow.h"
 #include "views/debug/disassemblywindow.h"
 #include "views/debug/registerwindow.h"
 #include "views/debug/sourcewindow.h"
@@ -117,6 +121,20 @@ void CMainWindow::ConnectWindows()
     connect(&CSettingsNotifier::Get(), &CSettingsNotifier::VarChanged, this, &CMainWindow::OnVarChanged);
     connect(&CProject::Get(), &CProject::ModifiedChanged, this, &CMainWindow::UpdateTitle);
     connect(this, &CMainWindow::DataFileOpened, this, &CMainWindow::OnDataFileOpened);
+    CCallStack& Stack = CCallStack::GetInstance();
+    CBreakpointsDataModel& Points = CBreakpointsDataModel::Get();
+    connect(&Points, &CBreakpointsDataModel::Changed, m_W.pBreakpoints, &CBreakpointWindow::OnBreakpointsChanged);
+    connect(&Points, &CBreakpointsDataModel::Changed, m_W.pSource, &CSourceWindow::UpdateSidebarIcons);
+    connect(&Points, &CBreakpointsDataModel::Changed, m_W.pDisassembly, &CDisassemblyWindow::Repaint);
+    connect(this, &CMainWindow::DataFileDownloaded, this,
+            [&Points](const QString& sPath) { Points.OnDataFileDownloaded(sPath); });
+    connect(&Stack, &CCallStack::UnwindNextFrameDone, m_W.pCallStack, &CCallStackWindow::OnNextFrameUnwinded);
+    for (CWindow* pWindow : m_Windows) {
+        connect(&Stack, &CCallStack::EvalFrameDone, pWindow, &CWindow::OnCallFrameEvaluated);
+        connect(&Stack, &CCallStack::EvalFrameFailed, pWindow, &CWindow::OnCallFrameEvaluated);
+        connect(&Stack, &CCallStack::UnwindComplete, pWindow, &CWindow::OnCallStackUnwinded);
+        connect(pWindow, &CWindow::CallSiteSelected, this, &CMainWindow::OnCallSiteSelected);
+    }
     // A selection in one window reaches all, the sender included, which ignores what it said itself.
     for (CWindow* pFrom : m_Windows) {
         for (CWindow* pTo : m_Windows) {
@@ -130,6 +148,16 @@ void CMainWindow::ConnectWindows()
             connect(pFrom, &CWindow::SymbolSelected, pTo, &CWindow::OnSymbolSelected);
         }
     }
+}
+
+void CMainWindow::OnCallSiteSelected(int CallStackIdx)
+{
+    CCallStack& Stack = CCallStack::GetInstance();
+    const CCallFrame& Frame = Stack.GetFrame(CallStackIdx);
+    if (Frame.IsEmpty()) return;
+    Stack.EvalFrame(CallStackIdx);
+    const CSrcLoc Loc = CallStackIdx == 0 ? PROG_GetFirstSrcLoc(U32(Stack.GetPC(Frame))) : Stack.GetCallSite(Frame);
+    if (Loc.IsValid()) m_W.pSource->SelectLocation(Loc);
 }
 
 void CMainWindow::OnVarChanged(int VarID, I64)

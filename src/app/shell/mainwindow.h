@@ -165,6 +165,7 @@ public slots:
     void OnProjectFileOpened(QString sFileName) override;
     void OnProjectFileClosed(QString sFileName) override;
     void OnVarChanged(int VarID, I64 Value);
+    void OnCallSiteSelected(int CallStackIdx); ///< the frame becomes the selected one and shows its call site
     void UpdateWindowMenu();
     void OnWindowMenuActionTriggered(QAction* pAction);
     void OnRecentMenuActionTriggered(QAction* pAction);

@@ -249,7 +249,7 @@ void OnViewDisassembly(int Id)
     const CAddrRange Range = PROG_ResolveLocationText(GetActionParam(Id), &Kind);
     if (Kind == PROG_LOCATION_NONE) return SetActionError(Id, ERR_INVALID_PARAM);
     Main().ShowWindow(QStringLiteral("Disassembly"));
-    Main().GetSessionWindows().pDisassembly->OnInstSelected(Range.Start);
+    Main().GetSessionWindows().pDisassembly->ViewAddr(Range.Start);
 }
 
 void OnViewLine(int Id)
@@ -267,7 +267,7 @@ void OnViewPC(int Id)
 {
     if (!CheckParamCount(Id)) return;
     Main().ShowWindow(QStringLiteral("Disassembly"));
-    Main().GetSessionWindows().pDisassembly->OnInstSelected(CDevice::Get().GetPC());
+    Main().GetSessionWindows().pDisassembly->ViewPC();
 }
 
 void OnViewPCLine(int Id)

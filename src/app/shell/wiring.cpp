@@ -171,9 +171,7 @@ void WireUnwinder()
         return CDevice::Get().ReadLocsAsync(Count, paLoc, Tag);
     };
     Hooks.SetTopReturnAddr = [](U64 ReturnAddr) {
-        DEVICE_STATE& State = CDevice::Get().State;
-        State.ReturnAddr = ReturnAddr;
-        State.ReturnAddrStatus = DATA_VALID;
+        CDeviceTarget::Get().SetReturnAddr(ReturnAddr);
     };
     Hooks.GetDepthLimit = [] { return U32(std::max<I64>(GetVarValue(PREF_CALLSTACK_DEPTH_LIMIT), 1)); };
     UNWIND_SetHooks(Hooks);

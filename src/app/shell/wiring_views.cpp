@@ -15,6 +15,7 @@
 #include "project/finder/filefinder.h"
 #include "registers/svd/cpuregisters.h"
 #include "views/debug/debugviewhooks.h"
+#include "views/debug/localswindow.h"
 #include "views/debug/registerwindow.h"
 #include "views/debug/sourcewindow.h"
 
@@ -301,5 +302,5 @@ void WireDebugViews(CMainWindow& Main)
     WireCallStack(Hooks);
     WireValues(Hooks, Main);
     SetDebugViewHooks(Hooks);
-    CLocalsReader::Get().SetWindow(reinterpret_cast<CWindow*>(Main.GetSessionWindows().pLocals));
+    CLocalsReader::Get().SetWindow(Main.GetSessionWindows().pLocals);
 }

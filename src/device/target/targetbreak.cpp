@@ -91,7 +91,7 @@ int CDeviceTarget::ClearBreakpoint(U32 Addr)
     if (_State().Connected) {
         const int Handle = BRYLLOARM_FindBP(Addr);
         if (Handle > 0 && BRYLLOARM_ClrBPEx(U32(Handle)) != 0) {
-            _Dev().LogErrorMsg("ClearBreakpoint: BRYLLO API call failed");
+            _Dev().LogWarnMsg("ClearBreakpoint: BRYLLO API call failed");
             return -1;
         }
     }

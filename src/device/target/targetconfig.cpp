@@ -65,8 +65,12 @@ int CDeviceTarget::SetConfigParam(DEV_CONFIG_PARAMS Id, int Value)
         return -1;
     }
     if (Id == DCP_ENDIAN) ApplyDataEndianess(ENDIAN(Value));
-    if (Id == DCP_SPEED || Id == DCP_USE_MAX_SPEED || Id == DCP_USE_ADAPTIVE) _ApplySpeed();
     _OnConfigChanged(Id, Config.GetInt(Id));
+    if (Id != DCP_SPEED && Id != DCP_USE_MAX_SPEED && Id != DCP_USE_ADAPTIVE) return 0;
+    // The three of the speed change together.
+    for (U32 Other : {DCP_SPEED, DCP_USE_MAX_SPEED, DCP_USE_ADAPTIVE})
+        if (Other != Id) _OnConfigChanged(Other, Config.GetInt(Other));
+    _ApplySpeed();
     return 0;
 }
 

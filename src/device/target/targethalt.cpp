@@ -100,9 +100,8 @@ void CDeviceTarget::EvalBPCondAndContinueHaltSeq(U32 PC)
     if (Bp.State == BP_STATE_ON) {
         Lists.BpListCountHit(PC);
         if (Bp.HasCondition) {
-            // The sequence stays open until the GUI thread has answered.
-            _Dev().PostDeviceEvent(DEV_EVENT_EVAL_BP_CONDITION, PC, 0);
-            return;
+            // The sequence stays open until the GUI thread has answered. A question that can't be asked is none.
+            if (_Dev().PostDeviceEvent(DEV_EVENT_EVAL_BP_CONDITION, PC, 0) == 0) return;
         }
     } else if (Bp.State == BP_STATE_ON_HIDDEN || _State().HiddenBPAddr == PC) {
         // The hidden breakpoint counts as well where a disabled one of the user stands.
@@ -117,6 +116,8 @@ void CDeviceTarget::OnDeviceBPConditionEvaluated(U32 PC, bool CondMet)
 {
     DEVICE_STATE& State = _State();
     if (!State.HaltSeqActive || !State.HaltedRaw) return;
+    // An answer that took longer than its halt has nothing to say about this one.
+    if ((U32(State.PC.Get()) & ~1u) != (PC & ~1u)) return;
     if (CondMet) {
         CompleteSrcStepAndContHaltSeq(PC);
         return;

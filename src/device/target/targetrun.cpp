@@ -177,7 +177,8 @@ int CDeviceTarget::SetTargetExecState(U64 PC, U64 SP)
 
 void CDeviceTarget::SetReturnAddr(U64 Addr)
 {
-    if (!_State().Halted) return;
+    // A step that is under way has left the frame that this is about.
+    if (!_State().Halted || _State().SrcStepActive) return;
     _State().ReturnAddr = Addr;
     _State().ReturnAddrStatus = DATA_VALID;
 }

@@ -150,7 +150,6 @@ void CElfImage::_ParseSymbols()
         if (Sec.EntrySize < SYMBOL_SIZE || !Data.pData) continue;
         const ELF_BYTES Names = Sec.Link < m_Sections.size() ? SectionBytes(Sec.Link) : ELF_BYTES();
         const U32 Count = Data.Size / Sec.EntrySize;
-        m_Symbols.reserve(m_Symbols.size() + Count);
         for (U32 n = 0; n < Count; n++) {
             CByteCursor Cur(Data.pData, Data.Size, m_BigEndian, static_cast<U64>(n) * Sec.EntrySize);
             ELF_SYMBOL Sym{};

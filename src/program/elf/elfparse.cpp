@@ -257,7 +257,6 @@ bool ELF_FILE::ReadLines(const DWARF_UNIT& Unit)
         Files.FileBase = Table.FileBase;
         Files.aFile.reserve(Table.aPath.size());
         for (const std::string& sFile : Table.aPath) Files.aFile.push_back(InternSrcFile(sFile));
-        aLine.reserve(aLine.size() + Table.aRow.size());
         for (const DWARF_LINE_ROW& Row : Table.aRow) {
             const U32 Index = Row.File - Files.FileBase;
             aLine.push_back({Row.Addr, Row.Line, Index < Files.aFile.size() ? Files.aFile[Index] : 0xFFFFFFFFu,
