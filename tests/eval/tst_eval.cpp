@@ -1,6 +1,5 @@
 // Expressions without a program: numbers, operators, precedence, casts as text, failures. What needs symbols and a
 // target is shown by the batch transcripts.
-#include "program/eval/cctype.h"
 #include "program/eval/evalhooks.h"
 #include "program/eval/expression.h"
 #include "program/eval/exprtokens.h"
@@ -19,8 +18,6 @@ private slots:
     void Errors();
     void Postfix_data();
     void Postfix();
-    void Types_data();
-    void Types();
 };
 
 void tst_Eval::initTestCase()
@@ -120,37 +117,6 @@ void tst_Eval::Postfix()
     QString sError;
     QCOMPARE(EXPR_Compile(Expr, &Tokens, &sError), 0);
     QCOMPARE(Tokens.join(' '), Out);
-}
-
-void tst_Eval::Types_data()
-{
-    QTest::addColumn<QString>("Text");
-    QTest::addColumn<int>("Id");
-    QTest::addColumn<uint>("Size");
-    QTest::addColumn<bool>("Pointer");
-    QTest::addColumn<bool>("Integral");
-    const struct { const char* Text; int Id; uint Size; bool Pointer, Integral; } Rows[] = {
-        {"long long", CC_LLONG, 8, false, true}, {"ulong", CC_ULONG, 4, false, true},
-        {"unsigned long long int", CC_ULLONG, 8, false, true}, {"char *", CC_CHAR, 4, true, true},
-        {"int [3][2]", CC_INT, 24, false, false}, {"const volatile unsigned char", CC_UCHAR, 1, false, true},
-        {"short int", CC_SHORT, 2, false, true}, {"unsigned", CC_UINT, 4, false, true}, {"float", CC_FLOAT, 4, false, false},
-        {"struct foo", CC_UNKNOWN, 0, false, false}, {"", CC_UNKNOWN, 0, false, false},
-    };
-    for (const auto& Row : Rows) QTest::newRow(Row.Text) << Row.Text << Row.Id << Row.Size << Row.Pointer << Row.Integral;
-}
-
-void tst_Eval::Types()
-{
-    QFETCH(QString, Text);
-    QFETCH(int, Id);
-    QFETCH(uint, Size);
-    QFETCH(bool, Pointer);
-    QFETCH(bool, Integral);
-    const CCType Type = CCType::FromText(Text);
-    QCOMPARE(Type.TypeId, Id);
-    QCOMPARE(Type.Size, Size);
-    QCOMPARE(Type.IsPointer(), Pointer);
-    QCOMPARE(Type.IsIntegral(), Integral);
 }
 
 QTEST_GUILESS_MAIN(tst_Eval)

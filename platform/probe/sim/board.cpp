@@ -188,7 +188,7 @@ void CBoard::OnStop(unsigned Index, const CCoreStop& Stop)
         m_Log.Detail("Target has halted: " + Stop.Reason);
     } else if (Stop.Kind == ECoreStop::Lockup && !Slot.LockupTold) {
         Slot.LockupTold = true;
-        m_Log.Warning("The CPU is locked up by a fault inside a fault handler; it needs a reset");
+        m_Log.Detail("The CPU is locked up by a fault inside a fault handler; it needs a reset");
     }
 }
 

@@ -149,6 +149,14 @@ public:
         CCallStack::GetInstance().OnReadLocsDone(Tag, Cnt, paValues, paStatus);
     }
     void OnDeviceReadLocsFailed(U32, ELF_SYM_LOC*, U32 Tag) override { CCallStack::GetInstance().OnReadLocsFailed(Tag); }
+
+    // It stands before all windows in the list of listeners: what they unwind next begins with the new registers.
+    void OnDeviceHaltDone(U32, HALT_REASONS) override { CCallStack::GetInstance().Invalidate(); }
+    void OnDeviceStepped(U32) override { CCallStack::GetInstance().Invalidate(); }
+    void OnDeviceResetDone(U32, RESET_MODES) override { CCallStack::GetInstance().Invalidate(); }
+    void OnDeviceWriteAccess() override { CCallStack::GetInstance().Invalidate(); }
+    void OnDeviceResumeDone(RESUME_MODES) override { CCallStack::GetInstance().Invalidate(); }
+    void OnDeviceDisconnectDone() override { CCallStack::GetInstance().Clear(); }
 };
 
 CUnwindReader* s_pUnwindReader = nullptr;
@@ -199,7 +207,7 @@ void WireBreakpointLogic()
         CSymbol Value = Expr.GetResult();
         Value.Read();
         double Double = 0;
-        if (Value.Type.IsFloat() && Value.GetDouble(&Double))
+        if (EVAL_IsFloat(Value.Type) && Value.GetDouble(&Double))
             Result.Value = Double != 0;
         else if (!Value.GetInteger(&Result.Value))
             Result.Kind = BP_COND_UNREADABLE;

@@ -125,13 +125,13 @@ int CExpression::EvaluateLeaf(const QString& sToken, CSymbol* pResult)
     U64 Integer = 0;
     double Double = 0;
     if (sToken[0].isDigit() && EXPR_ParseNumber(sToken, &IsInteger, &Integer, &Double)) {
-        *pResult = IsInteger ? CSymbol::FromInteger(sToken, Integer, CC_ULLONG) : CSymbol::FromDouble(sToken, Double);
+        *pResult = IsInteger ? CSymbol::FromInteger(sToken, Integer, CTYPE_ULONGLONG) : CSymbol::FromDouble(sToken, Double);
         return 0;
     }
     const EVAL_HOOKS& Hooks = EVAL_GetHooks();
     I64 Value = 0;
     if ((Hooks.FindConstant && Hooks.FindConstant(sToken, &Value)) || (Hooks.FindSysVar && Hooks.FindSysVar(sToken, &Value))) {
-        *pResult = CSymbol::FromInteger(sToken, U64(Value), CC_UINT);
+        *pResult = CSymbol::FromInteger(sToken, U64(Value), CTYPE_UINT);
         return 0;
     }
     if (const QString sMacro = PROG_GetMacroText(sToken); !sMacro.isEmpty() && m_Depth < MAX_DEPTH) {
@@ -156,9 +156,9 @@ int CExpression::EvaluateLeaf(const QString& sToken, CSymbol* pResult)
         if (!Types.isEmpty()) {
             pResult->IsType = true;
             pResult->hType = ELF_GetSymType(Types.first(), true);
-            pResult->Type = CCType::FromSymbol(Types.first());
+            pResult->Type = EVAL_GetType(Types.first());
             pResult->ByteSize = ELF_GetSymSize(pResult->hType);
-        } else if (CCType Type = CCType::FromText(sToken); !Type.Declarators.isEmpty()) {
+        } else if (CCType Type(sToken); !Type.Declarators.isEmpty()) {
             pResult->IsType = true;
             pResult->Type = Type;
         }
@@ -197,7 +197,7 @@ bool EVAL_GetInteger(const QString& sExpr, I64* pValue, QString* psError)
         }
         Result.Read();
         double Double = 0;
-        if (Result.Type.IsFloat() && Result.GetDouble(&Double)) {
+        if (EVAL_IsFloat(Result.Type) && Result.GetDouble(&Double)) {
             *pValue = I64(Double);
             return true;
         }

@@ -26,7 +26,7 @@ bool IsClass(const CSymbol& s, U32 Classes)
     const bool IsPointer = s.GetKind() == SYMBOL_POINTER;
     const bool IsNamedPointer = IsPointer && s.Type.Declarators.size() <= 1 && s.hType;
     return ((Classes & CLS_ANY) != 0) || ((Classes & CLS_POINTER) && IsPointer) ||
-           ((Classes & CLS_ARRAY) && s.GetKind() == SYMBOL_ARRAY) || ((Classes & CLS_BASE) && s.Type.IsBase()) ||
+           ((Classes & CLS_ARRAY) && s.GetKind() == SYMBOL_ARRAY) || ((Classes & CLS_BASE) && EVAL_IsBase(s.Type)) ||
            ((Classes & CLS_INTEGRAL) && s.Type.IsIntegral()) ||
            ((Classes & CLS_NAMED) && s.GetKind() == SYMBOL_AGGREGATE) ||
            ((Classes & CLS_NAMED_POINTER) && IsNamedPointer) ||
@@ -168,7 +168,7 @@ int RunBinaryNumbers(const EXPR_OPERATOR& Op, CSymbol& Left, CSymbol& Right, CSy
         if (a.IsInteger && b.IsInteger) {
             const bool Unsigned = !LeftSigned && !Right.Type.IsSignedIntegral();
             *pResult = CSymbol::FromInteger(sName, U64(IntegerArithmetic(Op.Id, a.Integer, b.Integer)),
-                                            Unsigned ? CC_ULLONG : CC_LLONG);
+                                            Unsigned ? CTYPE_ULONGLONG : CTYPE_LONGLONG);
         } else {
             *pResult = CSymbol::FromDouble(sName, DoubleArithmetic(Op.Id, a.AsDouble(Left), b.AsDouble(Right)));
         }
@@ -180,11 +180,11 @@ int RunBinaryNumbers(const EXPR_OPERATOR& Op, CSymbol& Left, CSymbol& Right, CSy
                          : Op.Id == OP_XOR ? a.Integer ^ b.Integer
                          : Op.Id == OP_SHL ? I64(U64(a.Integer) << b.Integer)
                                            : a.Integer >> b.Integer;
-        *pResult = CSymbol::FromInteger(sName, U64(I64(I32(Bits))), LeftSigned ? CC_LLONG : CC_ULLONG);
+        *pResult = CSymbol::FromInteger(sName, U64(I64(I32(Bits))), LeftSigned ? CTYPE_LONGLONG : CTYPE_ULONGLONG);
         return 0;
     }
     default:
-        *pResult = CSymbol::FromInteger(sName, Compare(Op.Id, a.AsDouble(Left), b.AsDouble(Right)), CC_LLONG);
+        *pResult = CSymbol::FromInteger(sName, Compare(Op.Id, a.AsDouble(Left), b.AsDouble(Right)), CTYPE_LONGLONG);
         return 0;
     }
 }
@@ -194,12 +194,12 @@ int RunUnary(const EXPR_OPERATOR& Op, CSymbol& s, CSymbol* pResult)
     NUMBER n;
     switch (Op.Id) {
     case OP_SIZEOF:
-        *pResult = CSymbol::FromInteger(QStringLiteral("sizeof(%1)").arg(s.Name), s.ByteSize, CC_UINT);
+        *pResult = CSymbol::FromInteger(QStringLiteral("sizeof(%1)").arg(s.Name), s.ByteSize, CTYPE_UINT);
         return 0;
     case OP_ADDR: {
         const I64 Addr = s.GetMemAddr();
         if (Addr < 0) return -1;
-        *pResult = CSymbol::FromInteger('@' + s.Name, U64(Addr), CC_UINT);
+        *pResult = CSymbol::FromInteger('@' + s.Name, U64(Addr), CTYPE_UINT);
         pResult->Type = s.Type;
         pResult->Type.Declarators.append(QStringLiteral("*"));
         pResult->Type.Text = s.Type.Text + '*';
@@ -220,16 +220,16 @@ int RunUnary(const EXPR_OPERATOR& Op, CSymbol& s, CSymbol* pResult)
     const QString sName = QLatin1String(Op.Id == OP_MINUS ? "-" : Op.Id == OP_PLUS ? "+" : Op.Text) + s.Name;
     switch (Op.Id) {
     case OP_PLUS:
-        *pResult = n.IsInteger ? CSymbol::FromInteger(sName, U64(n.Integer), s.Type.IsSignedIntegral() ? CC_LLONG : CC_ULLONG)
+        *pResult = n.IsInteger ? CSymbol::FromInteger(sName, U64(n.Integer), s.Type.IsSignedIntegral() ? CTYPE_LONGLONG : CTYPE_ULONGLONG)
                                : CSymbol::FromDouble(sName, n.Double);
         return 0;
     case OP_MINUS:
-        *pResult = n.IsInteger ? CSymbol::FromInteger(sName, 0 - U64(n.Integer), CC_LLONG)
+        *pResult = n.IsInteger ? CSymbol::FromInteger(sName, 0 - U64(n.Integer), CTYPE_LONGLONG)
                                : CSymbol::FromDouble(sName, -n.Double);
         return 0;
-    case OP_COMPL: *pResult = CSymbol::FromInteger(sName, ~U64(n.Integer), CC_ULLONG); return 0;
+    case OP_COMPL: *pResult = CSymbol::FromInteger(sName, ~U64(n.Integer), CTYPE_ULONGLONG); return 0;
     case OP_NOT:
-        *pResult = CSymbol::FromInteger(sName, n.IsInteger ? n.Integer == 0 : n.Double == 0, CC_LLONG);
+        *pResult = CSymbol::FromInteger(sName, n.IsInteger ? n.Integer == 0 : n.Double == 0, CTYPE_LONGLONG);
         return 0;
     default: return 0; // increments compile, but have no value
     }
@@ -273,7 +273,7 @@ int RunMember(const EXPR_OPERATOR& Op, CSymbol& Left, CSymbol& Right, CSymbol* p
 
 int RunCast(CSymbol& Left, CSymbol& Right, CSymbol* pResult, int* pFailing)
 {
-    CCType Type = CCType::FromText(Left.Name);
+    CCType Type(Left.Name);
     *pFailing = 1;
     I64 Addr = 0;
     if (Right.GetKind() == SYMBOL_AGGREGATE || Right.GetKind() == SYMBOL_ARRAY) {
@@ -287,15 +287,15 @@ int RunCast(CSymbol& Left, CSymbol& Right, CSymbol* pResult, int* pFailing)
     ELF_SYM_HANDLE hBase = 0;
     const ELF_SYM_LIST Found = PROG_FindSymbols(Type.BaseText, false, false, true, false, true);
     if (!Found.isEmpty()) hBase = ELF_GetSymType(Found.first(), true);
-    const U32 ElemSize = hBase ? ELF_GetSymSize(hBase) : CCType::GetSizeOfId(Type.TypeId);
+    const U32 ElemSize = hBase ? ELF_GetSymSize(hBase) : CCType::GetIdSize(Type.TypeId);
     if (Type.IsArray()) {
-        *pResult = CSymbol::FromMemory(QStringLiteral("[0]"), 0, Type, U32(Addr), ElemSize * Type.ElementCount);
+        *pResult = CSymbol::FromMemory(QStringLiteral("[0]"), 0, Type, U32(Addr), ElemSize * Type.NumElems);
         pResult->ElemSize = ElemSize;
-        pResult->Dims = {Type.ElementCount};
-        return ElemSize && Type.ElementCount ? 0 : -3;
+        pResult->Dims = {Type.NumElems};
+        return ElemSize && Type.NumElems ? 0 : -3;
     }
     const U32 Pointer = U32(Addr);
-    *pResult = CSymbol::FromInteger(Left.Name, Pointer, CC_UINT);
+    *pResult = CSymbol::FromInteger(Left.Name, Pointer, CTYPE_UINT);
     pResult->Type = Type;
     // The pointer itself is computed; what it points to is found through its base type.
     for (const ELF_SYM_HANDLE h : PROG_GetTypes())

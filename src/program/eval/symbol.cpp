@@ -83,11 +83,11 @@ CSymbol CSymbol::FromProgram(ELF_SYM_HANDLE hSym)
         Symbol.ByteSize = Range.Size;
         return Symbol;
     }
-    Symbol.Type = CCType::FromSymbol(hSym);
+    Symbol.Type = EVAL_GetType(hSym);
     Symbol.hType = ELF_GetSymType(hSym, true);
     Symbol.ByteSize = Symbol.Type.Size ? Symbol.Type.Size : ELF_GetSymSize(hSym);
     FillArray(Symbol, hSym);
-    if (ELF_SymIsElf(hSym) && Symbol.Type.Text.isEmpty()) Symbol.Type = CCType::FromId(CC_UINT);
+    if (ELF_SymIsElf(hSym) && Symbol.Type.Text.isEmpty()) Symbol.Type = EVAL_MakeType(CTYPE_UINT);
     const U32 PC = Hooks.GetFramePC ? Hooks.GetFramePC() : ADDR_NONE;
     const ELF_SYM_LOC Raw = PROG_GetSymLoc(hSym, PC);
     Symbol.Loc = Hooks.ResolveLoc ? Hooks.ResolveLoc(Raw) : Raw;
@@ -98,7 +98,7 @@ CSymbol CSymbol::FromInteger(const QString& sName, U64 Value, int TypeId)
 {
     CSymbol Symbol;
     Symbol.Name = Symbol.FullName = sName;
-    Symbol.Type = CCType::FromId(TypeId);
+    Symbol.Type = EVAL_MakeType(TypeId);
     Symbol.ByteSize = Symbol.Type.Size;
     Symbol.Value = QByteArray(reinterpret_cast<const char*>(&Value), qsizetype(std::min<U32>(Symbol.ByteSize, 8)));
     Symbol.IsConst = true;
@@ -109,7 +109,7 @@ CSymbol CSymbol::FromDouble(const QString& sName, double Value)
 {
     U64 Bits = 0;
     std::memcpy(&Bits, &Value, sizeof(Bits));
-    return FromInteger(sName, Bits, CC_DOUBLE);
+    return FromInteger(sName, Bits, CTYPE_DOUBLE);
 }
 
 CSymbol CSymbol::FromMemory(const QString& sName, ELF_SYM_HANDLE hType, const CCType& Type, U32 Addr, U32 Size)
@@ -157,7 +157,7 @@ CSymbol CSymbol::MakeMember(ELF_SYM_HANDLE hMember, U32 Offset) const
     CSymbol Member;
     Member.hSym = hMember;
     Member.Name = QString::fromUtf8(ELF_GetSymName(hMember));
-    Member.Type = CCType::FromSymbol(hMember);
+    Member.Type = EVAL_GetType(hMember);
     Member.hType = ELF_GetSymType(hMember, true);
     Member.ByteSize = Member.Type.Size ? Member.Type.Size : ELF_GetSymSize(hMember);
     Member.BitSize = ELF_GetSymBitSize(hMember);
@@ -172,7 +172,7 @@ int CSymbol::GetChildCount() const
 {
     const CProgLock Lock;
     switch (GetKind()) {
-    case SYMBOL_ARRAY: return Dims.isEmpty() ? int(Type.ElementCount) : int(Dims.first());
+    case SYMBOL_ARRAY: return Dims.isEmpty() ? int(Type.NumElems) : int(Dims.first());
     case SYMBOL_POINTER: return hType && ELF_GetSymType(hType) ? 1 : 0;
     case SYMBOL_AGGREGATE: return int(DataMembers(hType).size() + ELF_GetSymBaseCount(hType));
     default: return 0;
@@ -243,7 +243,7 @@ CSymbol CSymbol::GetElement(I64 Index) const
     if (Element.Dims.isEmpty()) {
         Element.hType = hType ? ELF_GetSymType(hType) : 0;
         Element.ElemSize = 0;
-        Element.Type = Element.hType ? CCType::FromSymbol(Element.hType) : CCType::FromId(Type.TypeId);
+        Element.Type = Element.hType ? EVAL_GetType(Element.hType) : EVAL_MakeType(Type.TypeId);
     } else {
         // One dimension less of the same array type.
         Element.hType = hType;
@@ -261,7 +261,7 @@ CSymbol CSymbol::GetPointee(I64 Index) const
     I64 Address = 0;
     const bool HasValue = GetInteger(&Address);
     if (!hTarget && Type.Declarators.isEmpty()) return {};
-    CCType TargetType = hTarget ? CCType::FromSymbol(hTarget) : CCType::FromId(Type.TypeId);
+    CCType TargetType = hTarget ? EVAL_GetType(hTarget) : EVAL_MakeType(Type.TypeId);
     const U32 Size = TargetType.Size ? TargetType.Size : 1;
     CSymbol Target = FromMemory({}, hTarget, TargetType, U32(Address + Index * I64(Size)), Size);
     Target.Name = QStringLiteral("%1[%2]").arg(Name).arg(Index);
@@ -328,7 +328,7 @@ bool CSymbol::GetInteger(I64* pValue) const
 
 bool CSymbol::GetDouble(double* pValue) const
 {
-    if (Type.IsFloat()) {
+    if (EVAL_IsFloat(Type)) {
         if (Value.size() == 4) {
             float f = 0;
             std::memcpy(&f, Value.constData(), 4);

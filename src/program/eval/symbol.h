@@ -9,7 +9,7 @@
 // place, so it outlives its parent. An empty symbol (no name, no type) stands for one that does not exist.
 #pragma once
 #include "app/services/types.h"
-#include "program/eval/cctype.h"
+#include "program/eval/evaltype.h"
 #include "program/symbols/elfsym.h"
 
 #include <QByteArray>

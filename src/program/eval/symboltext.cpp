@@ -83,7 +83,7 @@ QString CSymbol::GetScalarText(int Radix) const
 {
     I64 Integer = 0;
     const U32 Bits = BitSize ? BitSize : U32(Value.size()) * 8;
-    if (Type.IsFloat() && Radix != 16 && Radix != 2) {
+    if (EVAL_IsFloat(Type) && Radix != 16 && Radix != 2) {
         double Double = 0;
         if (!GetDouble(&Double)) return {};
         return QString::number(Double, 'g', Value.size() == 4 ? 9 : 17);
@@ -91,12 +91,12 @@ QString CSymbol::GetScalarText(int Radix) const
     if (!GetInteger(&Integer)) return {};
     const bool Signed = Type.IsSignedIntegral();
     const QString sNumber = FormatInteger(Integer, Signed, Bits, Radix);
-    if (Type.TypeId == CC_ENUM && hType) {
+    if (Type.TypeId == CTYPE_ENUM && hType) {
         const CProgLock Lock;
         if (const QString sName = EnumeratorName(hType, Integer); !sName.isEmpty())
             return QStringLiteral("%1 (%2)").arg(sName, sNumber);
     }
-    if (Type.TypeId == CC_BOOL) return Integer ? QStringLiteral("true") : QStringLiteral("false");
+    if (Type.TypeId == CTYPE_BOOL) return Integer ? QStringLiteral("true") : QStringLiteral("false");
     return sNumber;
 }
 
@@ -106,14 +106,14 @@ QString CSymbol::GetValueStr(int Radix) const
     if (IsFunction) return FormatInteger(GetMemAddr(), false, 32, 16);
     const SYMBOL_KINDS Kind = GetKind();
     if (Kind == SYMBOL_AGGREGATE) return {};
-    const bool IsChars = Type.TypeId == CC_CHAR || Type.TypeId == CC_UCHAR;
-    if (Kind == SYMBOL_ARRAY) return Type.TypeId == CC_CHAR && Dims.size() == 1 ? GetCharText() : QString();
+    const bool IsChars = Type.TypeId == CTYPE_CHAR || Type.TypeId == CTYPE_UCHAR;
+    if (Kind == SYMBOL_ARRAY) return Type.TypeId == CTYPE_CHAR && Dims.size() == 1 ? GetCharText() : QString();
     if (Value.isEmpty()) return {};
     if (Radix == RADIX_CHAR) return IsChars ? GetCharText() : GetScalarText(10);
     const int Shown = Radix ? Radix : Kind == SYMBOL_POINTER ? 16 : 10;
     QString s = GetScalarText(Shown);
-    const bool IsString = Kind == SYMBOL_POINTER && Type.Declarators.size() == 1 && Type.TypeId == CC_CHAR;
-    if (IsString || (Kind == SYMBOL_SCALAR && Type.TypeId == CC_CHAR && !BitSize))
+    const bool IsString = Kind == SYMBOL_POINTER && Type.Declarators.size() == 1 && Type.TypeId == CTYPE_CHAR;
+    if (IsString || (Kind == SYMBOL_SCALAR && Type.TypeId == CTYPE_CHAR && !BitSize))
         if (const QString sChars = GetCharText(); !sChars.isEmpty()) s += QLatin1Char(' ') + sChars;
     return s;
 }
