@@ -136,13 +136,22 @@ void OnElfDiag(const ELF_DIAG* pDiag)
 /// The unwinder's way to target data: answers come back through a listener of its own.
 class CUnwindReader : public CDeviceEventListener {
 public:
+    /// Asks for what lies at the location itself: the unwinder adds the location's offset to the answer.
+    int Read(const ELF_SYM_LOC& Loc, U32 nBytes)
+    {
+        m_Asked = m_Plain = Loc;
+        m_Plain.aPart[0].Offset = 0;
+        return CDeviceDataManager::Get().ReadSymDataCached(this, m_Plain, nBytes, nullptr) == CDeviceDataManager::REFUSED
+                   ? -1
+                   : 0;
+    }
     void OnDeviceReadLocDone(const ELF_SYM_LOC& Loc, U32 nBytes, const char*, U8* paData) override
     {
-        CCallStack::GetInstance().OnReadLocDone(Loc, nBytes, paData);
+        if (ELF_LocIsEqual(Loc, m_Plain)) CCallStack::GetInstance().OnReadLocDone(m_Asked, nBytes, paData);
     }
     void OnDeviceReadLocFailed(const ELF_SYM_LOC& Loc, U32 nBytes, const char*, U8*) override
     {
-        CCallStack::GetInstance().OnReadLocDone(Loc, nBytes, nullptr);
+        if (ELF_LocIsEqual(Loc, m_Plain)) CCallStack::GetInstance().OnReadLocDone(m_Asked, nBytes, nullptr);
     }
     void OnDeviceReadLocsDone(U32 Cnt, ELF_SYM_LOC*, U64* paValues, U8* paStatus, U32 Tag) override
     {
@@ -157,6 +166,10 @@ public:
     void OnDeviceWriteAccess() override { CCallStack::GetInstance().Invalidate(); }
     void OnDeviceResumeDone(RESUME_MODES) override { CCallStack::GetInstance().Invalidate(); }
     void OnDeviceDisconnectDone() override { CCallStack::GetInstance().Clear(); }
+
+private:
+    ELF_SYM_LOC m_Asked{}; ///< the location under way, as the unwinder knows it
+    ELF_SYM_LOC m_Plain{}; ///< and without its offset
 };
 
 CUnwindReader* s_pUnwindReader = nullptr;
@@ -166,12 +179,7 @@ void WireUnwinder()
     if (!s_pUnwindReader) s_pUnwindReader = new CUnwindReader;
     UNWIND_HOOKS Hooks;
     Hooks.IsTargetHalted = [] { return CDevice::Get().IsConnected() && CDevice::Get().IsHalted(); };
-    Hooks.ReadLoc = [](const ELF_SYM_LOC& Loc, U32 NumBytes) {
-        return CDeviceDataManager::Get().ReadSymDataCached(s_pUnwindReader, Loc, NumBytes, nullptr) ==
-                       CDeviceDataManager::REFUSED
-                   ? -1
-                   : 0;
-    };
+    Hooks.ReadLoc = [](const ELF_SYM_LOC& Loc, U32 NumBytes) { return s_pUnwindReader->Read(Loc, NumBytes); };
     Hooks.ReadMem = [](U32 Addr, U32 NumBytes, void* pData) {
         return CDeviceDataManager::Get().ReadMemBlocking(Addr, NumBytes, pData);
     };

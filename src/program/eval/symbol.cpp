@@ -277,9 +277,7 @@ I64 CSymbol::GetMemAddr() const
 {
     if (Loc.NumParts == 0 || !ELF_LocIsMemory(Loc)) return -1;
     const ELF_SYM_LOC_PART& Part = Loc.aPart[0];
-    if (Part.Type == ELF_LOC_MEM_FIXED) return Part.Addr;
-    if (Part.Type == ELF_LOC_MEM_ADDR_OFFSET) return I64(U32(Part.Addr + U32(Part.Offset)));
-    return -1;
+    return Part.Type == ELF_LOC_MEM_FIXED ? I64(Part.Addr) : -1;
 }
 
 int CSymbol::Read()
