@@ -48,7 +48,7 @@ const CBatchRunner::DIRECTIVE CBatchRunner::DIRECTIVES[] = {
     {"quit", 0, &CBatchRunner::DoQuit},
 };
 
-CBatchRunner::CBatchRunner(const QString& sFile, bool KeepGoing) : m_sFile(sFile), m_KeepGoing(KeepGoing)
+CBatchRunner::CBatchRunner(const QString& sFile, bool KeepGoing) : m_sFile(sFile), m_KeepGoing(KeepGoing), m_PaintPacer(&CMainWindow::Get())
 {
     CConsoleWindow::Get().SetTranscriptSink([this](const QString& sText, bool) { Print(sText); });
     CMessageBox::SetInterceptor([this](const QString& sTitle, const QString& sText, CMessageBox::BUTTONS Buttons) {
@@ -134,6 +134,8 @@ bool CBatchRunner::WaitUntil(const std::function<bool()>& Done, int Ms)
         CConsoleWindow::Get().Flush();
         // Twice in a row: a queued call of the last event may only now start new work.
         Idle = Done() ? Idle + 1 : 0;
+        if (Idle == 0 && CDevice::Get().IsIdle())
+            for (CWindow* pWindow : CMainWindow::Get().GetWindows()) pWindow->FlushUpdate();
         if (Idle >= 2) return true;
         if (Time.elapsed() > Ms) return false;
         if (Idle == 0) QThread::usleep(50);

@@ -8,6 +8,7 @@
 // Main thread only.
 #pragma once
 #include "app/batch/batchscript.h"
+#include "app/batch/paintpacer.h"
 #include "app/services/types.h"
 
 #include <QElapsedTimer>
@@ -76,6 +77,7 @@ private:
     QStringList m_Lines;
     int m_Status = BATCH_OK;
     bool m_Quit = false;
+    CPaintPacer m_PaintPacer;
     QString m_sFirstFailure;
     bool m_CommandFailed = false; ///< the present step has failed by its own check
     QStringList m_StepOutput;     ///< what the present step printed

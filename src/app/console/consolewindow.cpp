@@ -228,7 +228,7 @@ void CConsoleWindow::SetLogFile(QString sPath)
 
 bool CConsoleWindow::IsUpdatePending() const
 {
-    return m_UpdateTimer.isActive() || !m_Ring.IsEmpty();
+    return !m_Ring.IsEmpty(); // the timer runs on for a while after the last message
 }
 
 // ---- Text

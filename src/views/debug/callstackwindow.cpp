@@ -78,6 +78,13 @@ bool CCallStackWindow::IsEmpty() const
     return !m_pStack || !IsTargetConnected() || m_pStack->rowCount() == 0;
 }
 
+void CCallStackWindow::OnContentChanged()
+{
+    // The rows come back in a moment; the hint of an empty window would only flicker at each step.
+    if (m_IsUnwinding && IsEmpty()) return;
+    CModelViewWindow::OnContentChanged();
+}
+
 void CCallStackWindow::Clear()
 {
     m_IsUnwinding = false;
@@ -131,6 +138,7 @@ void CCallStackWindow::OnCallStackUnwinded()
     if (NumFrames > 0) SetCurrentItem(m_pStack->index(0, 0));
     if (IsVisible()) ResizeColumnsToContents();
     GetVarValue(PREF_CALLSTACK_LAYOUT) == LAYOUT_CURRENT_AT_BOTTOM ? ScrollToBottom() : ScrollToTop();
+    OnContentChanged();
     emit CallStackChanged();
 }
 

@@ -37,6 +37,7 @@ public slots:
     void OnNextFrameUnwinded();
     void OnBacktraceSelectionChanged(I64 InstIdx) override;
     void OnOpened() override;
+    void OnContentChanged() override;
     void OnActionCurrFrameOnTopTriggered();
 
 protected:

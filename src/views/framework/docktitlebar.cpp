@@ -85,11 +85,17 @@ void CDockTitleBar::UpdateButtons()
 
 QSize CDockTitleBar::sizeHint() const
 {
-    QFont Bold = font();
-    Bold.setBold(true);
-    const QFontMetrics Metrics(Bold);
-    return QSize(Metrics.horizontalAdvance(m_pDock->GetTitle()) + 2 * TEXT_MARGIN + 46,
-                 qMax(Metrics.height() + 10, 24));
+    // Qt asks many times in every layout of the main window, and measuring text is slow.
+    const QString sTitle = m_pDock->GetTitle();
+    if (sTitle != m_sHintTitle || font() != m_HintFont || !m_Hint.isValid()) {
+        m_sHintTitle = sTitle;
+        m_HintFont = font();
+        QFont Bold = font();
+        Bold.setBold(true);
+        const QFontMetrics Metrics(Bold);
+        m_Hint = QSize(Metrics.horizontalAdvance(sTitle) + 2 * TEXT_MARGIN + 46, qMax(Metrics.height() + 10, 24));
+    }
+    return m_Hint;
 }
 
 QSize CDockTitleBar::minimumSizeHint() const

@@ -1,6 +1,7 @@
 // CDockTitleBar, the title of a dock with its float and close buttons; it stands out while the dock has the
 // focus.
 #pragma once
+#include <QFont>
 #include <QWidget>
 
 class CDockWindow;
@@ -28,4 +29,7 @@ private:
     QToolButton* m_pButtonFloat = nullptr;
     QToolButton* m_pButtonClose = nullptr;
     bool m_Highlighted = false;
+    mutable QSize m_Hint; ///< for the title and font below; invalid at first
+    mutable QString m_sHintTitle;
+    mutable QFont m_HintFont;
 };

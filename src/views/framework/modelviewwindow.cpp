@@ -275,6 +275,12 @@ bool CModelViewWindow::IsUpdatePending() const
 {
     return m_UpdateTimer.isActive();
 }
+void CModelViewWindow::FlushUpdate()
+{
+    if (!m_UpdateTimer.isActive()) return;
+    m_UpdateTimer.stop();
+    OnUpdateTimerTimeout();
+}
 void CModelViewWindow::OnUpdateTimerTimeout()
 {
     UpdateItems();

@@ -109,6 +109,7 @@ public:
     QStringList GetText(int Depth = -1) override;
     bool PrepareText(int Depth) override;
     bool IsUpdatePending() const override;
+    void FlushUpdate() override;
     void SetFont(int FontID, QFont& Font) override;
     void SetPreference(int SysVarID, I64 Value) override;
     void ShowContextMenu(QPoint Pos) override;

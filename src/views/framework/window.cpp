@@ -105,6 +105,7 @@ bool CWindow::PrepareText(int)
 {
     return false;
 }
+void CWindow::FlushUpdate() {}
 bool CWindow::IsUpdatePending() const
 {
     return false;

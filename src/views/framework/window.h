@@ -69,6 +69,8 @@ public:
     virtual bool PrepareText(int Depth);
     /// True while an update is scheduled or bulk work runs on a timer.
     virtual bool IsUpdatePending() const;
+    /// Does an update now that waits for its timer; for those who cannot see and so need not wait.
+    virtual void FlushUpdate();
     ///@}
 
     /// \name Look

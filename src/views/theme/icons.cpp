@@ -136,8 +136,26 @@ QIcon GetIcon(const QString& sName)
 
 void PaintIcon(QPainter& Painter, const QString& sName, const QRectF& Rect, const QColor& Stroke)
 {
-    QSvgRenderer* pRenderer = GetRenderer(sName, Stroke);
-    if (!pRenderer) return;
-    Painter.setRenderHint(QPainter::Antialiasing);
-    pRenderer->render(&Painter, Rect);
+    // Marks stand in many rows that are painted at every step; a drawing is rendered once for each size.
+    const qreal Ratio = Painter.device()->devicePixelRatioF();
+    const QSize Size = (Rect.size() * Ratio).toSize();
+    const QString sKey = QStringLiteral("mark_%1_%2_%3x%4_%5")
+                             .arg(GetDrawingName(sName), Stroke.name(QColor::HexArgb))
+                             .arg(Size.width())
+                             .arg(Size.height())
+                             .arg(CTheme::IsDark());
+    QPixmap Pixmap;
+    if (!QPixmapCache::find(sKey, &Pixmap)) {
+        QSvgRenderer* pRenderer = GetRenderer(sName, Stroke);
+        if (!pRenderer || Size.isEmpty()) return;
+        Pixmap = QPixmap(Size);
+        Pixmap.fill(Qt::transparent);
+        QPainter Drawing(&Pixmap);
+        Drawing.setRenderHint(QPainter::Antialiasing);
+        pRenderer->render(&Drawing, QRectF(QPointF(), QSizeF(Size)));
+        Drawing.end();
+        Pixmap.setDevicePixelRatio(Ratio);
+        QPixmapCache::insert(sKey, Pixmap);
+    }
+    Painter.drawPixmap(Rect.topLeft().toPoint(), Pixmap);
 }
