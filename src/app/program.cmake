@@ -5,5 +5,5 @@ target_link_libraries(vantrel PRIVATE vantrel_flags app_shell app_batch app_serv
   project_settings device_queue device_target views_framework views_theme Qt6::Widgets)
 set_target_properties(vantrel PROPERTIES BUILD_RPATH "$ORIGIN/../lib" INSTALL_RPATH "$ORIGIN/../lib")
 
-# What a user needs: the program, the probe library, the core plug-ins and the example programs.
-add_custom_target(product DEPENDS vantrel bryllo CorePluginARM examples)
+# What a user needs: the program, the probe library, the core plug-ins, the register descriptions and the example programs.
+add_custom_target(product DEPENDS vantrel bryllo bryllo_svd CorePluginARM examples)

@@ -122,6 +122,7 @@ QString CBatchRunner::GetUnsettled() const
     if (!CDevice::Get().IsIdle()) return QStringLiteral("the device is busy");
     for (const CWindow* pWindow : CMainWindow::Get().GetWindows())
         if (pWindow->IsUpdatePending()) return QStringLiteral("window %1 has an update to do").arg(pWindow->GetName());
+    if (CMainWindow::Get().IsMessageBoxPending()) return QStringLiteral("a message is about to be shown");
     return {};
 }
 
@@ -208,16 +209,27 @@ CWindow* CBatchRunner::RequireWindow(const QString& sName)
     return pWindow;
 }
 
+bool CBatchRunner::RequireMs(const BATCH_STEP& Step, int* pMs)
+{
+    bool Ok = false;
+    *pMs = Step.Args[0].toInt(&Ok);
+    return (Ok && *pMs >= 0) || Fail(QStringLiteral("@%1: not a number: %2").arg(Step.Name, Step.Args[0]));
+}
+
 bool CBatchRunner::DoWaitHalt(const BATCH_STEP& Step)
 {
     const CDevice& Dev = CDevice::Get();
-    if (WaitUntil([this, &Dev] { return Dev.IsHalted() && IsSettled(); }, Step.Args[0].toInt())) return true;
+    int Ms = 0;
+    if (!RequireMs(Step, &Ms)) return false;
+    if (WaitUntil([this, &Dev] { return Dev.IsHalted() && IsSettled(); }, Ms)) return true;
     return Fail(QStringLiteral("not halted after %1 ms").arg(Step.Args[0]));
 }
 
 bool CBatchRunner::DoWaitIdle(const BATCH_STEP& Step)
 {
-    if (WaitUntil([this] { return IsSettled(); }, Step.Args[0].toInt())) return true;
+    int Ms = 0;
+    if (!RequireMs(Step, &Ms)) return false;
+    if (WaitUntil([this] { return IsSettled(); }, Ms)) return true;
     return Fail(QStringLiteral("not idle after %1 ms").arg(Step.Args[0]));
 }
 

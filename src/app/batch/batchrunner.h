@@ -55,6 +55,7 @@ private:
     bool IsSettled() const { return GetUnsettled().isEmpty(); }
     bool WaitUntil(const std::function<bool()>& Done, int Ms);
     CWindow* RequireWindow(const QString& sName);
+    bool RequireMs(const BATCH_STEP& Step, int* pMs); ///< the first argument as milliseconds
 
     bool DoWaitHalt(const BATCH_STEP& Step);
     bool DoWaitIdle(const BATCH_STEP& Step);

@@ -282,6 +282,17 @@ template <BP_STATES STATE, bool MUST_EXIST> void OnWatchpoint(int Id)
         CDevice::Get().SetWatchpointsAsync(U32(List.size()), List.constData());
 }
 
+void OnBreakOnChange(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const QString sSymbol = GetActionParam(Id);
+    CExpression Expr(sSymbol);
+    if (Expr.Evaluate() < 0 || Expr.GetResult().GetMemAddr() < 0)
+        return SetActionError(Id, QStringLiteral("could not resolve the memory location of this symbol ") + sSymbol);
+    ::PerformAction(ACT_BREAK_SET_ON_SYMBOL, sSymbol, QStringLiteral("AT_WRITE_ONLY"), QStringLiteral("AW_ANY"),
+                    QStringLiteral("0"), QStringLiteral("FFFFFFFF"));
+}
+
 // ---- Tracepoints ---------------------------------------------------------------------------------------
 
 bool FindTracepoint(U32 Addr, TP* pTp)
@@ -355,6 +366,7 @@ void RegisterBreakCommands()
         SetCommandHandler(Id, OnWatchpoint<BP_STATE_ON, true>);
     for (const int Id : {ACT_BREAK_DISABLE_ON_DATA, ACT_BREAK_DISABLE_ON_SYMBOL})
         SetCommandHandler(Id, OnWatchpoint<BP_STATE_DISABLED, true>);
+    SetCommandHandler(ACT_BREAK_ON_CHANGE, OnBreakOnChange);
     SetCommandHandler(ACT_TRACE_SET_POINT, OnTraceSetPoint);
     for (const int Id : {ACT_TRACE_CLEAR_POINT, ACT_TRACE_ENABLE_POINT, ACT_TRACE_DISABLE_POINT})
         SetCommandHandler(Id, OnTraceEditPoint);

@@ -101,6 +101,7 @@ public:
     /// The window that answers to a name; hidden ones first, or only visible ones. Null if none.
     CWindow* FindWindow(const QString& sName, bool OnlyVisible) const;
     const QList<CWindow*>& GetWindows() const { return m_Windows; }
+    bool IsMessageBoxPending() const { return m_MessageBoxTimer.isActive(); } ///< "Break at Symbol" is to be shown
     const SESSION_WINDOWS& GetSessionWindows() const { return m_W; }
     bool ShowWindow(const QString& sName);          ///< false: unknown window
     bool CloseWindow(const QString& sName);         ///< empty: the focused one; false: unknown window
@@ -202,6 +203,7 @@ private:
     void PerformInitialProgramOperation();
     bool RunToBreakSymbol();
     void ResolveBreakSymbol();
+    void ClearProgramWindows();
     void UpdateConnectionLabel();
     void UpdateModeButtons();
     void RefreshTraceWindows();

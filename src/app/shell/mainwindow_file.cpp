@@ -188,6 +188,14 @@ bool CMainWindow::CreateProjectFromCmdLine()
 
 // ---- Programs ------------------------------------------------------------------------------------------
 
+/// The source window keeps its documents, and the console what was said up to here: the echo of the commands and the
+/// errors of a project's first lines are still to be read.
+void CMainWindow::ClearProgramWindows()
+{
+    for (CWindow* pWindow : m_Windows)
+        if (pWindow != this && pWindow != m_W.pSource && pWindow != m_W.pConsole) pWindow->Clear();
+}
+
 void CMainWindow::CloseProgram()
 {
     const std::lock_guard Lock(CDevice::Get().GetDeviceMutex());
@@ -195,9 +203,9 @@ void CMainWindow::CloseProgram()
     CProject::Get().SetProgramFile({});
     m_S.sProgramPath.clear();
     ClearProgramData();
+    ResolveBreakSymbol(); // the address of the program that goes is none of the next session's
     CDeviceDataManager::Get().Invalidate();
-    for (CWindow* pWindow : m_Windows)
-        if (pWindow != this && pWindow != m_W.pSource) pWindow->Clear();
+    ClearProgramWindows();
 }
 
 void CMainWindow::OpenDataFile(const QString& sPath)
@@ -219,8 +227,7 @@ void CMainWindow::OpenElfDataFile(const QString& sPath)
     CDevice& Dev = CDevice::Get();
     CDeviceDataManager::Get().Invalidate();
     if (!Dev.IsHalted()) Dev.ResetTargetExecStateAsync();
-    for (CWindow* pWindow : m_Windows)
-        if (pWindow != this && pWindow != m_W.pSource) pWindow->Clear();
+    ClearProgramWindows();
     int Result = 0;
     {
         const std::lock_guard Lock(Dev.GetDeviceMutex());
@@ -236,6 +243,7 @@ void CMainWindow::OpenElfDataFile(const QString& sPath)
         // The reason is in the console already; the project keeps no program that isn't there.
         CProject::Get().SetProgramFile({});
         m_S.sProgramPath.clear();
+        ResolveBreakSymbol();
         CStatusBar::Get().SetStatusMessage(QStringLiteral("Ready"));
         UpdateActions();
         UpdateTitle();
@@ -262,8 +270,7 @@ void CMainWindow::OpenOtherDataFile(const QString& sPath, bool Binary)
         PROG_Unload();
     }
     CProject::Get().SetProgramFile(sPath);
-    for (CWindow* pWindow : m_Windows)
-        if (pWindow != this && pWindow != m_W.pSource) pWindow->Clear();
+    ClearProgramWindows();
     if (!Dev.IsHalted()) {
         Dev.ResetTargetExecStateAsync();
         Dev.WaitForJob(BT_RESET_TARGET_EXEC_STATE, false, 100);

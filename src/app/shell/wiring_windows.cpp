@@ -31,11 +31,12 @@
 
 namespace {
 
-/// Loads the core support of the selected device. False when there is none for it.
+/// Loads the core support of the selected device. False when there is none for it; that of the device before is
+/// unloaded all the same, and an unknown device is told.
 bool LoadCorePlugin()
 {
     const U32 CoreId = CDeviceTarget::Get().GetInfo().CoreId;
-    const bool Loaded = CoreId != 0 && Core_Load(int(CoreId)) >= 0;
+    const bool Loaded = Core_Load(int(CoreId)) >= 0;
     if (Loaded && PROG_IsLoaded()) {
         // A program that was opened before its core support has not been decoded yet.
         Core::ClearCache();

@@ -178,7 +178,12 @@ EVAL_TEXT EVAL_GetText(const QString& sExpr)
         return Text;
     }
     CSymbol Result = Expr.GetResult();
-    if (!Result.IsFunction) Result.Read();
+    const EVAL_HOOKS& Hooks = EVAL_GetHooks();
+    const bool CanRead = Hooks.IsConnected && Hooks.IsConnected() && Result.Loc.NumParts > 0 && Result.ByteSize > 0;
+    if (!Result.IsFunction && Result.Read() < 0 && CanRead) {
+        Text.sError = GetCodeText(EXPR_READ_ERROR);
+        return Text;
+    }
     Text.sValue = Result.GetValueStr(0);
     Text.sType = Result.GetTypeStr();
     Text.sLocation = Result.GetLocationStr();

@@ -77,7 +77,7 @@ public:
     static void ResetMemory();                           ///< forgets every "Do not show again"
     static void
     SetCheckBoxAllowed(std::function<bool()> Allowed); ///< PREF_DIALOG_SHOW_DNSA; default: allowed
-    static BUTTON GetDefaultButton(BUTTONS Buttons);   ///< Yes, Ok, Save, or the first offered
+    static BUTTON GetDefaultButton(BUTTONS Buttons);   ///< Yes, Ok, Save, Ignore, or the first offered
     static QString GetButtonName(int Button);          ///< "Yes", "No", "Cancel", "OK", ...
     static QStringList GetButtonNames(BUTTONS Buttons);
     static int FindButton(const QString& sName,
