@@ -104,9 +104,12 @@ void CMainWindow::OnTabBarUpdateTimerTimeout()
 
 void CMainWindow::OnWindowStatusTextChanged()
 {
-    auto* pWindow = qobject_cast<CWindow*>(sender());
-    if (!pWindow || !pWindow->HasFocus()) return;
-    QString sText = pWindow->GetStatusText();
+    const auto* pWindow = qobject_cast<CWindow*>(sender());
+    if (!pWindow) return;
+    // The window with the focus has the field; one without a text of its own leaves it to the source window.
+    QString sText;
+    for (const CWindow* pFocused : m_Windows)
+        if (pFocused != this && pFocused->HasFocus()) sText = pFocused->GetStatusText();
     if (sText.isEmpty()) sText = m_W.pSource->GetStatusText();
     CStatusBar::Get().SetActiveWindowStatus(sText);
 }

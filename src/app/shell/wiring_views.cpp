@@ -148,7 +148,9 @@ VIEW_BREAKPOINT MakeRow(const CBreakpoint& Record)
     Row.Loc = Record.Loc;
     if (Record.Loc.IsValid()) {
         Row.sLocation = PROG_GetSrcLocText(Record.Loc);
-        if (CDevice::Get().IsConnected()) Row.sImpl = BPTypeText(Record.PermittedImpl);
+        // What the target really uses; a line whose addresses differ says so.
+        if (CDevice::Get().IsConnected())
+            Row.sImpl = BPTypeText(Record.PermittedImpl == BP_TYPE_MIXED ? U32(BP_TYPE_MIXED) : Record.ActualImpl);
         return Row;
     }
     Row.Addr = U32(Record.Addr);

@@ -3,10 +3,10 @@
 namespace {
 
 constexpr TABLE_COLUMN aColumns[NUM_LOCALS_COLUMNS] = {
-    {"Name", COLUMN_TEXT, 120},
-    {"Value", COLUMN_NUMERIC, 130},
-    {"Location", COLUMN_HEX | COLUMN_NUMERIC, 90},
-    {"Size", COLUMN_DEC | COLUMN_NUMERIC, 50, "Bytes"},
+    {"Name", COLUMN_TEXT, 118},
+    {"Value", COLUMN_NUMERIC, 124},
+    {"Location", COLUMN_HEX | COLUMN_NUMERIC, 84},
+    {"Size", COLUMN_DEC | COLUMN_NUMERIC, 46, "Bytes"},
     {"Type", COLUMN_VALUE_FONT | COLUMN_TEXT, 120},
     {"Scope", COLUMN_TEXT, 90},
 };

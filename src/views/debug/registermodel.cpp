@@ -5,7 +5,7 @@
 
 namespace {
 enum COLUMNS { COL_NAME, COL_VALUE, COL_ADDRESS, COL_DESCRIPTION, NUM_COLUMNS };
-constexpr TABLE_COLUMN aColumns[] = {{"Name", COLUMN_TEXT, 190},
+constexpr TABLE_COLUMN aColumns[] = {{"Name", COLUMN_TEXT, 140},
                                      {"Value", COLUMN_NUMERIC, 110},
                                      {"Address", COLUMN_HEX, 90},
                                      {"Description", COLUMN_TEXT, 160}};
