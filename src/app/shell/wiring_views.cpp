@@ -1,4 +1,5 @@
 // What the debug views ask: places of the program, instructions, breakpoints, frames, registers and values.
+#include "app/shell/breakpointdialog.h"
 #include "app/shell/localsreader.h"
 #include "app/shell/mainwindow.h"
 #include "app/shell/sourcelines.h"
@@ -237,6 +238,9 @@ void WireBreakpoints(DEBUG_VIEW_HOOKS& Hooks)
         return Point;
     };
     Hooks.GetBreakpoints = GetBreakpointRows;
+    Hooks.EditBreakpoint = [](const VIEW_BREAKPOINT& Row) {
+        if (Row.Kind == VIEW_BREAKPOINT::CODE) CBreakpointDialog::Edit(Row.sLocation, &CMainWindow::Get());
+    };
 }
 
 // ---- Call stack ----------------------------------------------------------------------------------------

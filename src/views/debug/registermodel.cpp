@@ -8,7 +8,7 @@ enum COLUMNS { COL_NAME, COL_VALUE, COL_ADDRESS, COL_DESCRIPTION, NUM_COLUMNS };
 constexpr TABLE_COLUMN aColumns[] = {{"Name", COLUMN_TEXT, 165},
                                      {"Value", COLUMN_NUMERIC, 105},
                                      {"Address", COLUMN_HEX, 80},
-                                     {"Description", COLUMN_TEXT, 160}};
+                                     {"Description", COLUMN_TEXT, 140}};
 static_assert(std::size(aColumns) == NUM_COLUMNS);
 constexpr int MAX_BATCH = 256; ///< registers in one request
 const QString sUnknown = QStringLiteral("--------");
