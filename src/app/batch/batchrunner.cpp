@@ -12,6 +12,7 @@
 #include "views/framework/messagebox.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QPixmap>
@@ -25,6 +26,7 @@ namespace {
 /// Longest time that a line may take to settle. A target that runs is settled; what is waited for are jobs, updates and
 /// steps under way, so a line that isn't settled by then is not going to be.
 constexpr int SETTLE_MS = 20'000;
+constexpr int DISPLAY_DELAY_MS = 250; ///< longest timer of a display that gathers changes
 
 } // namespace
 
@@ -298,6 +300,10 @@ bool CBatchRunner::DoScreenshot(const BATCH_STEP& Step)
         if (!pWindow) return false;
         pWidget = pWindow;
     }
+    // The status bar and other displays gather changes in short timers; a picture shows what a user would see.
+    QElapsedTimer Painted;
+    Painted.start();
+    WaitUntil([&Painted] { return Painted.elapsed() >= DISPLAY_DELAY_MS; }, 2 * DISPLAY_DELAY_MS);
     const QString sPath = Step.Args[0];
     QDir().mkpath(QFileInfo(sPath).absolutePath());
     return pWidget->grab().save(sPath, "PNG") || Fail(QStringLiteral("could not write ") + sPath);

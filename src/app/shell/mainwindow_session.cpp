@@ -148,7 +148,7 @@ void CMainWindow::RunEventOrDefault(int EventId)
     if (BScript::HasEvent(EventId))
         BScript::ExecScriptFunction(EventId);
     else
-        CDevice::Get().SetTargetExecStateAsync(0, 0);
+        CDevice::Get().SetResetStateAsync();
 }
 
 void CMainWindow::OnDeviceConnectDone(CONNECT_MODES Mode)

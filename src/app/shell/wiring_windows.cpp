@@ -8,7 +8,9 @@
 #include "app/shell/mainwindow.h"
 #include "app/shell/sourcelines.h"
 #include "app/shell/wiring.h"
+#include "core/cache/core.h"
 #include "core/host/corecalls.h"
+#include "core/host/corehooks.h"
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
 #include "device/target/devicetarget.h"
@@ -35,6 +37,11 @@ bool LoadCorePlugin()
 {
     const U32 CoreId = CDeviceTarget::Get().GetInfo().CoreId;
     const bool Loaded = CoreId != 0 && Core_Load(int(CoreId)) >= 0;
+    if (Loaded && PROG_IsLoaded()) {
+        // A program that was opened before its core support has not been decoded yet.
+        Core::ClearCache();
+        Core::AnalyzeProgram();
+    }
     if (CMainWindow::Exists()) CMainWindow::Get().UpdateActions();
     return Loaded;
 }
@@ -107,6 +114,9 @@ void WireProject(CMainWindow& Main)
     Hooks.DataEndianMatches = [] { return (GetProgramFaults() & CORE_PROGRAM_DATA_ORDER) == 0; };
     Hooks.InstEndianMatches = [] { return (GetProgramFaults() & CORE_PROGRAM_INST_ORDER) == 0; };
     Hooks.SysVarChanged = [&Main](int VarID, I64 Value) { emit Main.SysVarEdited(VarID, Value); };
+    Hooks.PreferenceChanged = [&Main](int VarID, I64 Value) {
+        for (CWindow* pWindow : Main.GetWindows()) pWindow->SetPreference(VarID, Value);
+    };
     Hooks.RelocateSymbols = [](const QString& sSymbols, int Offset) {
         const CProgLock Lock;
         return ELF_AddRelocation(sSymbols.toUtf8().constData(), Offset) == 0;
@@ -121,6 +131,15 @@ void WireProject(CMainWindow& Main)
     Hooks.ShowErrorBox = [](const QString& sText) { CMessageBox::ShowInfo(QStringLiteral("Project Warning"), sText); };
     Hooks.ShowConsole = [&Main] { Main.ShowWindow(QStringLiteral("Console")); };
     CProject::Get().SetHooks(Hooks);
+
+    CORE_HOOKS& CoreHooks = Core_GetHooks();
+    CoreHooks.SetProjectPluginPath = [](const QString& sPath) { CProject::Get().SetCorePluginFile(sPath); };
+    // Batch mode answers no file dialogs: there a missing plug-in is an error at once.
+    CoreHooks.IsInteractive = [] { return !CMessageBox::GetInterceptor(); };
+    CoreHooks.AskPluginPath = [&Main](const QString& sTitle, const QString& sText) {
+        CMessageBox::ShowInfo(sTitle, sText);
+        return QFileDialog::getOpenFileName(&Main, sTitle, {}, QStringLiteral("Plugins (*.so)"));
+    };
 }
 
 void WireEnvironment()

@@ -130,6 +130,8 @@ public:
     int MeasureCoreSpeedAsync();
     int ResetTargetExecStateAsync();
     int SetTargetExecStateAsync(U64 PC, U64 SP); ///< 0, 0 reads both from the target
+    /// The core plug-in sets PC and SP to the program's reset values; the report is that of SetTargetExecState.
+    int SetResetStateAsync();
     int SetSemihostingInputTextAsync(U32 StrLen, const char* sText);
 
     /// Copies the record, its dynamic parameters included, into a slot and wakes the worker. A refused job's

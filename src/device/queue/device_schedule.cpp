@@ -345,6 +345,7 @@ int CDevice::GetDeviceInfoAsync(const char* sDeviceName)
 int CDevice::MeasureCoreSpeedAsync() { return _ScheduleSimple(BT_MEASURE_CORE_SPEED); }
 int CDevice::ResetTargetExecStateAsync() { return _ScheduleSimple(BT_RESET_TARGET_EXEC_STATE); }
 int CDevice::SetTargetExecStateAsync(U64 PC, U64 SP) { return _ScheduleSimple(BT_SET_TARGET_EXEC_STATE, PC, SP); }
+int CDevice::SetResetStateAsync() { return _ScheduleSimple(BT_SET_TARGET_EXEC_STATE, 0, 0, 1); }
 
 int CDevice::SetSemihostingInputTextAsync(U32 StrLen, const char* sText)
 {

@@ -14,26 +14,6 @@
 namespace {
 constexpr U32 MAX_SYM_BYTES = 8;
 
-bool IsMemoryPart(U32 Type)
-{
-    switch (Type) {
-    case ELF_LOC_MEM_FIXED:
-    case ELF_LOC_MEM_ADDR_OFFSET:
-    case ELF_LOC_MEM_REG_OFFSET:
-    case ELF_LOC_MEM_SP_OFFSET:
-    case ELF_LOC_MEM_FB_OFFSET:
-    case ELF_LOC_MEM_CFA_OFFSET:
-    case ELF_LOC_ENTRY_VALUE:
-    case ELF_LOC_COMPUTED:
-        return true;
-    default:
-        return false;
-    }
-}
-bool IsRegisterPart(U32 Type)
-{
-    return Type == ELF_LOC_REG || Type == ELF_LOC_REG_OFFSET;
-}
 bool IsConstant(const ELF_SYM_LOC& Loc)
 {
     return Loc.NumParts == 1 && Loc.aPart[0].Type == ELF_LOC_CONST;
@@ -102,10 +82,10 @@ int CDeviceDataManager::_ReadSymDataFromCache(const ELF_SYM_LOC& Loc, U32 nBytes
         }
         U8 aData[MAX_SYM_BYTES] = {};
         U8 Status;
-        if (IsMemoryPart(Part.Type)) {
+        if (ELF_IsMemPart(Part.Type)) {
             Status = _ReadImage(Part.Addr, Size, sZone, aData, nullptr);
             SwapIfBig(aData, Size);
-        } else if (IsRegisterPart(Part.Type)) {
+        } else if (ELF_IsRegPart(Part.Type)) {
             U64 Value = 0;
             Status = _ReadRegPiece(Part.Reg, &Value);
             std::memcpy(aData, &Value, Size);
@@ -161,7 +141,7 @@ int CDeviceDataManager::ReadSymDataCached(CDeviceEventListener* pListener, const
         return ReadUncachedSymDataAsync(Loc, nBytes, sUsed) < 0 ? REFUSED : PARKED;
     }
     if (!ELF_LocIsValid(Loc)) return REFUSED;
-    if (HasPart(Loc, IsRegisterPart) || !HasPart(Loc, IsMemoryPart)) return SERVED;
+    if (HasPart(Loc, ELF_IsRegPart) || !HasPart(Loc, ELF_IsMemPart)) return SERVED;
     _InvalidateCache(Loc, nBytes, sUsed);
     _Park(REQ_SYM, Payload, pListener);
     return ReadUncachedSymDataAsync(Loc, nBytes, sUsed) < 0 ? REFUSED : PARKED;
@@ -176,10 +156,10 @@ int CDeviceDataManager::ReadUncachedSymDataAsync(const ELF_SYM_LOC& Loc, U32 nBy
     QList<U32> Regs;
     for (U32 i = 0; i < NumParts(Loc); i++) {
         const ELF_SYM_LOC_PART& Part = Loc.aPart[i];
-        if (IsMemoryPart(Part.Type)) {
+        if (ELF_IsMemPart(Part.Type)) {
             const U32 AW = U32(GetVarValue(VAR_ACCESS_WIDTH));
             if (_ScheduleMemRead(Part.Addr, PartSize(Part, nBytes), sZone, 0, AW, 0) < 0) return -1;
-        } else if (IsRegisterPart(Part.Type)) {
+        } else if (ELF_IsRegPart(Part.Type)) {
             const U32 Idx = Core_GetRegId(Part.Reg);
             if (m_Regs.GetStatus(Idx) == DATA_UNREAD && !Regs.contains(Idx)) Regs << Idx;
         } else if (Part.Type != ELF_LOC_CONST) {
@@ -201,8 +181,8 @@ void CDeviceDataManager::_InvalidateCache(const ELF_SYM_LOC& Loc, U32 nBytes, co
     CMemImage* pImage = _FindZone(sZone, false);
     for (U32 i = 0; i < NumParts(Loc); i++) {
         const ELF_SYM_LOC_PART& Part = Loc.aPart[i];
-        if (IsRegisterPart(Part.Type)) m_Regs.SetStatus(Core_GetRegId(Part.Reg), DATA_UNREAD);
-        if (IsMemoryPart(Part.Type) && pImage) pImage->SetStatus(Part.Addr, PartSize(Part, nBytes), DATA_UNREAD);
+        if (ELF_IsRegPart(Part.Type)) m_Regs.SetStatus(Core_GetRegId(Part.Reg), DATA_UNREAD);
+        if (ELF_IsMemPart(Part.Type) && pImage) pImage->SetStatus(Part.Addr, PartSize(Part, nBytes), DATA_UNREAD);
     }
 }
 
@@ -226,9 +206,9 @@ int CDeviceDataManager::ReadSymDataBlocking(const ELF_SYM_LOC& Loc, U32 nBytes, 
             }
         } else {
             if (!ELF_LocIsValid(Loc)) return REFUSED;
-            if (HasPart(Loc, IsMemoryPart))
+            if (HasPart(Loc, ELF_IsMemPart))
                 _InvalidateCache(Loc, nBytes, sUsed);
-            else if (!HasPart(Loc, IsRegisterPart))
+            else if (!HasPart(Loc, ELF_IsRegPart))
                 return REFUSED;
         }
         Answer = _ReadSymDataFromTarget(Loc, nBytes, sUsed, aData);
@@ -250,13 +230,13 @@ int CDeviceDataManager::_ReadSymDataFromTarget(const ELF_SYM_LOC& Loc, U32 nByte
             LogError("CDeviceDataManager::_ReadSymDataFromTarget: not all data bytes were read successfully.");
             return REFUSED;
         }
-        if (IsMemoryPart(Part.Type)) {
+        if (ELF_IsMemPart(Part.Type)) {
             U8 aStatus[MAX_SYM_BYTES];
             if (Target.ReadMemBlocking(Part.Addr, sZone, Size, pOut + Pos, aStatus) < 0) return REFUSED;
             // The library hands single items over in the host's order, all else in the target's.
             const bool IsItem = Part.Addr % Size == 0 && (Size == 2 || Size == 4 || (Size == 8 && !sZone));
             if (!IsItem) SwapIfBig(pOut + Pos, Size);
-        } else if (IsRegisterPart(Part.Type)) {
+        } else if (ELF_IsRegPart(Part.Type)) {
             U64 Value = 0;
             auto* pfTask = TARGET_GetHooks().GetTaskReg;
             const int TaskAnswer = pfTask ? pfTask(Part.Reg, &Value) : -1;
@@ -296,19 +276,19 @@ void CDeviceDataManager::_UpdateCache(int Status, const ELF_SYM_LOC& Loc, U32 nB
             LogError("CDeviceDataManager::UpdateCache: input data buffer is too small");
             return;
         }
-        const U32 RegIdx = IsRegisterPart(Part.Type) ? Core_GetRegId(Part.Reg) : 0xFFFFFFFF;
+        const U32 RegIdx = ELF_IsRegPart(Part.Type) ? Core_GetRegId(Part.Reg) : 0xFFFFFFFF;
         if (Status != SERVED) {
-            if (IsMemoryPart(Part.Type) && pImage) pImage->SetStatus(Part.Addr, Size, DATA_INVALID);
-            if (IsRegisterPart(Part.Type) && !IsTask) m_Regs.SetStatus(RegIdx, DATA_INVALID);
+            if (ELF_IsMemPart(Part.Type) && pImage) pImage->SetStatus(Part.Addr, Size, DATA_INVALID);
+            if (ELF_IsRegPart(Part.Type) && !IsTask) m_Regs.SetStatus(RegIdx, DATA_INVALID);
         } else if (Part.Offset == 0) { // a value plus offset is not what lies there
-            if (IsMemoryPart(Part.Type) && pImage) {
+            if (ELF_IsMemPart(Part.Type) && pImage) {
                 U8 aData[MAX_SYM_BYTES] = {};
                 std::memcpy(aData, pData + Pos, Size);
                 SwapIfBig(aData, Size);
                 pImage->Write(Part.Addr, Size, aData, nullptr);
             }
             // Fewer bytes than the register has say nothing about the rest of it.
-            if (IsRegisterPart(Part.Type) && Size == MAX_SYM_BYTES && !IsTask) {
+            if (ELF_IsRegPart(Part.Type) && Size == MAX_SYM_BYTES && !IsTask) {
                 U64 Value;
                 std::memcpy(&Value, pData + Pos, sizeof Value);
                 m_Regs.Set(RegIdx, Value, DATA_VALID);
@@ -335,7 +315,7 @@ int CDeviceDataManager::WriteSymDataAsync(const ELF_SYM_LOC& Loc, U32 nBytes, co
             LogError("CDeviceDataManager::WriteSymDataAsync: input buffer has insufficient byte size");
             return -1;
         }
-        if (IsMemoryPart(Part.Type) && Part.Offset == 0) {
+        if (ELF_IsMemPart(Part.Type) && Part.Offset == 0) {
             U8 aData[MAX_SYM_BYTES];
             std::memcpy(aData, pBytes + Pos, Size);
             // Single items go to the library in the host's order.

@@ -104,6 +104,8 @@ int ExecMeasureCoreSpeed(CDevice&, DEVICE_JOB& Job)
 
 int ExecSetTargetExecState(CDevice& Dev, DEVICE_JOB& Job)
 {
+    // A program without reset values, or a plug-in that knows none, leaves PC and SP where the reset left them.
+    if (Job.Param[2] != 0 && Dev.State.HaltedRaw) Core_SetResetState();
     const int Ret = T().SetTargetExecState(Job.Param[0], Job.Param[1]);
     if (Ret < 0) return Ret;
     // The listeners get the state in force, also where the job asked to read it.

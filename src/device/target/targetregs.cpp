@@ -12,23 +12,6 @@
 namespace {
 constexpr U32 REG_NONE = 0xFFFFFFFF;
 constexpr U8 REG_NOT_READ = 255;
-
-bool IsMemoryPart(U32 Type)
-{
-    switch (Type) {
-    case ELF_LOC_MEM_FIXED:
-    case ELF_LOC_MEM_ADDR_OFFSET:
-    case ELF_LOC_MEM_REG_OFFSET:
-    case ELF_LOC_MEM_SP_OFFSET:
-    case ELF_LOC_MEM_FB_OFFSET:
-    case ELF_LOC_MEM_CFA_OFFSET:
-    case ELF_LOC_ENTRY_VALUE:
-    case ELF_LOC_COMPUTED:
-        return true;
-    default:
-        return false;
-    }
-}
 } // namespace
 
 /// A mode bit in the PC does not reach the user.
@@ -161,9 +144,9 @@ int CDeviceTarget::ReadLocs(U32 Cnt, const ELF_SYM_LOC* paDataLocs, U64* paOutVa
         const U32 Type = Loc.NumParts > 0 ? Part.Type : U32(ELF_LOC_NONE);
         U64 Value = 0;
         bool Ok = false;
-        if (Type == ELF_LOC_REG || Type == ELF_LOC_REG_OFFSET) {
+        if (ELF_IsRegPart(Type)) {
             Ok = ReadReg(Core_GetRegId(Part.Reg), &Value) == 0;
-        } else if (IsMemoryPart(Type)) {
+        } else if (ELF_IsMemPart(Type)) {
             U8 aData[4] = {};
             U8 aStatus[4];
             Ok = ReadMem(Part.Addr, 4, 0, AW, 0, nullptr, aData, aStatus) == 4;

@@ -24,11 +24,13 @@ bool IsClass(const CSymbol& s, U32 Classes)
 {
     if (s.IsEmpty()) return false;
     const bool IsPointer = s.GetKind() == SYMBOL_POINTER;
+    const U32 Tag = s.hType ? ELF_GetSymTag(s.hType) : ELF_BAD_TAG;
+    const bool IsReference = Tag == ELF_TAG_REFERENCE || Tag == ELF_TAG_RVALUE_REFERENCE;
     const bool IsNamedPointer = IsPointer && s.Type.Declarators.size() <= 1 && s.hType;
     return ((Classes & CLS_ANY) != 0) || ((Classes & CLS_POINTER) && IsPointer) ||
            ((Classes & CLS_ARRAY) && s.GetKind() == SYMBOL_ARRAY) || ((Classes & CLS_BASE) && EVAL_IsBase(s.Type)) ||
            ((Classes & CLS_INTEGRAL) && s.Type.IsIntegral()) ||
-           ((Classes & CLS_NAMED) && s.GetKind() == SYMBOL_AGGREGATE) ||
+           ((Classes & CLS_NAMED) && (s.GetKind() == SYMBOL_AGGREGATE || IsReference)) ||
            ((Classes & CLS_NAMED_POINTER) && IsNamedPointer) ||
            ((Classes & CLS_IDENTIFIER) && EXPR_IsIdentifier(s.Name));
 }

@@ -356,6 +356,26 @@ bool IsRegisterType(U32 Type)
 
 } // namespace
 
+bool ELF_IsMemPart(U32 LocType)
+{
+    switch (LocType) {
+    case ELF_LOC_MEM_FIXED:
+    case ELF_LOC_MEM_ADDR_OFFSET:
+    case ELF_LOC_MEM_REG_OFFSET:
+    case ELF_LOC_MEM_SP_OFFSET:
+    case ELF_LOC_MEM_FB_OFFSET:
+    case ELF_LOC_MEM_CFA_OFFSET:
+    case ELF_LOC_ENTRY_VALUE:
+    case ELF_LOC_COMPUTED: return true;
+    default: return false;
+    }
+}
+
+bool ELF_IsRegPart(U32 LocType)
+{
+    return LocType == ELF_LOC_REG || LocType == ELF_LOC_REG_OFFSET;
+}
+
 ELF_SYM_LOC ELF_GetSymLoc(ELF_SYM_HANDLE hSym, U32 PC)
 {
     if (const ELF_SYMBOL* pSym = ElfSymFind(hSym)) {

@@ -108,6 +108,8 @@ int ELF_GetArrayInfo(ELF_SYM_HANDLE hSym, ELF_ARRAY_INFO* pInfo);
 
 /// Where the symbol's data lies at a PC; PC 0 or 0xFFFFFFFF takes the first location there is.
 ELF_SYM_LOC ELF_GetSymLoc(ELF_SYM_HANDLE hSym, U32 PC);
+bool ELF_IsMemPart(U32 LocType); ///< an evaluated part of this type names bytes in memory
+bool ELF_IsRegPart(U32 LocType); ///< ... a register
 bool ELF_LocIsValid(const ELF_SYM_LOC& Loc);
 bool ELF_LocIsMixed(const ELF_SYM_LOC& Loc);
 bool ELF_LocIsRegister(const ELF_SYM_LOC& Loc);

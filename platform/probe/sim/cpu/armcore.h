@@ -198,6 +198,9 @@ struct ArmCore {
     void InvalidateCode(uint32_t Addr, uint32_t NumBytes);
     void FlushTlb();
     void UpdateTlbAllowed();
+    enum class MpuAccess : uint8_t { Read, Write, Fetch };
+    // Bytes of the single accesses that this one is made of; 0: a fault was raised.
+    unsigned CheckAccess(uint32_t Addr, unsigned Size, MpuAccess Kind, bool Priv);
     bool LoadSlow(uint32_t Addr, unsigned Size, uint32_t& Value, unsigned Flags);
     bool StoreSlow(uint32_t Addr, unsigned Size, uint32_t Value, unsigned Flags);
     // Aligned access without alignment, MPU and watch checks; false: bus error, nothing raised.
@@ -209,7 +212,6 @@ struct ArmCore {
     bool DebugAccess(uint32_t Addr, unsigned Size, uint32_t& Value, bool Write);
 
     // === armmpu.cpp =====================================================================
-    enum class MpuAccess : uint8_t { Read, Write, Fetch };
     bool MpuAllows(uint32_t Addr, MpuAccess Kind, bool Priv) const;
     bool MpuEnabled() const { return Scs.MpuCtrl & 1; }
     uint32_t MpuRead(uint32_t Offset) const;

@@ -107,6 +107,7 @@ void OpNop(ArmCore& C, const Op& O);
 void OpWfi(ArmCore& C, const Op& O);
 void OpWfe(ArmCore& C, const Op& O);
 void OpSev(ArmCore& C, const Op& O);
+Handler HintHandler(unsigned Hint); // NOP for YIELD, DBG and the unallocated ones
 void OpClrex(ArmCore& C, const Op& O);
 void OpCps(ArmCore& C, const Op& O); // Sub: bit 4 disable, bit 1 PRIMASK, bit 0 FAULTMASK
 void OpMrs(ArmCore& C, const Op& O); // Rd, Sub: SYSm

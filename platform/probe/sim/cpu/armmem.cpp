@@ -179,23 +179,30 @@ bool ArmCore::BusFaultIgnored(uint32_t Addr)
     return true;
 }
 
-bool ArmCore::LoadSlow(uint32_t Addr, unsigned Size, uint32_t& Value, unsigned Flags)
+unsigned ArmCore::CheckAccess(uint32_t Addr, unsigned Size, MpuAccess Kind, bool Priv)
 {
-    bool Priv = IsPrivileged() && !(Flags & kAccUnpriv);
     unsigned Chunk = Size;
     if (Addr & (Size - 1)) {
         if (IsV6M || (Scs.Ccr & 8) || IsSystem(Addr)) {
             RaiseFault(FaultKind::Unaligned, Addr);
-            return false;
+            return 0;
         }
         Chunk = 1;
     }
     if (MpuEnabled())
         for (unsigned i = 0; i < Size; i += Chunk)
-            if (!MpuAllows(Addr + i, MpuAccess::Read, Priv)) {
+            if (!MpuAllows(Addr + i, Kind, Priv)) {
                 RaiseFault(FaultKind::DataMpu, Addr);
-                return false;
+                return 0;
             }
+    return Chunk;
+}
+
+bool ArmCore::LoadSlow(uint32_t Addr, unsigned Size, uint32_t& Value, unsigned Flags)
+{
+    bool Priv = IsPrivileged() && !(Flags & kAccUnpriv);
+    unsigned Chunk = CheckAccess(Addr, Size, MpuAccess::Read, Priv);
+    if (Chunk == 0) return false;
     uint32_t Result = 0;
     for (unsigned i = 0; i < Size; i += Chunk) {
         uint32_t Part = 0;
@@ -219,20 +226,8 @@ bool ArmCore::LoadSlow(uint32_t Addr, unsigned Size, uint32_t& Value, unsigned F
 bool ArmCore::StoreSlow(uint32_t Addr, unsigned Size, uint32_t Value, unsigned Flags)
 {
     bool Priv = IsPrivileged() && !(Flags & kAccUnpriv);
-    unsigned Chunk = Size;
-    if (Addr & (Size - 1)) {
-        if (IsV6M || (Scs.Ccr & 8) || IsSystem(Addr)) {
-            RaiseFault(FaultKind::Unaligned, Addr);
-            return false;
-        }
-        Chunk = 1;
-    }
-    if (MpuEnabled())
-        for (unsigned i = 0; i < Size; i += Chunk)
-            if (!MpuAllows(Addr + i, MpuAccess::Write, Priv)) {
-                RaiseFault(FaultKind::DataMpu, Addr);
-                return false;
-            }
+    unsigned Chunk = CheckAccess(Addr, Size, MpuAccess::Write, Priv);
+    if (Chunk == 0) return false;
     if (Size < 4) Value &= (1u << (8 * Size)) - 1;
     for (unsigned i = 0; i < Size; i += Chunk) {
         uint32_t Part = Value >> (8 * (Config.BigEndianData ? Size - Chunk - i : i));

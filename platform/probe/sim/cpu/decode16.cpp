@@ -198,7 +198,6 @@ void Multiple(Op& O, bool IsLoad, unsigned Rn, uint32_t List, uint32_t Flags)
 
 void Hints(const DecodeContext& X, uint32_t I, Op& O)
 {
-    O.Fn = &OpNop;
     if (I & 15) { // IT
         if (X.C.IsV6M || X.InIt) {
             O.Fn = &OpUndef;
@@ -208,19 +207,7 @@ void Hints(const DecodeContext& X, uint32_t I, Op& O)
         }
         return;
     }
-    switch (I >> 4 & 15) {
-    case 2:
-        O.Fn = &OpWfe;
-        break;
-    case 3:
-        O.Fn = &OpWfi;
-        break;
-    case 4:
-        O.Fn = &OpSev;
-        break;
-    default:
-        break;
-    }
+    O.Fn = HintHandler(I >> 4 & 15);
 }
 
 void Misc(const DecodeContext& X, uint32_t I, Op& O)

@@ -378,20 +378,7 @@ void MiscControl(uint32_t I, Op& O)
 void WideHint(uint32_t I, Op& O)
 {
     if (Field(I, 10, 8) != 0) return; // CPS.W belongs to other profiles
-    switch (I & 0xFF) {
-    case 2:
-        O.Fn = &OpWfe;
-        break;
-    case 3:
-        O.Fn = &OpWfi;
-        break;
-    case 4:
-        O.Fn = &OpSev;
-        break;
-    default:
-        O.Fn = &OpNop;
-        break; // NOP, YIELD, DBG and the unallocated ones
-    }
+    O.Fn = HintHandler(I & 0xFF);
 }
 
 void BranchOrControl(const DecodeContext& X, uint32_t I, Op& O)

@@ -165,6 +165,16 @@ void OpSev(ArmCore& C, const Op&)
 {
     C.EventReg = true;
 }
+
+Handler HintHandler(unsigned Hint)
+{
+    switch (Hint) {
+    case 2: return &OpWfe;
+    case 3: return &OpWfi;
+    case 4: return &OpSev;
+    default: return &OpNop;
+    }
+}
 void OpClrex(ArmCore& C, const Op&)
 {
     C.ExclActive = false;
