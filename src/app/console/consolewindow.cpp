@@ -7,6 +7,7 @@
 #include "app/services/mainthread.h"
 #include "app/services/timetext.h"
 #include "project/settings/appearance.h"
+#include "views/theme/theme.h"
 
 #include <QLineEdit>
 #include <QScrollBar>
@@ -16,7 +17,7 @@
 namespace {
 constexpr int UPDATE_INTERVAL_MS = 100;
 constexpr int MAX_MESSAGES_PER_UPDATE = 100;
-constexpr U32 DARK_BLUE = 0xFF00008Bu;
+constexpr int PROPERTY_COLOR_ID = QTextFormat::UserProperty + 1; ///< of a text in a colour of the colour table
 
 CConsoleWindow* pInstance = nullptr;
 
@@ -139,7 +140,7 @@ void CConsoleWindow::_OnLogged(const QString& sText, U32 Flags)
     if (Flags & (MSG_ERROR | MSG_WARNING))
         Look.ColorID = COLOR_LOGGING_ERROR;
     else if (Flags & MSG_DARK)
-        Look.Color = DARK_BLUE;
+        Look.ColorID = COLOR_LOGGING_BRYLLO;
     Look.IsError = Flags & MSG_ERROR;
     if (Look.IsError) m_NumLogErrors.fetch_add(1, std::memory_order_relaxed);
     _Write(sText, Look);
@@ -187,9 +188,11 @@ void CConsoleWindow::_ShowMessage(const CONSOLE_MESSAGE& Message)
     }
     // The default colour isn't written into the text, so that old lines follow a change of the style.
     m_Format.clearForeground();
-    if (Look.ColorID >= 0 && Look.ColorID < NUM_COLORS)
-        m_Format.setForeground(GetColor(Look.ColorID));
-    else if (Look.ColorID < 0 && Look.Color != m_DefaultColor)
+    m_Format.clearProperty(PROPERTY_COLOR_ID);
+    if (Look.ColorID >= 0 && Look.ColorID < NUM_COLORS) {
+        m_Format.setForeground(CTheme::GetColor(Look.ColorID));
+        m_Format.setProperty(PROPERTY_COLOR_ID, Look.ColorID);
+    } else if (Look.ColorID < 0 && Look.Color != m_DefaultColor)
         m_Format.setForeground(QColor::fromRgba(Look.Color));
 
     QTextBlockFormat Block;
@@ -205,6 +208,34 @@ void CConsoleWindow::_ShowMessage(const CONSOLE_MESSAGE& Message)
     if (NumStamps > 0) AppendText(m_pSidebar, QStringList(NumStamps, sTime).join('\n'), {}, Block, m_HasText);
     m_HasText = true;
     ResizeSidebarToOptWidth();
+}
+
+void CConsoleWindow::_RecolorText()
+{
+    struct STRETCH {
+        int Pos;
+        int Length;
+        int ColorID;
+    };
+    QList<STRETCH> Stretches;
+    for (QTextBlock Block = m_pText->document()->begin(); Block.isValid(); Block = Block.next()) {
+        for (auto it = Block.begin(); !it.atEnd(); ++it) {
+            const QTextFragment Fragment = it.fragment();
+            const QTextCharFormat Format = Fragment.charFormat();
+            if (Format.hasProperty(PROPERTY_COLOR_ID))
+                Stretches.append({Fragment.position(), Fragment.length(), Format.intProperty(PROPERTY_COLOR_ID)});
+        }
+    }
+    QTextCursor Cursor(m_pText->document());
+    Cursor.beginEditBlock();
+    for (const STRETCH& Stretch : Stretches) {
+        Cursor.setPosition(Stretch.Pos);
+        Cursor.setPosition(Stretch.Pos + Stretch.Length, QTextCursor::KeepAnchor);
+        QTextCharFormat Format;
+        Format.setForeground(CTheme::GetColor(Stretch.ColorID));
+        Cursor.mergeCharFormat(Format);
+    }
+    Cursor.endEditBlock();
 }
 
 void CConsoleWindow::Clear()

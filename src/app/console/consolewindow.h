@@ -118,6 +118,7 @@ private:
     int _Drain(int MaxMessages); ///< number of messages taken
     void _ShowMessage(const CONSOLE_MESSAGE& Message);
     void _ShowEndOfText();
+    void _RecolorText(); ///< gives what is shown the colours of the table as they are now
     void _UpdateHorzBar();
     void _CompleteInput();
     int _GetLineHeight() const;

@@ -4,14 +4,16 @@
 #include "project/settings/appearance.h"
 #include "project/settings/settingsnotifier.h"
 #include "project/settings/sysvars.h"
+#include "views/theme/icons.h"
+#include "views/theme/theme.h"
 
 #include <QAction>
 #include <QEvent>
 #include <QFrame>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPainter>
 #include <QPalette>
 #include <QScrollBar>
 #include <QStyle>
@@ -22,6 +24,22 @@
 
 namespace {
 constexpr int SIDEBAR_MARGIN = 10;
+constexpr int PROMPT_SIZE = 12;
+constexpr int PROMPT_MARGIN = 6;
+
+/// The mark in front of the input line; painted, so that it follows the colours of the desktop.
+class CPrompt : public QWidget {
+public:
+    explicit CPrompt(QWidget* pParent) : QWidget(pParent) { setFixedWidth(PROMPT_SIZE + 2 * PROMPT_MARGIN); }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter Painter(this);
+        const QRectF Rect(PROMPT_MARGIN, (height() - PROMPT_SIZE) / 2.0, PROMPT_SIZE, PROMPT_SIZE);
+        PaintIcon(Painter, QStringLiteral("node-expand"), Rect, palette().color(QPalette::Link));
+    }
+};
 
 QTextEdit* MakeTextEdit(QWidget* pParent, const char* sName)
 {
@@ -75,14 +93,15 @@ void CConsoleWindow::_BuildWidgets()
 
     auto* pInputLine = new QWidget(pCentral);
     auto* pInputRow = MakeRow(pInputLine);
-    auto* pArrow = new QLabel(pInputLine);
-    const int IconSize = style()->pixelMetric(QStyle::PM_SmallIconSize);
-    pArrow->setPixmap(style()->standardIcon(QStyle::SP_ArrowRight).pixmap(IconSize));
+    auto* pPrompt = new CPrompt(pInputLine);
     m_pInput = new QLineEdit(pInputLine);
     m_pInput->setObjectName("lineEditInput");
     m_pInput->setFrame(false);
+    m_pInput->setAccessibleName(QStringLiteral("Command"));
+    m_pInput->setPlaceholderText(QStringLiteral("Enter a command, ? lists all"));
     m_pInput->installEventFilter(this);
-    pInputRow->addWidget(pArrow);
+    pInputRow->addWidget(pPrompt);
+    pInputRow->setContentsMargins(0, 3, 4, 3);
     pInputRow->addWidget(m_pInput, 1);
     pColumn->addWidget(pInputLine);
 
@@ -121,6 +140,8 @@ void CConsoleWindow::_BuildActions()
     connect(&Notifier, &CSettingsNotifier::FontChanged, this, [this](int FontID) {
         if (FontID == FONT_CONSOLE) _ApplyFont();
     });
+    connect(&Notifier, &CSettingsNotifier::ColorChanged, this, &CConsoleWindow::_RecolorText);
+    connect(&CTheme::Get(), &CTheme::SchemeChanged, this, &CConsoleWindow::_RecolorText);
 }
 
 // ---- Look

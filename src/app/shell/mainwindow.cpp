@@ -7,6 +7,7 @@
 #include "app/services/log.h"
 #include "app/services/settingsstore.h"
 #include "app/shell/commandtable.h"
+#include "app/shell/welcomescreen.h"
 #include "app/shell/wiring.h"
 #include "core/host/corehost.h"
 #include "device/breakpoints/breakpointsdatamodel.h"
@@ -31,6 +32,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
 
@@ -176,12 +178,45 @@ void CMainWindow::OnWindowShown()
         CreateProjectFromCmdLine();
     } else if (!m_RecentProjects.isEmpty() && GetVarValue(PREF_START_WITH_MOST_RECENT_PROJ)) {
         ::PerformAction(ACT_FILE_OPEN, m_RecentProjects.first());
-    } else {
+    } else if (m_RecentProjects.isEmpty() && !GetCmdLineArgs().BatchFile.isEmpty()) {
+        ::PerformAction(ACT_FILE_NEW_PROJECT); // a run without hands begins with its first line
+    } else if (m_RecentProjects.isEmpty() && GetAction(ACT_FILE_NEW_PROJECT_WIZARD)) {
         ::PerformAction(ACT_FILE_NEW_PROJECT);
+        ::PerformAction(ACT_FILE_NEW_PROJECT_WIZARD);
+    } else {
+        ShowWelcomeScreen();
     }
     OnSideBarStateChanged();
     for (const QString& sName : GetUnknownActionNames())
         qWarning("Unknown GUI action could not be linked: %s", qPrintable(sName));
+}
+
+void CMainWindow::ShowWelcomeScreen()
+{
+    const CWelcomeScreen::SELECTION Choice = CWelcomeScreen::Ask(m_RecentProjects, this);
+    switch (Choice.Result) {
+    case WELCOME_OPEN_PROJECT:
+        if (const QString sPath = AskProjectPath(); !sPath.isEmpty())
+            ::PerformAction(ACT_FILE_OPEN, sPath);
+        else
+            ::PerformAction(ACT_FILE_NEW_PROJECT);
+        break;
+    case WELCOME_OPEN_RECENT:
+        ::PerformAction(ACT_FILE_OPEN, Choice.sPath);
+        break;
+    default:
+        ::PerformAction(ACT_FILE_NEW_PROJECT);
+        if (Choice.Result == WELCOME_NEW_PROJECT && GetAction(ACT_FILE_NEW_PROJECT_WIZARD))
+            ::PerformAction(ACT_FILE_NEW_PROJECT_WIZARD);
+    }
+}
+
+QString CMainWindow::AskProjectPath()
+{
+    const QString sPath = QFileDialog::getOpenFileName(this, QStringLiteral("Open Project"), m_sDefaultDirOpen,
+                                                       QStringLiteral("Project Files (*.bdebug);;All Files (*)"));
+    if (!sPath.isEmpty()) m_sDefaultDirOpen = QFileInfo(sPath).absolutePath();
+    return sPath;
 }
 
 void CMainWindow::closeEvent(QCloseEvent* pEvent)

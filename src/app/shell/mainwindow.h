@@ -222,6 +222,9 @@ private:
     void LoadDefaultRegisterSet();
     void ShowProjectWarnings();
 
+    void ShowWelcomeScreen();
+    QString AskProjectPath(); ///< empty if the user called it off
+
     bool HandleKey(QKeyEvent* pKey);
 
     SESSION_STATE m_S;

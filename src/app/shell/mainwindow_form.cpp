@@ -20,8 +20,10 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QMenuBar>
+#include <QScreen>
 #include <QToolBar>
 #include <QToolButton>
 
@@ -30,6 +32,16 @@ namespace {
 constexpr char GROUP_MAIN[] = "AppData/MainWindow";
 constexpr char GROUP_DEBUG[] = "AppData/Perspectives/Debug";
 constexpr int MAX_RECENT = 10;
+
+/// Room for all windows of the default layout, as far as the screen has it.
+QSize GetFirstSize()
+{
+    constexpr QSize WANTED(1600, 1000);
+    constexpr QSize USABLE(1024, 700); // a screen that reports less can't be believed
+    const QScreen* pScreen = QGuiApplication::primaryScreen();
+    const QSize Screen = pScreen ? pScreen->availableGeometry().size() : QSize();
+    return Screen.width() < USABLE.width() || Screen.height() < USABLE.height() ? WANTED : WANTED.boundedTo(Screen);
+}
 
 const ACTION_LOOK* FindLook(int ID)
 {
@@ -92,6 +104,10 @@ void CMainWindow::BuildMenus()
                 pMenu->addAction(pAction);
         }
     }
+    // A menu without a single command would open as an empty frame.
+    for (const MENU_LAYOUT& Layout : MENUS)
+        if (Layout.NumEntries > 0 && m_apMenu[size_t(Layout.Index)]->isEmpty())
+            m_apMenu[size_t(Layout.Index)]->menuAction()->setVisible(false);
     m_apMenu[MENU_CONNECT]->setIcon(GetIcon(QStringLiteral("control-power-green")));
     m_apMenu[MENU_RESET]->setIcon(GetIcon(QStringLiteral("reset")));
     connect(m_apMenu[MENU_WINDOW], &QMenu::aboutToShow, this, &CMainWindow::UpdateWindowMenu);
@@ -206,9 +222,9 @@ void CMainWindow::ApplyDefaultLayout()
         pWindow->GetDock()->show();
     m_W.pCallStack->GetDock()->raise();
     m_W.pRegisters->GetDock()->raise();
-    resizeDocks({m_W.pBreakpoints->GetDock(), m_W.pRegisters->GetDock()}, {240, 360}, Qt::Horizontal);
-    resizeDocks({m_W.pCallStack->GetDock(), m_W.pRegisters->GetDock()}, {180, 360}, Qt::Vertical);
-    resizeDocks({m_W.pConsole->GetDock()}, {190}, Qt::Vertical);
+    resizeDocks({m_W.pBreakpoints->GetDock(), m_W.pRegisters->GetDock()}, {300, 500}, Qt::Horizontal);
+    resizeDocks({m_W.pCallStack->GetDock(), m_W.pRegisters->GetDock()}, {230, 480}, Qt::Vertical);
+    resizeDocks({m_W.pConsole->GetDock()}, {210}, Qt::Vertical);
 }
 
 void CMainWindow::RestoreAppData()
@@ -219,7 +235,7 @@ void CMainWindow::RestoreAppData()
     m_RecentProjects = Store.Read(GROUP_MAIN, "RecentProjects", {}).toStringList();
     m_RecentPrograms = Store.Read(GROUP_MAIN, "RecentPrograms", {}).toStringList();
     RebuildRecentMenus();
-    resize(1440, 900);
+    resize(GetFirstSize());
     ApplyDefaultLayout();
     if (const QByteArray Geometry = Store.Read(GROUP_MAIN, "Geometry", {}).toByteArray(); !Geometry.isEmpty())
         restoreGeometry(Geometry);

@@ -104,12 +104,39 @@ void CMainWindow::OnTabBarUpdateTimerTimeout()
 
 void CMainWindow::OnWindowStatusTextChanged()
 {
-    auto* pWindow = qobject_cast<CWindow*>(sender());
-    if (!pWindow || !pWindow->HasFocus()) return;
-    QString sText = pWindow->GetStatusText();
+    const auto* pWindow = qobject_cast<CWindow*>(sender());
+    if (!pWindow) return;
+    // The window with the focus has the field; one without a text of its own leaves it to the source window.
+    QString sText;
+    for (const CWindow* pFocused : m_Windows)
+        if (pFocused != this && pFocused->HasFocus()) sText = pFocused->GetStatusText();
     if (sText.isEmpty()) sText = m_W.pSource->GetStatusText();
     CStatusBar::Get().SetActiveWindowStatus(sText);
 }
+
+namespace {
+
+/// The letter by which an action is reached in its menu; null for none.
+QChar GetMnemonic(int Action)
+{
+    for (const ACTION_LOOK& Look : ACTION_LOOKS) {
+        if (Look.ID != Action) continue;
+        const QString sText = QString::fromLatin1(Look.Text).remove(QStringLiteral("&&"));
+        const qsizetype Pos = sText.indexOf(u'&');
+        return Pos >= 0 && Pos + 1 < sText.size() ? sText[Pos + 1] : QChar();
+    }
+    return {};
+}
+
+/// A window's name as the text of a menu entry, reached by the same letter as in the view menu.
+QString GetEntryText(const QString& sName, QChar Mnemonic)
+{
+    const qsizetype Pos = Mnemonic.isNull() ? -1 : sName.indexOf(Mnemonic);
+    const auto Double = [](QString sPart) { return sPart.replace(u'&', QLatin1String("&&")); };
+    return Pos < 0 ? Double(sName) : Double(sName.left(Pos)) + u'&' + Double(sName.mid(Pos));
+}
+
+} // namespace
 
 void CMainWindow::UpdateWindowMenu()
 {
@@ -124,13 +151,13 @@ void CMainWindow::UpdateWindowMenu()
     std::sort(Open.begin(), Open.end(),
               [](CWindow* a, CWindow* b) { return a->GetDisplayName() < b->GetDisplayName(); });
     for (CWindow* pWindow : Open) {
-        QAction* pEntry = pMenu->addAction(pWindow->GetDisplayName().replace('&', "&&"));
+        QAction* pEntry = pMenu->addAction(GetEntryText(pWindow->GetDisplayName(), GetMnemonic(m_WindowOfAction.key(pWindow, -1))));
         pEntry->setCheckable(true);
         pEntry->setChecked(pWindow->HasFocus());
         pEntry->setData(pWindow->GetName());
     }
     pMenu->addSeparator();
-    for (const int Id : {ACT_FILE_CLOSE, ACT_FILE_CLOSE_ALL})
+    for (const int Id : {ACT_FILE_CLOSE, ACT_FILE_CLOSE_ALL, ACT_FILE_CLOSE_ALL_UNEDITED})
         if (m_apAction[size_t(Id)]) pMenu->addAction(m_apAction[size_t(Id)]);
     pMenu->addSeparator();
     int Number = 0;

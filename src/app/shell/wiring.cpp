@@ -26,7 +26,6 @@
 #include "project/finder/filefinder.h"
 #include "project/settings/sysvars.h"
 #include "script/host/bscript.h"
-#include "views/debug/sourcewindow.h"
 #include "views/framework/messagebox.h"
 
 #include <QFileInfo>
@@ -224,9 +223,7 @@ void WireBreakpointLogic()
     Hooks.CallScript = [](const QString& sFunc) { BScript::ExecScriptFunction(sFunc); };
     Hooks.ShowConsoleMsg = [](const QString& sText) { CConsoleWindow::Get().PrintInColor(sText, COLOR_LOGGING_SCRIPT); };
     Hooks.ShowPopupMsg = [](const QString& sTitle, const QString& sText) { CMessageBox::ShowInfo(sTitle, sText); };
-    Hooks.GetSourceText = [](const CSrcLoc& Loc) {
-        return CMainWindow::Exists() ? CMainWindow::Get().GetSessionWindows().pSource->GetActiveDocTextLine(Loc) : QString();
-    };
+    Hooks.GetSourceText = [](const CSrcLoc& Loc) { return GetSrcLineText(Loc); };
     BP_SetHooks(Hooks);
 }
 

@@ -1,6 +1,9 @@
 // Joins the layers at start: what a lower layer asks of a higher one is answered here and nowhere else.
 #pragma once
+#include <QString>
+
 class CMainWindow;
+class CSrcLoc;
 
 /// All hooks that need no window. Main thread, before the device thread starts.
 void WireLayers();
@@ -10,5 +13,7 @@ void WireWindowEnvironment();
 void WireWindows(CMainWindow& Main);
 /// The part of WireWindows that feeds the debug views.
 void WireDebugViews(CMainWindow& Main);
+/// A source line's text: from its document if it is open, else from the file. Empty if there is none.
+QString GetSrcLineText(CSrcLoc Loc);
 /// Takes the hooks out again that lead to windows which are about to die.
 void UnwireLayers();

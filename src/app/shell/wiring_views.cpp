@@ -1,6 +1,8 @@
 // What the debug views ask: places of the program, instructions, breakpoints, frames, registers and values.
+#include "app/shell/breakpointdialog.h"
 #include "app/shell/localsreader.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/sourcelines.h"
 #include "app/shell/wiring.h"
 #include "core/cache/core.h"
 #include "core/host/corecalls.h"
@@ -12,6 +14,7 @@
 #include "program/eval/expression.h"
 #include "program/tables/prog.h"
 #include "program/unwind/callstack.h"
+#include "program/unwind/regset.h"
 #include "project/finder/filefinder.h"
 #include "registers/svd/cpuregisters.h"
 #include "views/debug/debugviewhooks.h"
@@ -45,6 +48,25 @@ QList<CAddrRange> GetLineRanges(CSrcLoc Loc)
     return Ranges;
 }
 
+/// Registers of an outer frame. Views know registers by the plug-in's ids, frames by the unwinder's indexes.
+bool ReadFrameRegs(int Index, const QList<U32>& RegIds, QList<U64>& Values, QList<bool>& Valid)
+{
+    const CCallStack& Stack = CCallStack::GetInstance();
+    const CCallFrame& Frame = Stack.GetFrame(Index);
+    if (Frame.IsEmpty()) return false;
+    const U32 NumRegs = std::min(UNWIND_GetNumRegs(), Core_GetStaticInfo().NumRegs);
+    QHash<U32, U32> RegOfId;
+    for (U32 Reg = 0; Reg < NumRegs; Reg++)
+        if (const U32 Id = Core_GetRegId(Reg); Id != 0xFFFFFFFFu && !RegOfId.contains(Id)) RegOfId.insert(Id, Reg);
+    for (const U32 Id : RegIds) {
+        const auto it = RegOfId.constFind(Id);
+        const bool Known = it != RegOfId.constEnd() && Stack.GetRegStatus(Frame, *it) == 0;
+        Values.append(Known ? Stack.GetRegValue(Frame, *it) : 0);
+        Valid.append(Known);
+    }
+    return true;
+}
+
 QList<VIEW_FUNC> GetFileFuncs(U32 File)
 {
     QList<VIEW_FUNC> Funcs;
@@ -60,7 +82,7 @@ QList<VIEW_FUNC> GetFileFuncs(U32 File)
     return Funcs;
 }
 
-void WireProgram(DEBUG_VIEW_HOOKS& Hooks, CMainWindow& Main)
+void WireProgram(DEBUG_VIEW_HOOKS& Hooks)
 {
     Hooks.GetSrcLoc = [](U32 PC) { return PROG_GetFirstSrcLoc(PC); };
     Hooks.GetLineRanges = GetLineRanges;
@@ -88,9 +110,13 @@ void WireProgram(DEBUG_VIEW_HOOKS& Hooks, CMainWindow& Main)
         return Names;
     };
     Hooks.GetSrcLinesAt = [](U32 Addr) {
-        return PROG_HasExactSrcLoc(Addr) ? QList<CSrcLoc>{PROG_GetExactSrcLoc(Addr)} : QList<CSrcLoc>();
+        if (!PROG_HasExactSrcLoc(Addr)) return QList<CSrcLoc>();
+        const CSrcLoc Loc = PROG_GetExactSrcLoc(Addr);
+        // An entry for another column of the same line would print the line once more.
+        const CSrcLoc Before = Addr > 0 ? PROG_GetFirstSrcLoc(Addr - 1) : CSrcLoc();
+        return Before.IsValid() && Before.IsSameLine(Loc) ? QList<CSrcLoc>() : QList<CSrcLoc>{Loc};
     };
-    Hooks.GetSrcLineText = [&Main](CSrcLoc Loc) { return Main.GetSessionWindows().pSource->GetActiveDocTextLine(Loc); };
+    Hooks.GetSrcLineText = GetSrcLineText;
 }
 
 void WireInstructions(DEBUG_VIEW_HOOKS& Hooks)
@@ -148,7 +174,9 @@ VIEW_BREAKPOINT MakeRow(const CBreakpoint& Record)
     Row.Loc = Record.Loc;
     if (Record.Loc.IsValid()) {
         Row.sLocation = PROG_GetSrcLocText(Record.Loc);
-        if (CDevice::Get().IsConnected()) Row.sImpl = BPTypeText(Record.PermittedImpl);
+        // What the target really uses; a line whose addresses differ says so.
+        if (CDevice::Get().IsConnected())
+            Row.sImpl = BPTypeText(Record.PermittedImpl == BP_TYPE_MIXED ? U32(BP_TYPE_MIXED) : Record.ActualImpl);
         return Row;
     }
     Row.Addr = U32(Record.Addr);
@@ -210,6 +238,9 @@ void WireBreakpoints(DEBUG_VIEW_HOOKS& Hooks)
         return Point;
     };
     Hooks.GetBreakpoints = GetBreakpointRows;
+    Hooks.EditBreakpoint = [](const VIEW_BREAKPOINT& Row) {
+        if (Row.Kind == VIEW_BREAKPOINT::CODE) CBreakpointDialog::Edit(Row.sLocation, &CMainWindow::Get());
+    };
 }
 
 // ---- Call stack ----------------------------------------------------------------------------------------
@@ -282,6 +313,7 @@ void WireValues(DEBUG_VIEW_HOOKS& Hooks, CMainWindow& Main)
         CDeviceDataManager::Get().ReadRegCached(pRegisters, U32(RegIds.size()), RegIds.constData());
         return false; // known values have come as an event by now
     };
+    Hooks.ReadFrameRegs = ReadFrameRegs;
     Hooks.GetLocals = [](const QStringList& Path) { return CLocalsReader::Get().GetRows(Path); };
     Hooks.GetTooltip = [](const QString& sExpr, CSrcLoc) {
         if (!CDevice::Get().IsHalted()) return QString();
@@ -293,10 +325,18 @@ void WireValues(DEBUG_VIEW_HOOKS& Hooks, CMainWindow& Main)
 
 } // namespace
 
+QString GetSrcLineText(CSrcLoc Loc)
+{
+    // What is open may have been edited; it is what the user sees.
+    const CSourceWindow* pSource = CMainWindow::Exists() ? CMainWindow::Get().GetSessionWindows().pSource : nullptr;
+    if (pSource && pSource->HasDocument(Loc.File)) return pSource->GetActiveDocTextLine(Loc);
+    return CSourceLines::Get().GetLine(PROG_GetFilePath(Loc.File), Loc.Line);
+}
+
 void WireDebugViews(CMainWindow& Main)
 {
     DEBUG_VIEW_HOOKS Hooks;
-    WireProgram(Hooks, Main);
+    WireProgram(Hooks);
     WireInstructions(Hooks);
     WireBreakpoints(Hooks);
     WireCallStack(Hooks);

@@ -6,6 +6,7 @@
 #include "app/services/appdirs.h"
 #include "app/services/log.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/sourcelines.h"
 #include "app/shell/wiring.h"
 #include "core/cache/core.h"
 #include "core/host/corecalls.h"
@@ -93,7 +94,10 @@ void WireProject(CMainWindow& Main)
     };
     Hooks.GetDeviceParam = [](int Id) { return I64(CDeviceTarget::Get().Config.GetInt(U32(Id))); };
     Hooks.GetDeviceParamText = [](int Id) { return CDeviceTarget::Get().Config.GetString(U32(Id)); };
-    Hooks.PathsChanged = [&Main] { Main.GetSessionWindows().pSource->ReopenResolvedDocuments(); };
+    Hooks.PathsChanged = [&Main] {
+        CSourceLines::Get().Clear();
+        Main.GetSessionWindows().pSource->ReopenResolvedDocuments();
+    };
     Hooks.RegisterFilesChanged = [pRegisters](const QStringList& Files) { OnRegisterFilesChanged(Files, pRegisters); };
     Hooks.IsOSPluginSet = [] { return false; };
     Hooks.LoadOSPlugin = [](const QString& sPath) {

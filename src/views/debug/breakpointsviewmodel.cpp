@@ -10,8 +10,8 @@ namespace {
 // The state column holds the fold mark, the check box and the icon side by side.
 constexpr TABLE_COLUMN aColumns[NUM_BP_COLUMNS] = {
     {"", COLUMN_NUMERIC, 58, "Enabled"},
-    {"Type", COLUMN_TEXT, 100, "What the point reacts to, and how it is implemented"},
-    {"Location", COLUMN_TEXT | COLUMN_VALUE_FONT, 160, "Address, source line or expression"},
+    {"Type", COLUMN_TEXT, 92, "What the point reacts to, and how it is implemented"},
+    {"Location", COLUMN_TEXT | COLUMN_VALUE_FONT, 130, "Address, source line or expression"},
     {"Extras", COLUMN_TEXT, 200, "Condition and extra actions"},
 };
 

@@ -240,7 +240,7 @@ void CBreakpointWindow::UpdateActions()
         case AO_CLEAR: Enabled = IsKind && m_IsEditedSet && !m_IsEditedDerived; break;
         case AO_ENABLE: Enabled = IsKind && m_IsEditedSet && m_Edited.State != BP_STATE_ON; break;
         case AO_DISABLE: Enabled = IsKind && m_IsEditedSet && m_Edited.State == BP_STATE_ON; break;
-        case AO_EDIT: Enabled = IsKind && m_IsEditedSet && GetDebugViewHooks().EditBreakpoint != nullptr; break;
+        case AO_EDIT: Enabled = IsKind && Row.Kind == KIND::CODE && m_IsEditedSet && GetDebugViewHooks().EditBreakpoint != nullptr; break;
         case AO_DIALOG: Enabled = true; break;
         case AO_CLEAR_ALL: Enabled = aHasKind[Row.Kind] || (IsTrace(Row.Kind) && aHasKind[KIND::TRACE_STOP]); break;
         }

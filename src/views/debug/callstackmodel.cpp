@@ -6,18 +6,30 @@
 #include "views/theme/theme.h"
 
 #include <QBrush>
+#include <QPixmap>
 #include <algorithm>
 
 namespace {
 enum COLUMNS { COL_FUNCTION, COL_STACK, COL_SOURCE, COL_PC, COL_RETURN, NUM_COLUMNS };
 constexpr TABLE_COLUMN aColumns[] = {
-    {"Function", COLUMN_TEXT, 150}, {"Stack Info", COLUMN_VALUE_FONT, 120},     {"Source", COLUMN_TEXT, 110},
+    {"Function", COLUMN_TEXT, 170}, {"Stack Info", COLUMN_VALUE_FONT, 120},     {"Source", COLUMN_TEXT, 110},
     {"PC", COLUMN_VALUE_FONT, 90},  {"Return Address", COLUMN_VALUE_FONT, 150},
 };
 static_assert(std::size(aColumns) == NUM_COLUMNS);
 constexpr int CLOSING_ROW_EXTRA = 6; ///< pixels that the closing row is higher
 constexpr int MAX_SIZE_DIGITS = 4;
 const QString sNotKnown = QStringLiteral("N/A");
+
+/// Takes the place of the arrow in the other rows, so that all names start at one edge.
+QIcon GetBlankIcon()
+{
+    static const QIcon s_Blank = [] {
+        QPixmap Pixmap(16, 16);
+        Pixmap.fill(Qt::transparent);
+        return QIcon(Pixmap);
+    }();
+    return s_Blank;
+}
 } // namespace
 
 CCallStackDataModel::CCallStackDataModel(QObject* pParent)
@@ -100,11 +112,10 @@ QString CCallStackDataModel::GetItemText(const QModelIndex& Index) const
 
 QIcon CCallStackDataModel::GetIcon(const QModelIndex& Index) const
 {
-    if (Index.column() != COL_FUNCTION || IsClosingRow(Index) ||
-        (GetWindow() && (flags(Index) & ITEM_FLAGS_STALE)))
-        return QIcon();
+    if (Index.column() != COL_FUNCTION || IsClosingRow(Index)) return QIcon();
+    if (GetWindow() && (flags(Index) & ITEM_FLAGS_STALE)) return GetBlankIcon();
     if (Index.row() == 0) return ::GetIcon(QStringLiteral("arrow-pc"));
-    return Index.row() == m_SelectedFrame ? ::GetIcon(QStringLiteral("arrow-pc-yellow")) : QIcon();
+    return Index.row() == m_SelectedFrame ? ::GetIcon(QStringLiteral("arrow-pc-yellow")) : GetBlankIcon();
 }
 
 U32 CCallStackDataModel::GetItemKey(const QModelIndex& Index) const

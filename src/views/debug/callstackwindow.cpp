@@ -39,6 +39,13 @@ public:
         pPainter->restore();
     }
 
+    QSize sizeHint(const QStyleOptionViewItem& Option, const QModelIndex& Index) const override
+    {
+        // The closing text runs over all columns and makes none of them wider.
+        const QSize Size = CItemDelegate::sizeHint(Option, Index);
+        return m_pWindow->GetStackModel()->IsClosingRow(m_pWindow->MapToSource(Index)) ? QSize(0, Size.height()) : Size;
+    }
+
 private:
     CCallStackWindow* m_pWindow;
 };

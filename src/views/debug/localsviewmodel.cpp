@@ -3,12 +3,12 @@
 namespace {
 
 constexpr TABLE_COLUMN aColumns[NUM_LOCALS_COLUMNS] = {
-    {"Name", COLUMN_TEXT, 120},
-    {"Value", COLUMN_NUMERIC, 130},
-    {"Location", COLUMN_HEX | COLUMN_NUMERIC, 90},
-    {"Size", COLUMN_DEC | COLUMN_NUMERIC, 50, "Bytes"},
-    {"Type", COLUMN_VALUE_FONT | COLUMN_TEXT, 120},
-    {"Scope", COLUMN_TEXT, 90},
+    {"Name", COLUMN_TEXT, 110},
+    {"Value", COLUMN_NUMERIC, 108},
+    {"Location", COLUMN_HEX | COLUMN_NUMERIC, 80},
+    {"Size", COLUMN_DEC | COLUMN_NUMERIC, 46, "Bytes"},
+    {"Type", COLUMN_VALUE_FONT | COLUMN_TEXT, 96},
+    {"Scope", COLUMN_TEXT, 60},
 };
 
 bool IsSameCells(const VIEW_SYMBOL& A, const VIEW_SYMBOL& B)

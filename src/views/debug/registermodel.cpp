@@ -5,10 +5,10 @@
 
 namespace {
 enum COLUMNS { COL_NAME, COL_VALUE, COL_ADDRESS, COL_DESCRIPTION, NUM_COLUMNS };
-constexpr TABLE_COLUMN aColumns[] = {{"Name", COLUMN_TEXT, 190},
-                                     {"Value", COLUMN_NUMERIC, 110},
-                                     {"Address", COLUMN_HEX, 90},
-                                     {"Description", COLUMN_TEXT, 160}};
+constexpr TABLE_COLUMN aColumns[] = {{"Name", COLUMN_TEXT, 165},
+                                     {"Value", COLUMN_NUMERIC, 105},
+                                     {"Address", COLUMN_HEX, 80},
+                                     {"Description", COLUMN_TEXT, 140}};
 static_assert(std::size(aColumns) == NUM_COLUMNS);
 constexpr int MAX_BATCH = 256; ///< registers in one request
 const QString sUnknown = QStringLiteral("--------");

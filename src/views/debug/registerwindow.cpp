@@ -58,9 +58,12 @@ void CRegisterWindow::UpdateWindowTitle()
     SetWindowTitle(sTitle);
 }
 
-void CRegisterWindow::OnCallFrameEvaluated(int)
+void CRegisterWindow::OnCallFrameEvaluated(int Index)
 {
     UpdateWindowTitle();
+    // Another frame's registers are other values, not changed ones.
+    if (Index > 0 || m_ShownFrame > 0) ResetChangeTracking();
+    m_ShownFrame = Index;
     m_pRegisters->ClearRole(ROLE_READ_STATE);
     Update(GetTargetPC());
 }

@@ -37,5 +37,6 @@ private:
     bool IsCurrentFrameSelected() const;
     void UpdateWindowTitle();
 
+    int m_ShownFrame = 0; ///< the call frame evaluated last
     CRegistersDataModel* m_pRegisters = nullptr;
 };

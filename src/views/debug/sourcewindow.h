@@ -59,6 +59,7 @@ public:
     int GetTabNumber(const QString& sPath) const; ///< -1 for none
     void SetCurrentTab(int Tab);
     QString GetDocText(const QString& sPath) const;
+    bool HasDocument(U32 FileNo) const { return GetDocument(FileNo) != nullptr; } ///< the file is open
     QString GetActiveDocTextLine(CSrcLoc Loc) const;
     void ReloadChangedDocuments(); ///< files changed by other programs, unless edited here
     ///@}

@@ -1,6 +1,7 @@
 #include "views/framework/itemdelegate.h"
 
 #include "views/framework/itemroles.h"
+#include "views/theme/theme.h"
 
 #include <QLineEdit>
 #include <QMouseEvent>
@@ -95,6 +96,35 @@ void CItemDelegate::drawDisplay(QPainter* pPainter, const QStyleOptionViewItem& 
         pPainter->drawText(TextRect.adjusted(Before, 0, 0, 0),
                            Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
                            sShown.mid(m_pPaintedMatch->Pos, m_pPaintedMatch->Length));
+    }
+    pPainter->restore();
+}
+
+void CItemDelegate::drawCheck(QPainter* pPainter, const QStyleOptionViewItem& Option, const QRect& Rect,
+                              Qt::CheckState State) const
+{
+    if (!Rect.isValid()) return;
+    // The style derives its frame from the ground, which leaves no contrast on a dark one.
+    const bool Enabled = Option.state & QStyle::State_Enabled;
+    const QColor Fill = State == Qt::Unchecked ? Option.palette.color(QPalette::Base)
+                                               : Option.palette.color(Enabled ? QPalette::Active : QPalette::Disabled,
+                                                                      QPalette::Link);
+    pPainter->save();
+    pPainter->setRenderHint(QPainter::Antialiasing);
+    pPainter->setPen(State == Qt::Unchecked ? CTheme::GetCheckBoxColor() : Fill);
+    pPainter->setBrush(Fill);
+    const QRectF Box = QRectF(Rect).adjusted(0.5, 0.5, -0.5, -0.5);
+    pPainter->drawRoundedRect(Box, 2.5, 2.5);
+    if (State != Qt::Unchecked) {
+        pPainter->setPen(QPen(Option.palette.color(QPalette::Base), 1.7, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        pPainter->setBrush(Qt::NoBrush);
+        const auto At = [&Box](double x, double y) {
+            return QPointF(Box.x() + x * Box.width(), Box.y() + y * Box.height());
+        };
+        if (State == Qt::Checked)
+            pPainter->drawPolyline(QPolygonF{At(0.22, 0.52), At(0.43, 0.73), At(0.79, 0.30)});
+        else
+            pPainter->drawLine(At(0.25, 0.5), At(0.75, 0.5));
     }
     pPainter->restore();
 }

@@ -37,6 +37,8 @@ public:
 protected:
     void drawDisplay(QPainter* pPainter, const QStyleOptionViewItem& Option, const QRect& Rect,
                      const QString& sText) const override;
+    void drawCheck(QPainter* pPainter, const QStyleOptionViewItem& Option, const QRect& Rect,
+                   Qt::CheckState State) const override;
     void drawFocus(QPainter* pPainter, const QStyleOptionViewItem& Option, const QRect& Rect) const override;
     bool editorEvent(QEvent* pEvent, QAbstractItemModel* pModel, const QStyleOptionViewItem& Option,
                      const QModelIndex& Index) override;

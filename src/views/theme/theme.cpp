@@ -103,6 +103,12 @@ QMenu::separator { height: 1px; background: @line; margin: 4px 6px; }
 QToolBar { background: @window; border: none; padding: 3px 6px; spacing: 2px; }
 QToolBar::separator { background: @border; width: 1px; margin: 5px 5px; }
 QToolBar QToolButton, QFrame#FindBar QToolButton { border: 1px solid transparent; border-radius: 5px; padding: 4px; }
+QToolBar QToolButton[popupMode="1"] { padding-right: 17px; }
+QToolBar QToolButton::menu-button { border: none; border-left: 1px solid transparent; width: 14px;
+    border-top-right-radius: 5px; border-bottom-right-radius: 5px; }
+QToolBar QToolButton::menu-button:hover { background: @pressed; }
+QToolButton::menu-arrow { image: url(:/Resources/Icons/chevron-down@scheme.svg); width: 10px; height: 10px; }
+QToolButton::menu-arrow:disabled { image: none; }
 QToolBar QToolButton:hover, QFrame#FindBar QToolButton:hover { background: @hover; }
 QToolBar QToolButton:pressed, QToolBar QToolButton:checked, QFrame#FindBar QToolButton:checked { background: @pressed; }
 QStatusBar { background: @window; border-top: 1px solid @line; }
@@ -277,6 +283,10 @@ QColor CTheme::GetMarginColor()
 QColor CTheme::GetCurrentLineColor()
 {
     return QColor::fromRgb(IsDark() ? 0xFF262A30 : 0xFFF1F4F9);
+}
+QColor CTheme::GetCheckBoxColor()
+{
+    return QColor::fromRgb(IsDark() ? 0xFF8A929D : 0xFF7A828C);
 }
 QColor CTheme::GetWeakTextColor()
 {

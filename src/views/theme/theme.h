@@ -37,6 +37,7 @@ public:
     static QColor GetMarginColor();      ///< ground of the code margins
     static QColor GetCurrentLineColor(); ///< ground of the caret's line
     static QColor GetWeakTextColor();    ///< line numbers, hints
+    static QColor GetCheckBoxColor();    ///< frame of an unchecked box in a table
     ///@}
 
 signals:
