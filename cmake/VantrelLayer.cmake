@@ -17,9 +17,14 @@ function(vantrel_layer NAME)
     "${NAME}|${dir}|${L_SOURCES}|${L_DEPENDS};${L_PUBLIC_DEPENDS}")
 endfunction()
 
+# Everything that the run of the thread sanitizer needs besides the program itself.
+add_custom_target(tsan_tests)
+
 # vantrel_test(NAME SOURCES file... [DEPENDS target...] [LABELS label...])
 # A Qt Test binary, run offscreen. Test sources may include any header below src/ and
-# the interface headers of platform/.
+# the interface headers of platform/. Two labels choose the sanitizer runs: "tsan" adds a test
+# that has more than one thread to the run of the thread sanitizer, "no_asan" leaves a test out of
+# the run of the address sanitizer because it takes more than a minute there.
 function(vantrel_test NAME)
   cmake_parse_arguments(T "" "" "SOURCES;DEPENDS;LABELS" ${ARGN})
   add_executable(${NAME} ${T_SOURCES})
@@ -32,6 +37,9 @@ function(vantrel_test NAME)
   add_test(NAME ${NAME} COMMAND ${NAME})
   set_tests_properties(${NAME} PROPERTIES
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_FORCE_STDERR_LOGGING=1;TSAN_OPTIONS=ignore_noninstrumented_modules=1;ASAN_OPTIONS=detect_leaks=0" LABELS "${T_LABELS}" TIMEOUT 300)
+  if("tsan" IN_LIST T_LABELS)
+    add_dependencies(tsan_tests ${NAME})
+  endif()
 endfunction()
 
 # The record of all layers, a line each: name|folder|sources|dependencies.
