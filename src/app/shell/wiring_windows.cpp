@@ -89,7 +89,10 @@ void WireProject(CMainWindow& Main)
         CDevice::Get().SetConfigParamAsync(DEV_CONFIG_PARAMS(Id), sValue.toUtf8().constData());
         if (Id != DCP_DEVICE_NAME) return;
         // What a device needs follows its selection at once: the next statement of the project may already use it.
-        CDevice::Get().WaitForJobAndEvent(BT_SET_CONFIG_PARAM, false);
+        // The job may stand behind others of its type, or be under way already, which one wait would not see.
+        do {
+            CDevice::Get().WaitForJobAndEvent(BT_SET_CONFIG_PARAM, false);
+        } while (CDevice::Get().HasPendingJob(BT_SET_CONFIG_PARAM) && CDevice::Get().isRunning());
         LoadCorePlugin();
     };
     Hooks.GetDeviceParam = [](int Id) { return I64(CDeviceTarget::Get().Config.GetInt(U32(Id))); };

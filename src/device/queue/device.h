@@ -159,6 +159,8 @@ public:
     I64 WaitForJob(U32 Type, bool ProcessEvents, U32 TimeoutMS = WAIT_DEFAULT);
     /// The same, then delivers up to 100 events, until the job's own has been delivered.
     I64 WaitForJobAndEvent(U32 Type, bool ProcessEvents);
+    /// True while a job of the type waits or is carried out: unlike WaitForJob, which knows only those not yet taken up.
+    bool HasPendingJob(U32 Type);
 
     // ---- Events ----------------------------------------------------------------------------------------
     /// Any thread. Returns 0, or -1 when the ring is full.

@@ -30,6 +30,14 @@ I64 CDevice::WaitForJob(U32 Type, bool ProcessEvents, U32 TimeoutMS)
     return 1;
 }
 
+bool CDevice::HasPendingJob(U32 Type)
+{
+    for (CDeviceJobRing& Queue : m_aQueue)
+        for (U32 Slot = 0; Slot < JOB_SLOTS; Slot++)
+            if (const DEVICE_JOB& Job = Queue.At(Slot); DEVJOB_IsPending(Job) && DEVJOB_LoadType(Job) == Type) return true;
+    return false;
+}
+
 I64 CDevice::_WaitForSlot(U32 Type, U32 Queue, U32 Slot, bool ProcessEvents, U32 TimeoutMS)
 {
     if (Slot >= JOB_SLOTS) {
