@@ -202,7 +202,9 @@ int CDeviceTarget::ClearTracepoints(U32 Cnt, const TP* paTps)
 
 int CDeviceTarget::ClearAllTracepoints()
 {
-    if (_State().Connected && BRYLLO_STRACE_Control(2, nullptr) != 0) {
+    const int Ret = _State().Connected ? BRYLLO_STRACE_Control(2, nullptr) : 0;
+    // A target without trace holds none of them.
+    if (Ret != 0 && Ret != BRYLLO_ERR_NO_SERVICE) {
         _Dev().LogWarnMsg("ClearAllTracepoints: BRYLLO API call failed");
         return -1;
     }
