@@ -151,6 +151,13 @@ bool CMainWindow::CreateProject(const QString& sPath, const QStringList& Command
     return Created;
 }
 
+/// Empty for a file that can't be read.
+static QByteArray ReadWhole(const QString& sPath)
+{
+    QFile File(sPath);
+    return File.open(QIODevice::ReadOnly) ? File.readAll() : QByteArray();
+}
+
 bool CMainWindow::CreateProjectFromCmdLine()
 {
     const CmdLineArgs Args = GetCmdLineArgs();
@@ -177,10 +184,14 @@ bool CMainWindow::CreateProjectFromCmdLine()
     CProject& Project = CProject::Get();
     Project.SetFromCmdLine(Commands);
     if (QFileInfo(Args.ProjectFile).isFile()) {
-        if (!Project.WriteSettings(Args.ProjectFile, true, Commands, {"Project.SetDevice", "Project.SetHostIF",
-                                                                      "Project.SetTargetIF", "Project.SetTIFSpeed"}))
-            return false;
-        LogInfo(QStringLiteral("Project settings were written to the project file"));
+        // What the command line names replaces the file's own statement, else each start would add one more.
+        QStringList Replaced = {"Project.SetDevice", "Project.SetHostIF", "Project.SetTargetIF", "Project.SetTIFSpeed"};
+        for (const QString& sCommand : Commands) Replaced << sCommand.section('(', 0, 0).trimmed();
+        Replaced.removeDuplicates();
+        const QByteArray Before = ReadWhole(Args.ProjectFile);
+        if (!Project.WriteSettings(Args.ProjectFile, true, Commands, Replaced)) return false;
+        if (ReadWhole(Args.ProjectFile) != Before)
+            LogInfo(QStringLiteral("Project settings were written to the project file"));
         return OpenFile(Args.ProjectFile, 0);
     }
     return CreateProject(Args.ProjectFile, Commands, false);
