@@ -198,7 +198,7 @@ void OnSetEndianess(int Id)
 {
     I64 Big = 0;
     if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &Big)) return;
-    CDevice::Get().SetConfigParamAsync(DCP_ENDIAN, Big != 0);
+    CProject::Get().GetHooks().SetDeviceParam(DCP_ENDIAN, Big != 0);
 }
 
 void OnPowerOn(int Id)

@@ -82,6 +82,7 @@ void WireCore()
     Hooks.UnlockDevice = [] { CDevice::Get().GetDeviceMutex().unlock(); };
     Hooks.CanReadTarget = [] { return CDevice::Get().IsConnected() && CDevice::Get().State.HaltedRaw; };
     Hooks.ReadTarget = [](U64 Addr, U32 Size, void* pBuffer) {
+        if (Addr > ADDR_NONE) return -1;
         return CDeviceTarget::Get().ReadMemBlocking(U32(Addr), nullptr, Size, pBuffer, nullptr);
     };
     Hooks.SizeRegCache = [](U32 NumSlots) { CDeviceDataManager::Get().InitRegCache(NumSlots); };

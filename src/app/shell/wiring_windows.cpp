@@ -32,6 +32,15 @@
 
 namespace {
 
+/// What depends on a part of the configuration follows it at once: the next statement of the project may already use it.
+void WaitForConfiguration()
+{
+    // The job may stand behind others of its type, or be under way already, which one wait would not see.
+    do {
+        CDevice::Get().WaitForJobAndEvent(BT_SET_CONFIG_PARAM, false);
+    } while (CDevice::Get().HasPendingJob(BT_SET_CONFIG_PARAM) && CDevice::Get().isRunning());
+}
+
 /// Loads the core support of the selected device. False when there is none for it; that of the device before is
 /// unloaded all the same, and an unknown device is told.
 bool LoadCorePlugin()
@@ -84,15 +93,14 @@ void WireProject(CMainWindow& Main)
     CRegisterWindow* pRegisters = Main.GetSessionWindows().pRegisters;
     Hooks.SetDeviceParam = [](int Id, I64 Value) {
         CDevice::Get().SetConfigParamAsync(DEV_CONFIG_PARAMS(Id), int(Value));
+        if (Id != DCP_ENDIAN || !Core_IsLoaded()) return;
+        WaitForConfiguration();
+        LoadCorePlugin(); // the same plug-in takes over the byte order
     };
     Hooks.SetDeviceParamText = [](int Id, const QString& sValue) {
         CDevice::Get().SetConfigParamAsync(DEV_CONFIG_PARAMS(Id), sValue.toUtf8().constData());
         if (Id != DCP_DEVICE_NAME) return;
-        // What a device needs follows its selection at once: the next statement of the project may already use it.
-        // The job may stand behind others of its type, or be under way already, which one wait would not see.
-        do {
-            CDevice::Get().WaitForJobAndEvent(BT_SET_CONFIG_PARAM, false);
-        } while (CDevice::Get().HasPendingJob(BT_SET_CONFIG_PARAM) && CDevice::Get().isRunning());
+        WaitForConfiguration();
         LoadCorePlugin();
     };
     Hooks.GetDeviceParam = [](int Id) { return I64(CDeviceTarget::Get().Config.GetInt(U32(Id))); };
