@@ -57,7 +57,8 @@ void LinkActions(QWidget* pWindow)
 {
     for (QAction* pAction : pWindow->findChildren<QAction*>()) {
         const QString sName = pAction->objectName();
-        if (sName.isEmpty()) continue;
+        // Qt's own widgets bring actions with names of this kind.
+        if (sName.isEmpty() || sName.startsWith(QLatin1String("_q_"))) continue;
         const int Id = FindRowByObjectName(sName);
         if (Id < 0)
             UnknownNames().insert(sName);

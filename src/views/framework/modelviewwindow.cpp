@@ -21,13 +21,13 @@ constexpr int WATCHDOG_MS = 1000;
 constexpr int ROW_EXTRA_HEIGHT = 3;
 
 struct ITEM_FORMAT_ROW {
-    const char* sObjectName;
+    const char* sObjectName; ///< empty: an entry of the window alone, no command
     const char* sText;
     const char* sShortcut;
     int Format; ///< -1 = the window's own
 };
 constexpr ITEM_FORMAT_ROW aItemFormats[] = {
-    {"actionDisplayAsDefault", "De&fault", "0", -1},
+    {"", "De&fault", "0", -1},
     {"actionDisplayAsBinary", "&Binary", "3", DISPLAY_FORMAT_BINARY},
     {"actionDisplayAsDec", "&Decimal", "2", DISPLAY_FORMAT_DEC},
     {"actionDisplayAsHex", "&Hexadecimal", "1", DISPLAY_FORMAT_HEX},
