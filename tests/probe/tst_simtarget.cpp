@@ -51,9 +51,7 @@ bool tst_simtarget::Load(const char* sName, const char* sLevel)
 
 void tst_simtarget::initTestCase()
 {
-    if (!QFile::exists(Example("blinky"))) {
-        QSKIP("the example programs are not built: no cross compiler");
-    }
+    QVERIFY2(QFile::exists(Example("blinky")), "the example programs are not built: tools/setup installs the cross compiler");
 }
 
 void tst_simtarget::breakpoints()

@@ -1,5 +1,6 @@
 // CDeviceTarget: reading target memory. The reads run on the worker and, directly, on the GUI thread.
 #include "device/target/devicetarget.h"
+#include "device/target/memchunks.h"
 #include "platform/probe/bryllo.h"
 #include "project/settings/sysvars.h"
 
@@ -7,7 +8,6 @@
 #include <cstring>
 
 namespace {
-constexpr U32 PROGRESS_MIN_BYTES = 4'000;
 constexpr U32 MAX_SCRATCH_READ = 5'000;
 /// Set in the flags of inner calls once this layer has halted the target for the access.
 constexpr U32 FLAG_HELD_FOR_IO = 0x80000000;
@@ -155,28 +155,15 @@ U32 CDeviceTarget::ReadMemChunkWise(U32 Addr, U32 nBytes, U32 ChunkSize, U32 AW,
                                     U8* pData, U8* paStatus)
 {
     if (!pData || !paStatus || nBytes == 0) return 0;
-    const U32 Chunk = ChunkSize > 0 && ChunkSize <= nBytes ? ChunkSize : nBytes;
-    const U32 NumChunks = (nBytes - 1) / Chunk + 1;
-    const bool ShowsProgress = nBytes > PROGRESS_MIN_BYTES;
-    if (ShowsProgress) {
-        _Dev().SetProgressMsg("Reading Memory...");
-        if (NumChunks > 1) _Dev().StartProgress(0, int(NumChunks - 1));
-    }
-    U32 Total = 0;
-    for (U32 i = 0; i < NumChunks; i++) {
-        const U32 Pos = i * Chunk;
-        const U32 Size = std::min(Chunk, nBytes - Pos);
+    return AccessMemInChunks(_Dev(), nBytes, ChunkSize, "Reading Memory...", [&](U32 Pos, U32 Size) {
         U32 Num = 0;
         if (Size < nBytes) Num = ReadMemSimple(Addr + Pos, Size, AW, Flags, sZone, pData + Pos, paStatus + Pos);
         if (Num < Size && (Flags & MEM_FLAG_ITEM_WISE)) {
             const U32 At = Pos + Num;
             Num += ReadMemItemWise(Addr + At, Size - Num, AW, Flags, sZone, pData + At, paStatus + At);
         }
-        Total += Num;
-        if (ShowsProgress && NumChunks > 1) _Dev().SetProgressValue(int(i));
-    }
-    if (ShowsProgress) _Dev().EndProgress();
-    return Total;
+        return Num;
+    });
 }
 
 int CDeviceTarget::ReadMemBlocking(U32 Addr, const char* sZone, U32 nBytes, void* paData, U8* paStatus)

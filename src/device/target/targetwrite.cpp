@@ -1,12 +1,12 @@
 // CDeviceTarget: writing target memory, and the bracket around writes that land in flash.
 #include "device/target/devicetarget.h"
+#include "device/target/memchunks.h"
 #include "platform/probe/bryllo.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace {
-constexpr U32 PROGRESS_MIN_BYTES = 4'000;
 
 template <class T> T Item(const U8* pData)
 {
@@ -76,26 +76,13 @@ U32 CDeviceTarget::WriteMemChunkWise(U32 Addr, U32 nBytes, U32 ChunkSize, U32 AW
                                      const U8* paData)
 {
     if (!paData || nBytes == 0) return 0;
-    const U32 Chunk = ChunkSize > 0 && ChunkSize <= nBytes ? ChunkSize : nBytes;
-    const U32 NumChunks = (nBytes - 1) / Chunk + 1;
-    const bool ShowsProgress = nBytes > PROGRESS_MIN_BYTES;
-    if (ShowsProgress) {
-        _Dev().SetProgressMsg("Writing Memory...");
-        if (NumChunks > 1) _Dev().StartProgress(0, int(NumChunks - 1));
-    }
-    U32 Total = 0;
-    for (U32 i = 0; i < NumChunks; i++) {
-        const U32 Pos = i * Chunk;
-        const U32 Size = std::min(Chunk, nBytes - Pos);
+    return AccessMemInChunks(_Dev(), nBytes, ChunkSize, "Writing Memory...", [&](U32 Pos, U32 Size) {
         U32 Num = 0;
         if (Size < nBytes) Num = std::min(WriteMemSimple(Addr + Pos, Size, AW, sZone, paData + Pos), Size);
         if (Num < Size && (Flags & MEM_FLAG_ITEM_WISE))
             Num += WriteMemItemWise(Addr + Pos + Num, Size - Num, AW, sZone, paData + Pos + Num);
-        Total += Num;
-        if (ShowsProgress && NumChunks > 1) _Dev().SetProgressValue(int(i));
-    }
-    _Dev().EndProgress();
-    return Total;
+        return Num;
+    });
 }
 
 U32 CDeviceTarget::WriteMemMultiple(U32 Cnt, const U32* paAddrRanges, U32 NumBytes, const U8* paData, U32 ChunkSize,
