@@ -240,6 +240,7 @@ bool CModelViewWindow::IsItemExpanded(const QModelIndex& Index) const
 
 bool CModelViewWindow::IsItemVisible(const QModelIndex& Index) const
 {
+    if (m_pView->IsPaintingRow()) return true; // only rows on the screen are painted
     const QRect Rect = m_pView->visualRect(MapToView(Index));
     return Rect.isValid() && Rect.intersects(m_pView->viewport()->rect());
 }

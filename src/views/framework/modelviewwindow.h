@@ -57,6 +57,7 @@ public:
     virtual void SetSortingEnabled(bool Enabled);
     virtual void ResizeColumnsToContents();
     virtual void SetIndentation(int Pixels); ///< 0 makes a flat table
+    bool IsFlatTable() const { return m_Indentation == 0; }
     ///@}
 
     /// \name Rows and columns
