@@ -13,6 +13,7 @@
 #include "core/host/corehooks.h"
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
+#include "device/target/devicetable.h"
 #include "device/target/devicetarget.h"
 #include "program/elf/elf.h"
 #include "program/tables/prog.h"
@@ -74,6 +75,21 @@ QString GetDefaultRegisterFile()
     return QFileInfo(sPath).isFile() ? sPath : QString();
 }
 
+/// The peripherals of the device named: what the core's plug-in offers, a file of the device's own name, or the one
+/// that the simulated devices of a maker share. Empty if there is none.
+QString GetDefaultPeripheralFile(const QString& sDevice)
+{
+    QStringList Names;
+    if (Core_IsLoaded()) Names << Core_GetPeriphRegFile(Core_GetCoreId());
+    Names << sDevice + QStringLiteral(".svd");
+    if (const DEVICE_ENTRY* pEntry = DEVICE_FindEntry(sDevice)) Names << pEntry->sManu + QStringLiteral("Sim.svd");
+    for (const QString& sName : Names) {
+        const QString sPath = GetPeripheralsDir() + '/' + sName;
+        if (!sName.isEmpty() && QFileInfo(sPath).isFile()) return sPath;
+    }
+    return {};
+}
+
 void OnRegisterFilesChanged(const QStringList& Files, CRegisterWindow* pWindow)
 {
     ClearCpuRegisters();
@@ -118,6 +134,7 @@ void WireProject(CMainWindow& Main)
     Hooks.IsCorePluginMissing = [] { return CDeviceTarget::Get().GetInfo().CoreId != 0 && !Core_IsLoaded(); };
     Hooks.HasCPURegisters = [] { return !GetCpuRegisterGroups().isEmpty(); };
     Hooks.DefaultRegisterFile = GetDefaultRegisterFile;
+    Hooks.DefaultPeripheralFile = GetDefaultPeripheralFile;
     Hooks.HasSymbol = [](const QString& sName) {
         return !PROG_FindSymbols(sName, false, true, false, true, false).isEmpty();
     };
