@@ -21,6 +21,7 @@
 #include "project/file/project.h"
 #include "project/finder/filefinder.h"
 #include "project/settings/sysvars.h"
+#include "project/wizard/projectwizard.h"
 #include "script/host/bscript.h"
 #include "views/debug/sourcewindow.h"
 #include "views/framework/messagebox.h"
@@ -381,6 +382,32 @@ void OnFileNewProject(int Id)
     if (CheckParamCount(Id)) CMainWindow::Get().NewProject();
 }
 
+void OnFileNewProjectWizard(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    if (CDevice::Get().IsConnected()) {
+        LogError(QStringLiteral("Attempting to create project while debug session is running"));
+        return SetActionSilent(Id);
+    }
+    CProjectWizard Wizard(&CMainWindow::Get());
+    bool Done = false;
+    QObject::connect(&Wizard, &CProjectWizard::Finished, [&Done](QStringList& Commands) {
+        Done = true;
+        CMainWindow::Get().CreateProject({}, Commands, true);
+    });
+    if (const auto& Interceptor = CMessageBox::GetInterceptor()) {
+        const auto Buttons = Wizard.CanFinish() ? QDialogButtonBox::Ok | QDialogButtonBox::Cancel : QDialogButtonBox::Cancel;
+        const int Answer = Interceptor(Wizard.windowTitle(), Wizard.GetSummary(), Buttons);
+        if (Wizard.CanFinish() && Answer != QDialogButtonBox::Cancel) {
+            Wizard.OnButtonFinishPressed();
+            CDevice::Get().WaitForJobAndEvent(BT_GET_DEVICE_INFO, true);
+        }
+    } else {
+        Wizard.exec();
+    }
+    if (!Done) SetActionSilent(Id);
+}
+
 void OnFileExit(int Id)
 {
     if (CheckParamCount(Id)) QMetaObject::invokeMethod(&CMainWindow::Get(), "close", Qt::QueuedConnection);
@@ -449,6 +476,7 @@ void RegisterFileCommands()
     SetCommandHandler(ACT_FILE_OPEN, OnFileOpen);
     SetCommandHandler(ACT_FILE_LOAD, OnFileLoad);
     SetCommandHandler(ACT_FILE_NEW_PROJECT, OnFileNewProject);
+    SetCommandHandler(ACT_FILE_NEW_PROJECT_WIZARD, OnFileNewProjectWizard);
     SetCommandHandler(ACT_FILE_EXIT, OnFileExit);
     SetCommandHandler(ACT_FILE_CLOSE, OnFileClose);
     SetCommandHandler(ACT_FILE_CLOSE_ALL,

@@ -21,6 +21,7 @@
 #include "project/finder/filefinder.h"
 #include "project/settings/appearance.h"
 #include "project/settings/sysvars.h"
+#include "project/wizard/deviceselectiondialog.h"
 #include "registers/svd/cpuregisters.h"
 #include "script/host/bscript.h"
 #include "views/debug/registerwindow.h"
@@ -118,6 +119,11 @@ void WireProject(CMainWindow& Main)
         if (Id != DCP_DEVICE_NAME) return;
         WaitForConfiguration();
         LoadCorePlugin();
+    };
+    Hooks.SelectDevice = [&Main] {
+        const QString sDevice = CDeviceTarget::Get().Config.GetString(DCP_DEVICE_NAME);
+        const DEVICE_SELECTION Choice = ShowDeviceSelection({}, false, sDevice, &Main);
+        return Choice.Accepted ? Choice.sDeviceName : QString();
     };
     Hooks.GetDeviceParam = [](int Id) { return I64(CDeviceTarget::Get().Config.GetInt(U32(Id))); };
     Hooks.GetDeviceParamText = [](int Id) { return CDeviceTarget::Get().Config.GetString(U32(Id)); };
