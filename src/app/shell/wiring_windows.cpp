@@ -13,6 +13,7 @@
 #include "core/host/corehooks.h"
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
+#include "device/target/devicetable.h"
 #include "device/target/devicetarget.h"
 #include "program/elf/elf.h"
 #include "program/tables/prog.h"
@@ -20,6 +21,7 @@
 #include "project/finder/filefinder.h"
 #include "project/settings/appearance.h"
 #include "project/settings/sysvars.h"
+#include "project/wizard/deviceselectiondialog.h"
 #include "registers/svd/cpuregisters.h"
 #include "script/host/bscript.h"
 #include "views/debug/registerwindow.h"
@@ -74,6 +76,21 @@ QString GetDefaultRegisterFile()
     return QFileInfo(sPath).isFile() ? sPath : QString();
 }
 
+/// The peripherals of the device named: what the core's plug-in offers, a file of the device's own name, or the one
+/// that the simulated devices of a maker share. Empty if there is none.
+QString GetDefaultPeripheralFile(const QString& sDevice)
+{
+    QStringList Names;
+    if (Core_IsLoaded()) Names << Core_GetPeriphRegFile(Core_GetCoreId());
+    Names << sDevice + QStringLiteral(".svd");
+    if (const DEVICE_ENTRY* pEntry = DEVICE_FindEntry(sDevice)) Names << pEntry->sManu + QStringLiteral("Sim.svd");
+    for (const QString& sName : Names) {
+        const QString sPath = GetPeripheralsDir() + '/' + sName;
+        if (!sName.isEmpty() && QFileInfo(sPath).isFile()) return sPath;
+    }
+    return {};
+}
+
 void OnRegisterFilesChanged(const QStringList& Files, CRegisterWindow* pWindow)
 {
     ClearCpuRegisters();
@@ -103,6 +120,11 @@ void WireProject(CMainWindow& Main)
         WaitForConfiguration();
         LoadCorePlugin();
     };
+    Hooks.SelectDevice = [&Main] {
+        const QString sDevice = CDeviceTarget::Get().Config.GetString(DCP_DEVICE_NAME);
+        const DEVICE_SELECTION Choice = ShowDeviceSelection({}, false, sDevice, &Main);
+        return Choice.Accepted ? Choice.sDeviceName : QString();
+    };
     Hooks.GetDeviceParam = [](int Id) { return I64(CDeviceTarget::Get().Config.GetInt(U32(Id))); };
     Hooks.GetDeviceParamText = [](int Id) { return CDeviceTarget::Get().Config.GetString(U32(Id)); };
     Hooks.PathsChanged = [&Main] {
@@ -118,6 +140,7 @@ void WireProject(CMainWindow& Main)
     Hooks.IsCorePluginMissing = [] { return CDeviceTarget::Get().GetInfo().CoreId != 0 && !Core_IsLoaded(); };
     Hooks.HasCPURegisters = [] { return !GetCpuRegisterGroups().isEmpty(); };
     Hooks.DefaultRegisterFile = GetDefaultRegisterFile;
+    Hooks.DefaultPeripheralFile = GetDefaultPeripheralFile;
     Hooks.HasSymbol = [](const QString& sName) {
         return !PROG_FindSymbols(sName, false, true, false, true, false).isEmpty();
     };
