@@ -165,8 +165,12 @@ void CDevice::_ExecuteJob(DEVICE_JOB& Job)
             Ret = -1;
         }
     }
-    _PostProcessJob(Job, Ret);
+    // Once the report is out or the slot is released, the slot may hold another job, whose pending flag is not to be
+    // touched. Only this thread sets the ending flag, so that taking it away can hit no other job's.
+    DEVJOB_SetFlags(Job, JOB_FLAG_ENDING);
     DEVJOB_ClearFlags(Job, JOB_FLAG_PENDING);
+    _PostProcessJob(Job, Ret);
+    DEVJOB_ClearFlags(Job, JOB_FLAG_ENDING);
 }
 
 /// Cancels work that the job overtakes. True when the job is settled without its operation.
