@@ -1,25 +1,23 @@
 // Executors of the jobs of this layer, and the hooks of the queue engine.
 #include "core/host/corecalls.h"
 #include "device/target/datamanager.h"
+#include "device/target/deviceservices.h"
 #include "device/target/devicetarget.h"
+#include "device/target/jobparams.h"
 #include "device/target/targetdownload.h"
 #include "platform/probe/bryllo.h"
 #include "program/symbols/elfsymloc.h"
 #include "project/settings/sysvars.h"
 
 namespace {
+using JobParams::D;
+using JobParams::EXECUTOR_ROW;
+using JobParams::Fit;
+using JobParams::P;
+
 TARGET_HOOKS s_Hooks;
 
 CDeviceTarget& T() { return CDeviceTarget::Get(); }
-U32 P(const DEVICE_JOB& Job, int Idx) { return U32(Job.Param[Idx]); }
-template <class TYPE> TYPE* D(DEVICE_JOB& Job, int Idx) { return Job.Dyn<TYPE>(Idx); }
-/// Elements that a block really holds; an operation never goes beyond its buffers.
-U32 Fit(const DEVICE_JOB& Job, int Idx, U32 ElemSize, U32 Cnt)
-{
-    const U32 Room = Job.DynParam[Idx] ? Job.DynSize[Idx] / ElemSize : 0;
-    return Cnt < Room ? Cnt : Room;
-}
-
 /// After a change of the breakpoints the windows want to know how they are implemented.
 int WithImplTypes(int Ret)
 {
@@ -119,10 +117,6 @@ int ExecEndDownload(CDevice&, DEVICE_JOB& Job)
     return T().EndDownload(P(Job, 1) != 0);
 }
 
-struct EXECUTOR_ROW {
-    U32 Type;
-    JOB_EXECUTOR pfExec;
-};
 constexpr EXECUTOR_ROW aExecutor[] = {
     {BT_CONNECT, [](CDevice&, DEVICE_JOB& J) { return T().Connect(CONNECT_MODES(P(J, 0))); }},
     {BT_DISCONNECT, [](CDevice&, DEVICE_JOB&) { return T().Disconnect(); }},
@@ -222,4 +216,5 @@ void DEVICE_RegisterTarget()
     // The manager has to clear its images before any window asks for data at the same event.
     CDeviceDataManager::Get();
     for (const EXECUTOR_ROW& Row : aExecutor) CDevice::SetExecutor(Row.Type, Row.pfExec);
+    DEVICE_RegisterServices();
 }
