@@ -306,6 +306,9 @@ private slots:
         QVERIFY(R.WaitFor([&] { return R.pReports->Heard.contains("resume1"); }));
         QCOMPARE(T().GetBreakpoint(Never).State, U32(BP_STATE_ON_HIDDEN));
         QVERIFY(!T().Lists.BpListGet(Never).Valid); // no entry of the list
+        QVERIFY(!Dev().IsIdle());
+        QVERIFY(R.WaitSettled()); // whoever waits for the device need not wait for what may never come
+        QVERIFY(Dev().IsRunning() && Dev().State.PendingJob == BT_RUN_TO);
         Dev().HaltAsync();
         QVERIFY(R.WaitHalted());
         QCOMPARE(R.pReports->Take(), QString("resume1 halt0"));
