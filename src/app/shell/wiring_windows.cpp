@@ -14,6 +14,7 @@
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
 #include "device/target/devicetable.h"
+#include "device/target/deviceservices.h"
 #include "device/target/devicetarget.h"
 #include "program/elf/elf.h"
 #include "program/tables/prog.h"
@@ -165,6 +166,9 @@ void WireProject(CMainWindow& Main)
     };
     Hooks.ShowErrorBox = [](const QString& sText) { CMessageBox::ShowInfo(QStringLiteral("Project Warning"), sText); };
     Hooks.ShowConsole = [&Main] { Main.ShowWindow(QStringLiteral("Console")); };
+    Hooks.AddMemlaneSearchRange = [](U32 Addr, U32 Size) {
+        return CDeviceServices::Get().AddMemlaneSearchRange(Addr, Size);
+    };
     CProject::Get().SetHooks(Hooks);
 
     CORE_HOOKS& CoreHooks = Core_GetHooks();
