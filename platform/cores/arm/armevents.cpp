@@ -57,10 +57,13 @@ int ARM_DeinitSemihosting() {
 
 int ARM_HandleSemihosting(uint64_t Addr, uint32_t* pOpCode, uint64_t* pParam) {
     uint16_t HalfWord = 0;
+    uint32_t PC = 0;
     uint32_t R0 = 0;
     uint32_t R1 = 0;
     if (!pOpCode || !pParam || Addr > 0xFFFFFFFEu) return CORE_SEMIHOST_NO;
     if (ARM_ReadU16(static_cast<uint32_t>(Addr) & ~1u, &HalfWord) != 0 || HalfWord != SEMIHOSTING_BKPT) return CORE_SEMIHOST_NO;
+    // A breakpoint may have been reported for a request that was served there; the PC has gone on since.
+    if (ARM_ReadTargetReg(BRYLLO_REG_PC, &PC) != 0 || ((PC ^ static_cast<uint32_t>(Addr)) & ~1u) != 0) return CORE_SEMIHOST_NO;
     if (ARM_ReadTargetReg(BRYLLO_REG_R0, &R0) != 0 || ARM_ReadTargetReg(BRYLLO_REG_R0 + 1, &R1) != 0) return CORE_SEMIHOST_NO;
     *pOpCode = R0;
     *pParam = R1;

@@ -26,6 +26,7 @@
 #include "project/finder/filefinder.h"
 #include "project/settings/sysvars.h"
 #include "script/host/bscript.h"
+#include "targetio/semihost/semihostdevice.h"
 #include "views/framework/messagebox.h"
 
 #include <QFileInfo>
@@ -235,6 +236,7 @@ void WireLayers()
     ELF_SetDiagCallback(OnElfDiag);
     DEVICE_RegisterTarget();
     DEVICE_RegisterStepping();
+    SEMIHOST_Register();
     WireActions();
     WireScript();
     WireFinder();

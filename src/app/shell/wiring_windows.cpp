@@ -185,6 +185,7 @@ void WireWindows(CMainWindow& Main)
 {
     WireProject(Main);
     WireDebugViews(Main);
+    WireTargetIO(Main);
 }
 
 void UnwireLayers()
