@@ -4,7 +4,6 @@
 
 #include "platform/probe/bryllo.h"
 
-#include <string>
 
 namespace {
 
@@ -82,18 +81,19 @@ int ARM_FinishSemihosting(int64_t Result, int64_t) {
 
 int ARM_GetEventBody(uint32_t EventId, char* pBuffer, uint32_t Size) {
     if (EventId != EVENT_AFTER_RESET && EventId != EVENT_AFTER_DOWNLOAD) return -1;
-    std::string s = EventId == EVENT_AFTER_RESET ? "void AfterTargetReset (void) {\n" : "void AfterTargetDownload (void) {\n";
-    s += "  unsigned int SP;\n"
-         "  unsigned int PC;\n"
-         "  unsigned int VectorTableAddr;\n"
-         "\n"
-         "  VectorTableAddr = Elf.GetBaseAddr();\n"
-         "  if (VectorTableAddr != 0xFFFFFFFF) {\n"
-         "    SP = Target.ReadU32(VectorTableAddr);\n"
-         "    Target.SetReg(\"SP\", SP);\n"
-         "    PC = Target.ReadU32(VectorTableAddr + 4);\n"
-         "    Target.SetReg(\"PC\", PC);\n"
-         "  }\n"
-         "}\n";
-    return ARM_CopyText(s.c_str(), pBuffer, Size);
+    // A core that was reset out of empty flash has lost its Thumb bit; without it the first instruction faults.
+    static constexpr const char* sBody =
+        "  unsigned int SP;\n"
+        "  unsigned int PC;\n"
+        "  unsigned int VectorTableAddr;\n"
+        "\n"
+        "  VectorTableAddr = Elf.GetBaseAddr();\n"
+        "  if (VectorTableAddr != 0xFFFFFFFF) {\n"
+        "    SP = Target.ReadU32(VectorTableAddr);\n"
+        "    Target.SetReg(\"SP\", SP);\n"
+        "    PC = Target.ReadU32(VectorTableAddr + 4);\n"
+        "    Target.SetReg(\"PC\", PC);\n"
+        "    Target.SetReg(\"XPSR\", 0x01000000);\n"
+        "  }\n";
+    return ARM_CopyText(sBody, pBuffer, Size);
 }

@@ -6,6 +6,7 @@
 #include "app/services/appdirs.h"
 #include "app/services/log.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/pluginfiledialog.h"
 #include "app/shell/sourcelines.h"
 #include "app/shell/wiring.h"
 #include "core/cache/core.h"
@@ -66,12 +67,27 @@ U32 GetProgramFaults()
     return Core_CheckProgram(ELF_GetFileImage(hFile));
 }
 
+/// A register description that the core plug-in names: where such files are looked for, else beside the plug-in. Empty if
+/// it names none, or one that isn't there.
+QString FindCoreFile(const QString& sName, bool TryPluginDir)
+{
+    if (sName.isEmpty()) return {};
+    CFileFinder& Finder = CFileFinder::Get();
+    Finder.SetLogResolutions(false); // the user has asked for no file
+    QString sPath = Finder.Resolve(sName);
+    if (sPath.isEmpty() && TryPluginDir) sPath = Finder.Resolve(QFileInfo(Core_GetCurrentPath()).path() + '/' + sName);
+    Finder.SetLogResolutions(true);
+    return sPath.replace(QLatin1String("$(InstallDir)"), GetInstallDir());
+}
+
 QString GetDefaultRegisterFile()
 {
-    const QString sName = Core_IsLoaded() ? Core_GetCPURegFile(Core_GetCoreId()) : QString();
-    if (sName.isEmpty()) return {};
-    const QString sPath = GetPeripheralsDir() + '/' + sName;
-    return QFileInfo(sPath).isFile() ? sPath : QString();
+    return Core_IsLoaded() ? FindCoreFile(Core_GetCPURegFile(Core_GetCoreId()), true) : QString();
+}
+
+QString GetDefaultPeripheralFile()
+{
+    return Core_IsLoaded() ? FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false) : QString();
 }
 
 void OnRegisterFilesChanged(const QStringList& Files, CRegisterWindow* pWindow)
@@ -118,6 +134,7 @@ void WireProject(CMainWindow& Main)
     Hooks.IsCorePluginMissing = [] { return CDeviceTarget::Get().GetInfo().CoreId != 0 && !Core_IsLoaded(); };
     Hooks.HasCPURegisters = [] { return !GetCpuRegisterGroups().isEmpty(); };
     Hooks.DefaultRegisterFile = GetDefaultRegisterFile;
+    Hooks.DefaultPeripheralFile = GetDefaultPeripheralFile;
     Hooks.HasSymbol = [](const QString& sName) {
         return !PROG_FindSymbols(sName, false, true, false, true, false).isEmpty();
     };
@@ -149,8 +166,7 @@ void WireProject(CMainWindow& Main)
     // Batch mode answers no file dialogs: there a missing plug-in is an error at once.
     CoreHooks.IsInteractive = [] { return !CMessageBox::GetInterceptor(); };
     CoreHooks.AskPluginPath = [&Main](const QString& sTitle, const QString& sText) {
-        CMessageBox::ShowInfo(sTitle, sText);
-        return QFileDialog::getOpenFileName(&Main, sTitle, {}, QStringLiteral("Plugins (*.so)"));
+        return CPluginFileDialog::Ask(&Main, sTitle, sText);
     };
 }
 
