@@ -27,6 +27,7 @@
 #include "project/finder/filefinder.h"
 #include "project/settings/sysvars.h"
 #include "script/host/bscript.h"
+#include "targetio/semihost/semihostdevice.h"
 #include "views/framework/messagebox.h"
 #include "views/framework/statusbar.h"
 
@@ -63,6 +64,7 @@ void WireScript()
     Hooks.EvalExpr = [](const QString& sExpr, I64* pValue) { return EVAL_GetInteger(sExpr, pValue); };
     Hooks.ShowConsole = [] { CMainWindow::Get().ShowWindow(QStringLiteral("Console")); };
     Hooks.HasNewWarnings = [] { return CProject::Get().HasNewWarnings(); };
+    Hooks.GetEventBody = [](int EventId) { return Core_GetEventBody(U32(EventId)); };
     BScript::SetHooks(Hooks);
 }
 
@@ -88,6 +90,9 @@ void WireCore()
     Hooks.ReadTarget = [](U64 Addr, U32 Size, void* pBuffer) {
         if (Addr > ADDR_NONE) return -1;
         return CDeviceTarget::Get().ReadMemBlocking(U32(Addr), nullptr, Size, pBuffer, nullptr);
+    };
+    Hooks.ReadTargetCache = [](U64 Addr, U32 Size, void* pBuffer) {
+        return Addr > ADDR_NONE ? -1 : CDeviceDataManager::ReadImage(U32(Addr), Size, pBuffer);
     };
     Hooks.SizeRegCache = [](U32 NumSlots) { CDeviceDataManager::Get().InitRegCache(NumSlots); };
 }
@@ -257,6 +262,7 @@ void WireLayers()
     ELF_SetDiagCallback(OnElfDiag);
     DEVICE_RegisterTarget();
     DEVICE_RegisterStepping();
+    SEMIHOST_Register();
     WireActions();
     WireScript();
     WireFinder();

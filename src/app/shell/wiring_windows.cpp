@@ -6,6 +6,7 @@
 #include "app/services/appdirs.h"
 #include "app/services/log.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/pluginfiledialog.h"
 #include "app/shell/sourcelines.h"
 #include "app/shell/wiring.h"
 #include "core/cache/core.h"
@@ -69,12 +70,27 @@ U32 GetProgramFaults()
     return Core_CheckProgram(ELF_GetFileImage(hFile));
 }
 
+/// A register description that the core plug-in names: where such files are looked for, else beside the plug-in. Empty if
+/// it names none, or one that isn't there.
+QString FindCoreFile(const QString& sName, bool TryPluginDir)
+{
+    if (sName.isEmpty()) return {};
+    CFileFinder& Finder = CFileFinder::Get();
+    Finder.SetLogResolutions(false); // the user has asked for no file
+    QString sPath = Finder.Resolve(sName);
+    if (sPath.isEmpty() && TryPluginDir) sPath = Finder.Resolve(QFileInfo(Core_GetCurrentPath()).path() + '/' + sName);
+    Finder.SetLogResolutions(true);
+    return sPath.replace(QLatin1String("$(InstallDir)"), GetInstallDir());
+}
+
 QString GetDefaultRegisterFile()
 {
-    const QString sName = Core_IsLoaded() ? Core_GetCPURegFile(Core_GetCoreId()) : QString();
-    if (sName.isEmpty()) return {};
-    const QString sPath = GetPeripheralsDir() + '/' + sName;
-    return QFileInfo(sPath).isFile() ? sPath : QString();
+    return Core_IsLoaded() ? FindCoreFile(Core_GetCPURegFile(Core_GetCoreId()), true) : QString();
+}
+
+QString GetDefaultPeripheralFile()
+{
+    return Core_IsLoaded() ? FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false) : QString();
 }
 
 /// The peripherals of the device named: what the core's plug-in offers, a file of the device's own name, or the one
@@ -176,8 +192,7 @@ void WireProject(CMainWindow& Main)
     // Batch mode answers no file dialogs: there a missing plug-in is an error at once.
     CoreHooks.IsInteractive = [] { return !CMessageBox::GetInterceptor(); };
     CoreHooks.AskPluginPath = [&Main](const QString& sTitle, const QString& sText) {
-        CMessageBox::ShowInfo(sTitle, sText);
-        return QFileDialog::getOpenFileName(&Main, sTitle, {}, QStringLiteral("Plugins (*.so)"));
+        return CPluginFileDialog::Ask(&Main, sTitle, sText);
     };
 }
 
@@ -212,6 +227,7 @@ void WireWindows(CMainWindow& Main)
 {
     WireProject(Main);
     WireDebugViews(Main);
+    WireTargetIO(Main);
 }
 
 void UnwireLayers()
