@@ -1,6 +1,7 @@
 // Widgets, fonts and menus of the console.
 #include "app/console/consolewindow.h"
 
+#include "app/console/completionpopup.h"
 #include "project/settings/appearance.h"
 #include "project/settings/settingsnotifier.h"
 #include "project/settings/sysvars.h"
@@ -100,6 +101,12 @@ void CConsoleWindow::_BuildWidgets()
     m_pInput->setAccessibleName(QStringLiteral("Command"));
     m_pInput->setPlaceholderText(QStringLiteral("Enter a command, ? lists all"));
     m_pInput->installEventFilter(this);
+    m_pPopup = new CCompletionPopup(m_pInput);
+    connect(m_pInput, &QLineEdit::textEdited, this, [this] { _UpdateCompletion(false); });
+    connect(m_pInput, &QLineEdit::cursorPositionChanged, this, [this] {
+        if (m_pPopup->isVisible()) _UpdateCompletion(m_IsListRequested);
+    });
+    connect(m_pPopup, &CCompletionPopup::Accepted, this, &CConsoleWindow::_AcceptChoice);
     pInputRow->addWidget(pPrompt);
     pInputRow->setContentsMargins(0, 3, 4, 3);
     pInputRow->addWidget(m_pInput, 1);
