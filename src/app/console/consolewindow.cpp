@@ -67,7 +67,7 @@ CConsoleWindow::CConsoleWindow(QWidget* pParent) : CWindow(pParent, QStringLiter
     SetFlag(WF_CLEAR_ON_DISCONNECT, false);
     _BuildWidgets();
     _BuildActions();
-    _UpdateDefaultColor();
+    _UpdateColors();
     _ApplyFont();
     AddCommandListener(this);
     SetLogConsoleSink([this](const QString& sText, U32 Flags) { _OnLogged(sText, Flags); });

@@ -114,7 +114,7 @@ private:
     void _BuildWidgets();
     void _BuildActions();
     void _ApplyFont();
-    void _UpdateDefaultColor();
+    void _UpdateColors();
     void _Write(const QString& sText, const CONSOLE_LOOK& Look);
     CONSOLE_LOOK _GetLook(const QColor& Color, bool Fixed) const;
     void _OnLogged(const QString& sText, U32 Flags);

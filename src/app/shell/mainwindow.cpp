@@ -67,6 +67,7 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     InitColorsAndFonts(QApplication::font());
     LoadPreferences();
     LoadColorsAndFonts();
+    RestoreAppearance();
     WireLayers();
     WireWindowEnvironment();
     CDevice::Get().CreateEventWorker(this);
@@ -79,6 +80,7 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     RegisterBreakCommands();
     RegisterTargetCommands();
     RegisterProjectCommands();
+    RegisterSettingsCommands();
     BuildWindows();
     BuildActions();
     BuildMenus();
