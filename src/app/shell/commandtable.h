@@ -23,6 +23,7 @@ void RegisterWindowCommands();  ///< Window.*, Toolbar.*, View.*, Find.* and the
 void RegisterBreakCommands();   ///< Break.*, Trace.*
 void RegisterTargetCommands();  ///< Target.*, Elf.*, Util.*
 void RegisterProjectCommands(); ///< Project.*, Edit.*, Script.*
+void RegisterSettingsCommands(); ///< Tools.Preferences, Tools.SysVars
 
 /// An address of a command, read with base 16. False (and the error "invalid parameter") if it is none.
 bool ParseAddrParam(int ActionId, const QString& sText, U32* pAddr);

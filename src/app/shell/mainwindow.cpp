@@ -70,6 +70,7 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     InitColorsAndFonts(QApplication::font());
     LoadPreferences();
     LoadColorsAndFonts();
+    RestoreAppearance();
     WireLayers();
     WireWindowEnvironment();
     CDevice::Get().CreateEventWorker(this);
@@ -82,6 +83,7 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     RegisterBreakCommands();
     RegisterTargetCommands();
     RegisterProjectCommands();
+    RegisterSettingsCommands();
     BuildWindows();
     BuildActions();
     BuildMenus();

@@ -2,9 +2,11 @@
 // what single windows show.
 #include "app/actions/actions.h"
 #include "app/actions/commandtext.h"
+#include "app/console/commandcompletion.h"
 #include "app/console/consolewindow.h"
 #include "app/services/appdirs.h"
 #include "app/services/log.h"
+#include "app/shell/consolesources.h"
 #include "app/shell/mainwindow.h"
 #include "app/shell/pluginfiledialog.h"
 #include "app/shell/sourcelines.h"
@@ -228,10 +230,13 @@ void WireWindows(CMainWindow& Main)
     WireProject(Main);
     WireDebugViews(Main);
     WireTargetIO(Main);
+    WireAppearance(Main);
+    WireConsoleCompletion(Main);
 }
 
 void UnwireLayers()
 {
+    SetCompletionSources({});
     CProject::Get().SetHooks({});
     SetActionHooks({});
     BScript::SetHooks({});
