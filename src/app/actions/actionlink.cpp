@@ -91,6 +91,15 @@ QAction* GetAction(int Id)
     return p ? p->pAction.data() : nullptr;
 }
 
+QString GetActionTitle(int Id)
+{
+    const QString sName = GetCommandName(Id);
+    const QAction* pAction = GetAction(Id);
+    if (!sName.isEmpty() || !pAction) return sName;
+    QString sText = pAction->text().remove("...");
+    return sText.replace("&&", "\n").remove('&').replace('\n', '&').trimmed();
+}
+
 int GetActionId(const QAction* pAction)
 {
     return LinkedIds().value(pAction, -1);
