@@ -166,6 +166,8 @@ void tst_actions::hotKeys_data()
     QTest::newRow("plus without shift") << "=" << QList<int>{ACT_TIMELINE_ZOOM_IN, ACT_MEM_USAGE_ZOOM_IN};
     QTest::newRow("alt plus") << "Alt+="
                               << QList<int>{ACT_EXPAND_ALL, ACT_SRC_EXPAND_ALL_LINES, ACT_ITRACE_EXPAND_ALL};
+    QTest::newRow("order of modifiers") << "Alt+Shift+D" << QList<int>{ACT_WINDOW_SHOW_DISASSEMBLY};
+    QTest::newRow("as written") << "Shift+Alt+D" << QList<int>{ACT_WINDOW_SHOW_DISASSEMBLY};
     QTest::newRow("nothing") << "F12" << QList<int>{};
     QTest::newRow("empty") << "" << QList<int>{};
 }
@@ -315,6 +317,10 @@ void tst_actions::commandState()
     QAction* pCursor = MakeAction(&Window, "actionSrcRunToCursor");
     pCursor->setText("&Run To && Stop...");
     LinkActions(&Window);
+    pCursor->setEnabled(false); // the window's own switch
+    QVERIFY(!IsCommandEnabled(ACT_SRC_RUN_TO_CURSOR));
+    pCursor->setEnabled(true);
+    QVERIFY(IsCommandEnabled(ACT_SRC_RUN_TO_CURSOR));
     SetCommandState(ACT_SRC_RUN_TO_CURSOR, false, true);
     QCOMPARE(PerformAction(ACT_SRC_RUN_TO_CURSOR), -1);
     QCOMPARE(m_Errors.last(), QStringLiteral("Run To & Stop: Command disabled"));

@@ -47,8 +47,14 @@ void Link(QAction* pAction, int Id)
     ACTION_STATE& State = GetActionState(Id);
     State.pAction = pAction;
     State.CommandEnabled = pAction->isEnabled();
-    if (!LinkedIds().contains(pAction))
+    if (!LinkedIds().contains(pAction)) {
         QObject::connect(pAction, &QObject::destroyed, [pAction] { LinkedIds().remove(pAction); });
+        // A window switches its own actions by QAction alone; only commands have a state apart from the menus.
+        if (GetCommandName(Id).isEmpty())
+            QObject::connect(pAction, &QAction::enabledChanged, pAction, [pAction, Id](bool Enabled) {
+                if (GetAction(Id) == pAction) GetActionState(Id).CommandEnabled = Enabled;
+            });
+    }
     LinkedIds().insert(pAction, Id);
 }
 } // namespace

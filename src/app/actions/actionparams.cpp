@@ -171,6 +171,6 @@ void SetCommandState(int Id, bool CommandEnabled, bool GuiEnabled)
 {
     ACTION_STATE* p = FindActionState(Id);
     if (!p) return;
-    p->CommandEnabled = CommandEnabled;
     if (p->pAction) p->pAction->setEnabled(GuiEnabled);
+    p->CommandEnabled = CommandEnabled; // last: the action's own change is followed
 }

@@ -180,7 +180,7 @@ void CMainWindow::OnWindowShown()
         ::PerformAction(ACT_FILE_OPEN, m_RecentProjects.first());
     } else if (m_RecentProjects.isEmpty() && !GetCmdLineArgs().BatchFile.isEmpty()) {
         ::PerformAction(ACT_FILE_NEW_PROJECT); // a run without hands begins with its first line
-    } else if (m_RecentProjects.isEmpty() && GetAction(ACT_FILE_NEW_PROJECT_WIZARD)) {
+    } else if (m_RecentProjects.isEmpty() && !IsCommandAbsent(ACT_FILE_NEW_PROJECT_WIZARD)) {
         ::PerformAction(ACT_FILE_NEW_PROJECT);
         ::PerformAction(ACT_FILE_NEW_PROJECT_WIZARD);
     } else {
@@ -206,7 +206,7 @@ void CMainWindow::ShowWelcomeScreen()
         break;
     default:
         ::PerformAction(ACT_FILE_NEW_PROJECT);
-        if (Choice.Result == WELCOME_NEW_PROJECT && GetAction(ACT_FILE_NEW_PROJECT_WIZARD))
+        if (Choice.Result == WELCOME_NEW_PROJECT && !IsCommandAbsent(ACT_FILE_NEW_PROJECT_WIZARD))
             ::PerformAction(ACT_FILE_NEW_PROJECT_WIZARD);
     }
 }
@@ -297,22 +297,58 @@ bool CMainWindow::HandleKey(QKeyEvent* pKey)
         m_W.pSource->setFocus();
         return true;
     }
-    const QString sKey = QKeySequence(pKey->keyCombination()).toString(QKeySequence::PortableText);
+    const Qt::KeyboardModifiers Modifiers = pKey->modifiers() & ~Qt::KeypadModifier;
+    if (pKey->key() == Qt::Key_S && Modifiers == (Qt::ShiftModifier | Qt::AltModifier)) {
+        m_W.pSource->setFocus();
+        return true;
+    }
     // A bare letter, digit or editing key belongs to the widget with the focus when it takes text.
-    const bool Plain = !(pKey->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
+    const bool Plain = !(Modifiers & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
     const QWidget* pFocus = QApplication::focusWidget();
     const bool TakesText = pFocus && pFocus->testAttribute(Qt::WA_InputMethodEnabled);
     if (Plain && TakesText && (pKey->key() < Qt::Key_F1 || pKey->key() > Qt::Key_F35)) return false;
+    // Two rows may share a key: the focused window's own comes first, and what can't run leaves the key to the next.
+    int Best = -1, BestRank = 0;
+    const QString sKey = QKeySequence(QKeyCombination(Modifiers, Qt::Key(pKey->key()))).toString(QKeySequence::PortableText);
     for (const int ID : FindActionsByHotKey(sKey)) {
-        QAction* pAction = GetAction(ID);
-        if (!pAction || !pAction->isEnabled()) continue;
-        // Two commands may share a key; the one that can run in the present state takes it.
-        auto* pOwner = qobject_cast<CWindow*>(pAction->parent());
-        if (!pOwner || !(pOwner == this || pOwner == m_W.pSource || pOwner->HasFocus())) continue;
-        ::PerformAction(ID);
-        return true;
+        const QAction* pAction = GetAction(ID);
+        const auto* pOwner = pAction ? qobject_cast<CWindow*>(pAction->parent()) : nullptr;
+        if (!pOwner) continue;
+        const bool Focused = pOwner != this && pOwner->HasFocus();
+        if (!Focused && pOwner != this && pOwner != m_W.pSource) continue;
+        const int Rank = 1 + (Focused ? 1 : 0) + (IsCommandEnabled(ID) ? 2 : 0);
+        if (Rank <= BestRank) continue;
+        Best = ID;
+        BestRank = Rank;
     }
-    return false;
+    if (Best < 0) return false;
+    SetDefaultParam(Best);
+    ::PerformAction(Best); // tells it when the command is off
+    return true;
+}
+
+void CMainWindow::SetDefaultParam(int ID)
+{
+    switch (ID) {
+    case ACT_VIEW_DATA:
+    case ACT_VIEW_MEMORY_MAP:
+    case ACT_VIEW_SOURCE:
+    case ACT_VIEW_DISASSEMBLY:
+    case ACT_VIEW_CALL_GRAPH:
+    case ACT_WATCH_ADD:
+    case ACT_DATA_GRAPH_ADD:
+    case ACT_SOURCE_OPEN_INCLUDE_FILE:
+        break;
+    default:
+        return;
+    }
+    QString sParam;
+    if (m_W.pDisassembly->HasFocus() && m_W.pDisassembly->GetSelectedAddr() != ADDR_NONE)
+        sParam = QString::asprintf("0x%08X", m_W.pDisassembly->GetSelectedAddr());
+    else if (m_W.pSource->HasFocus())
+        sParam = ID == ACT_SOURCE_OPEN_INCLUDE_FILE ? m_W.pSource->GetFileNameUnderCursor()
+                                                    : m_W.pSource->GetSelectedTextOrWordUnderCursor();
+    if (!sParam.isEmpty() && !sParam.contains(u'\n')) SetActionParams(ID, sParam);
 }
 
 void CMainWindow::UpdateTitle()

@@ -142,6 +142,7 @@ public:
     void OnDeviceSetProgressValue(int Value) override;
     void OnDeviceBPStateChanged() override;
     void OnDeviceWPStateChanged() override;
+    void OnDeviceTPStateChanged() override;
     ///@}
 
 signals:
@@ -189,7 +190,7 @@ private:
     void AdoptWindow(CWindow* pWindow);
     void ConnectWindows();
     void CreateTimers();
-    QAction* MakeAction(int ID);
+    QAction* MakeAction(int ID, QWidget* pOwner);
     void RestoreAppData();
     void SaveAppData();
     void ApplyDefaultLayout();
@@ -226,6 +227,7 @@ private:
     QString AskProjectPath(); ///< empty if the user called it off
 
     bool HandleKey(QKeyEvent* pKey);
+    void SetDefaultParam(int ID); ///< what a command on a place works on when a key calls it
 
     SESSION_STATE m_S;
     SESSION_WINDOWS m_W;

@@ -5,6 +5,7 @@
 #include "app/console/consolewindow.h"
 #include "app/services/appdirs.h"
 #include "app/services/log.h"
+#include "app/shell/commandtable.h"
 #include "app/shell/mainwindow.h"
 #include "app/shell/sourcelines.h"
 #include "app/shell/wiring.h"
@@ -167,7 +168,10 @@ void WireEnvironment()
         const int Id = FindCommand(sCommand);
         return Id < 0 ? -1 : int(PerformActionList(Id, Params));
     };
-    Env.IsCommandEnabled = [](const QString& sCommand) { return IsCommandEnabled(FindCommand(sCommand)); };
+    Env.IsCommandEnabled = [](const QString& sCommand) {
+        const int Id = FindCommand(sCommand);
+        return IsCommandEnabled(Id) && !IsCommandAbsent(Id);
+    };
     Env.LinkActions = LinkActions;
     Env.UnlinkActions = UnlinkActions;
     SetWindowEnv(Env);
