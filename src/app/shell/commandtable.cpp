@@ -11,6 +11,7 @@ std::array<COMMAND_HANDLER, NUM_ACTIONS> s_aHandler{};
 void OnAbsentCommand(int Id)
 {
     if (CheckParams(Id)) SetActionError(Id, ERR_UNKNOWN_WINDOW);
+    SetActionResult(Id, -1);
 }
 } // namespace
 

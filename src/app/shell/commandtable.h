@@ -19,7 +19,10 @@ COMMAND_HANDLER GetCommandHandler(int ActionId); ///< null if nobody carries it 
 void RegisterConnectCommands(); ///< Debug.* of the session, Exec.*
 void RegisterRunCommands();     ///< Debug.* of running and stepping
 void RegisterFileCommands();    ///< File.*, Help.*
-void RegisterWindowCommands();  ///< Window.*, Toolbar.*, View.*, Find.* and the show actions
+void RegisterDocumentCommands(); ///< closing and searching documents, Edit.Copy, Help.UserGuide
+void RegisterPlaceCommands();   ///< View.*, Find.Func, Find.GlobalData
+void RegisterSymbolCommands();  ///< symbols in windows: Window.Add and the like, Edit.DisplayFormat and the like
+void RegisterWindowCommands();  ///< Window.*, Toolbar.* and the show actions
 void RegisterBreakCommands();   ///< Break.*, Trace.*
 void RegisterTargetCommands();  ///< Target.*, Elf.*, Util.*
 void RegisterProjectCommands(); ///< Project.*, Edit.*, Script.*

@@ -6,6 +6,7 @@
 #include "app/services/cmdline.h"
 #include "app/services/log.h"
 #include "app/services/settingsstore.h"
+#include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/welcomescreen.h"
 #include "app/shell/wiring.h"
@@ -32,7 +33,6 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
 
@@ -75,6 +75,9 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     RegisterConnectCommands();
     RegisterRunCommands();
     RegisterFileCommands();
+    RegisterDocumentCommands();
+    RegisterPlaceCommands();
+    RegisterSymbolCommands();
     RegisterWindowCommands();
     RegisterBreakCommands();
     RegisterTargetCommands();
@@ -213,7 +216,7 @@ void CMainWindow::ShowWelcomeScreen()
 
 QString CMainWindow::AskProjectPath()
 {
-    const QString sPath = QFileDialog::getOpenFileName(this, QStringLiteral("Open Project"), m_sDefaultDirOpen,
+    const QString sPath = AskOpenPath(QStringLiteral("Open Project"), m_sDefaultDirOpen,
                                                        QStringLiteral("Project Files (*.bdebug);;All Files (*)"));
     if (!sPath.isEmpty()) m_sDefaultDirOpen = QFileInfo(sPath).absolutePath();
     return sPath;

@@ -113,6 +113,7 @@ public:
     ///@}
 
     SESSION_STATE& GetSession() { return m_S; }
+    const QStringList& GetRecentPrograms() const { return m_RecentPrograms; } ///< newest first
     void UpdateActions() override;
     void UpdateTitle();
     bool IsTargetUsable() const; ///< a core support plug-in is loaded

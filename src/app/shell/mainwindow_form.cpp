@@ -303,5 +303,10 @@ void CMainWindow::RebuildRecentMenus()
 
 void CMainWindow::OnRecentMenuActionTriggered(QAction* pAction)
 {
-    ::PerformAction(ACT_FILE_OPEN, pAction->data());
+    // Only the list of programs has a command of its own; a project is opened by its path.
+    const qsizetype Program = sender() == m_apMenu[MENU_RECENT_PROGRAMS] ? m_RecentPrograms.indexOf(pAction->data().toString()) : -1;
+    if (Program >= 0)
+        ::PerformAction(ACT_FILE_OPEN_RECENT, int(Program));
+    else
+        ::PerformAction(ACT_FILE_OPEN, pAction->data());
 }

@@ -5,6 +5,7 @@
 #include "app/console/consolewindow.h"
 #include "app/services/appdirs.h"
 #include "app/services/log.h"
+#include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/mainwindow.h"
 #include "app/shell/sourcelines.h"
@@ -28,7 +29,6 @@
 #include "views/framework/messagebox.h"
 #include "views/framework/windowenv.h"
 
-#include <QFileDialog>
 #include <QFileInfo>
 
 namespace {
@@ -138,8 +138,8 @@ void WireProject(CMainWindow& Main)
         CConsoleWindow::Get().SetLogFile(sPath);
         return true;
     };
-    Hooks.AskSavePath = [&Main](const QString& sCaption, const QString& sFolder) {
-        return QFileDialog::getSaveFileName(&Main, sCaption, sFolder, QStringLiteral("Project Files (*.bdebug)"));
+    Hooks.AskSavePath = [](const QString& sCaption, const QString& sFolder) {
+        return AskSavePath(sCaption, sFolder, QStringLiteral("Project Files (*.bdebug)"));
     };
     Hooks.ShowErrorBox = [](const QString& sText) { CMessageBox::ShowInfo(QStringLiteral("Project Warning"), sText); };
     Hooks.ShowConsole = [&Main] { Main.ShowWindow(QStringLiteral("Console")); };
@@ -149,9 +149,9 @@ void WireProject(CMainWindow& Main)
     CoreHooks.SetProjectPluginPath = [](const QString& sPath) { CProject::Get().SetCorePluginFile(sPath); };
     // Batch mode answers no file dialogs: there a missing plug-in is an error at once.
     CoreHooks.IsInteractive = [] { return !CMessageBox::GetInterceptor(); };
-    CoreHooks.AskPluginPath = [&Main](const QString& sTitle, const QString& sText) {
+    CoreHooks.AskPluginPath = [](const QString& sTitle, const QString& sText) {
         CMessageBox::ShowInfo(sTitle, sText);
-        return QFileDialog::getOpenFileName(&Main, sTitle, {}, QStringLiteral("Plugins (*.so)"));
+        return AskOpenPath(sTitle, {}, QStringLiteral("Plugins (*.so)"));
     };
 }
 
