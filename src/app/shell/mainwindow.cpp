@@ -128,6 +128,7 @@ void CMainWindow::ConnectWindows()
     connect(this, &CMainWindow::DataFileOpened, this, &CMainWindow::OnDataFileOpened);
     CCallStack& Stack = CCallStack::GetInstance();
     CBreakpointsDataModel& Points = CBreakpointsDataModel::Get();
+    connect(&Points, &CBreakpointsDataModel::Changed, this, &CMainWindow::UpdateActions);
     connect(&Points, &CBreakpointsDataModel::Changed, m_W.pBreakpoints, &CBreakpointWindow::OnBreakpointsChanged);
     connect(&Points, &CBreakpointsDataModel::Changed, m_W.pSource, &CSourceWindow::UpdateSidebarIcons);
     connect(&Points, &CBreakpointsDataModel::Changed, m_W.pDisassembly, &CDisassemblyWindow::Repaint);
