@@ -6,6 +6,8 @@
 #include "app/console/consolewindow.h"
 #include "app/services/appdirs.h"
 #include "app/services/log.h"
+#include "app/shell/askpath.h"
+#include "app/shell/commandtable.h"
 #include "app/shell/consolesources.h"
 #include "app/shell/mainwindow.h"
 #include "app/shell/pluginfiledialog.h"
@@ -33,7 +35,6 @@
 #include "views/framework/messagebox.h"
 #include "views/framework/windowenv.h"
 
-#include <QFileDialog>
 #include <QFileInfo>
 
 namespace {
@@ -179,8 +180,8 @@ void WireProject(CMainWindow& Main)
         CConsoleWindow::Get().SetLogFile(sPath);
         return true;
     };
-    Hooks.AskSavePath = [&Main](const QString& sCaption, const QString& sFolder) {
-        return QFileDialog::getSaveFileName(&Main, sCaption, sFolder, QStringLiteral("Project Files (*.bdebug)"));
+    Hooks.AskSavePath = [](const QString& sCaption, const QString& sFolder) {
+        return AskSavePath(sCaption, sFolder, QStringLiteral("Project Files (*.bdebug)"));
     };
     Hooks.ShowErrorBox = [](const QString& sText) { CMessageBox::ShowInfo(QStringLiteral("Project Warning"), sText); };
     Hooks.ShowConsole = [&Main] { Main.ShowWindow(QStringLiteral("Console")); };
@@ -211,7 +212,10 @@ void WireEnvironment()
         const int Id = FindCommand(sCommand);
         return Id < 0 ? -1 : int(PerformActionList(Id, Params));
     };
-    Env.IsCommandEnabled = [](const QString& sCommand) { return IsCommandEnabled(FindCommand(sCommand)); };
+    Env.IsCommandEnabled = [](const QString& sCommand) {
+        const int Id = FindCommand(sCommand);
+        return IsCommandEnabled(Id) && !IsCommandAbsent(Id);
+    };
     Env.LinkActions = LinkActions;
     Env.UnlinkActions = UnlinkActions;
     SetWindowEnv(Env);
