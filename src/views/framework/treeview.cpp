@@ -107,6 +107,7 @@ void CTreeView::mouseDoubleClickEvent(QMouseEvent* pEvent)
         return;
     }
     QTreeView::mouseDoubleClickEvent(pEvent);
+    emit TableAreaDoubleClicked(pEvent);
 }
 
 void CTreeView::mouseMoveEvent(QMouseEvent* pEvent)

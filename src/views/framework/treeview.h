@@ -24,6 +24,7 @@ signals:
     void KeyPressed(QKeyEvent* pEvent); ///< accept the event to keep the view from handling the key
     void MouseMoved(QMouseEvent* pEvent);
     void ContentAreaClicked(QMouseEvent* pEvent);
+    void TableAreaDoubleClicked(QMouseEvent* pEvent); ///< anywhere, also beside the rows
 
 protected slots:
     void updateGeometries() override;
