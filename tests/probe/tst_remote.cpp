@@ -179,6 +179,14 @@ private slots:
         QCOMPARE(BRYLLOARM_IsConnected(), 1);
         QCOMPARE(BRYLLOARM_IsHalted(), 1);
 
+        // After a reset without a program a PC that is set runs all the same.
+        QCOMPARE(BRYLLOARM_Reset(), 0);
+        QCOMPARE(Reg(BRYLLO_REG_PC), U64(0));
+        QCOMPARE(BRYLLOARM_WriteU16(0x20000000, 0x3005), 0); // adds r0,#5
+        QVERIFY(SetReg(0, 0) && SetReg(BRYLLO_REG_PC, 0x20000001));
+        QCOMPARE(BRYLLOARM_Step(), 0);
+        QCOMPARE(Reg(0), U64(5));
+
         // A vector table, and a loop that counts in R0 and stores where R1 points to.
         const U32 aTable[] = {0x20001000, 0x00000101};
         const U16 aCode[] = {0x2000, 0x3001, 0x6008, 0xE7FC}; // movs r0,#0; adds r0,#1; str r0,[r1]; b

@@ -524,10 +524,20 @@ std::optional<U64> CRemoteBackend::ReadByIndex(U32 Index)
     return std::nullopt;
 }
 
+/// These cores have no other state, but after a reset through an erased vector table they are not in it, and whoever
+/// sets the PC to the program's entry would only get a fault.
+bool CRemoteBackend::EnterThumbState()
+{
+    constexpr U64 THUMB = 1 << 24;
+    const auto Status = ReadByIndex(BRYLLO_REG_XPSR);
+    return !Status || (*Status & THUMB) || WriteByIndex(BRYLLO_REG_XPSR, *Status | THUMB);
+}
+
 bool CRemoteBackend::WriteByIndex(U32 Index, U64 Value)
 {
     if (const CRemoteReg* pReg = FindReg(NameOfIndex(Index))) {
-        return WriteReg(*pReg, Value);
+        return WriteReg(*pReg, Index == BRYLLO_REG_PC ? Value & ~U64(1) : Value) &&
+               (Index != BRYLLO_REG_PC || EnterThumbState());
     }
     if (Index < BRYLLO_REG_S0 || Index >= BRYLLO_REG_S0 + 32) {
         return false;

@@ -87,6 +87,7 @@ private:
     bool WriteReg(const CRemoteReg& Reg, U64 Value);
     std::optional<U64> ReadByIndex(U32 Index);
     bool WriteByIndex(U32 Index, U64 Value);
+    bool EnterThumbState();
 
     U32 ReadBlock(U32 Addr, U32 NumBytes, U8* pData);
     bool ReadBytes(U32 Addr, U32 NumBytes, U8* pData);
