@@ -76,6 +76,7 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     CDevice::Get().CreateEventWorker(this);
 
     setStatusBar(&CStatusBar::Get());
+    connect(&CStatusBar::Get(), &CStatusBar::Canceled, this, [] { CDevice::Get().State.TransferCanceled = 1; });
     RegisterConnectCommands();
     RegisterRunCommands();
     RegisterFileCommands();
