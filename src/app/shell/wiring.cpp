@@ -17,6 +17,7 @@
 #include "device/target/datamanager.h"
 #include "device/stepping/devicestepping.h"
 #include "device/target/devicetarget.h"
+#include "program/datafiles/fileworker.h"
 #include "program/elf/elf.h"
 #include "program/eval/evalhooks.h"
 #include "program/eval/expression.h"
@@ -28,8 +29,11 @@
 #include "script/host/bscript.h"
 #include "targetio/semihost/semihostdevice.h"
 #include "views/framework/messagebox.h"
+#include "views/framework/statusbar.h"
 
 #include <QFileInfo>
+#include <algorithm>
+#include <climits>
 #include <cstring>
 
 namespace {
@@ -233,6 +237,24 @@ void WireBreakpointLogic()
     BP_SetHooks(Hooks);
 }
 
+/// Reading and saving of data files show in the status bar, which is drawn between two chunks of a file.
+void WireDataFiles()
+{
+    BFile::PROGRESS_HOOKS Hooks;
+    Hooks.Start = [](const QString& sText, qint64 Maximum) {
+        CStatusBar::Get().SetProgressMessage(sText);
+        CStatusBar::Get().StartProgress(0, int(std::min<qint64>(Maximum, INT_MAX)));
+        CStatusBar::Get().Flush();
+    };
+    Hooks.Set = [](qint64 Value) {
+        CStatusBar::Get().SetProgressValue(int(std::min<qint64>(Value, INT_MAX)));
+        CStatusBar::Get().Flush();
+        CStatusBar::Get().repaint();
+    };
+    Hooks.End = [] { CStatusBar::Get().EndProgress(); };
+    BFile::CFileWorker::Instance().SetProgressHooks(Hooks);
+}
+
 } // namespace
 
 void WireLayers()
@@ -249,4 +271,5 @@ void WireLayers()
     WireEvaluator();
     WireUnwinder();
     WireBreakpointLogic();
+    WireDataFiles();
 }

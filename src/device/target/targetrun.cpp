@@ -88,6 +88,7 @@ int CDeviceTarget::Continue()
     State.Halted = 0;
     BRYLLOARM_GoEx(0, 1);
     State.WatchIntervalMS = 0;
+    State.ResumedAtMS = DEVSTATE_NowMS();
     State.Running = 1;
     State.UserHaltRequested = 0;
     if (State.ResetMode == RM_RESET_AND_RUN) State.StartupDone = 1;
