@@ -56,6 +56,7 @@ bool LoadCorePlugin()
     const bool Loaded = Core_Load(int(CoreId)) >= 0;
     if (Loaded && PROG_IsLoaded()) {
         // A program that was opened before its core support has not been decoded yet.
+        const std::lock_guard Lock(CDevice::Get().GetDeviceMutex());
         Core::ClearCache();
         Core::AnalyzeProgram();
     }
