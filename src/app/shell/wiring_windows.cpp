@@ -92,18 +92,15 @@ QString GetDefaultRegisterFile()
     return Core_IsLoaded() ? FindCoreFile(Core_GetCPURegFile(Core_GetCoreId()), true) : QString();
 }
 
-QString GetDefaultPeripheralFile()
-{
-    return Core_IsLoaded() ? FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false) : QString();
-}
-
 /// The peripherals of the device named: what the core's plug-in offers, a file of the device's own name, or the one
 /// that the simulated devices of a maker share. Empty if there is none.
 QString GetDefaultPeripheralFile(const QString& sDevice)
 {
-    QStringList Names;
-    if (Core_IsLoaded()) Names << Core_GetPeriphRegFile(Core_GetCoreId());
-    Names << sDevice + QStringLiteral(".svd");
+    if (Core_IsLoaded()) {
+        const QString sPath = FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false);
+        if (!sPath.isEmpty()) return sPath;
+    }
+    QStringList Names{sDevice + QStringLiteral(".svd")};
     if (const DEVICE_ENTRY* pEntry = DEVICE_FindEntry(sDevice)) Names << pEntry->sManu + QStringLiteral("Sim.svd");
     for (const QString& sName : Names) {
         const QString sPath = GetPeripheralsDir() + '/' + sName;
