@@ -117,6 +117,7 @@ private slots:
     void initTestCase()
     {
         SEMIHOST_Register();
+        CDevice::Get().Shutdown(); // the test is the worker here
         CSemiHost& Host = CSemiHost::Get();
         connect(&Host, &CSemiHost::PrintDebug, this, [this](const QString& s) { m_sOutput += s; });
         connect(&Host, &CSemiHost::PrintError, this, [this](const QString& s) { m_Errors += s; });
@@ -130,7 +131,6 @@ private slots:
         memset(s_aRam, 0, sizeof s_aRam);
         DEVICE_STATE& State = CDevice::Get().State;
         State.Running = 0;
-        State.HaltSeqActive = 1; // keeps the worker's watch out of this
         State.HaltedRaw = 1;
         State.Connected = 1;
         CSemiHost::Get().SetEnabled(true);
@@ -390,11 +390,6 @@ private slots:
         Switch.SetCapture(false);
         QCOMPARE(qgetenv("CORE_TEST_CONFIG"), QByteArray("off"));
         QCOMPARE(m_sOutput, sActive + sInactive);
-    }
-
-    void cleanupTestCase()
-    {
-        CDevice::Get().Shutdown();
     }
 };
 
