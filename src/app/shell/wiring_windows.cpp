@@ -104,7 +104,7 @@ QString GetDefaultPeripheralFile(const QString& sDevice)
     if (const DEVICE_ENTRY* pEntry = DEVICE_FindEntry(sDevice)) Names << pEntry->sManu + QStringLiteral("Sim.svd");
     for (const QString& sName : Names) {
         const QString sPath = GetPeripheralsDir() + '/' + sName;
-        if (!sName.isEmpty() && QFileInfo(sPath).isFile()) return sPath;
+        if (QFileInfo(sPath).isFile()) return sPath;
     }
     return {};
 }
