@@ -56,6 +56,7 @@ bool LoadCorePlugin()
     const bool Loaded = Core_Load(int(CoreId)) >= 0;
     if (Loaded && PROG_IsLoaded()) {
         // A program that was opened before its core support has not been decoded yet.
+        const std::lock_guard Lock(CDevice::Get().GetDeviceMutex());
         Core::ClearCache();
         Core::AnalyzeProgram();
     }
@@ -95,8 +96,10 @@ QString GetDefaultRegisterFile()
 /// that the simulated devices of a maker share. Empty if there is none.
 QString GetDefaultPeripheralFile(const QString& sDevice)
 {
-    if (Core_IsLoaded())
-        if (const QString sPath = FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false); !sPath.isEmpty()) return sPath;
+    if (Core_IsLoaded()) {
+        const QString sPath = FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false);
+        if (!sPath.isEmpty()) return sPath;
+    }
     QStringList Names{sDevice + QStringLiteral(".svd")};
     if (const DEVICE_ENTRY* pEntry = DEVICE_FindEntry(sDevice)) Names << pEntry->sManu + QStringLiteral("Sim.svd");
     for (const QString& sName : Names) {
