@@ -67,7 +67,13 @@ void WireFinder()
     FILEFINDER_HOOKS Hooks;
     Hooks.ProjectPath = [] { return BScript::GetProjectPath(); };
     Hooks.ProgramFile = [] { return CProject::Get().GetProgramFile(); };
-    CFileFinder::Get().SetHooks(Hooks);
+    Hooks.QualifySrcPath = [](const QString& sPath) { return PROG_GetFilePath(PROG_GetFile(sPath)); };
+    CFileFinder& Finder = CFileFinder::Get();
+    Finder.SetHooks(Hooks);
+    QObject::connect(&Finder, &CFileFinder::SrcFileResStatsChanged, &Finder, [&Finder] {
+        if (const U32 Num = Finder.GetNumResolved()) LogInfo(QStringLiteral("%1 source file paths resolved").arg(Num));
+        if (const U32 Num = Finder.GetNumUnresolved()) LogInfo(QStringLiteral("%1 source files not found").arg(Num));
+    });
 }
 
 void WireCore()

@@ -330,6 +330,11 @@ void CFileFinder::SetLogResolutions(bool OnOff)
 
 void CFileFinder::OnDelayTimerTimeout()
 {
+    const I64 Left = m_LastReportMs + STATS_DELAY_MS - CDirCache::GetTime();
+    if (Left > 0) {
+        m_DelayTimer.start(static_cast<int>(Left));
+        return;
+    }
     emit SrcFileResStatsChanged();
 }
 
