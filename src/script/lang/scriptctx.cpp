@@ -2,9 +2,13 @@
 #include "script/lang/scriptctx.h"
 #include "script/lang/scriptinternal.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <new>
+#ifdef __unix__
+#include <sys/resource.h>
+#endif
 
 namespace Script {
 
@@ -202,24 +206,45 @@ SCRIPT_FUNC* ReadHead(SCRIPT_CTX* pCtx)
     return pFunc;
 }
 
-/// Passes over a body by counting braces. Strings are not looked at, so a brace in one counts.
+/// Passes over a body by counting braces, also those in strings. A comment is none inside a string.
 int SkipBody(SCRIPT_CTX* pCtx)
 {
     if (!MatchChar(pCtx, '{')) {
         return SetError(pCtx, "expected '{'");
     }
-    for (int Level = 1; Level > 0; ++pCtx->Cursor) {
-        if (SkipSpace(pCtx) < 0) {
+    int Level = 1;
+    bool InString = false; // to its closing quote or the end of its line
+    while (Level > 0) {
+        if (*pCtx->Cursor == '\n') {
+            InString = false;
+        }
+        if (!InString && SkipSpace(pCtx) < 0) {
             return -1;
         }
         const char c = *pCtx->Cursor;
         if (c == 0) {
             return SetError(pCtx, "unexpected end of file looking for '}'");
         }
+        if (c == '\n') {
+            continue; // ended a string; the white space behind it counts the line
+        }
+        InString ^= c == '"';
         Level += c == '{' ? 1 : 0;
         Level -= c == '}' ? 1 : 0;
+        ++pCtx->Cursor;
     }
     return 0;
+}
+
+std::size_t GetStackLimit()
+{
+#ifdef __unix__
+    rlimit Limit = {};
+    if (getrlimit(RLIMIT_STACK, &Limit) == 0 && Limit.rlim_cur != RLIM_INFINITY) {
+        return std::min<std::size_t>(MAX_SCRIPT_STACK, Limit.rlim_cur / 2);
+    }
+#endif
+    return MAX_SCRIPT_STACK;
 }
 
 int EnterPredefined(SCRIPT_CTX* pCtx)
@@ -323,6 +348,7 @@ SCRIPT_CTX* Create(void* pHeap, std::size_t HeapSize, const char* sText)
     pCtx->HeapLow = pBlock + RoundUp(sizeof(SCRIPT_CTX));
     pCtx->HeapEnd = pBlock + (HeapSize & ~static_cast<std::size_t>(ALIGNMENT - 1));
     pCtx->HeapHigh = pCtx->HeapEnd;
+    pCtx->StackLimit = GetStackLimit();
     pCtx->Text = sText;
     SetPos(pCtx, {sText, sText, 1});
     if (pCtx->HeapLow > pCtx->HeapHigh || EnterPredefined(pCtx) < 0) {

@@ -87,6 +87,8 @@ struct SCRIPT_CTX {
     int Error; ///< set by the first error; every operation then returns at once
     int Abort; ///< set from outside to end a running script
     int Depth; ///< statements, expressions and calls now nested
+    std::uintptr_t StackBase;  ///< where the outermost of them stands on the C stack
+    std::size_t StackLimit;    ///< bytes of the C stack that the others may take from there
     const char* ErrorText;
     void (*OnError)(SCRIPT_CTX* pCtx); ///< called when an error is set; Line and LineStart say where
     void (*OnStatement)(
