@@ -8,6 +8,7 @@
 #include "app/services/messages.h"
 #include "app/shell/elfdiag.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/sourcestats.h"
 #include "core/cache/core.h"
 #include "core/host/corecalls.h"
 #include "core/host/corehooks.h"
@@ -74,12 +75,8 @@ void WireFinder()
     Hooks.ProjectPath = [] { return BScript::GetProjectPath(); };
     Hooks.ProgramFile = [] { return CProject::Get().GetProgramFile(); };
     Hooks.QualifySrcPath = [](const QString& sPath) { return PROG_GetFilePath(PROG_GetFile(sPath)); };
-    CFileFinder& Finder = CFileFinder::Get();
-    Finder.SetHooks(Hooks);
-    QObject::connect(&Finder, &CFileFinder::SrcFileResStatsChanged, &Finder, [&Finder] {
-        if (const U32 Num = Finder.GetNumResolved()) LogInfo(QStringLiteral("%1 source file paths resolved").arg(Num));
-        if (const U32 Num = Finder.GetNumUnresolved()) LogInfo(QStringLiteral("%1 source files not found").arg(Num));
-    });
+    CFileFinder::Get().SetHooks(Hooks);
+    WireSourceStats();
 }
 
 void WireCore()

@@ -328,6 +328,11 @@ void CFileFinder::SetLogResolutions(bool OnOff)
     m_LogResolutions = OnOff;
 }
 
+bool CFileFinder::IsTellingPending() const
+{
+    return m_DelayTimer.isActive();
+}
+
 void CFileFinder::OnDelayTimerTimeout()
 {
     const I64 Left = m_LastReportMs + STATS_DELAY_MS - CDirCache::GetTime();

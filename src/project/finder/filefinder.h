@@ -78,6 +78,8 @@ public:
     const QStringList& GetSearchPaths() const;
     void SetLogResolutions(bool OnOff); ///< results go to the console; true after a reset
 
+    bool IsTellingPending() const;      ///< SrcFileResStatsChanged() is about to come
+
     static FILE_CLASSES GetFileClass(const QString& sPath);
     static QString Normalise(const QString& sPath); ///< "\" and runs of "/" become one "/"
     static QString Clean(const QString& sPath);     ///< normalised and QDir::cleanPath

@@ -45,14 +45,37 @@ void AppendGlobal(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym)
     pCtx->GlobalsTail = pSym;
 }
 
+bool IsNamed(const SCRIPT_SYM* pSym, const WORD& Word)
+{
+    return pSym->NameLen == Word.Len && std::memcmp(pSym->Name, Word.Name, Word.Len) == 0;
+}
+
 SCRIPT_SYM* FindInList(SCRIPT_SYM* pList, const WORD& Word)
 {
     for (SCRIPT_SYM* p = pList; p; p = p->Next) {
-        if (p->NameLen == Word.Len && std::memcmp(p->Name, Word.Name, Word.Len) == 0) {
+        if (IsNamed(p, Word)) {
             return p;
         }
     }
     return nullptr;
+}
+
+/// The oldest global of the name. It stays the answer, as symbols are only ever added behind it.
+SCRIPT_SYM* FindGlobal(SCRIPT_CTX* pCtx, const WORD& Word)
+{
+    U32 Hash = Word.Len;
+    for (U32 i = 0; i < Word.Len; ++i) {
+        Hash = Hash * 31 + static_cast<U8>(Word.Name[i]);
+    }
+    SCRIPT_SYM*& pFound = pCtx->Found[(Hash ^ (Hash >> 16)) % NUM_FOUND_SYMS];
+    if (!pFound || !IsNamed(pFound, Word)) {
+        SCRIPT_SYM* pSym = FindInList(pCtx->Globals, Word);
+        if (!pSym) {
+            return nullptr;
+        }
+        pFound = pSym;
+    }
+    return pFound;
 }
 
 int AttachAttribute(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym, SCRIPT_SYM* pQualifier)
@@ -334,7 +357,7 @@ void AppendLocal(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym)
 SCRIPT_SYM* Lookup(SCRIPT_CTX* pCtx, const WORD& Word)
 {
     SCRIPT_SYM* pSym = FindInList(pCtx->Locals, Word);
-    return pSym ? pSym : FindInList(pCtx->Globals, Word);
+    return pSym ? pSym : FindGlobal(pCtx, Word);
 }
 
 SCRIPT_CTX* Create(void* pHeap, std::size_t HeapSize, const char* sText)

@@ -76,6 +76,9 @@ struct SCRIPT_FUNC : SCRIPT_SYM {
     I32 HostId; ///< handed to Host as ActionId
 };
 
+/// Global symbols that were looked up, by a number made from their name.
+inline constexpr std::size_t NUM_FOUND_SYMS = 128;
+
 /// The context, at the start of its block.
 struct SCRIPT_CTX {
     U8* HeapLow;  ///< next free byte for lasting items
@@ -99,7 +102,8 @@ struct SCRIPT_CTX {
     SCRIPT_SYM* Locals;
     SCRIPT_SYM* LocalsTail;
     SCRIPT_SYM* ConstCharType;
-    U8* HeapEnd;          ///< one past the block
+    SCRIPT_SYM* Found[NUM_FOUND_SYMS]; ///< spares walking the list again; null or any global
+    U8* HeapEnd;                       ///< one past the block
     char ErrorBuffer[80]; ///< holds an ErrorText that was put together
 };
 

@@ -65,6 +65,15 @@ const BINARY_OP* MatchBinaryOp(SCRIPT_CTX* pCtx)
     if (SkipSpace(pCtx) < 0) {
         return nullptr;
     }
+    switch (*pCtx->Cursor) {
+    case ';':
+    case ')':
+    case ',':
+    case ']':
+        return nullptr; // what most expressions end with
+    default:
+        break;
+    }
     for (const BINARY_OP& Op : BINARY_OPS) {
         if (MatchText(pCtx, Op.Text)) {
             return &Op;
