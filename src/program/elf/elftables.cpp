@@ -22,7 +22,14 @@ const ELF_SECTION* FindSection(ELF_HANDLE hFile, U32 Index)
 const ELF_LINE* FindLine(ELF_HANDLE hFile, U32 Index)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
+    if (pFile && pFile->AreLinesDropped) pFile->ReadLinesAgain();
     return pFile && Index < pFile->aLine.size() ? &pFile->aLine[Index] : nullptr;
+}
+
+/// The lists of code, which are kept with their ranges.
+const std::vector<DWARF_CODE>* CodeList(const ELF_FILE* pFile, ELF_LIST List)
+{
+    return List == ELF_LIST_FUNCTIONS ? &pFile->aFunction : List == ELF_LIST_INLINED ? &pFile->aInlined : nullptr;
 }
 
 } // namespace
@@ -264,14 +271,38 @@ int ELF_GetRelocationSymbol(ELF_HANDLE hFile, U32 Addr, const char** psName)
 U32 ELF_GetListCount(ELF_HANDLE hFile, ELF_LIST List)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
-    return pFile && List < ELF_NUM_LISTS ? static_cast<U32>(pFile->aList[List].size()) : 0;
+    if (!pFile || List >= ELF_NUM_LISTS) return 0;
+    const std::vector<DWARF_CODE>* pCode = CodeList(pFile, List);
+    return static_cast<U32>(pCode ? pCode->size() : pFile->aList[List].size());
 }
 ELF_SYM_HANDLE ELF_GetListItem(ELF_HANDLE hFile, ELF_LIST List, U32 Index)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
-    return pFile && List < ELF_NUM_LISTS && Index < pFile->aList[List].size()
-               ? pFile->DebugHandle(pFile->aList[List][Index])
-               : 0;
+    if (!pFile || List >= ELF_NUM_LISTS) return 0;
+    if (const std::vector<DWARF_CODE>* pCode = CodeList(pFile, List)) {
+        return Index < pCode->size() ? pFile->DebugHandle((*pCode)[Index].Id) : 0;
+    }
+    return Index < pFile->aList[List].size() ? pFile->DebugHandle(pFile->aList[List][Index]) : 0;
+}
+ELF_CODE ELF_GetCode(ELF_HANDLE hFile, ELF_LIST List, U32 Index)
+{
+    const ELF_FILE* pFile = ElfFind(hFile);
+    const std::vector<DWARF_CODE>* pCode = pFile ? CodeList(pFile, List) : nullptr;
+    if (!pCode || Index >= pCode->size()) return {0, 0, 0xFFFFFFFFu, 0, 0};
+    const DWARF_CODE& Code = (*pCode)[Index];
+    return {pFile->DebugHandle(Code.Id), pFile->DebugHandle(Code.Origin), Code.Low, Code.High, Code.NumRanges};
+}
+const ELF_LINE* ELF_GetLines(ELF_HANDLE hFile, U32* pCount)
+{
+    *pCount = ELF_GetLineCount(hFile);
+    return *pCount ? ElfFind(hFile)->aLine.data() : nullptr;
+}
+void ELF_DropLines(ELF_HANDLE hFile)
+{
+    ELF_FILE* pFile = ElfFind(hFile);
+    if (!pFile || pFile->aLine.empty()) return;
+    std::vector<ELF_LINE>().swap(pFile->aLine);
+    pFile->AreLinesDropped = true;
 }
 ELF_SYM_HANDLE ELF_GetMainFunction(ELF_HANDLE hFile)
 {
@@ -292,6 +323,7 @@ U32 ELF_GetDwarfVersion(ELF_HANDLE hFile)
 U32 ELF_GetLineCount(ELF_HANDLE hFile)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
+    if (pFile && pFile->AreLinesDropped) pFile->ReadLinesAgain();
     return pFile ? static_cast<U32>(pFile->aLine.size()) : 0;
 }
 U32 ELF_GetLineAddr(ELF_HANDLE hFile, U32 Index)

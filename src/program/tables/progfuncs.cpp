@@ -9,6 +9,14 @@ namespace {
 /// No program of a microcontroller comes near; a symbol that claims more is damaged.
 constexpr U64 MAX_SYMBOL_SPAN = 1000000000;
 
+CAddrRange SpanOf(U64 Low, U64 High)
+{
+    if (High <= Low) return {};
+    if (High - Low < MAX_SYMBOL_SPAN) return CAddrRange(static_cast<U32>(Low), static_cast<U32>(High - Low));
+    LogDebug(QStringLiteral("symbol address range could not be determined @ ") + QString::number(Low, 16));
+    return {};
+}
+
 } // namespace
 
 bool ProgIsFunction(ELF_SYM_HANDLE hSym)
@@ -52,41 +60,33 @@ CAddrRange ProgSymRange(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym)
     if (High <= Low && ELF_GetSymTag(hSym) == ELF_TAG_COMPILE_UNIT) {
         for (const ELF_SYM_HANDLE hFunc : ELF_GetSymChildren(hSym, ELF_TAG_SUBPROGRAM)) Merge(hFunc);
     }
-    CAddrRange Range;
-    if (High > Low) {
-        if (High - Low < MAX_SYMBOL_SPAN) {
-            Range = CAddrRange(static_cast<U32>(Low), static_cast<U32>(High - Low));
-        } else {
-            LogDebug(QStringLiteral("symbol address range could not be determined @ ") + QString::number(Low, 16));
-        }
-    }
+    const CAddrRange Range = SpanOf(Low, High);
     Tab.Range.insert(hSym, Range);
     return Range;
 }
 
-const ELF_SYM_LIST& ProgFunctionsAt(PROG_TABLES& Tab, U32 Addr)
+CAddrRange ProgCodeRange(const ELF_CODE& Code)
 {
-    const auto it = Tab.FunctionHits.constFind(Addr);
-    if (it != Tab.FunctionHits.constEnd()) return it.value();
-    ELF_SYM_LIST aHit;
-    for (const U64 hSym : Tab.FunctionTree.Find(Addr, Addr)) {
-        if (ProgIsFunction(hSym) && !aHit.contains(hSym)) aHit.append(hSym);
-    }
-    return *Tab.FunctionHits.insert(Addr, aHit);
+    U64 Low = ~0ull, High = 0;
+    ProgForEachRange(Code, [&](U32 RangeLow, U32 RangeHigh) {
+        Low = std::min<U64>(Low, ProgAlign(RangeLow));
+        High = std::max<U64>(High, RangeHigh);
+    });
+    return SpanOf(Low, High);
 }
 
-ELF_SYM_HANDLE ProgFunctionAt(PROG_TABLES& Tab, U32 Addr, bool PreferOuter)
+std::pair<const PROG_INSTANCE*, const PROG_INSTANCE*> ProgInstances(const PROG_TABLES& Tab, ELF_SYM_HANDLE hOrigin)
 {
-    const ELF_SYM_LIST& aHit = ProgFunctionsAt(Tab, Addr);
-    if (!PreferOuter) {
-        for (auto it = aHit.crbegin(); it != aHit.crend(); ++it) {
-            if (!ELF_SymIsElf(*it) && ELF_GetSymTag(*it) == ELF_TAG_INLINED_SUBROUTINE) return *it;
-        }
-    }
-    for (const ELF_SYM_HANDLE hSym : aHit) {
-        if (!ELF_SymIsElf(hSym) && ELF_GetSymTag(hSym) == ELF_TAG_SUBPROGRAM) return hSym;
-    }
-    return aHit.isEmpty() ? 0 : aHit.first();
+    const PROG_INSTANCE* pBegin = Tab.aInstance.data();
+    const PROG_INSTANCE* pEnd = pBegin + Tab.aInstance.size();
+    return {std::lower_bound(pBegin, pEnd, PROG_INSTANCE{hOrigin, 0}), std::upper_bound(pBegin, pEnd, PROG_INSTANCE{hOrigin, ~0ull})};
+}
+
+ELF_SYM_HANDLE ProgFunctionAt(const PROG_TABLES& Tab, U32 Addr, bool PreferOuter)
+{
+    const CFunctionMap::STRETCH* pStretch = Tab.FunctionMap.Find(Addr);
+    if (!pStretch) return 0;
+    return PreferOuter ? pStretch->hOuter : pStretch->hInner;
 }
 
 ELF_SYM_HANDLE PROG_GetFunctionAt(U32 Addr, int PreferOuter)
