@@ -112,13 +112,35 @@ void ElfReport(U32 Code, U32 Flags, const char* sText, const char* sArg)
     pfDiag(&Diag);
 }
 
-static std::recursive_mutex& Mutex()
+namespace {
+
+/// A recursive mutex whose holder takes it again without any atomic operation.
+struct TABLE_MUTEX {
+    std::mutex Mutex;
+    std::atomic<const void*> pHolder{nullptr}; ///< mark of the thread that holds it
+    U32 Depth = 0;
+};
+TABLE_MUTEX s_Mutex;
+/// Its address is the mark of a thread.
+thread_local char s_ThreadMark;
+
+} // namespace
+
+void ELF_Lock()
 {
-    static std::recursive_mutex s_Mutex;
-    return s_Mutex;
+    if (s_Mutex.pHolder.load(std::memory_order_relaxed) != &s_ThreadMark) {
+        s_Mutex.Mutex.lock();
+        s_Mutex.pHolder.store(&s_ThreadMark, std::memory_order_relaxed);
+    }
+    s_Mutex.Depth++;
 }
-void ELF_Lock() { Mutex().lock(); }
-void ELF_Unlock() { Mutex().unlock(); }
+
+void ELF_Unlock()
+{
+    if (--s_Mutex.Depth) return;
+    s_Mutex.pHolder.store(nullptr, std::memory_order_relaxed);
+    s_Mutex.Mutex.unlock();
+}
 
 void ELF_SetDiagCallback(ELF_DIAG_FUNC pfDiag)
 {

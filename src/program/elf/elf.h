@@ -241,6 +241,8 @@ struct ELF_CODE {
 };
 /// Element of ELF_LIST_FUNCTIONS or ELF_LIST_INLINED; zeros and Low 0xFFFFFFFF for anything else.
 ELF_CODE ELF_GetCode(ELF_HANDLE hFile, ELF_LIST List, U32 Index);
+/// The same by symbol; hSym is 0 if it is in neither list.
+ELF_CODE ELF_FindCode(ELF_SYM_HANDLE hSym);
 
 /// Line records in file order. All by index 0 to count - 1; 0 for a bad index.
 U32 ELF_GetLineCount(ELF_HANDLE hFile);

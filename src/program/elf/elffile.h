@@ -61,7 +61,7 @@ struct ELF_FILE {
     U32 DwarfVersion = 0, NumDies = 0, NumTypeUnits = 0;
     U32 CfaFactor = 1;
 
-    mutable std::vector<ELF_LINE> aLine;
+    mutable CBigVector<ELF_LINE> aLine;
     mutable bool AreLinesDropped = false;
     std::vector<const DWARF_UNIT*> apLineUnit; ///< first unit of each line table, in the order of aLine
     std::vector<std::string> asSrcFile;

@@ -275,7 +275,7 @@ void ELF_FILE::LogSummary(const U64* paMs) const
         Say(STEP_TEXTS[i], static_cast<long>(paMs[i]));
         Total += static_cast<long>(paMs[i]);
     }
-    Say("File Size: %u", static_cast<U32>(Image.Bytes().size()));
+    Say("File Size: %u", static_cast<U32>(Image.Size()));
     Say("DWARF Symbol Count: %u", NumDies);
     Say("ELF Symbol Count: %u", static_cast<U32>(Image.Symbols().size()));
     Say("Data Encoding: %s", Image.IsBigEndian() ? "Big Endian" : "Little Endian");

@@ -43,13 +43,13 @@ public:
     template <typename ROW> const ROW* LowerBound(const ROW* pRow, size_t Count, U32 Addr) const
     {
         const auto [pFirst, pLast] = _Span(pRow, Count, Addr);
-        return std::lower_bound(pFirst, pLast, Addr, [](const ROW& Row, U32 Key) { return Row.Addr < Key; });
+        return _Search(pFirst, static_cast<size_t>(pLast - pFirst), [Addr](const ROW& Row) { return Row.Addr < Addr; });
     }
     /// First row above the address.
     template <typename ROW> const ROW* UpperBound(const ROW* pRow, size_t Count, U32 Addr) const
     {
         const auto [pFirst, pLast] = _Span(pRow, Count, Addr);
-        return std::upper_bound(pFirst, pLast, Addr, [](U32 Key, const ROW& Row) { return Key < Row.Addr; });
+        return _Search(pFirst, static_cast<size_t>(pLast - pFirst), [Addr](const ROW& Row) { return Row.Addr <= Addr; });
     }
 
 private:
@@ -57,6 +57,16 @@ private:
     static constexpr U32 PAGES = 1u << (BLOCK_SHIFT - PAGE_SHIFT), NUM_BLOCKS = 1u << (32 - BLOCK_SHIFT);
     static constexpr size_t MIN_ROWS = 256, MAX_PAGES_A_ROW = 64;
 
+    /// First row that is not below, without a branch that depends on the rows.
+    template <typename ROW, typename BELOW> static const ROW* _Search(const ROW* p, size_t Count, BELOW IsBelow)
+    {
+        while (Count > 1) {
+            const size_t Half = Count / 2;
+            p = IsBelow(p[Half - 1]) ? p + Half : p;
+            Count -= Half;
+        }
+        return p + (Count == 1 && IsBelow(*p) ? 1 : 0);
+    }
     static U32 Block(U32 Addr) { return Addr >> BLOCK_SHIFT; }
     /// The rows of the page that holds the address; all that is below it stands before the span.
     template <typename ROW> std::pair<const ROW*, const ROW*> _Span(const ROW* pRow, size_t Count, U32 Addr) const

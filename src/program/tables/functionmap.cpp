@@ -3,21 +3,29 @@
 
 void CFunctionMap::Add(U32 Low, U32 High, U64 hSym, KIND Kind)
 {
-    if (Low <= High) m_aInterval.push_back({Low, High, static_cast<U32>(m_aInterval.size()), Kind, hSym});
+    if (Low > High) return;
+    m_ahSym.push_back(hSym);
+    m_aInterval.push_back({Low, High, static_cast<U32>(m_ahSym.size()), Kind});
+}
+
+void CFunctionMap::Reserve(size_t Count)
+{
+    m_aInterval.reserve(Count);
+    m_ahSym.reserve(Count);
 }
 
 void CFunctionMap::_Append(U32 Addr, const std::vector<INTERVAL>& aAround)
 {
-    U64 hOuter = 0, hInner = 0;
+    U32 Outer = 0, Inner = 0;
     for (const INTERVAL& Interval : aAround) {
-        if (!hOuter && Interval.Kind == KIND::FUNCTION) hOuter = Interval.hSym;
-        if (Interval.Kind == KIND::EXPANSION) hInner = Interval.hSym;
+        if (!Outer && Interval.Kind == KIND::FUNCTION) Outer = Interval.Ref;
+        if (Interval.Kind == KIND::EXPANSION) Inner = Interval.Ref;
     }
-    if (!hOuter && !aAround.empty()) hOuter = aAround.front().hSym;
-    if (!hInner) hInner = hOuter;
+    if (!Outer && !aAround.empty()) Outer = aAround.front().Ref;
+    if (!Inner) Inner = Outer;
     if (!m_aStretch.empty() && m_aStretch.back().Addr == Addr) m_aStretch.pop_back();
-    if (!m_aStretch.empty() && m_aStretch.back().hOuter == hOuter && m_aStretch.back().hInner == hInner) return;
-    m_aStretch.push_back({Addr, hOuter, hInner});
+    if (!m_aStretch.empty() && m_aStretch.back().Outer == Outer && m_aStretch.back().Inner == Inner) return;
+    m_aStretch.push_back({Addr, Outer, Inner});
 }
 
 void CFunctionMap::Build()
@@ -25,7 +33,7 @@ void CFunctionMap::Build()
     m_aStretch.clear();
     std::vector<INTERVAL> aAll;
     aAll.swap(m_aInterval);
-    auto IsOuter = [](const INTERVAL& a, const INTERVAL& b) { return a.Size() != b.Size() ? a.Size() > b.Size() : a.Order < b.Order; };
+    auto IsOuter = [](const INTERVAL& a, const INTERVAL& b) { return a.Size() != b.Size() ? a.Size() > b.Size() : a.Ref < b.Ref; };
     std::sort(aAll.begin(), aAll.end(), [&](const INTERVAL& a, const INTERVAL& b) { return a.Low != b.Low ? a.Low < b.Low : IsOuter(a, b); });
     m_aStretch.reserve(aAll.size() * 2);
     std::vector<INTERVAL> aAround;

@@ -12,7 +12,7 @@ constexpr U32 NEXT_LINE_LINES = 1000;
 /// The addresses of one line of a file.
 std::pair<const PROG_LOC_ROW*, const PROG_LOC_ROW*> RowsOfLine(PROG_TABLES& Tab, U32 File, U32 Line)
 {
-    const std::vector<PROG_LOC_ROW>& aRow = ProgRowsByLoc(Tab);
+    const CBigVector<PROG_LOC_ROW>& aRow = ProgRowsByLoc(Tab);
     const PROG_LOC_ROW* pEnd = aRow.data() + aRow.size();
     const PROG_LOC_ROW* pFirst = std::lower_bound(aRow.data(), pEnd, PROG_LOC_ROW{File, Line, 0});
     const PROG_LOC_ROW* pLast = pFirst;
@@ -28,7 +28,7 @@ CSrcLoc FirstLoc(const PROG_TABLES& Tab, U32 Addr)
 
 } // namespace
 
-const std::vector<PROG_LOC_ROW>& ProgRowsByLoc(PROG_TABLES& Tab)
+const CBigVector<PROG_LOC_ROW>& ProgRowsByLoc(PROG_TABLES& Tab)
 {
     if (Tab.aByLoc.empty() && !Tab.aMap.empty()) {
         Tab.aByLoc.reserve(Tab.aMap.size());
@@ -66,8 +66,8 @@ PROG_MAP_SPAN ProgRowsFor(const PROG_TABLES& Tab, U32 Addr)
     const U32 Below = pRow[-1].Addr;
     if (Addr - Below > FALLBACK_BYTES) return NONE;
     const CFunctionMap::STRETCH* pStretch = Tab.FunctionMap.Find(Addr);
-    if (!pStretch || !pStretch->hOuter) return NONE;
-    if (pStretch->Addr > Below && ProgFunctionAt(Tab, Below, true) != pStretch->hOuter) return NONE;
+    if (!pStretch || !pStretch->Outer) return NONE;
+    if (pStretch->Addr > Below && ProgFunctionAt(Tab, Below, true) != Tab.FunctionMap.Handle(pStretch->Outer)) return NONE;
     const PROG_MAP_ROW* pFirst = pRow - 1;
     while (pFirst != Tab.aMap.data() && pFirst[-1].Addr == Below) pFirst--;
     return {pFirst, pRow};
@@ -212,7 +212,7 @@ CSrcLoc PROG_GetNextLineWithCode(const CSrcLoc& Loc)
     const CProgLock Lock;
     PROG_TABLES& Tab = PROG_Tables(Lock);
     if (!Tab.Loaded) return {};
-    const std::vector<PROG_LOC_ROW>& aRow = ProgRowsByLoc(Tab);
+    const CBigVector<PROG_LOC_ROW>& aRow = ProgRowsByLoc(Tab);
     const auto it = std::lower_bound(aRow.begin(), aRow.end(), PROG_LOC_ROW{Loc.File, Loc.Line, 0});
     if (it == aRow.end() || it->File != Loc.File || it->Line - Loc.Line > NEXT_LINE_LINES) return {};
     return CSrcLoc(it->File, it->Line);
@@ -223,7 +223,7 @@ CSrcLoc PROG_GetPrevLineWithCode(const CSrcLoc& Loc)
     const CProgLock Lock;
     PROG_TABLES& Tab = PROG_Tables(Lock);
     if (!Tab.Loaded) return {};
-    const std::vector<PROG_LOC_ROW>& aRow = ProgRowsByLoc(Tab);
+    const CBigVector<PROG_LOC_ROW>& aRow = ProgRowsByLoc(Tab);
     auto it = std::upper_bound(aRow.begin(), aRow.end(), PROG_LOC_ROW{Loc.File, Loc.Line, 0xFFFFFFFFu});
     if (it == aRow.begin()) return {};
     --it;

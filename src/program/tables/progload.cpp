@@ -159,9 +159,14 @@ static void CollectRows(PROG_TABLES& Tab)
 /// Sorts the rows of each address and drops repeated ones: of several that differ in the column only the first stays.
 static void TidyRows(PROG_TABLES& Tab)
 {
-    std::vector<PROG_MAP_ROW>& aMap = Tab.aMap;
+    CBigVector<PROG_MAP_ROW>& aMap = Tab.aMap;
     auto IsBelow = [](const PROG_MAP_ROW& a, const PROG_MAP_ROW& b) { return a.Addr < b.Addr; };
-    if (!std::is_sorted(aMap.begin(), aMap.end(), IsBelow)) std::stable_sort(aMap.begin(), aMap.end(), IsBelow);
+    // What was added later stands behind the rest, which is in order already.
+    const auto itSorted = std::is_sorted_until(aMap.begin(), aMap.end(), IsBelow);
+    if (itSorted != aMap.end()) {
+        std::stable_sort(itSorted, aMap.end(), IsBelow);
+        std::inplace_merge(aMap.begin(), itSorted, aMap.end(), IsBelow);
+    }
     auto itOut = aMap.begin();
     for (auto it = aMap.begin(); it != aMap.end();) {
         auto itEnd = it + 1;

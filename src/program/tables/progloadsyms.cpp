@@ -81,6 +81,7 @@ void ProgLoadFunctions(PROG_TABLES& Tab)
     struct BEST {
         CAddrRange Range;
         ELF_SYM_HANDLE hSym;
+        bool IsExpansion;
     };
     std::vector<BEST> aBest; // by address, then the order of preference
     const U32 Count = ELF_GetFunctionCount(Tab.hFile);
@@ -89,12 +90,12 @@ void ProgLoadFunctions(PROG_TABLES& Tab)
     for (U32 i = 0; i < Count; i++) {
         const ELF_CODE Code = ELF_GetCode(Tab.hFile, ELF_LIST_FUNCTIONS, i);
         if (Code.NumRanges == 0) ahAbstract.push_back(Code.hSym);
-        else aBest.push_back({ProgCodeRange(Code), Code.hSym});
+        else aBest.push_back({ProgCodeRange(Code), Code.hSym, false});
     }
     for (const PROG_ELF_ROW& Row : Tab.aElfSym) {
         if (!Row.IsFunction) continue;
         const char First = *ELF_GetSymbolName(Tab.hFile, ELF_GetSymId(Row.hSym));
-        if (First != '?' && First != '$') aBest.push_back({ProgSymRange(Tab, Row.hSym), Row.hSym});
+        if (First != '?' && First != '$') aBest.push_back({ProgSymRange(Tab, Row.hSym), Row.hSym, false});
     }
     auto IsEmpty = [](const BEST& Best) { return Best.Range.Start == 0 || Best.Range.Size == 0; };
     auto IsBefore = [](const BEST& a, const BEST& b) { return a.Range.Start < b.Range.Start; };
@@ -107,10 +108,11 @@ void ProgLoadFunctions(PROG_TABLES& Tab)
     };
     KeepFirst();
     const size_t NumReal = aBest.size();
+    auto itInst = Tab.aInstance.cbegin(); // both lists rise by handle
     for (const ELF_SYM_HANDLE hFunc : ahAbstract) {
-        const auto [pFirst, pLast] = ProgInstances(Tab, hFunc);
-        for (const PROG_INSTANCE* p = pFirst; p != pLast; p++) {
-            const BEST Inst{ProgSymRange(Tab, p->hInst), p->hInst};
+        while (itInst != Tab.aInstance.cend() && itInst->hOrigin < hFunc) ++itInst;
+        for (auto it = itInst; it != Tab.aInstance.cend() && it->hOrigin == hFunc; ++it) {
+            const BEST Inst{ProgSymRange(Tab, it->hInst), it->hInst, true};
             if (IsEmpty(Inst)) continue;
             const auto itEnd = aBest.begin() + static_cast<std::ptrdiff_t>(NumReal);
             if (!std::binary_search(aBest.begin(), itEnd, Inst, IsBefore)) aBest.push_back(Inst);
@@ -122,7 +124,8 @@ void ProgLoadFunctions(PROG_TABLES& Tab)
     Tab.aFunction.reserve(static_cast<qsizetype>(aBest.size()));
     for (const BEST& Best : aBest) {
         Tab.aFunction.append(Best.hSym);
-        Tab.aFunctionRange.push_back(Best.Range);
+        Tab.aFunctionRange.push_back(Best.IsExpansion ? CAddrRange() : Best.Range);
+        Tab.aFunctionStart.push_back(Best.Range.Start);
     }
 }
 
@@ -133,14 +136,18 @@ void ProgLoadFunctionTree(PROG_TABLES& Tab)
         Low = ProgAlign(static_cast<U32>(Low));
         if (High >= Low + 2) Tab.FunctionMap.Add(static_cast<U32>(Low), static_cast<U32>(High - 2), hSym, Kind);
     };
-    for (const ELF_SYM_HANDLE hFunc : std::as_const(Tab.aFunction)) {
-        const bool IsElf = ELF_SymIsElf(hFunc);
-        if (!IsElf && ELF_GetSymTag(hFunc) == ELF_TAG_INLINED_SUBROUTINE) continue;
-        const auto Kind = IsElf ? CFunctionMap::KIND::ELF_SYMBOL : CFunctionMap::KIND::FUNCTION;
-        for (const CAddrRange& Range : ProgSymRanges(Tab, hFunc)) Add(Range.Start, Range.End(), hFunc, Kind);
+    const U32 Count = ELF_GetInlinedCount(Tab.hFile);
+    Tab.FunctionMap.Reserve(Count + static_cast<size_t>(Tab.aFunction.size()));
+    for (qsizetype i = 0; i < Tab.aFunction.size(); i++) {
+        const ELF_SYM_HANDLE hFunc = Tab.aFunction[i];
+        const CAddrRange& Range = Tab.aFunctionRange[static_cast<size_t>(i)];
+        if (ELF_SymIsElf(hFunc)) {
+            Add(Range.Start, Range.End(), hFunc, CFunctionMap::KIND::ELF_SYMBOL);
+        } else if (!Range.IsEmpty()) {
+            ProgForEachRange(ELF_FindCode(hFunc), [&](U32 Low, U32 High) { Add(Low, High, hFunc, CFunctionMap::KIND::FUNCTION); });
+        }
     }
     // In the order of the debug information an expansion stands before those that it contains.
-    const U32 Count = ELF_GetInlinedCount(Tab.hFile);
     for (U32 i = 0; i < Count; i++) {
         const ELF_CODE Code = ELF_GetCode(Tab.hFile, ELF_LIST_INLINED, i);
         ProgForEachRange(Code, [&](U32 Low, U32 High) { Add(Low, High, Code.hSym, CFunctionMap::KIND::EXPANSION); });
@@ -152,7 +159,7 @@ void ProgLoadFileFunctions(PROG_TABLES& Tab)
 {
     for (qsizetype i = 0; i < Tab.aFunction.size(); i++) {
         const ELF_SYM_HANDLE hFunc = Tab.aFunction[i];
-        const U32 Addr = Tab.aFunctionRange[static_cast<size_t>(i)].Start;
+        const U32 Addr = Tab.aFunctionStart[static_cast<size_t>(i)];
         const PROG_MAP_SPAN Rows = ProgRowsAt(Tab, Addr);
         U32 File = Rows.IsEmpty() ? 0xFFFFFFFFu : Rows.pFirst->Loc.File;
         if (File == 0xFFFFFFFFu && !ELF_SymIsElf(hFunc)) {
@@ -164,6 +171,7 @@ void ProgLoadFileFunctions(PROG_TABLES& Tab)
         else Tab.aFunctionWithoutFile.append(hFunc);
     }
     std::vector<CAddrRange>().swap(Tab.aFunctionRange);
+    std::vector<U32>().swap(Tab.aFunctionStart);
 }
 
 void ProgLoadFrames(PROG_TABLES& Tab)

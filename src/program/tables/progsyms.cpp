@@ -80,11 +80,25 @@ void BuildFunctionNames(PROG_TABLES& Tab)
     Tab.OriginNames.Build();
 }
 
+/// Where the last "::" of a name stands that isn't part of template arguments or parameters, -1 if there is none.
+qsizetype LastScopeOperator(const QString& sName)
+{
+    if (!sName.contains(QLatin1String("::"))) return -1;
+    int Depth = 0; // below 0 behind "operator<" and the like
+    for (qsizetype i = sName.size() - 1; i > 0; i--) {
+        const QChar c = sName[i];
+        if (c == QLatin1Char('>') || c == QLatin1Char(')') || c == QLatin1Char(']')) Depth++;
+        else if (c == QLatin1Char('<') || c == QLatin1Char('(') || c == QLatin1Char('[')) Depth--;
+        else if (Depth <= 0 && c == QLatin1Char(':') && sName[i - 1] == c) return i - 1;
+    }
+    return -1;
+}
+
 /// A name that is looked for: its last part, and the whole if it is qualified.
 struct SOUGHT {
     explicit SOUGHT(const QString& sName)
     {
-        const qsizetype Pos = sName.lastIndexOf(QLatin1String("::"));
+        const qsizetype Pos = LastScopeOperator(sName);
         if (Pos >= 0) sFull = sName;
         Plain = (Pos < 0 ? sName : sName.mid(Pos + 2)).toUtf8();
     }

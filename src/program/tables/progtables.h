@@ -56,9 +56,9 @@ struct PROG_TABLES {
     ELF_SRC_LANG Lang = ELF_SRC_LANG_C;
     QList<PROG_BLOCK> aBlock;
 
-    std::vector<PROG_MAP_ROW> aMap;    ///< by address, then the order of CSrcLoc
+    CBigVector<PROG_MAP_ROW> aMap;    ///< by address, then the order of CSrcLoc
     CAddrIndex MapIndex;               ///< of aMap
-    std::vector<PROG_LOC_ROW> aByLoc;  ///< by file, line, address; through ProgRowsByLoc
+    CBigVector<PROG_LOC_ROW> aByLoc;  ///< by file, line, address; through ProgRowsByLoc
 
     QList<U32> aFile;                  ///< file numbers in the order in which they were met
     QHash<U32, PROG_FILE> Files;
@@ -71,7 +71,9 @@ struct PROG_TABLES {
     std::vector<PROG_INSTANCE> aInstance; ///< sorted
     std::vector<PROG_ELF_ROW> aElfSym; ///< kept ELF symbols by address, a function first
     ELF_SYM_LIST aFunction, aFunctionWithoutFile;
-    std::vector<CAddrRange> aFunctionRange; ///< of the elements of aFunction; only during the load
+    // Of the elements of aFunction, only during the load; the range of an expansion that stands for its function is empty.
+    std::vector<CAddrRange> aFunctionRange;
+    std::vector<U32> aFunctionStart;
     CFunctionMap FunctionMap;
     CIntervalTree FileTree;
     std::vector<PROG_FDE_ROW> aFde;    ///< by low PC, one a low PC
@@ -111,7 +113,7 @@ PROG_MAP_SPAN ProgRowsAt(const PROG_TABLES& Tab, U32 Addr);
 /// The rows that answer for an address, the fallback to lower addresses of the same function included.
 PROG_MAP_SPAN ProgRowsFor(const PROG_TABLES& Tab, U32 Addr);
 /// The rows by location, sorted at the first call.
-const std::vector<PROG_LOC_ROW>& ProgRowsByLoc(PROG_TABLES& Tab);
+const CBigVector<PROG_LOC_ROW>& ProgRowsByLoc(PROG_TABLES& Tab);
 ELF_SYM_HANDLE ProgFunctionAt(const PROG_TABLES& Tab, U32 Addr, bool PreferOuter);
 /// The instances of an abstract function.
 std::pair<const PROG_INSTANCE*, const PROG_INSTANCE*> ProgInstances(const PROG_TABLES& Tab, ELF_SYM_HANDLE hOrigin);
