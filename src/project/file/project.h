@@ -156,7 +156,7 @@ private:
     void _SetModified(bool Modified);
     bool _ReportNew(const QString& sWarning);
     bool _WriteFailed(const QString& sReason) const;
-    QString _GetTextToSave(const QString& sPath) const;
+    QString _GetTextToSave(const QString& sPath, const QString& sOldPath) const;
     bool _WriteGroup(const QStringList& Commands, const QStringList& Names, const char* sNotice);
 
     PROJECT_HOOKS m_Hooks;
