@@ -6,6 +6,7 @@
 #include "app/services/cmdline.h"
 #include "app/services/log.h"
 #include "app/services/settingsstore.h"
+#include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/programdata.h"
 #include "app/shell/welcomescreen.h"
@@ -35,7 +36,6 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
 
@@ -70,6 +70,7 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     InitColorsAndFonts(QApplication::font());
     LoadPreferences();
     LoadColorsAndFonts();
+    RestoreAppearance();
     WireLayers();
     WireWindowEnvironment();
     CDevice::Get().CreateEventWorker(this);
@@ -78,10 +79,14 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     RegisterConnectCommands();
     RegisterRunCommands();
     RegisterFileCommands();
+    RegisterDocumentCommands();
+    RegisterPlaceCommands();
+    RegisterSymbolCommands();
     RegisterWindowCommands();
     RegisterBreakCommands();
     RegisterTargetCommands();
     RegisterProjectCommands();
+    RegisterSettingsCommands();
     BuildWindows();
     BuildActions();
     BuildMenus();
@@ -128,6 +133,7 @@ void CMainWindow::ConnectWindows()
     connect(this, &CMainWindow::DataFileOpened, this, &CMainWindow::OnDataFileOpened);
     CCallStack& Stack = CCallStack::GetInstance();
     CBreakpointsDataModel& Points = CBreakpointsDataModel::Get();
+    connect(&Points, &CBreakpointsDataModel::Changed, this, &CMainWindow::UpdateActions);
     connect(&Points, &CBreakpointsDataModel::Changed, m_W.pBreakpoints, &CBreakpointWindow::OnBreakpointsChanged);
     connect(&Points, &CBreakpointsDataModel::Changed, m_W.pSource, &CSourceWindow::UpdateSidebarIcons);
     connect(&Points, &CBreakpointsDataModel::Changed, m_W.pDisassembly, &CDisassemblyWindow::Repaint);
@@ -216,7 +222,7 @@ void CMainWindow::ShowWelcomeScreen()
 
 QString CMainWindow::AskProjectPath()
 {
-    const QString sPath = QFileDialog::getOpenFileName(this, QStringLiteral("Open Project"), m_sDefaultDirOpen,
+    const QString sPath = AskOpenPath(QStringLiteral("Open Project"), m_sDefaultDirOpen,
                                                        QStringLiteral("Project Files (*.bdebug);;All Files (*)"));
     if (!sPath.isEmpty()) m_sDefaultDirOpen = QFileInfo(sPath).absolutePath();
     return sPath;
@@ -309,22 +315,58 @@ bool CMainWindow::HandleKey(QKeyEvent* pKey)
         m_W.pSource->setFocus();
         return true;
     }
-    const QString sKey = QKeySequence(pKey->keyCombination()).toString(QKeySequence::PortableText);
+    const Qt::KeyboardModifiers Modifiers = pKey->modifiers() & ~Qt::KeypadModifier;
+    if (pKey->key() == Qt::Key_S && Modifiers == (Qt::ShiftModifier | Qt::AltModifier)) {
+        m_W.pSource->setFocus();
+        return true;
+    }
     // A bare letter, digit or editing key belongs to the widget with the focus when it takes text.
-    const bool Plain = !(pKey->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
+    const bool Plain = !(Modifiers & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
     const QWidget* pFocus = QApplication::focusWidget();
     const bool TakesText = pFocus && pFocus->testAttribute(Qt::WA_InputMethodEnabled);
     if (Plain && TakesText && (pKey->key() < Qt::Key_F1 || pKey->key() > Qt::Key_F35)) return false;
+    // Two rows may share a key: the focused window's own comes first, and what can't run leaves the key to the next.
+    int Best = -1, BestRank = 0;
+    const QString sKey = QKeySequence(QKeyCombination(Modifiers, Qt::Key(pKey->key()))).toString(QKeySequence::PortableText);
     for (const int ID : FindActionsByHotKey(sKey)) {
-        QAction* pAction = GetAction(ID);
-        if (!pAction || !pAction->isEnabled()) continue;
-        // Two commands may share a key; the one that can run in the present state takes it.
-        auto* pOwner = qobject_cast<CWindow*>(pAction->parent());
-        if (!pOwner || !(pOwner == this || pOwner == m_W.pSource || pOwner->HasFocus())) continue;
-        ::PerformAction(ID);
-        return true;
+        const QAction* pAction = GetAction(ID);
+        const auto* pOwner = pAction ? qobject_cast<CWindow*>(pAction->parent()) : nullptr;
+        if (!pOwner) continue;
+        const bool Focused = pOwner != this && pOwner->HasFocus();
+        if (!Focused && pOwner != this && pOwner != m_W.pSource) continue;
+        const int Rank = 1 + (Focused ? 1 : 0) + (IsCommandEnabled(ID) ? 2 : 0);
+        if (Rank <= BestRank) continue;
+        Best = ID;
+        BestRank = Rank;
     }
-    return false;
+    if (Best < 0) return false;
+    SetDefaultParam(Best);
+    ::PerformAction(Best); // tells it when the command is off
+    return true;
+}
+
+void CMainWindow::SetDefaultParam(int ID)
+{
+    switch (ID) {
+    case ACT_VIEW_DATA:
+    case ACT_VIEW_MEMORY_MAP:
+    case ACT_VIEW_SOURCE:
+    case ACT_VIEW_DISASSEMBLY:
+    case ACT_VIEW_CALL_GRAPH:
+    case ACT_WATCH_ADD:
+    case ACT_DATA_GRAPH_ADD:
+    case ACT_SOURCE_OPEN_INCLUDE_FILE:
+        break;
+    default:
+        return;
+    }
+    QString sParam;
+    if (m_W.pDisassembly->HasFocus() && m_W.pDisassembly->GetSelectedAddr() != ADDR_NONE)
+        sParam = QString::asprintf("0x%08X", m_W.pDisassembly->GetSelectedAddr());
+    else if (m_W.pSource->HasFocus())
+        sParam = ID == ACT_SOURCE_OPEN_INCLUDE_FILE ? m_W.pSource->GetFileNameUnderCursor()
+                                                    : m_W.pSource->GetSelectedTextOrWordUnderCursor();
+    if (!sParam.isEmpty() && !sParam.contains(u'\n')) SetActionParams(ID, sParam);
 }
 
 void CMainWindow::UpdateTitle()

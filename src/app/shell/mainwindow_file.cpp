@@ -7,6 +7,7 @@
 #include "app/services/log.h"
 #include "app/services/messages.h"
 #include "app/shell/aboutbox.h"
+#include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/mainwindow.h"
 #include "app/shell/sessiondecisions.h"
@@ -29,7 +30,6 @@
 
 #include <QApplication>
 #include <QDateTime>
-#include <QFileDialog>
 #include <QFileInfo>
 
 bool CMainWindow::OpenFile(const QString& sPath, U32 Flags)
@@ -337,7 +337,7 @@ void OnFileOpen(int Id)
     U32 Flags = S.OpenFlags & OPEN_FLAG_RELOAD;
     if (!HasActionParams(Id)) {
         Flags |= OPEN_FLAG_INTERACTIVE;
-        sPath = QFileDialog::getOpenFileName(&CMainWindow::Get(), QStringLiteral("Open File"), {},
+        sPath = AskOpenPath(QStringLiteral("Open File"), {},
                                              QStringLiteral("All Files (*);;Source Files (*.h *.c *.hpp *.cpp *.s);;"
                                                             "Data Files (*.bin *.mot *.srec *.hex *.elf *.out *.axf);;"
                                                             "Project Files (*.bdebug)"));
@@ -362,7 +362,7 @@ void OnFileLoad(int Id)
     const QStringList Params = GetActionParams(Id);
     QString sPath = Params.value(0);
     if (sPath.isEmpty()) {
-        sPath = QFileDialog::getOpenFileName(&CMainWindow::Get(), QStringLiteral("Load File"));
+        sPath = AskOpenPath(QStringLiteral("Load File"));
         if (sPath.isEmpty()) return SetActionSilent(Id);
     }
     const QString sFile = CFileFinder::Get().Resolve(sPath);
@@ -438,7 +438,7 @@ void OnFileSaveProjectAs(int Id)
     if (!CheckParamCount(Id, 0)) return;
     QString sPath = GetActionParam(Id);
     if (!HasActionParams(Id)) {
-        sPath = QFileDialog::getSaveFileName(&CMainWindow::Get(), QStringLiteral("Save Project as..."), {},
+        sPath = AskSavePath(QStringLiteral("Save Project as..."), {},
                                              QStringLiteral("Project Files (*.bdebug)"));
         if (sPath.isEmpty()) return SetActionSilent(Id);
     }

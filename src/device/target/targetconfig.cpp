@@ -1,5 +1,6 @@
 // CDeviceTarget: configuration, the device table, commands of the library and what the probe can do.
 #include "device/target/devicetable.h"
+#include "device/target/deviceservices.h"
 #include "device/target/devicetarget.h"
 #include "platform/probe/bryllo.h"
 #include "project/settings/sysvars.h"
@@ -116,6 +117,7 @@ int CDeviceTarget::Configure(const char* sXmlConfigStr)
 int CDeviceTarget::ResetConfig()
 {
     Config.Reset();
+    CDeviceServices::Get().ForgetMemlaneSearchRanges();
     for (U32 Id = 0; Id < DCP_NUM_INT_PARAMS; Id++)
         if (CDeviceConfig::IsIntParam(Id)) _OnConfigChanged(Id, Config.GetInt(Id));
     for (U32 Id = DCP_FIRST_STRING; Id < DCP_NUM_PARAMS; Id++) _OnConfigChanged(Id, 0);
