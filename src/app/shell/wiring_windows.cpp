@@ -91,24 +91,12 @@ QString GetDefaultRegisterFile()
     return Core_IsLoaded() ? FindCoreFile(Core_GetCPURegFile(Core_GetCoreId()), true) : QString();
 }
 
-QString GetDefaultPeripheralFile()
-{
-    return Core_IsLoaded() ? FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false) : QString();
-}
-
-/// The peripherals of the device named: what the core's plug-in offers, a file of the device's own name, or the one
-/// that the simulated devices of a maker share. Empty if there is none.
+/// The peripherals of the device named: a file of its own name, or what the core's plug-in offers.
 QString GetDefaultPeripheralFile(const QString& sDevice)
 {
-    QStringList Names;
-    if (Core_IsLoaded()) Names << Core_GetPeriphRegFile(Core_GetCoreId());
-    Names << sDevice + QStringLiteral(".svd");
-    if (const DEVICE_ENTRY* pEntry = DEVICE_FindEntry(sDevice)) Names << pEntry->sManu + QStringLiteral("Sim.svd");
-    for (const QString& sName : Names) {
-        const QString sPath = GetPeripheralsDir() + '/' + sName;
-        if (!sName.isEmpty() && QFileInfo(sPath).isFile()) return sPath;
-    }
-    return {};
+    const QString sOwn = FindCoreFile(sDevice + QStringLiteral(".svd"), false);
+    if (!sOwn.isEmpty() || !Core_IsLoaded()) return sOwn;
+    return FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false);
 }
 
 void OnRegisterFilesChanged(const QStringList& Files, CRegisterWindow* pWindow)

@@ -163,7 +163,9 @@ bool WriteBytes(const QString& sPath, const QByteArray& Bytes, QString* psError)
     // The new file takes the name of the old one only when all of it is on the disk.
     QSaveFile File(sPath);
     const bool IsOpen = File.open(QIODevice::WriteOnly);
-    if (IsOpen && File.write(Bytes) == Bytes.size() && File.commit()) return true;
+    // What the buffer holds is flushed here: a failure of the flush inside commit() would go unseen, and a part of the
+    // text would take the place of the old file.
+    if (IsOpen && File.write(Bytes) == Bytes.size() && File.flush() && File.commit()) return true;
     *psError = File.errorString();
     // A folder without the right to make files, or a file that is mounted by itself, takes no other file; any other
     // failure would not get better by writing directly.
