@@ -146,6 +146,7 @@ signals:
     void AboutToClose(const QString& sPath);
     void Opened(const QString& sPath);
     void Closed(const QString& sPath);
+    void Written(const QString& sPath); ///< the text in the file was changed
 
 public slots:
     void OnOpenTimeout();

@@ -190,7 +190,13 @@ bool CProject::WriteSettings(const QString& sPath, bool Merge, const QStringList
                                            "function 'OnProjectLoad' is present."));
     }
     QString sError;
-    return sText == sBefore || WriteTextFile(sFile, sText, &sError) || _WriteFailed(sError);
+    if (sText != sBefore) {
+        if (!WriteTextFile(sFile, sText, &sError)) {
+            return _WriteFailed(sError);
+        }
+        emit Written(sFile);
+    }
+    return true;
 }
 
 bool CProject::WriteVar(const QString& sPath, int VarID, const QString& sValue)
@@ -375,7 +381,9 @@ bool CProject::Save(const QString& sPath)
     BScript::SetProjectPath(sPath);
     const bool IsProject = CFileFinder::GetFileClass(sPath) == FILE_CLASS_PROJECT;
     if (m_FromCmdLine && IsProject && QFileInfo(sPath).isFile()) {
-        return WriteCmdLineSettings(sPath);
+        const bool Written = WriteCmdLineSettings(sPath);
+        _SetModified(m_Modified && !Written);
+        return Written;
     }
     const QString sText = _GetTextToSave(sPath, sOldPath);
     QString sError;
@@ -390,5 +398,6 @@ bool CProject::Save(const QString& sPath)
     }
     m_Modified = false;
     emit ModifiedChanged(false);
+    emit Written(sPath);
     return true;
 }
