@@ -91,12 +91,19 @@ QString GetDefaultRegisterFile()
     return Core_IsLoaded() ? FindCoreFile(Core_GetCPURegFile(Core_GetCoreId()), true) : QString();
 }
 
-/// The peripherals of the device named: a file of its own name, or what the core's plug-in offers.
+/// The peripherals of the device named: what the core's plug-in offers, a file of the device's own name, or the one
+/// that the simulated devices of a maker share. Empty if there is none.
 QString GetDefaultPeripheralFile(const QString& sDevice)
 {
-    const QString sOwn = FindCoreFile(sDevice + QStringLiteral(".svd"), false);
-    if (!sOwn.isEmpty() || !Core_IsLoaded()) return sOwn;
-    return FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false);
+    if (Core_IsLoaded())
+        if (const QString sPath = FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false); !sPath.isEmpty()) return sPath;
+    QStringList Names{sDevice + QStringLiteral(".svd")};
+    if (const DEVICE_ENTRY* pEntry = DEVICE_FindEntry(sDevice)) Names << pEntry->sManu + QStringLiteral("Sim.svd");
+    for (const QString& sName : Names) {
+        const QString sPath = GetPeripheralsDir() + '/' + sName;
+        if (QFileInfo(sPath).isFile()) return sPath;
+    }
+    return {};
 }
 
 void OnRegisterFilesChanged(const QStringList& Files, CRegisterWindow* pWindow)
