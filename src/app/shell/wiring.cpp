@@ -63,7 +63,10 @@ void WireScript()
     BSCRIPT_HOOKS Hooks;
     Hooks.IsProjectClosing = [] { return CMainWindow::Exists() && CMainWindow::Get().GetSession().Closing; };
     Hooks.EvalExpr = [](const QString& sExpr, I64* pValue) { return EVAL_GetInteger(sExpr, pValue); };
-    Hooks.ShowConsole = [] { CMainWindow::Get().ShowWindow(QStringLiteral("Console")); };
+    Hooks.ShowConsole = [] {
+        CMainWindow::Get().ShowWindow(QStringLiteral("Console"));
+        CMainWindow::Get().ShowScriptError();
+    };
     Hooks.HasNewWarnings = [] { return CProject::Get().HasNewWarnings(); };
     Hooks.GetEventBody = [](int EventId) { return Core_GetEventBody(U32(EventId)); };
     BScript::SetHooks(Hooks);
