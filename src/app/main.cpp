@@ -32,6 +32,7 @@ void ChoosePlatform(int argc, char** argv)
 int RunApplication(const CmdLineArgs& Args)
 {
     CMainWindow& Window = CMainWindow::Get();
+    if (const QString& sProblem = CSettingsStore::Get().GetProblem(); !sProblem.isEmpty()) LogError(sProblem);
     std::unique_ptr<CBatchRunner> pBatch;
     if (!Args.BatchFile.isEmpty()) {
         pBatch = std::make_unique<CBatchRunner>(Args.BatchFile, Args.KeepGoing);
@@ -72,7 +73,7 @@ int main(int argc, char** argv)
 
     CDevice::Get().Shutdown();
     CMainWindow::Destroy();
-    Settings.Save();
+    if (!Settings.Save()) std::fprintf(stderr, "vantrel: settings could not be written to %s\n", qPrintable(Settings.GetFilePath()));
     ShutdownLog();
     return Result;
 }
