@@ -166,6 +166,8 @@ void tst_actions::hotKeys_data()
     QTest::newRow("plus without shift") << "=" << QList<int>{ACT_TIMELINE_ZOOM_IN, ACT_MEM_USAGE_ZOOM_IN};
     QTest::newRow("alt plus") << "Alt+="
                               << QList<int>{ACT_EXPAND_ALL, ACT_SRC_EXPAND_ALL_LINES, ACT_ITRACE_EXPAND_ALL};
+    QTest::newRow("order of modifiers") << "Alt+Shift+D" << QList<int>{ACT_WINDOW_SHOW_DISASSEMBLY};
+    QTest::newRow("as written") << "Shift+Alt+D" << QList<int>{ACT_WINDOW_SHOW_DISASSEMBLY};
     QTest::newRow("nothing") << "F12" << QList<int>{};
     QTest::newRow("empty") << "" << QList<int>{};
 }
@@ -216,6 +218,10 @@ void tst_actions::unlinking()
     // A window that dies without unlinking leaves nothing behind.
     QVERIFY(!GetAction(ACT_WIN_CLEAR));
     QCOMPARE(GetActionId(pSecond), -1);
+    QCOMPARE(PerformAction(ACT_WIN_CLEAR), -1);
+    // The state was the dead window's; a row without an action reports nothing.
+    SetCommandState(ACT_WIN_CLEAR, false, false);
+    QVERIFY(IsCommandEnabled(ACT_WIN_CLEAR));
     QCOMPARE(PerformAction(ACT_WIN_CLEAR), -1);
     QVERIFY(m_Errors.isEmpty());
 }
@@ -277,14 +283,15 @@ void tst_actions::results()
     QCOMPARE(PerformAction(ACT_ELF_GET_EXPR_VALUE, "x"), I64(0));
     Mode = 1;
     QCOMPARE(PerformAction(ACT_ELF_GET_EXPR_VALUE, "x"), I64(1) << 40);
-    Mode = 0; // a value belongs to the call that gave it
-    QCOMPARE(PerformAction(ACT_ELF_GET_EXPR_VALUE, "x"), I64(0));
-    Mode = 2;
+    Mode = 2; // a call that gives no value leaves the row's, whether it fails or not
     const U64 NumErrors = GetActionErrorCount();
-    QCOMPARE(PerformAction(ACT_ELF_GET_EXPR_VALUE, "x"), I64(-1));
+    QCOMPARE(PerformAction(ACT_ELF_GET_EXPR_VALUE, "x"), I64(1) << 40);
     QCOMPARE(GetActionErrorCount(), NumErrors + 1);
     Mode = 3;
     QCOMPARE(PerformAction(ACT_ELF_GET_EXPR_VALUE, 77), I64(77));
+    SetCommandState(ACT_ELF_GET_EXPR_VALUE, false, false);
+    QCOMPARE(PerformAction(ACT_ELF_GET_EXPR_VALUE, 78), I64(-1));
+    QCOMPARE(GetActionResult(ACT_ELF_GET_EXPR_VALUE), I64(77));
     QCOMPARE(PerformAction(NUM_ACTIONS), -1);
     QCOMPARE(PerformAction(-1), -1);
 }
@@ -306,6 +313,17 @@ void tst_actions::commandState()
     QCOMPARE(PerformAction(ACT_DEBUG_HALT), -1);
     QCOMPARE(NumCalls, 1);
     QCOMPARE(m_Errors, QStringList{"Debug.Halt: Command disabled"});
+    // An action without a command is named by what it shows.
+    QAction* pCursor = MakeAction(&Window, "actionSrcRunToCursor");
+    pCursor->setText("&Run To && Stop...");
+    LinkActions(&Window);
+    pCursor->setEnabled(false); // the window's own switch
+    QVERIFY(!IsCommandEnabled(ACT_SRC_RUN_TO_CURSOR));
+    pCursor->setEnabled(true);
+    QVERIFY(IsCommandEnabled(ACT_SRC_RUN_TO_CURSOR));
+    SetCommandState(ACT_SRC_RUN_TO_CURSOR, false, true);
+    QCOMPARE(PerformAction(ACT_SRC_RUN_TO_CURSOR), -1);
+    QCOMPARE(m_Errors.last(), QStringLiteral("Run To & Stop: Command disabled"));
 }
 
 void tst_actions::greyCheckableAction()

@@ -47,8 +47,14 @@ void Link(QAction* pAction, int Id)
     ACTION_STATE& State = GetActionState(Id);
     State.pAction = pAction;
     State.CommandEnabled = pAction->isEnabled();
-    if (!LinkedIds().contains(pAction))
+    if (!LinkedIds().contains(pAction)) {
         QObject::connect(pAction, &QObject::destroyed, [pAction] { LinkedIds().remove(pAction); });
+        // A window switches its own actions by QAction alone; only commands have a state apart from the menus.
+        if (GetCommandName(Id).isEmpty())
+            QObject::connect(pAction, &QAction::enabledChanged, pAction, [pAction, Id](bool Enabled) {
+                if (GetAction(Id) == pAction) GetActionState(Id).CommandEnabled = Enabled;
+            });
+    }
     LinkedIds().insert(pAction, Id);
 }
 } // namespace
@@ -89,6 +95,15 @@ QAction* GetAction(int Id)
 {
     const ACTION_STATE* p = FindActionState(Id);
     return p ? p->pAction.data() : nullptr;
+}
+
+QString GetActionTitle(int Id)
+{
+    const QString sName = GetCommandName(Id);
+    const QAction* pAction = GetAction(Id);
+    if (!sName.isEmpty() || !pAction) return sName;
+    QString sText = pAction->text().remove("...");
+    return sText.replace("&&", "\n").remove('&').replace('\n', '&').trimmed();
 }
 
 int GetActionId(const QAction* pAction)

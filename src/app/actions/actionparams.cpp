@@ -142,7 +142,6 @@ void SetActionResult(int Id, I64 Value)
     ACTION_STATE* p = FindActionState(Id);
     if (!p) return;
     p->Result = Value;
-    p->HasResult = true;
 }
 
 I64 GetActionResult(int Id)
@@ -164,13 +163,14 @@ void NoteActionFailure()
 bool IsCommandEnabled(int Id)
 {
     const ACTION_STATE* p = FindActionState(Id);
-    return p && p->CommandEnabled;
+    // The state is the action's; where there is none, nothing says that the command is off.
+    return p && (!p->pAction || p->CommandEnabled);
 }
 
 void SetCommandState(int Id, bool CommandEnabled, bool GuiEnabled)
 {
     ACTION_STATE* p = FindActionState(Id);
     if (!p) return;
-    p->CommandEnabled = CommandEnabled;
     if (p->pAction) p->pAction->setEnabled(GuiEnabled);
+    p->CommandEnabled = CommandEnabled; // last: the action's own change is followed
 }

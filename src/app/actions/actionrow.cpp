@@ -18,6 +18,9 @@
 #include "app/actions/tables/actionrows_viewmenu.h"
 #include "app/actions/tables/actionrows_window.h"
 
+#include <QKeySequence>
+#include <QMultiHash>
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -114,6 +117,10 @@ ROW_INFO MakeInfo(const ACTION_ROW& Row)
     for (const QString& sDecl : sList.split(',')) Info.Params.append(sDecl.simplified());
     return Info;
 }
+QString NormalizeKey(const QString& sKey)
+{
+    return QKeySequence(sKey, QKeySequence::PortableText).toString(QKeySequence::PortableText);
+}
 } // namespace
 
 const ACTION_ROW* GetActionRow(int Id)
@@ -195,14 +202,18 @@ bool IsStringParam(int Id, int Index)
 
 QList<int> FindActionsByHotKey(const QString& sKey)
 {
-    QList<int> Ids;
-    if (sKey.isEmpty()) return Ids;
-    for (const ACTION_ROW* p : TABLE) {
-        const QString sHotKey = QString::fromLatin1(p->HotKey);
-        bool Hit = sHotKey == sKey;
-        for (const NAME_PAIR& k : KEY_PAIRS)
-            Hit = Hit || (sHotKey == QLatin1String(k.sName) && sKey == QLatin1String(k.sOther));
-        if (Hit) Ids.append(p->ID);
-    }
+    // The rows name keys as people do ("Shift+Alt+D"); a key press comes with its modifiers in Qt's order.
+    static const QMultiHash<QString, int> Rows = [] {
+        QMultiHash<QString, int> h;
+        for (const ACTION_ROW* p : TABLE) {
+            if (!*p->HotKey) continue;
+            h.insert(NormalizeKey(QString::fromLatin1(p->HotKey)), p->ID);
+            for (const NAME_PAIR& k : KEY_PAIRS)
+                if (qstrcmp(p->HotKey, k.sName) == 0) h.insert(NormalizeKey(QString::fromLatin1(k.sOther)), p->ID);
+        }
+        return h;
+    }();
+    QList<int> Ids = sKey.isEmpty() ? QList<int>() : Rows.values(NormalizeKey(sKey));
+    std::sort(Ids.begin(), Ids.end());
     return Ids;
 }

@@ -85,6 +85,8 @@ int GetActionId(const QAction* pAction);
 int FindCommand(const QString& sName);
 /// Name of a command, empty for a plain GUI action.
 QString GetCommandName(int Id);
+/// How messages name an action: the command, or the text that a plain GUI action shows.
+QString GetActionTitle(int Id);
 /// The other name of a command, empty if it has none.
 QString GetCommandAlias(int Id);
 /// The other half of a pair of names, in both directions; empty if there is none.
@@ -128,14 +130,14 @@ bool CheckParamCount(int Id, int Min = -1);
 /// The error of the call that runs. sDetail is added when there is more than one parameter.
 void SetActionError(int Id, const QString& sText, const QString& sDetail = {});
 QString GetActionError(int Id);
-/// The value of the call that runs.
+/// The value of the call that runs; it stays the row's until another call sets one.
 void SetActionResult(int Id, I64 Value);
 I64 GetActionResult(int Id);
 /// Number of failures since the start: errors set by handlers, calls of disabled commands and of actions
 /// that aren't linked. A change tells a caller that something inside a call failed.
 U64 GetActionErrorCount();
 
-/// What console, scripts and PerformAction obey.
+/// What console, scripts and PerformAction obey. True for a row without an action.
 bool IsCommandEnabled(int Id);
 /// Sets the command state and the state that menus show, separately.
 void SetCommandState(int Id, bool CommandEnabled, bool GuiEnabled);
@@ -145,8 +147,8 @@ void SetCommandState(int Id, bool CommandEnabled, bool GuiEnabled);
 /// Triggers the action with the parameters that are stored. 0, or -1 for an unknown id, a disabled
 /// command (which is printed) or an action that isn't linked.
 int PerformAction(int Id);
-/// Stores the parameters and performs the action. The value of the call: what the handler set by
-/// SetActionResult, else 0; -1 if the action could not run, or failed without setting a result.
+/// Stores the parameters and performs the action. The value is the row's result: what a handler set last by
+/// SetActionResult, in this call or an earlier one, else 0; -1 if the action could not run.
 I64 PerformAction(int Id, const QVariant& P1, const QVariant& P2 = {}, const QVariant& P3 = {},
                   const QVariant& P4 = {}, const QVariant& P5 = {}, const QVariant& P6 = {},
                   const QVariant& P7 = {}, const QVariant& P8 = {});

@@ -13,10 +13,9 @@ struct ACTION_STATE {
     bool HasParams = false;
     bool Silent = false;         ///< no echo after the operation
     bool CommandEnabled = false; ///< what console and scripts obey
-    bool HasResult = false;      ///< a handler gave a value in the last call
     bool Failed = false;         ///< a handler gave an error in the last call
     QString Error;
-    I64 Result = 0;
+    I64 Result = 0; ///< the last value that a handler gave; 0 if none ever did
 };
 
 /// State of an id; the id must be in the table. Main thread.

@@ -45,17 +45,16 @@ int PerformAction(int Id)
 {
     ACTION_STATE* p = FindActionState(Id);
     if (!p) return -1;
+    if (!IsCommandEnabled(Id)) {
+        NoteActionFailure();
+        PrintError(GetActionTitle(Id), ERR_COMMAND_DISABLED);
+        return -1;
+    }
     if (!p->pAction) {
         NoteActionFailure();
         LogDebug("Action is not linked: " + QString::fromLatin1(GetActionRow(Id)->ObjectName));
         return -1;
     }
-    if (!p->CommandEnabled) {
-        NoteActionFailure();
-        PrintError(GetCommandName(Id), ERR_COMMAND_DISABLED);
-        return -1;
-    }
-    p->HasResult = false;
     p->Failed = false;
     Trigger(p->pAction);
     return 0;
@@ -68,9 +67,7 @@ I64 PerformActionList(int Id, const QStringList& Params)
         ClearAction(Id);
         return -1;
     }
-    const ACTION_STATE& State = GetActionState(Id);
-    if (State.HasResult) return State.Result;
-    return State.Failed ? -1 : 0;
+    return GetActionResult(Id);
 }
 
 I64 PerformAction(int Id, const QVariant& P1, const QVariant& P2, const QVariant& P3, const QVariant& P4,
@@ -95,9 +92,9 @@ int ExecuteCommand(const QString& sText)
         PrintError(sLine, QString(ERR_UNKNOWN_COMMAND) + ". " + UNKNOWN_COMMAND_HINT);
         return EXECUTE_UNKNOWN;
     }
-    if (GetAction(Command.Id) && !IsCommandEnabled(Command.Id)) {
+    if (!IsCommandEnabled(Command.Id)) {
         NoteActionFailure();
-        PrintError(GetCommandName(Command.Id), ERR_COMMAND_DISABLED);
+        PrintError(GetActionTitle(Command.Id), ERR_COMMAND_DISABLED);
         return EXECUTE_DISABLED;
     }
     SetActionParamList(Command.Id, Command.Params);

@@ -1,5 +1,6 @@
 // The script entry of all commands.
 #include "app/actions/actions.h"
+#include "app/actions/actionstate.h"
 #include "app/actions/scriptwait.h"
 #include "app/services/log.h"
 #include "app/services/mainthread.h"
@@ -69,6 +70,7 @@ int BAPI(int ActionId, const I64* aArgs, int NumArgs)
         Params.append(sParam);
     }
     const I64 Result = PerformActionList(ActionId, Params);
-    if (Result != -1) WaitForScriptCall(ActionId, Params, Result);
+    // A command that failed has started nothing, and the row's result is that of an earlier call.
+    if (Result != -1 && !GetActionState(ActionId).Failed) WaitForScriptCall(ActionId, Params, Result);
     return int(Result);
 }

@@ -282,6 +282,31 @@ template <BP_STATES STATE, bool MUST_EXIST> void OnWatchpoint(int Id)
         CDevice::Get().SetWatchpointsAsync(U32(List.size()), List.constData());
 }
 
+/// The points at a command's place, whatever they trigger on.
+QList<WP> FindWatchpointsAt(const WP& Place)
+{
+    QList<WP> List;
+    for (const WP& Wp : Model().GetWatchpoints())
+        if (Wp.Addr == Place.Addr && Wp.AddrMask == Place.AddrMask) List.append(Wp);
+    return List;
+}
+
+/// What stands at the place goes, and the point of the arguments comes. With nothing there the clear command says so.
+void OnWatchpointEdit(int Id)
+{
+    const bool OnSymbol = Id == ACT_BREAK_EDIT_ON_SYMBOL;
+    const QStringList Params = GetActionParams(Id);
+    WP Wanted;
+    if (Params.isEmpty() || Params.size() > GetParamCount(Id)) return SetActionError(Id, ERR_WRONG_PARAM_COUNT);
+    if (!ParseWatchpoint(Id, Params, &Wanted)) return;
+    const QList<WP> Old = FindWatchpointsAt(Wanted);
+    if (Old.isEmpty())
+        PerformActionList(OnSymbol ? ACT_BREAK_CLEAR_ON_SYMBOL : ACT_BREAK_CLEAR_ON_DATA, Params.mid(0, OnSymbol ? 1 : 2));
+    else
+        CDevice::Get().ClearWatchpointsAsync(U32(Old.size()), Old.constData());
+    SetActionResult(Id, PerformActionList(OnSymbol ? ACT_BREAK_SET_ON_SYMBOL : ACT_BREAK_SET_ON_DATA, Params));
+}
+
 void OnBreakOnChange(int Id)
 {
     if (!CheckParamCount(Id)) return;
@@ -366,6 +391,7 @@ void RegisterBreakCommands()
         SetCommandHandler(Id, OnWatchpoint<BP_STATE_ON, true>);
     for (const int Id : {ACT_BREAK_DISABLE_ON_DATA, ACT_BREAK_DISABLE_ON_SYMBOL})
         SetCommandHandler(Id, OnWatchpoint<BP_STATE_DISABLED, true>);
+    for (const int Id : {ACT_BREAK_EDIT_ON_DATA, ACT_BREAK_EDIT_ON_SYMBOL}) SetCommandHandler(Id, OnWatchpointEdit);
     SetCommandHandler(ACT_BREAK_ON_CHANGE, OnBreakOnChange);
     SetCommandHandler(ACT_TRACE_SET_POINT, OnTraceSetPoint);
     for (const int Id : {ACT_TRACE_CLEAR_POINT, ACT_TRACE_ENABLE_POINT, ACT_TRACE_DISABLE_POINT})

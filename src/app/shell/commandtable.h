@@ -19,11 +19,22 @@ COMMAND_HANDLER GetCommandHandler(int ActionId); ///< null if nobody carries it 
 void RegisterConnectCommands(); ///< Debug.* of the session, Exec.*
 void RegisterRunCommands();     ///< Debug.* of running and stepping
 void RegisterFileCommands();    ///< File.*, Help.*
-void RegisterWindowCommands();  ///< Window.*, Toolbar.*, View.*, Find.* and the show actions
+void RegisterDocumentCommands(); ///< closing and searching documents, Edit.Copy, Help.UserGuide
+void RegisterPlaceCommands();   ///< View.*, Find.Func, Find.GlobalData
+void RegisterSymbolCommands();  ///< symbols in windows: Window.Add and the like, Edit.DisplayFormat and the like
+void RegisterWindowCommands();  ///< Window.*, Toolbar.* and the show actions
 void RegisterBreakCommands();   ///< Break.*, Trace.*
 void RegisterTargetCommands();  ///< Target.*, Elf.*, Util.*
 void RegisterProjectCommands(); ///< Project.*, Edit.*, Script.*
 void RegisterSettingsCommands(); ///< Tools.Preferences, Tools.SysVars
+/// The last one: a handler for each command that nobody carries out, because the window or dialog that it works on isn't
+/// part of this program. It checks the parameters and answers "unknown window".
+void RegisterAbsentCommands();
+/// True for a command that only answers that its window is missing.
+bool IsCommandAbsent(int ActionId);
+
+/// Checks number and kind of all parameters by the prototype. False, with the error set, for a wrong one.
+bool CheckParams(int ActionId, int Min = -1);
 
 /// An address of a command, read with base 16. False (and the error "invalid parameter") if it is none.
 bool ParseAddrParam(int ActionId, const QString& sText, U32* pAddr);

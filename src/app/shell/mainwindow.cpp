@@ -6,13 +6,17 @@
 #include "app/services/cmdline.h"
 #include "app/services/log.h"
 #include "app/services/settingsstore.h"
+#include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
+#include "app/shell/programdata.h"
 #include "app/shell/welcomescreen.h"
 #include "app/shell/wiring.h"
+#include "core/cache/core.h"
 #include "core/host/corehost.h"
 #include "device/breakpoints/breakpointsdatamodel.h"
 #include "device/queue/device.h"
 #include "device/queue/deviceeventworker.h"
+#include "device/target/devicetarget.h"
 #include "program/tables/prog.h"
 #include "program/unwind/callstack.h"
 #include "project/file/project.h"
@@ -32,7 +36,6 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
 
@@ -76,6 +79,9 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     RegisterConnectCommands();
     RegisterRunCommands();
     RegisterFileCommands();
+    RegisterDocumentCommands();
+    RegisterPlaceCommands();
+    RegisterSymbolCommands();
     RegisterWindowCommands();
     RegisterBreakCommands();
     RegisterTargetCommands();
@@ -127,6 +133,7 @@ void CMainWindow::ConnectWindows()
     connect(this, &CMainWindow::DataFileOpened, this, &CMainWindow::OnDataFileOpened);
     CCallStack& Stack = CCallStack::GetInstance();
     CBreakpointsDataModel& Points = CBreakpointsDataModel::Get();
+    connect(&Points, &CBreakpointsDataModel::Changed, this, &CMainWindow::UpdateActions);
     connect(&Points, &CBreakpointsDataModel::Changed, m_W.pBreakpoints, &CBreakpointWindow::OnBreakpointsChanged);
     connect(&Points, &CBreakpointsDataModel::Changed, m_W.pSource, &CSourceWindow::UpdateSidebarIcons);
     connect(&Points, &CBreakpointsDataModel::Changed, m_W.pDisassembly, &CDisassemblyWindow::Repaint);
@@ -172,19 +179,22 @@ void CMainWindow::OnVarChanged(int VarID, I64)
 
 void CMainWindow::OnWindowShown()
 {
+    // The worker reads the path as well, but may not have come to it yet.
+    CDeviceTarget::Get().UpdateBrylloLibPath();
+    Log(QStringLiteral("Bryllo software found at: ") + CDeviceTarget::Get().GetInfo().LibPath,
+        MSG_INFO | MSG_STDOUT | MSG_FILE);
     emit InitComplete();
     const QStringList Args = GetArguments();
     if (!Args.isEmpty() && Args.first().section('.', -1) == "bdebug") {
         ::PerformAction(ACT_FILE_OPEN, Args.first());
     } else if (!GetCmdLineArgs().Device.isEmpty()) {
         CreateProjectFromCmdLine();
-    } else if (!m_RecentProjects.isEmpty() && GetVarValue(PREF_START_WITH_MOST_RECENT_PROJ)) {
-        ::PerformAction(ACT_FILE_OPEN, m_RecentProjects.first());
-    } else if (m_RecentProjects.isEmpty() && !GetCmdLineArgs().BatchFile.isEmpty()) {
-        ::PerformAction(ACT_FILE_NEW_PROJECT); // a run without hands begins with its first line
-    } else if (m_RecentProjects.isEmpty() && GetAction(ACT_FILE_NEW_PROJECT_WIZARD)) {
+    } else if (m_RecentProjects.isEmpty()) {
         ::PerformAction(ACT_FILE_NEW_PROJECT);
-        ::PerformAction(ACT_FILE_NEW_PROJECT_WIZARD);
+        // A run without hands begins with its first line.
+        if (GetCmdLineArgs().BatchFile.isEmpty()) ::PerformAction(ACT_FILE_NEW_PROJECT_WIZARD);
+    } else if (GetVarValue(PREF_START_WITH_MOST_RECENT_PROJ)) {
+        ::PerformAction(ACT_FILE_OPEN, m_RecentProjects.first());
     } else {
         ShowWelcomeScreen();
     }
@@ -201,21 +211,18 @@ void CMainWindow::ShowWelcomeScreen()
         if (const QString sPath = AskProjectPath(); !sPath.isEmpty())
             ::PerformAction(ACT_FILE_OPEN, sPath);
         else
-            ::PerformAction(ACT_FILE_NEW_PROJECT);
+            ShowWelcomeScreen(); // nothing was chosen, so the question stands
         break;
-    case WELCOME_OPEN_RECENT:
-        ::PerformAction(ACT_FILE_OPEN, Choice.sPath);
-        break;
+    case WELCOME_OPEN_RECENT: ::PerformAction(ACT_FILE_OPEN, Choice.sPath); break;
     default:
         ::PerformAction(ACT_FILE_NEW_PROJECT);
-        if (Choice.Result == WELCOME_NEW_PROJECT && GetAction(ACT_FILE_NEW_PROJECT_WIZARD))
-            ::PerformAction(ACT_FILE_NEW_PROJECT_WIZARD);
+        if (Choice.Result == WELCOME_NEW_PROJECT) ::PerformAction(ACT_FILE_NEW_PROJECT_WIZARD);
     }
 }
 
 QString CMainWindow::AskProjectPath()
 {
-    const QString sPath = QFileDialog::getOpenFileName(this, QStringLiteral("Open Project"), m_sDefaultDirOpen,
+    const QString sPath = AskOpenPath(QStringLiteral("Open Project"), m_sDefaultDirOpen,
                                                        QStringLiteral("Project Files (*.bdebug);;All Files (*)"));
     if (!sPath.isEmpty()) m_sDefaultDirOpen = QFileInfo(sPath).absolutePath();
     return sPath;
@@ -254,7 +261,7 @@ void CMainWindow::OnWindowClosed(QCloseEvent* pEvent)
     SaveAppData();
     for (QTimer* pTimer : {&m_TabBarUpdateTimer, &m_WindowShownTimer, &m_TargetHaltedTimer, &m_MessageBoxTimer,
                            &m_PeriodicUpdateTimer})
-        pTimer->stop();
+        pTimer->stop(); // those of the other windows end in eventFilter() as they fire
     Project.Close();
     Dev.CancelJobs(BT_ALL, QUEUE_ALL);
     Dev.Shutdown();
@@ -263,6 +270,8 @@ void CMainWindow::OnWindowClosed(QCloseEvent* pEvent)
     {
         const std::lock_guard Lock(Dev.GetDeviceMutex());
         PROG_Unload();
+        ClearProgramData();
+        Core::ClearCache();
     }
     pEvent->accept();
     QApplication::closeAllWindows();
@@ -284,6 +293,13 @@ bool CMainWindow::event(QEvent* pEvent)
 
 bool CMainWindow::eventFilter(QObject* pObject, QEvent* pEvent)
 {
+    // No window works on once the program ends: what a timer would read or paint is being taken down.
+    if (m_S.Closing && pEvent->type() == QEvent::Timer) {
+        if (auto* pTimer = qobject_cast<QTimer*>(pObject)) {
+            pTimer->stop();
+            return true;
+        }
+    }
     if (pEvent->type() == QEvent::KeyPress && pObject->isWindowType() && pObject->inherits("QWidgetWindow") &&
         !QApplication::activeModalWidget() && !QApplication::activePopupWidget() &&
         HandleKey(static_cast<QKeyEvent*>(pEvent)))
@@ -299,22 +315,58 @@ bool CMainWindow::HandleKey(QKeyEvent* pKey)
         m_W.pSource->setFocus();
         return true;
     }
-    const QString sKey = QKeySequence(pKey->keyCombination()).toString(QKeySequence::PortableText);
+    const Qt::KeyboardModifiers Modifiers = pKey->modifiers() & ~Qt::KeypadModifier;
+    if (pKey->key() == Qt::Key_S && Modifiers == (Qt::ShiftModifier | Qt::AltModifier)) {
+        m_W.pSource->setFocus();
+        return true;
+    }
     // A bare letter, digit or editing key belongs to the widget with the focus when it takes text.
-    const bool Plain = !(pKey->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
+    const bool Plain = !(Modifiers & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
     const QWidget* pFocus = QApplication::focusWidget();
     const bool TakesText = pFocus && pFocus->testAttribute(Qt::WA_InputMethodEnabled);
     if (Plain && TakesText && (pKey->key() < Qt::Key_F1 || pKey->key() > Qt::Key_F35)) return false;
+    // Two rows may share a key: the focused window's own comes first, and what can't run leaves the key to the next.
+    int Best = -1, BestRank = 0;
+    const QString sKey = QKeySequence(QKeyCombination(Modifiers, Qt::Key(pKey->key()))).toString(QKeySequence::PortableText);
     for (const int ID : FindActionsByHotKey(sKey)) {
-        QAction* pAction = GetAction(ID);
-        if (!pAction || !pAction->isEnabled()) continue;
-        // Two commands may share a key; the one that can run in the present state takes it.
-        auto* pOwner = qobject_cast<CWindow*>(pAction->parent());
-        if (!pOwner || !(pOwner == this || pOwner == m_W.pSource || pOwner->HasFocus())) continue;
-        ::PerformAction(ID);
-        return true;
+        const QAction* pAction = GetAction(ID);
+        const auto* pOwner = pAction ? qobject_cast<CWindow*>(pAction->parent()) : nullptr;
+        if (!pOwner) continue;
+        const bool Focused = pOwner != this && pOwner->HasFocus();
+        if (!Focused && pOwner != this && pOwner != m_W.pSource) continue;
+        const int Rank = 1 + (Focused ? 1 : 0) + (IsCommandEnabled(ID) ? 2 : 0);
+        if (Rank <= BestRank) continue;
+        Best = ID;
+        BestRank = Rank;
     }
-    return false;
+    if (Best < 0) return false;
+    SetDefaultParam(Best);
+    ::PerformAction(Best); // tells it when the command is off
+    return true;
+}
+
+void CMainWindow::SetDefaultParam(int ID)
+{
+    switch (ID) {
+    case ACT_VIEW_DATA:
+    case ACT_VIEW_MEMORY_MAP:
+    case ACT_VIEW_SOURCE:
+    case ACT_VIEW_DISASSEMBLY:
+    case ACT_VIEW_CALL_GRAPH:
+    case ACT_WATCH_ADD:
+    case ACT_DATA_GRAPH_ADD:
+    case ACT_SOURCE_OPEN_INCLUDE_FILE:
+        break;
+    default:
+        return;
+    }
+    QString sParam;
+    if (m_W.pDisassembly->HasFocus() && m_W.pDisassembly->GetSelectedAddr() != ADDR_NONE)
+        sParam = QString::asprintf("0x%08X", m_W.pDisassembly->GetSelectedAddr());
+    else if (m_W.pSource->HasFocus())
+        sParam = ID == ACT_SOURCE_OPEN_INCLUDE_FILE ? m_W.pSource->GetFileNameUnderCursor()
+                                                    : m_W.pSource->GetSelectedTextOrWordUnderCursor();
+    if (!sParam.isEmpty() && !sParam.contains(u'\n')) SetActionParams(ID, sParam);
 }
 
 void CMainWindow::UpdateTitle()

@@ -113,6 +113,7 @@ public:
     ///@}
 
     SESSION_STATE& GetSession() { return m_S; }
+    const QStringList& GetRecentPrograms() const { return m_RecentPrograms; } ///< newest first
     void UpdateActions() override;
     void UpdateTitle();
     bool IsTargetUsable() const; ///< a core support plug-in is loaded
@@ -142,6 +143,7 @@ public:
     void OnDeviceSetProgressValue(int Value) override;
     void OnDeviceBPStateChanged() override;
     void OnDeviceWPStateChanged() override;
+    void OnDeviceTPStateChanged() override;
     ///@}
 
 signals:
@@ -189,7 +191,7 @@ private:
     void AdoptWindow(CWindow* pWindow);
     void ConnectWindows();
     void CreateTimers();
-    QAction* MakeAction(int ID);
+    QAction* MakeAction(int ID, QWidget* pOwner);
     void RestoreAppData();
     void SaveAppData();
     void ApplyDefaultLayout();
@@ -226,6 +228,7 @@ private:
     QString AskProjectPath(); ///< empty if the user called it off
 
     bool HandleKey(QKeyEvent* pKey);
+    void SetDefaultParam(int ID); ///< what a command on a place works on when a key calls it
 
     SESSION_STATE m_S;
     SESSION_WINDOWS m_W;

@@ -43,6 +43,12 @@ QSize GetFirstSize()
     return Screen.width() < USABLE.width() || Screen.height() < USABLE.height() ? WANTED : WANTED.boundedTo(Screen);
 }
 
+void OnShowAction(int ID)
+{
+    for (const SHOW_ACTION& Show : SHOW_ACTIONS)
+        if (Show.ID == ID) ::PerformAction(ACT_WINDOW_SHOW, QLatin1String(Show.Window));
+}
+
 const ACTION_LOOK* FindLook(int ID)
 {
     for (const ACTION_LOOK& Look : ACTION_LOOKS)
@@ -52,18 +58,17 @@ const ACTION_LOOK* FindLook(int ID)
 
 } // namespace
 
-QAction* CMainWindow::MakeAction(int ID)
+QAction* CMainWindow::MakeAction(int ID, QWidget* pOwner)
 {
     const ACTION_ROW* pRow = GetActionRow(ID);
-    if (!pRow || !*pRow->ObjectName) return nullptr;
-    auto* pAction = new QAction(this);
+    auto* pAction = new QAction(pOwner);
     pAction->setObjectName(QLatin1String(pRow->ObjectName));
     const ACTION_LOOK* pLook = FindLook(ID);
-    pAction->setText(pLook ? QString::fromLatin1(pLook->Text) : GetCommandName(ID));
+    const QString sName = GetCommandName(ID);
+    pAction->setText(pLook ? QString::fromLatin1(pLook->Text) : sName.isEmpty() ? QLatin1String(pRow->Description) : sName);
     if (pLook && *pLook->Icon) pAction->setIcon(GetIcon(QLatin1String(pLook->Icon)));
     // Keys run through the action table's own dispatch, which knows the window with the focus; the shortcut is shown only.
     pAction->setShortcutContext(Qt::WidgetShortcut);
-    addAction(pAction);
     Connect(pAction, SIGNAL(triggered()), this, SLOT(OnActionCommandTriggered()));
     m_apAction[size_t(ID)] = pAction;
     return pAction;
@@ -71,10 +76,22 @@ QAction* CMainWindow::MakeAction(int ID)
 
 void CMainWindow::BuildActions()
 {
-    for (int ID = 0; ID < NUM_ACTIONS; ID++)
-        if (GetCommandHandler(ID)) MakeAction(ID);
-    for (const TOOLBAR_LAYOUT& Layout : TOOLBARS)
-        if (QAction* pToggle = m_apAction[size_t(Layout.ToggleAction)]) pToggle->setCheckable(true);
+    for (const SHOW_ACTION& Show : SHOW_ACTIONS)
+        if (!GetCommandHandler(Show.ID)) SetCommandHandler(Show.ID, OnShowAction);
+    RegisterAbsentCommands();
+    // A row works on the window that owns it. What only a window has that isn't part of this program is kept by a widget
+    // that is never seen and never has the focus, grey, until a window comes and takes its rows over.
+    auto* pAbsent = new QWidget(this);
+    pAbsent->setObjectName(QStringLiteral("absentWindows"));
+    pAbsent->hide();
+    for (int ID = 0; ID < NUM_ACTIONS; ID++) {
+        if (GetAction(ID)) continue; // a window brought it
+        if (GetCommandHandler(ID))
+            addAction(MakeAction(ID, this));
+        else
+            MakeAction(ID, pAbsent)->setEnabled(false);
+    }
+    for (const TOOLBAR_LAYOUT& Layout : TOOLBARS) m_apAction[size_t(Layout.ToggleAction)]->setCheckable(true);
 }
 
 void CMainWindow::OnActionCommandTriggered()
@@ -286,5 +303,10 @@ void CMainWindow::RebuildRecentMenus()
 
 void CMainWindow::OnRecentMenuActionTriggered(QAction* pAction)
 {
-    ::PerformAction(ACT_FILE_OPEN, pAction->data());
+    // Only the list of programs has a command of its own; a project is opened by its path.
+    const qsizetype Program = sender() == m_apMenu[MENU_RECENT_PROGRAMS] ? m_RecentPrograms.indexOf(pAction->data().toString()) : -1;
+    if (Program >= 0)
+        ::PerformAction(ACT_FILE_OPEN_RECENT, int(Program));
+    else
+        ::PerformAction(ACT_FILE_OPEN, pAction->data());
 }

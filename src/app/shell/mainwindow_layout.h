@@ -46,7 +46,7 @@ inline constexpr int MENU_ENTRIES_FILE[] = {
 inline constexpr int MENU_ENTRIES_FILE_NEW[] = {ACT_FILE_NEW_PROJECT, MENU_SEPARATOR, ACT_FILE_NEW_PROJECT_WIZARD};
 inline constexpr int MENU_ENTRIES_EXPORT[] = {ACT_FILE_EXPORT_DISASSEMBLY};
 inline constexpr int MENU_ENTRIES_VIEW[] = {
-    ACT_WINDOW_SHOW_BREAKPOINTS, ACT_WINDOW_SHOW_CALL_STACK, ACT_WINDOW_SHOW_DISASSEMBLY,
+    MENU_SEPARATOR, ACT_WINDOW_SHOW_BREAKPOINTS, ACT_WINDOW_SHOW_CALL_STACK, ACT_WINDOW_SHOW_DISASSEMBLY,
     ACT_WINDOW_SHOW_GLOBAL_DATA, ACT_WINDOW_SHOW_LOCAL_DATA, ACT_WINDOW_SHOW_MEMORY,
     ACT_WINDOW_SHOW_REGISTERS, ACT_WINDOW_SHOW_TERMINAL, ACT_WINDOW_SHOW_WATCHED_DATA, MENU_SEPARATOR,
     ACT_WINDOW_SHOW_CODE_PROFILE, ACT_WINDOW_SHOW_DATA_GRAPH, ACT_WINDOW_SHOW_INSTR_TRACE,
@@ -109,19 +109,48 @@ inline constexpr int TOOLBAR_ENTRIES_DEBUG[] = {ACT_DEBUG_START, ACT_DEBUG_STOP,
 inline constexpr int TOOLBAR_ENTRIES_BREAK[] = {ACT_BREAK_SET_ON_SRC, ACT_BREAK_CLEAR_ALL, MENU_SEPARATOR,
                                                 ACT_BREAK_SET_ON_DATA, ACT_BREAK_CLEAR_ALL_ON_DATA, MENU_SEPARATOR,
                                                 ACT_TRACE_SET_POINT, ACT_TRACE_CLEAR_ALL_POINTS};
-/// The window actions of the view menu; the tail (tool bars, full screen) is left out.
-inline constexpr int NUM_VIEW_TOOLBAR_ENTRIES = sizeof(MENU_ENTRIES_VIEW) / sizeof(int) - 3;
+/// The window actions of the view menu; its first separator and the tail (tool bars, full screen) are left out.
+inline constexpr int NUM_VIEW_TOOLBAR_ENTRIES = sizeof(MENU_ENTRIES_VIEW) / sizeof(int) - 4;
 
 enum TOOLBAR_INDEX : int { TOOLBAR_FILE, TOOLBAR_VIEW, TOOLBAR_DEBUG, TOOLBAR_BREAKPOINTS, NUM_TOOLBARS };
 inline constexpr TOOLBAR_LAYOUT TOOLBARS[] = {
     {"toolBarFile", "File", "ToolbarFileState", false, ACT_TOOLBAR_SHOW_FILE, TOOLBAR_ENTRIES_FILE, 3},
-    {"toolBarView", "View", "ToolbarWindowState", false, ACT_TOOLBAR_SHOW_VIEWS, MENU_ENTRIES_VIEW,
+    {"toolBarView", "View", "ToolbarWindowState", false, ACT_TOOLBAR_SHOW_VIEWS, MENU_ENTRIES_VIEW + 1,
      NUM_VIEW_TOOLBAR_ENTRIES},
     {"toolBarDebug", "Debug", "ToolbarDebugState", true, ACT_TOOLBAR_SHOW_DEBUG, TOOLBAR_ENTRIES_DEBUG, 9},
     {"toolBarBreakpoints", "Breakpoints", "ToolbarBreakpointState", false, ACT_TOOLBAR_SHOW_BREAKPOINTS,
      TOOLBAR_ENTRIES_BREAK, 8},
 };
 static_assert(sizeof(TOOLBARS) / sizeof(TOOLBARS[0]) == NUM_TOOLBARS);
+
+/// The window that a show action shows, by the name that Window.Show takes.
+struct SHOW_ACTION {
+    int ID;
+    const char* Window;
+};
+inline constexpr SHOW_ACTION SHOW_ACTIONS[] = {
+    {ACT_WINDOW_SHOW_REGISTERS, "Registers"},
+    {ACT_WINDOW_SHOW_DISASSEMBLY, "Disassembly"},
+    {ACT_WINDOW_SHOW_FIND_RESULTS, "Find Results"},
+    {ACT_WINDOW_SHOW_FUNCTIONS, "Functions"},
+    {ACT_WINDOW_SHOW_CALL_GRAPH, "Call Graph"},
+    {ACT_WINDOW_SHOW_CODE_PROFILE, "Code Profile"},
+    {ACT_WINDOW_SHOW_DATA_GRAPH, "Data Graph"},
+    {ACT_WINDOW_SHOW_INSTR_TRACE, "Instruction Trace"},
+    {ACT_WINDOW_SHOW_MEMORY, "Memory"},
+    {ACT_WINDOW_SHOW_MEMORY_USAGE, "Memory Usage"},
+    {ACT_WINDOW_SHOW_BREAKPOINTS, "Break & Tracepoints"},
+    {ACT_WINDOW_SHOW_CONSOLE, "Console"},
+    {ACT_WINDOW_SHOW_TERMINAL, "Terminal"},
+    {ACT_WINDOW_SHOW_TIMELINE, "Timeline"},
+    {ACT_WINDOW_SHOW_SRC_FILES, "Source Files"},
+    {ACT_WINDOW_SHOW_CALL_STACK, "Call Stack"},
+    {ACT_WINDOW_SHOW_WATCHED_DATA, "Watched Data"},
+    {ACT_WINDOW_SHOW_GLOBAL_DATA, "Global Data"},
+    {ACT_WINDOW_SHOW_LOCAL_DATA, "Local Data"},
+    {ACT_WINDOW_SHOW_BRYLLO_WEB_CONTROL, "Bryllo Control Panel"},
+    {ACT_WINDOW_SHOW_POWER_GRAPH, "Power Graph"},
+};
 
 /// Text and icon of the main window's actions in menus and tool bars; every other action shows its command's name.
 struct ACTION_LOOK {

@@ -1,5 +1,6 @@
 // The enabled state of the commands: what console and scripts may run, and what menus offer.
 #include "app/actions/actions.h"
+#include "app/shell/commandtable.h"
 #include "app/shell/mainwindow.h"
 #include "core/host/corehost.h"
 #include "device/breakpoints/breakpointsdatamodel.h"
@@ -50,10 +51,25 @@ void CMainWindow::UpdateActions()
     SetBoth({ACT_PROJECT_SET_DEVICE, ACT_PROJECT_SET_BRYLLO_SCRIPT, ACT_PROJECT_SET_HOST_IF, ACT_PROJECT_SET_TARGET_IF,
              ACT_PROJECT_SET_JTAG_CONFIG, ACT_PROJECT_SET_CORE_PLUGIN},
             !S);
-    SetBoth({ACT_VIEW_PC, ACT_VIEW_PC_LINE}, S);
+    for (const int Id : {ACT_VIEW_INST_TRACE, ACT_VIEW_MEMORY, ACT_VIEW_PC, ACT_VIEW_PC_LINE}) {
+        SetBoth({Id}, S);
+        GetAction(Id)->setVisible(S);
+    }
+    GetAction(ACT_FILE_OPEN_RECENT)->setVisible(false);
+    SetBoth({ACT_FILE_OPEN_RECENT}, true);
     const CBreakpointsDataModel& Points = CBreakpointsDataModel::Get();
     SetBoth({ACT_BREAK_CLEAR_ALL}, !Points.GetBreakpoints(true).isEmpty());
     SetBoth({ACT_BREAK_CLEAR_ALL_ON_DATA}, !Points.GetWatchpoints().isEmpty());
+    SetBoth({ACT_TRACE_CLEAR_ALL_POINTS}, !Points.GetTracepoints().isEmpty());
+    for (const int Id : {ACT_VIEW_DATA, ACT_VIEW_MEMORY_MAP, ACT_VIEW_SOURCE, ACT_VIEW_DISASSEMBLY, ACT_VIEW_CALL_GRAPH,
+                         ACT_WATCH_ADD, ACT_WATCH_INSERT, ACT_WATCH_REMOVE, ACT_DATA_GRAPH_ADD})
+        SetCommandState(Id, true, HasActionParams(Id));
+    // What a menu can't do is grey there; console and keys get the reason.
+    for (const SHOW_ACTION& Show : SHOW_ACTIONS)
+        SetCommandState(Show.ID, true, FindWindow(QLatin1String(Show.Window), false) != nullptr);
+    for (const int Id : {ACT_FILE_NEW_PROJECT_WIZARD, ACT_FILE_EXPORT_DISASSEMBLY, ACT_TOOLS_BRYLLO_SETTINGS,
+                         ACT_TOOLS_TRACE_SETTINGS, ACT_TOOLS_PREFERENCES, ACT_TOOLS_SYS_VARS, ACT_HELP_USER_GUIDE})
+        SetCommandState(Id, true, !IsCommandAbsent(Id));
     UpdateActionDebugHaltResume();
 }
 
@@ -63,6 +79,11 @@ void CMainWindow::OnDeviceBPStateChanged()
 }
 
 void CMainWindow::OnDeviceWPStateChanged()
+{
+    UpdateActions();
+}
+
+void CMainWindow::OnDeviceTPStateChanged()
 {
     UpdateActions();
 }

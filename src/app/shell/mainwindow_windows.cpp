@@ -2,9 +2,6 @@
 #include "app/actions/actions.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/mainwindow.h"
-#include "device/queue/device.h"
-#include "program/tables/prog.h"
-#include "views/debug/disassemblywindow.h"
 #include "views/debug/sourcewindow.h"
 #include "views/framework/dockwindow.h"
 #include "views/framework/statusbar.h"
@@ -259,49 +256,6 @@ void SetFloating(bool Floating)
         if (pWindow->HasFocus() && pWindow->GetDock()) pWindow->GetDock()->setFloating(Floating);
 }
 
-void OnViewSource(int Id)
-{
-    if (!CheckParamCount(Id)) return;
-    int Kind = PROG_LOCATION_NONE;
-    const CAddrRange Range = PROG_ResolveLocationText(GetActionParam(Id), &Kind);
-    const CSrcLoc Loc = Kind == PROG_LOCATION_NONE ? CSrcLoc() : PROG_GetFirstSrcLoc(Range.Start);
-    if (!Loc.IsValid()) return SetActionError(Id, ERR_INVALID_PARAM);
-    Main().GetSessionWindows().pSource->SelectLocation(Loc, true);
-}
-
-void OnViewDisassembly(int Id)
-{
-    if (!CheckParamCount(Id)) return;
-    int Kind = PROG_LOCATION_NONE;
-    const CAddrRange Range = PROG_ResolveLocationText(GetActionParam(Id), &Kind);
-    if (Kind == PROG_LOCATION_NONE) return SetActionError(Id, ERR_INVALID_PARAM);
-    Main().ShowWindow(QStringLiteral("Disassembly"));
-    Main().GetSessionWindows().pDisassembly->ViewAddr(Range.Start);
-}
-
-void OnViewLine(int Id)
-{
-    if (!CheckParamCount(Id)) return;
-    bool Ok = false;
-    const int Line = GetActionParam(Id).toInt(&Ok, 0);
-    CSourceWindow& Source = *Main().GetSessionWindows().pSource;
-    const auto NumLines = Source.GetDocText(Source.GetActiveFile()).count('\n') + 1;
-    if (!Ok || Line < 1 || Line > NumLines) return SetActionError(Id, ERR_INVALID_PARAM);
-    Source.GotoLine(Line);
-}
-
-void OnViewPC(int Id)
-{
-    if (!CheckParamCount(Id)) return;
-    Main().ShowWindow(QStringLiteral("Disassembly"));
-    Main().GetSessionWindows().pDisassembly->ViewPC();
-}
-
-void OnViewPCLine(int Id)
-{
-    if (CheckParamCount(Id)) Main().GetSessionWindows().pSource->ViewPC();
-}
-
 } // namespace
 
 void RegisterWindowCommands()
@@ -322,9 +276,4 @@ void RegisterWindowCommands()
     SetCommandHandler(ACT_TOOLBAR_SHOW_DEBUG, OnToggleToolbar<TOOLBAR_DEBUG>);
     SetCommandHandler(ACT_TOOLBAR_SHOW_VIEWS, OnToggleToolbar<TOOLBAR_VIEW>);
     SetCommandHandler(ACT_TOOLBAR_SHOW_BREAKPOINTS, OnToggleToolbar<TOOLBAR_BREAKPOINTS>);
-    SetCommandHandler(ACT_VIEW_SOURCE, OnViewSource);
-    SetCommandHandler(ACT_VIEW_DISASSEMBLY, OnViewDisassembly);
-    SetCommandHandler(ACT_VIEW_LINE, OnViewLine);
-    SetCommandHandler(ACT_VIEW_PC, OnViewPC);
-    SetCommandHandler(ACT_VIEW_PC_LINE, OnViewPCLine);
 }

@@ -13,6 +13,8 @@ void WireWindowEnvironment();
 void WireWindows(CMainWindow& Main);
 /// The part of WireWindows that feeds the debug views.
 void WireDebugViews(CMainWindow& Main);
+/// The part of WireWindows for the program's input and output.
+void WireTargetIO(CMainWindow& Main);
 /// Colours, fonts and the scheme as the settings have them. After they were loaded, before the first window.
 void RestoreAppearance();
 /// Tells all windows of a colour or font that changed.

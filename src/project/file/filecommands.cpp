@@ -15,12 +15,6 @@ const PROJECT_HOOKS& Hooks()
     return CProject::Get().GetHooks();
 }
 
-/// The error and its path as one text: a command with one parameter has no room for a detail.
-void SetFileError(int Id, const char* sError, const QString& sPath)
-{
-    SetActionError(Id, QStringLiteral("%1: %2").arg(QLatin1String(sError), sPath));
-}
-
 /// True if the file can be written. One that isn't there is made for the test and removed again.
 bool CanWrite(const QString& sPath)
 {
@@ -44,7 +38,7 @@ void SetBrylloScript(int Id)
     const QString sPath = GetActionParam(Id);
     const QString sFile = CFileFinder::Get().Resolve(sPath);
     if (sFile.isEmpty()) {
-        SetFileError(Id, ERR_FILE_NOT_FOUND, sPath);
+        SetActionError(Id, ERR_FILE_NOT_FOUND, sPath);
     } else if (Hooks().SetDeviceParamText) {
         Hooks().SetDeviceParamText(DEVICE_PARAM_SCRIPT_FILE, sFile);
     }
@@ -54,7 +48,7 @@ void SetBrylloLogFile(int Id)
 {
     const QString sPath = CFileFinder::Clean(CFileFinder::Get().Expand(GetActionParam(Id)));
     if (!CanWrite(sPath)) {
-        SetFileError(Id, ERR_INVALID_FILENAME, sPath);
+        SetActionError(Id, ERR_INVALID_FILENAME, sPath);
     } else if (Hooks().SetDeviceParamText) {
         Hooks().SetDeviceParamText(DEVICE_PARAM_LOG_FILE, sPath);
     }
@@ -69,7 +63,7 @@ void AddSvdFile(int Id)
     }
     const QString sFile = CFileFinder::Get().Resolve(sPath);
     if (sFile.isEmpty()) {
-        SetFileError(Id, ERR_FILE_NOT_FOUND, sPath);
+        SetActionError(Id, ERR_FILE_NOT_FOUND, sPath);
     } else {
         CProject::Get().AddRegisterFile(sFile);
     }
@@ -98,7 +92,7 @@ void SetOSPlugin(int Id)
     const QString sPath = GetActionParam(Id);
     const QString sFile = CFileFinder::Get().ResolvePlugin(sPath);
     if (sFile.isEmpty()) {
-        SetFileError(Id, ERR_FILE_NOT_FOUND, sPath);
+        SetActionError(Id, ERR_FILE_NOT_FOUND, sPath);
         return;
     }
     const QString sError = Hooks().LoadOSPlugin ? Hooks().LoadOSPlugin(sFile) : QString();
@@ -115,7 +109,7 @@ void SetCorePlugin(int Id)
     const QString sFile = CFileFinder::Get().ResolvePlugin(sPath);
     CProject& Project = CProject::Get();
     if (sFile.isEmpty()) {
-        SetFileError(Id, ERR_FILE_NOT_FOUND, sPath);
+        SetActionError(Id, ERR_FILE_NOT_FOUND, sPath);
         return;
     }
     if (Project.GetCorePluginFile() != sFile) {
@@ -133,7 +127,7 @@ void SetLogFile(int Id, const std::function<bool(const QString&)>& Hook)
     const QString sPath = GetActionParam(Id);
     const QString sFile = sPath.isEmpty() ? sPath : CFileFinder::Clean(CFileFinder::Get().Expand(sPath));
     if (Hook && !Hook(sFile)) {
-        SetFileError(Id, ERR_INVALID_FILENAME, sFile);
+        SetActionError(Id, ERR_INVALID_FILENAME, sFile);
     }
 }
 } // namespace

@@ -1,5 +1,8 @@
 #include "views/debug/localsviewmodel.h"
 
+#include "views/framework/displayformat.h"
+#include "views/framework/modelviewwindow.h"
+
 namespace {
 
 constexpr TABLE_COLUMN aColumns[NUM_LOCALS_COLUMNS] = {
@@ -66,13 +69,28 @@ QStringList CLocalsViewModel::GetPath(const QModelIndex& Index) const
 
 // ---- Cells -----------------------------------------------------------------------------------------------
 
+/// The value in the format that was chosen for the item or the window; the type's own text otherwise.
+QString CLocalsViewModel::GetValueText(const QModelIndex& Index, const VIEW_SYMBOL& Symbol) const
+{
+    const int Format = GetWindow() ? GetWindow()->GetItemDisplayFormat(Index) : int(DISPLAY_FORMAT_AUTO);
+    const bool IsNumber = Symbol.IsValueValid && !Symbol.HasMembers && Symbol.Size > 0 && Symbol.Size <= 8 &&
+                          !Symbol.sType.contains(QLatin1String("float")) && !Symbol.sType.contains(QLatin1String("double"));
+    if (Format == DISPLAY_FORMAT_AUTO || !IsNumber) return Symbol.sValue;
+    const U32 NumBits = Symbol.Size * 8;
+    const U64 Value = NumBits < 64 ? Symbol.SortValue & ((U64(1) << NumBits) - 1) : Symbol.SortValue;
+    if (Format == DISPLAY_FORMAT_DEC)
+        return Symbol.sType.contains(QLatin1String("unsigned")) || Symbol.sType.contains(u'*') ? QString::number(Value)
+                                                                                               : QString::number(I64(Symbol.SortValue));
+    return FormatValue(Value, Format, Format == DISPLAY_FORMAT_HEX ? int(Symbol.Size * 2) : 0);
+}
+
 QString CLocalsViewModel::GetItemText(const QModelIndex& Index) const
 {
     if (!Index.isValid()) return QString();
     const VIEW_SYMBOL& Symbol = GetNode(Index)->Symbol;
     switch (Index.column()) {
     case LOCALS_COLUMN_NAME: return Symbol.sName;
-    case LOCALS_COLUMN_VALUE: return Symbol.sValue;
+    case LOCALS_COLUMN_VALUE: return GetValueText(Index, Symbol);
     case LOCALS_COLUMN_LOCATION: return Symbol.sLocation;
     case LOCALS_COLUMN_SIZE: return QString::number(Symbol.Size);
     case LOCALS_COLUMN_TYPE: return Symbol.sType;

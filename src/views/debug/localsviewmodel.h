@@ -54,6 +54,7 @@ private:
         std::vector<std::unique_ptr<NODE>> Children;
     };
 
+    QString GetValueText(const QModelIndex& Index, const VIEW_SYMBOL& Symbol) const;
     NODE* GetNode(const QModelIndex& Index) const;
     QModelIndex GetIndex(const NODE& Node, int Column = 0) const;
     std::unique_ptr<NODE> MakeNode(const VIEW_SYMBOL& Symbol, NODE& Parent, int Row) const;

@@ -1,0 +1,264 @@
+// The action table in the main window: every row has its action, the menus hold what they shall, and keys reach the row
+// that they belong to. Keys are pressed in the window system's way, so that all that stands before the dispatch is passed.
+//
+// With VANTREL_MENU_PICTURES set to a folder, pictures of all menus are left there.
+#include "app/actions/actions.h"
+#include "app/console/consolewindow.h"
+#include "app/services/cmdline.h"
+#include "app/services/mainthread.h"
+#include "app/services/messages.h"
+#include "app/services/settingsstore.h"
+#include "app/shell/commandtable.h"
+#include "app/shell/documentsearch.h"
+#include "app/shell/mainwindow.h"
+#include "device/queue/device.h"
+#include "testdata.h"
+#include "views/debug/breakpointwindow.h"
+#include "views/debug/disassemblywindow.h"
+#include "views/debug/sourcewindow.h"
+#include "views/framework/messagebox.h"
+#include "views/theme/theme.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QLineEdit>
+#include <QMenu>
+#include <QTemporaryDir>
+#include <QTest>
+
+class tst_ActionsWindow : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void init();
+    void EveryRow();
+    void Menus_data();
+    void Menus();
+    void AbsentCommands();
+    void Keys_data();
+    void Keys();
+    void KeysOfFocusedWindow();
+    void Escape();
+    void Copy();
+    void Search();
+
+private:
+    void Press(const QString& sKey);
+    QStringList TakeLines();
+
+    QTemporaryDir m_Dir;
+    QStringList m_Lines;
+    QLineEdit* m_pInput = nullptr;
+};
+
+void tst_ActionsWindow::initTestCase()
+{
+    SetMainThread();
+    InitMessageTable();
+    CmdLineArgs Args;
+    Args.BatchFile = "-"; // nobody answers a welcome screen
+    SetCmdLineArgs(Args);
+    CSettingsStore::Get().SetDir(m_Dir.path());
+    CTheme::Init(*qApp);
+    CMessageBox::SetInterceptor([](const QString&, const QString&, CMessageBox::BUTTONS Buttons) {
+        return int(CMessageBox::GetDefaultButton(Buttons));
+    });
+    CMainWindow& Main = CMainWindow::Get();
+    Main.show();
+    QVERIFY(QTest::qWaitForWindowActive(&Main));
+    QTest::qWait(50); // the first paint starts what follows the start
+    CConsoleWindow::Get().SetTranscriptSink([this](const QString& s, bool) { m_Lines += s.split('\n'); });
+    m_pInput = CConsoleWindow::Get().findChild<QLineEdit*>();
+    QVERIFY(m_pInput);
+}
+
+void tst_ActionsWindow::cleanupTestCase()
+{
+    CConsoleWindow::Get().SetTranscriptSink({});
+    CDevice::Get().Shutdown();
+    CMainWindow::Destroy();
+}
+
+void tst_ActionsWindow::init()
+{
+    m_pInput->setFocus();
+    m_pInput->clear();
+    TakeLines();
+}
+
+void tst_ActionsWindow::Press(const QString& sKey)
+{
+    const QKeyCombination Key = QKeySequence(sKey, QKeySequence::PortableText)[0];
+    QTest::keyClick(CMainWindow::Get().windowHandle(), Key.key(), Key.keyboardModifiers());
+}
+
+QStringList tst_ActionsWindow::TakeLines()
+{
+    CConsoleWindow::Get().Flush();
+    return std::exchange(m_Lines, {});
+}
+
+void tst_ActionsWindow::EveryRow()
+{
+    for (int Id = 0; Id < NUM_ACTIONS; Id++) {
+        const QAction* pAction = GetAction(Id);
+        QVERIFY2(pAction, GetActionRow(Id)->ObjectName);
+        QVERIFY2(!pAction->text().isEmpty(), GetActionRow(Id)->ObjectName);
+        QCOMPARE(GetActionId(pAction), Id);
+        if (!GetCommandName(Id).isEmpty()) QVERIFY2(GetCommandHandler(Id), GetActionRow(Id)->ObjectName);
+    }
+    QCOMPARE(GetUnknownActionNames(), QStringList());
+}
+
+void tst_ActionsWindow::Menus_data()
+{
+    QTest::addColumn<QString>("Text");
+    QTest::addColumn<QString>("Entries");
+    const auto Rows = ReadTable("menus.tsv");
+    QCOMPARE(Rows.size(), 14);
+    for (const QStringList& Row : Rows) QTest::newRow(qPrintable(Row[0])) << Row[1] << Row.value(2);
+}
+
+void tst_ActionsWindow::Menus()
+{
+    QFETCH(QString, Text);
+    QFETCH(QString, Entries);
+    auto* pMenu = CMainWindow::Get().findChild<QMenu*>(QTest::currentDataTag());
+    QVERIFY(pMenu);
+    QCOMPARE(pMenu->title(), Text);
+    QStringList Names;
+    for (const QAction* pAction : pMenu->actions())
+        Names << (pAction->isSeparator() ? "---" : pAction->menu() ? pAction->menu()->objectName() : pAction->objectName());
+    if (!Entries.isEmpty()) QCOMPARE(Names.join(' '), Entries);
+    const QString sFolder = qEnvironmentVariable("VANTREL_MENU_PICTURES");
+    if (sFolder.isEmpty()) return;
+    for (const THEME_SCHEMES Scheme : {THEME_LIGHT, THEME_DARK}) {
+        CTheme::SetScheme(Scheme);
+        emit pMenu->aboutToShow();
+        pMenu->adjustSize();
+        QVERIFY(pMenu->grab().save(QStringLiteral("%1/%2_%3.png").arg(sFolder, pMenu->objectName(), Scheme == THEME_DARK ? "dark" : "light")));
+    }
+    CTheme::SetScheme(THEME_LIGHT);
+}
+
+void tst_ActionsWindow::AbsentCommands()
+{
+    // The parameters are judged before the window is missed, and a menu doesn't offer what can only fail.
+    const auto Run = [this](const char* sLine) {
+        CConsoleWindow::Get().ExecuteCommand(sLine);
+        return TakeLines().value(1);
+    };
+    QCOMPARE(Run("View.Memory"), QString()); // told by its state: there is no session
+    QCOMPARE(Run("Profile.ExportCSV (\"a.csv\")"), "Profile.ExportCSV (\"a.csv\"): wrong parameter count");
+    QCOMPARE(Run("Profile.ExportCSV (\"a.csv\", nothing)"), "Profile.ExportCSV (\"a.csv\", nothing): invalid parameter");
+    QCOMPARE(Run("Profile.ExportCSV (\"a.csv\", CSV_FUNCS)"), "Profile.ExportCSV (\"a.csv\", CSV_FUNCS): unknown window");
+    QCOMPARE(GetActionResult(ACT_PROFILE_EXPORT_CSV), -1);
+    QVERIFY(!GetAction(ACT_WINDOW_SHOW_TIMELINE)->isEnabled());
+    QVERIFY(GetAction(ACT_WINDOW_SHOW_CONSOLE)->isEnabled());
+    QVERIFY(!GetAction(ACT_TIMELINE_ZOOM_IN)->isEnabled());
+}
+
+void tst_ActionsWindow::Keys_data()
+{
+    QTest::addColumn<QString>("Key");
+    QTest::addColumn<QStringList>("Lines");
+    const QStringList Halt{"Debug.Halt: Command disabled"};
+    QTest::newRow("hot key of a disabled command") << "Ctrl+F5" << Halt;
+    QTest::newRow("the row's second hot key") << "F6" << Halt;
+    QTest::newRow("the first of two that can't run") << "F5" << QStringList{"Debug.Start: Command disabled"};
+    QTest::newRow("disabled, and consumed") << "Ctrl+S" << QStringList{"File.Save: Command disabled"};
+    QTest::newRow("window that isn't there")
+        << "Shift+Alt+N" << QStringList{"Window.Show (\"Timeline\");", "Window.Show (\"Timeline\"): unknown window"};
+    QTest::newRow("old order of modifiers") << "Alt+Shift+C" << QStringList{"Window.Show (\"Console\");"};
+    QTest::newRow("command without its window")
+        << "Ctrl+H" << QStringList{"View.CallGraph();", "View.CallGraph(): wrong parameter count"};
+    QTest::newRow("nobody's key") << "Ctrl+F11" << QStringList{};
+    QTest::newRow("key of a window that isn't there") << "Ctrl+Shift+Right" << QStringList{};
+    QTest::newRow("a letter is text") << "R" << QStringList{};
+}
+
+void tst_ActionsWindow::Keys()
+{
+    QFETCH(QString, Key);
+    QFETCH(QStringList, Lines);
+    Press(Key);
+    QCOMPARE(TakeLines(), Lines);
+    QCOMPARE(m_pInput->text(), QTest::currentDataTag() == QByteArray("a letter is text") ? "r" : "");
+}
+
+void tst_ActionsWindow::KeysOfFocusedWindow()
+{
+    const SESSION_WINDOWS& W = CMainWindow::Get().GetSessionWindows();
+    Press("Shift+Alt+D");
+    QCOMPARE(TakeLines(), QStringList{"Window.Show (\"Disassembly\");"});
+    QVERIFY(W.pDisassembly->HasFocus());
+    // "Go To PC" of the disassembly and of the source window share a key: the window with the focus has it.
+    int NumAsm = 0, NumSrc = 0;
+    const auto Asm = connect(GetAction(ACT_ASM_VIEW_PC), &QAction::triggered, this, [&] { NumAsm++; });
+    const auto Src = connect(GetAction(ACT_SRC_VIEW_PC), &QAction::triggered, this, [&] { NumSrc++; });
+    GetAction(ACT_ASM_VIEW_PC)->setEnabled(true);
+    GetAction(ACT_SRC_VIEW_PC)->setEnabled(true);
+    Press("Ctrl+P");
+    QCOMPARE(NumAsm, 1);
+    QCOMPARE(NumSrc, 0);
+    Press("Shift+Alt+S");
+    QVERIFY(W.pSource->HasFocus());
+    Press("Ctrl+P");
+    QCOMPARE(NumAsm, 1);
+    QCOMPARE(NumSrc, 1);
+    // From anywhere else the source window's row serves.
+    m_pInput->setFocus();
+    Press("Ctrl+P");
+    QCOMPARE(NumSrc, 2);
+    disconnect(Asm);
+    disconnect(Src);
+}
+
+void tst_ActionsWindow::Escape()
+{
+    Press("Esc");
+    QVERIFY(CMainWindow::Get().GetSessionWindows().pSource->HasFocus());
+    QCOMPARE(TakeLines(), QStringList());
+}
+
+void tst_ActionsWindow::Copy()
+{
+    m_pInput->setText("break here");
+    m_pInput->setSelection(0, 5);
+    QApplication::clipboard()->setText("old");
+    Press("Ctrl+C");
+    QCOMPARE(QApplication::clipboard()->text(), "break");
+    CConsoleWindow::Get().ExecuteCommand("Edit.Copy (\"a  b\")");
+    QCOMPARE(QApplication::clipboard()->text(), "a  b");
+    QCOMPARE(TakeLines(), QStringList());
+}
+
+void tst_ActionsWindow::Search()
+{
+    const QHash<QString, QString> Texts{{"a", "one\ntwo one\n"}, {"b", "none here"}, {"c", "x\nONE"}};
+    const auto GetText = [&](const QString& sPath) { return Texts.value(sPath); };
+    CDocumentSearch Search;
+    QVERIFY(Search.Step(true, GetText).sPath.isEmpty());
+    Search.Start("one", {"a", "b", "c"}, "a", QPoint(1, 0));
+    QStringList Found;
+    const auto Step = [&](bool Forward) {
+        const SEARCH_MATCH m = Search.Step(Forward, GetText);
+        Found << QStringLiteral("%1%2:%3").arg(m.sPath).arg(m.Pos.y()).arg(m.Pos.x());
+    };
+    for (int i = 0; i < 5; i++) Step(true);
+    QCOMPARE(Found.join(' '), "a1:4 b0:1 c1:0 a0:0 a1:4");
+    Found.clear();
+    for (int i = 0; i < 4; i++) Step(false);
+    QCOMPARE(Found.join(' '), "a0:0 c1:0 b0:1 a1:4");
+    Search.Start("zero", {"a"}, "a", {});
+    QVERIFY(Search.Step(true, GetText).sPath.isEmpty());
+    Search.Start("x", {"c"}, "c", {});
+    QCOMPARE(Search.Step(true, GetText).Length, 1);
+    QCOMPARE(Search.Step(true, GetText).Length, 1); // the only match is found again
+}
+
+QTEST_MAIN(tst_ActionsWindow)
+#include "tst_actions_window.moc"
