@@ -91,11 +91,6 @@ QString GetDefaultRegisterFile()
     return Core_IsLoaded() ? FindCoreFile(Core_GetCPURegFile(Core_GetCoreId()), true) : QString();
 }
 
-QString GetDefaultPeripheralFile()
-{
-    return Core_IsLoaded() ? FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false) : QString();
-}
-
 /// The peripherals of the device named: what the core's plug-in offers, a file of the device's own name, or the one
 /// that the simulated devices of a maker share. Empty if there is none.
 QString GetDefaultPeripheralFile(const QString& sDevice)
@@ -170,7 +165,10 @@ void WireProject(CMainWindow& Main)
     Hooks.InstEndianMatches = [] { return (GetProgramFaults() & CORE_PROGRAM_INST_ORDER) == 0; };
     Hooks.SysVarChanged = [&Main](int VarID, I64 Value) { emit Main.SysVarEdited(VarID, Value); };
     Hooks.PreferenceChanged = [&Main](int VarID, I64 Value) {
-        for (CWindow* pWindow : Main.GetWindows()) pWindow->SetPreference(VarID, Value);
+        for (CWindow* pWindow : Main.GetWindows()) {
+            pWindow->SetPreference(VarID, Value);
+            pWindow->Repaint();
+        }
     };
     Hooks.RelocateSymbols = [](const QString& sSymbols, int Offset) {
         const CProgLock Lock;
@@ -234,7 +232,7 @@ void WireWindows(CMainWindow& Main)
     WireProject(Main);
     WireDebugViews(Main);
     WireTargetIO(Main);
-    WireAppearance(Main);
+    WireSettings(Main);
     WireConsoleCompletion(Main);
 }
 
