@@ -394,7 +394,7 @@ void tst_settingsdialogs::fonts()
     // Qt tells widgets of it only while the application runs.
     QTimer::singleShot(0, pSize, [pSize] {
         pSize->setValue(13);
-        QApplication::quit();
+        QCoreApplication::exit(0); // quit() would close the dialog first
     });
     QApplication::exec();
     QCOMPARE(QApplication::font().pointSize(), 13);
