@@ -47,7 +47,11 @@ void OnSysVarEdited(int VarID, I64 Value)
 void OnFontChanged(CMainWindow& Main, int FontID)
 {
     QFont Font = GetFont(FontID);
-    if (FontID == FONT_APP) QApplication::setFont(Font);
+    if (FontID == FONT_APP) {
+        QApplication::setFont(Font);
+        // Under a style sheet the widgets that exist ask for the font again only with the sheet.
+        qApp->setStyleSheet(qApp->styleSheet());
+    }
     for (CWindow* pWindow : Main.GetWindows()) {
         pWindow->SetFont(FontID, Font);
         pWindow->Repaint();
