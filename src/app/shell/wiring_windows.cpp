@@ -168,7 +168,10 @@ void WireProject(CMainWindow& Main)
     Hooks.InstEndianMatches = [] { return (GetProgramFaults() & CORE_PROGRAM_INST_ORDER) == 0; };
     Hooks.SysVarChanged = [&Main](int VarID, I64 Value) { emit Main.SysVarEdited(VarID, Value); };
     Hooks.PreferenceChanged = [&Main](int VarID, I64 Value) {
-        for (CWindow* pWindow : Main.GetWindows()) pWindow->SetPreference(VarID, Value);
+        for (CWindow* pWindow : Main.GetWindows()) {
+            pWindow->SetPreference(VarID, Value);
+            pWindow->Repaint();
+        }
     };
     Hooks.RelocateSymbols = [](const QString& sSymbols, int Offset) {
         const CProgLock Lock;
@@ -232,7 +235,7 @@ void WireWindows(CMainWindow& Main)
     WireProject(Main);
     WireDebugViews(Main);
     WireTargetIO(Main);
-    WireAppearance(Main);
+    WireSettings(Main);
     WireConsoleCompletion(Main);
 }
 
