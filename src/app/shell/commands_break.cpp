@@ -161,10 +161,11 @@ bool RequireRecord(int Id, const QString& sLocation, CBreakpoint* pRecord)
     return false;
 }
 
+/// A script function may follow the parameters that the prototype shows.
 void OnBreakEdit(int Id)
 {
-    if (!CheckParamCount(Id)) return;
     const QStringList Params = GetActionParams(Id);
+    if (Params.size() != GetParamCount(Id) + 1 && !CheckParamCount(Id)) return;
     CBreakpoint Record;
     I64 OnChange = 0, Skip = 0;
     if (!RequireRecord(Id, Params[0], &Record) || !ParseNumberParam(Id, Params[2], &OnChange) ||

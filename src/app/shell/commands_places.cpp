@@ -8,9 +8,11 @@
 #include "device/queue/device.h"
 #include "program/eval/expression.h"
 #include "program/tables/prog.h"
+#include "project/finder/filefinder.h"
 #include "views/debug/disassemblywindow.h"
 #include "views/debug/sourcewindow.h"
 
+#include <QFileInfo>
 #include <algorithm>
 
 namespace {
@@ -106,6 +108,14 @@ void OnViewElsewhere(int Id)
     Fail(Id, Place.Addr < 0 && !Place.Loc.IsValid() ? ERR_INVALID_PARAM : ERR_UNKNOWN_WINDOW);
 }
 
+/// Segments of the target's memory are what the memory map shows; its window isn't part of this program.
+void OnLoadMemoryMap(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const QString sPath = CFileFinder::Get().Resolve(GetActionParam(Id));
+    Fail(Id, QFileInfo(sPath).isFile() ? ERR_UNKNOWN_WINDOW : ERR_FILE_NOT_FOUND);
+}
+
 // ---- Find ----------------------------------------------------------------------------------------------
 
 QStringList GetNames(const ELF_SYM_LIST& Symbols)
@@ -190,6 +200,7 @@ void RegisterPlaceCommands()
     SetCommandHandler(ACT_VIEW_PC, OnViewPC);
     SetCommandHandler(ACT_VIEW_PC_LINE, OnViewPCLine);
     for (const int Id : {ACT_VIEW_DATA, ACT_VIEW_MEMORY_MAP, ACT_VIEW_CALL_GRAPH}) SetCommandHandler(Id, OnViewElsewhere);
+    SetCommandHandler(ACT_TARGET_LOAD_MEMORY_MAP, OnLoadMemoryMap);
     SetCommandHandler(ACT_FIND_FUNC, OnFindFunc);
     SetCommandHandler(ACT_FIND_GLOBAL_DATA, OnFindGlobalData);
     SetCommandHandler(ACT_DEBUG_READ_INTO_INST_CACHE, OnReadIntoInstCache);

@@ -112,6 +112,10 @@ void OnSetReg(int Id)
     I64 Value = 0;
     if (!ParseNumberParam(Id, Params[1], &Value)) return;
     const U32 RegId = FindRegId(Params[0]);
+    // A register that can't be read isn't one: the write would only fail in the probe, without a word here.
+    U64 Present = 0;
+    if (RegId == 0xFFFFFFFFu && Core_ReadCPReg(Params[0].toUtf8().constData(), &Present) != 0)
+        return SetActionError(Id, ERR_INVALID_PARAM, Params[0]);
     CDeviceDataManager::Get().Invalidate();
     if (RegId != 0xFFFFFFFFu)
         CDevice::Get().WriteRegAsync(RegId, U64(Value) & 0xFFFFFFFFu);
