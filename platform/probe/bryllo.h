@@ -394,10 +394,9 @@ BRYLLO_API int BRYLLOARM_RAWTRACE_Control(U32 Cmd, U32* pData);
 BRYLLO_API int BRYLLOARM_MeasureCPUSpeedEx(U32 RAMAddr, int PreserveMem, int AllowFail);
 /* Function pointer of BRYLLO_PFUNC_..., null for ids that the library does not have. */
 BRYLLO_API void* BRYLLO_GetpFunc(int Id);
-/* Runs a text command. The answer text is zero-terminated and cut to BufferSize; it is empty when
- * the command went well, an error text otherwise. The "Sim." commands that answer with a value
- * put it into the text as well: for these the result tells success (0 or above) from failure
- * (negative). acOut may be null. */
+/* Runs a text command. 0 or above and an empty answer text when it went well; -1 and the reason
+ * otherwise, zero-terminated and cut to BufferSize. A command that answers with a value puts it,
+ * zero-terminated, behind the empty text, from acOut[1] on, and into the log. acOut may be null. */
 BRYLLO_API int BRYLLOARM_ExecCommand(const char* sCmd, char* acOut, int BufferSize);
 
 /* -------------------------------------------------------------------- run control -------- */

@@ -1,6 +1,7 @@
 // Entry of the program.
 #include "app/batch/batchrunner.h"
 #include "app/console/consolewindow.h"
+#include "app/services/appconsole.h"
 #include "app/services/cmdline.h"
 #include "app/services/log.h"
 #include "app/services/logfile.h"
@@ -13,12 +14,14 @@
 #include "views/theme/theme.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
+#include <QFont>
+#include <QImageReader>
 #include <QTimer>
 #include <cstdio>
 #include <cstring>
 
 namespace {
+constexpr int DEFAULT_FONT_SIZE = 8; ///< points
 
 /// A run without hands needs no screen; the platform must be known before QApplication looks for one.
 void ChoosePlatform(int argc, char** argv)
@@ -29,9 +32,32 @@ void ChoosePlatform(int argc, char** argv)
     if (Batch && !HasScreen && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
 }
 
+/// Qt's own plug-ins come from no folder but those that it needs to paint: what lies beside the program or in a folder
+/// of the environment is never loaded into it. The readers of pictures are loaded late, so they are asked for first.
+void CloseQtPluginPaths()
+{
+    QImageReader::supportedImageFormats();
+    QCoreApplication::setLibraryPaths({});
+}
+
+/// The font that all texts start from, as long as the user has chosen no other.
+void SetDefaultFont()
+{
+    QFont Font = QApplication::font();
+    Font.setPointSize(DEFAULT_FONT_SIZE);
+    Font.setStyleName(QStringLiteral("Normal"));
+    QApplication::setFont(Font);
+}
+
 int RunApplication(const CmdLineArgs& Args)
 {
+    CDeviceDataManager::Get();
     CMainWindow& Window = CMainWindow::Get();
+    if (Args.Debug)
+        CAppConsole::Get().Attach();
+    else
+        CAppConsole::Get().Detach();
+    InstallQtMessageHandler();
     std::unique_ptr<CBatchRunner> pBatch;
     if (!Args.BatchFile.isEmpty()) {
         pBatch = std::make_unique<CBatchRunner>(Args.BatchFile, Args.KeepGoing);
@@ -57,6 +83,7 @@ int main(int argc, char** argv)
     QApplication Application(argc, argv);
     Application.setStartDragDistance(30);
     Application.setQuitOnLastWindowClosed(false);
+    CloseQtPluginPaths();
     SetMainThread();
     InitMessageTable();
     const CmdLineArgs Args = ParseCmdLine(QCoreApplication::arguments());
@@ -67,6 +94,7 @@ int main(int argc, char** argv)
     if (!Args.SettingsDir.isEmpty()) Settings.SetDir(Args.SettingsDir);
     Settings.Load();
     CTheme::Init(Application);
+    SetDefaultFont();
 
     const int Result = RunApplication(Args);
 

@@ -255,17 +255,6 @@ void tst_console::inputLine()
     QCOMPARE(pInput->text(), "no.such");
     Key(Qt::Key_Down);
     pInput->clear();
-
-    Console().Clear();
-    Type("debug.ste");
-    Key(Qt::Key_Tab);
-    QCOMPARE(pInput->text(), "Debug.Step");
-    Key(Qt::Key_Tab); // adds nothing: the choices are listed
-    QCOMPARE(pInput->text(), "Debug.Step");
-    QCOMPARE(Flushed(), (QStringList{"Debug.StepInto", "Debug.StepOut", "Debug.StepOver"}));
-    Type("ov");
-    Key(Qt::Key_Tab);
-    QCOMPARE(pInput->text(), "Debug.StepOver");
 }
 
 void tst_console::enteredCommands()

@@ -1,5 +1,4 @@
-// What stands behind the console window: the ring, the history and the completion.
-#include "app/console/commandcompletion.h"
+// What stands behind the console window: the ring and the history.
 #include "app/console/commandhistory.h"
 #include "app/console/consolering.h"
 
@@ -13,8 +12,6 @@ private slots:
     void ring();
     void ringManyWriters();
     void history();
-    void completion_data();
-    void completion();
 };
 
 void tst_consolering::ring()
@@ -101,39 +98,6 @@ void tst_consolering::history()
     QCOMPARE(h.GoNewer(), "b");
     h.Add("A"); // other case is another line, and the place starts anew
     QCOMPARE(h.GoOlder(), "A");
-}
-
-void tst_consolering::completion_data()
-{
-    QTest::addColumn<QString>("Text");
-    QTest::addColumn<QString>("Completed");
-    QTest::addColumn<int>("NumCandidates");
-    QTest::newRow("one command") << "debug.ha"
-                                 << "Debug.Halt" << 1;
-    QTest::newRow("common part") << "debug.st"
-                                 << "Debug.St" << 5;
-    QTest::newRow("steps") << "Debug.Step"
-                           << "Debug.Step" << 3;
-    QTest::newRow("constant") << "Debug.SetResetMode (rm_r"
-                              << "Debug.SetResetMode (RM_RESET_" << 2;
-    QTest::newRow("constant behind a blank") << "Break.SetEx 0x100 bp_type_f"
-                                             << "Break.SetEx 0x100 BP_TYPE_FLASH" << 1;
-    QTest::newRow("a command is no argument") << "Util.Log (Debug.Ha"
-                                              << "Util.Log (Debug.Ha" << 0;
-    QTest::newRow("nothing") << "xyz"
-                             << "xyz" << 0;
-    QTest::newRow("no word") << "Debug.Halt ("
-                             << "Debug.Halt (" << 0;
-}
-
-void tst_consolering::completion()
-{
-    QFETCH(QString, Text);
-    QFETCH(QString, Completed);
-    QFETCH(int, NumCandidates);
-    const COMPLETION c = CompleteCommand(Text);
-    QCOMPARE(c.Text, Completed);
-    QCOMPARE(int(c.Candidates.size()), NumCandidates);
 }
 
 QTEST_GUILESS_MAIN(tst_consolering)

@@ -390,11 +390,12 @@ private slots:
         U64 Param = 0;
         Probe.aReg[0] = 4;
         Probe.aReg[1] = 0x20000040;
+        QCOMPARE(Core_HandleSemihosting(0x08000008, &Op, &Param), int(CORE_SEMIHOST_NO)); // the PC is elsewhere
+        Probe.aReg[15] = 0x08000008;
         QCOMPARE(Core_HandleSemihosting(0x0800000A, &Op, &Param), int(CORE_SEMIHOST_NO));
         QCOMPARE(Core_HandleSemihosting(0x08000008, &Op, &Param), int(CORE_SEMIHOST_SERVE));
         QCOMPARE(Op, 4u);
         QCOMPARE(Param, U64(0x20000040));
-        Probe.aReg[15] = 0x08000008;
         QCOMPARE(Core_FinishSemihosting(-1), 0);
         QCOMPARE(Probe.aReg[0], U64(0xFFFFFFFF));
         QCOMPARE(Probe.aReg[15], U64(0x0800000A));

@@ -246,6 +246,29 @@ private slots:
         QCOMPARE(Heard().last(), QString("CPReg T"));
     }
 
+    void slotIsReusedAtOnce()
+    {
+        // A full queue with a caller that waits for the first free slot: the job that comes in as another's slot is
+        // released must be the one that runs, and not be taken for the one that has ended.
+        Dev().SetJobEventSuppressed(BT_READ_REG, true);
+        for (int Round = 0; Round < 3; Round++) {
+            CloseGate();
+            for (U32 i = 0; i < JOB_SLOTS; i++) QCOMPARE(Dev().ReadRegAsync(i), 0);
+            const U64 Canceled = Dev().GetCounters().Canceled;
+            s_Gate.release();
+            for (int i = 0; i < 20'000; i++) {
+                DEVICE_JOB Job;
+                Job.Type = BT_READ_REG;
+                while (Dev().ScheduleJob(&Job) < 0) {}
+            }
+            Settle();
+            QCOMPARE(TakeOrder().size(), size_t(JOB_SLOTS + 20'000));
+            QCOMPARE(Dev().GetCounters().Canceled.load(), Canceled);
+        }
+        Deliver(); // the warnings of the full queue
+        m_p->Heard.clear();
+    }
+
     void fullEventRing()
     {
         for (U32 i = 0; i < EVENT_SLOTS; i++) QCOMPARE(Dev().PostDeviceEvent(DEV_EVENT_PROGRESS_VALUE, i, 0), 0);
@@ -387,14 +410,20 @@ private slots:
     void refusedParameterDoesNotBlock()
     {
         // No block of input: the job is scheduled, ignored, and those behind it run.
-        QCOMPARE(Dev().ReadMemAsync(0x100, 0, 0, AW_ANY, 0, nullptr), 0);
+        QCOMPARE(Dev().ReadHSSAsync(), 0); // one with its block, for the difference
+        QCOMPARE(Dev().SetWatchpointsAsync(0, nullptr), 0);
         m_NumInvalid++;
         QCOMPARE(Dev().SetBreakpointsAsync(JOB_MAX_DYN_SIZE, nullptr, BP_STATE_ON, BP_TYPE_ANY), 0);
         m_NumInvalid++;
         Dev().ReadCPRegAsync("R");
         Settle();
-        QCOMPARE(TakeOrder(), std::vector<U32>{BT_READ_CP_REG});
+        QCOMPARE(TakeOrder(), (std::vector<U32>{BT_READ_HSS, BT_READ_CP_REG}));
         QCOMPARE(Heard(), QStringList{"CPReg R"});
+        // A read of memory says what happened to it, whatever its size.
+        QCOMPARE(Dev().ReadMemAsync(0x100, 0, 0, AW_ANY, 0, nullptr), 0);
+        QCOMPARE(Dev().ReadMemAsync(0x100, JOB_MAX_DYN_SIZE + 1, 0, AW_ANY, 0, nullptr), 0);
+        Settle();
+        QCOMPARE(TakeOrder(), (std::vector<U32>{BT_READ_MEM, BT_READ_MEM}));
 
         DEVICE_JOB Job;
         Job.Type = BT_READ_MEM;

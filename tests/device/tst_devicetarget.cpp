@@ -118,6 +118,63 @@ private slots:
         QCOMPARE(T().GetDeviceInfo("", &Core), -1);
     }
 
+    void variablesOfTheConfiguration()
+    {
+        class CHear : public CDeviceEventListener {
+        public:
+            QStringList Heard;
+            void OnDeviceConfigParamChanged(int Id, int Value) override { Heard << QString("%1=%2").arg(Id).arg(Value); }
+        } Hear;
+        SetVar(VAR_TIF_SPEED, 1'000'000, false);
+        QCOMPARE(GetVarValue(VAR_TIF_SPEED), I64(1'000'000)); // at once
+        QVERIFY(R.WaitSettled());
+        QCOMPARE(Dev().State.TIFSpeed.Get(), 1'000'000u); // and in force at the probe
+        QCOMPARE(Hear.Heard, (QStringList{"6=1000000", "7=0", "8=0"}));
+        Dev().SetConfigParamAsync(DCP_USE_ADAPTIVE, 1);
+        QVERIFY(R.WaitSettled());
+        QCOMPARE(GetVarValue(VAR_TIF_SPEED), I64(65535));
+        SetVar(VAR_TIF_SCAN_CHAIN_POS, 2, false);
+        SetVar(VAR_TIF_SCAN_CHAIN_LEN, 9, false);
+        QVERIFY(R.WaitSettled());
+        QCOMPARE(T().Config.GetInt(DCP_DR_PRE), 2);
+        QCOMPARE(T().Config.GetInt(DCP_IR_PRE), 9);
+        QCOMPARE(T().Config.GetInt(DCP_MULTIPLE_TARGETS), 1);
+        SetVar(VAR_TIF_SCAN_CHAIN_POS, 0, false);
+        SetVar(VAR_TIF_SCAN_CHAIN_LEN, 0, false);
+        SetVar(VAR_TIF_SPEED, 0, false);
+        QVERIFY(R.WaitSettled());
+        QCOMPARE(T().Config.GetInt(DCP_MULTIPLE_TARGETS), 0);
+    }
+
+    void libraryCommands()
+    {
+        class CHear : public CDeviceEventListener {
+        public:
+            QStringList Heard;
+            void OnDeviceExecCmdDone(const char* s) override { Heard << QString("done ") + s; }
+            void OnDeviceExecCmdFailed(const char* s, const char* sAnswer) override
+            {
+                Heard << QString("failed ") + s << sAnswer;
+            }
+            void OnDeviceLogMsg(const char* s, U32 Flags) override { if (Flags & 0x240) Logged << s; }
+            QStringList Logged;
+        } Hear;
+        // A value is no error, and whoever asks for it sees it.
+        Dev().ExecBrylloCmdAsync("Sim.DiagReads");
+        QVERIFY(R.WaitSettled());
+        QCOMPARE(Hear.Heard, QStringList{"done Sim.DiagReads"});
+        QVERIFY2(Hear.Logged.contains("Sim.DiagReads: 0"), qPrintable(Hear.Logged.join('|')));
+        QVERIFY(R.pReports->Faults.isEmpty());
+        Hear.Heard.clear();
+        Dev().ExecBrylloCmdAsync("Sim.SetPin C0 1");
+        Dev().ExecBrylloCmdAsync("SelectTraceSource=1");
+        QVERIFY(R.WaitSettled());
+        QCOMPARE(Hear.Heard, (QStringList{"failed Sim.SetPin C0 1", "usage: Sim.SetPin <A0..B15> <0 or 1>",
+                                          "failed SelectTraceSource=1", "This probe has no instruction trace"}));
+        QCOMPARE(R.pReports->Faults.first(),
+                 QString("Error executing Bryllo command \"Sim.SetPin C0 1\": usage: Sim.SetPin <A0..B15> <0 or 1>"));
+    }
+
     void connectModes()
     {
         Dev().DisconnectAsync();
@@ -249,6 +306,9 @@ private slots:
         QVERIFY(R.WaitFor([&] { return R.pReports->Heard.contains("resume1"); }));
         QCOMPARE(T().GetBreakpoint(Never).State, U32(BP_STATE_ON_HIDDEN));
         QVERIFY(!T().Lists.BpListGet(Never).Valid); // no entry of the list
+        QVERIFY(!Dev().IsIdle());
+        QVERIFY(R.WaitSettled()); // whoever waits for the device need not wait for what may never come
+        QVERIFY(Dev().IsRunning() && Dev().State.PendingJob == BT_RUN_TO);
         Dev().HaltAsync();
         QVERIFY(R.WaitHalted());
         QCOMPARE(R.pReports->Take(), QString("resume1 halt0"));

@@ -13,10 +13,11 @@ namespace Bench {
 
 int Exec(const QString& Cmd, QString* pAnswer)
 {
-    char acOut[8192];
+    char acOut[8192] = {};
     const int Result = BRYLLOARM_ExecCommand(Cmd.toUtf8().constData(), acOut, sizeof(acOut));
     if (pAnswer) {
-        *pAnswer = QString::fromUtf8(acOut);
+        // The reason of a failure, or the value that lies behind the empty text.
+        *pAnswer = QString::fromUtf8(acOut[0] ? acOut : acOut + 1);
     }
     return Result;
 }

@@ -493,16 +493,24 @@ void tst_probe::unknownCommands()
     QVERIFY(Connect("VS4F-512"));
     QString Answer;
     for (const char* sCmd :
-         {"NoSuchCommand 1", "Sim.NoSuchThing", "", "device=nothing", "HideDeviceSelection=2"}) {
-        QVERIFY2(Exec(sCmd, &Answer) < 0, sCmd);
+         {"NoSuchCommand 1", "Sim.NoSuchThing", "", "device=nothing", "HideDeviceSelection=2", "Sim.SetPin C0 1",
+          "SelectTraceSource=1", "SetMemlaneAddr 0x20000000", "SetMemlaneSearchRanges 0x20000000 0x1000"}) {
+        QCOMPARE(Exec(sCmd, &Answer), -1);
         QVERIFY2(!Answer.isEmpty(), sCmd);
     }
     for (const char* sCmd :
-         {"HideDeviceSelection=1", "device = VS4F-512", "device=\"VS4F-512\"", "SupplyPower=1",
-          "SetMemlaneAddr 0x20000000", "SetMemlaneSearchRanges 0x20000000 0x1000, 0x20010000 0x100"}) {
+         {"HideDeviceSelection=1", "device = VS4F-512", "device=\"VS4F-512\"", "SupplyPower=1"}) {
         QVERIFY2(Exec(sCmd, &Answer) == 0, sCmd);
         QVERIFY2(Answer.isEmpty(), sCmd);
     }
+    // A text that begins with another character than 0 would be an error's.
+    char acValue[16];
+    QCOMPARE(BRYLLOARM_ExecCommand("Sim.GetPin A0", acValue, sizeof(acValue)), 0);
+    QCOMPARE(acValue[0], '\0');
+    QCOMPARE(acValue[1], '0');
+    char cOnly = 'x';
+    QCOMPARE(BRYLLOARM_ExecCommand("Sim.GetPin A0", &cOnly, 1), 0);
+    QCOMPARE(cOnly, '\0');
     QVERIFY(Exec("ScriptFile=/no/such/file", &Answer) < 0);
     char acSmall[4] = "abc";
     QVERIFY(BRYLLOARM_ExecCommand("nonsense", acSmall, sizeof(acSmall)) < 0);

@@ -4,7 +4,6 @@
 
 #include "platform/probe/bryllo.h"
 
-#include <string>
 
 namespace {
 
@@ -57,10 +56,13 @@ int ARM_DeinitSemihosting() {
 
 int ARM_HandleSemihosting(uint64_t Addr, uint32_t* pOpCode, uint64_t* pParam) {
     uint16_t HalfWord = 0;
+    uint32_t PC = 0;
     uint32_t R0 = 0;
     uint32_t R1 = 0;
     if (!pOpCode || !pParam || Addr > 0xFFFFFFFEu) return CORE_SEMIHOST_NO;
     if (ARM_ReadU16(static_cast<uint32_t>(Addr) & ~1u, &HalfWord) != 0 || HalfWord != SEMIHOSTING_BKPT) return CORE_SEMIHOST_NO;
+    // A breakpoint may have been reported for a request that was served there; the PC has gone on since.
+    if (ARM_ReadTargetReg(BRYLLO_REG_PC, &PC) != 0 || ((PC ^ static_cast<uint32_t>(Addr)) & ~1u) != 0) return CORE_SEMIHOST_NO;
     if (ARM_ReadTargetReg(BRYLLO_REG_R0, &R0) != 0 || ARM_ReadTargetReg(BRYLLO_REG_R0 + 1, &R1) != 0) return CORE_SEMIHOST_NO;
     *pOpCode = R0;
     *pParam = R1;
@@ -79,18 +81,19 @@ int ARM_FinishSemihosting(int64_t Result, int64_t) {
 
 int ARM_GetEventBody(uint32_t EventId, char* pBuffer, uint32_t Size) {
     if (EventId != EVENT_AFTER_RESET && EventId != EVENT_AFTER_DOWNLOAD) return -1;
-    std::string s = EventId == EVENT_AFTER_RESET ? "void AfterTargetReset (void) {\n" : "void AfterTargetDownload (void) {\n";
-    s += "  unsigned int SP;\n"
-         "  unsigned int PC;\n"
-         "  unsigned int VectorTableAddr;\n"
-         "\n"
-         "  VectorTableAddr = Elf.GetBaseAddr();\n"
-         "  if (VectorTableAddr != 0xFFFFFFFF) {\n"
-         "    SP = Target.ReadU32(VectorTableAddr);\n"
-         "    Target.SetReg(\"SP\", SP);\n"
-         "    PC = Target.ReadU32(VectorTableAddr + 4);\n"
-         "    Target.SetReg(\"PC\", PC);\n"
-         "  }\n"
-         "}\n";
-    return ARM_CopyText(s.c_str(), pBuffer, Size);
+    // A core that was reset out of empty flash has lost its Thumb bit; without it the first instruction faults.
+    static constexpr const char* sBody =
+        "  unsigned int SP;\n"
+        "  unsigned int PC;\n"
+        "  unsigned int VectorTableAddr;\n"
+        "\n"
+        "  VectorTableAddr = Elf.GetBaseAddr();\n"
+        "  if (VectorTableAddr != 0xFFFFFFFF) {\n"
+        "    SP = Target.ReadU32(VectorTableAddr);\n"
+        "    Target.SetReg(\"SP\", SP);\n"
+        "    PC = Target.ReadU32(VectorTableAddr + 4);\n"
+        "    Target.SetReg(\"PC\", PC);\n"
+        "    Target.SetReg(\"XPSR\", 0x01000000);\n"
+        "  }\n";
+    return ARM_CopyText(sBody, pBuffer, Size);
 }

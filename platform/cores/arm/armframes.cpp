@@ -165,6 +165,11 @@ int SetPrologueRules(const FRAME_STATE& State, CORE_UNWIND_REQUEST* pRequest) {
     return 0;
 }
 
+/// The program file describes the frame, and knows better than a guess from the code.
+bool HasFrameInfo(const CORE_REG_SET* pRegSet) {
+    return pRegSet->paRule && pRegSet->NumRegs > REG_SP && pRegSet->paRule[REG_SP].NumParts > 0;
+}
+
 /// Number of the exception that a handler serves: from the PSR of the innermost frame, else by the
 /// vector table. 0 if it can't be told.
 uint32_t FindException(const CORE_REG_SET* pRegSet, uint32_t PC) {
@@ -197,7 +202,7 @@ int ARM_GetUnwindRules(const CORE_REG_SET* pRegSet, CORE_UNWIND_REQUEST* pReques
     if (IsKnown && GetReturnValue(pRegSet, State, &ReturnValue) && IsExcReturn(ReturnValue)) {
         return SetExceptionRules(State, ReturnValue, pRequest);
     }
-    return IsKnown && pRequest->Phase == 1 ? SetPrologueRules(State, pRequest) : -1;
+    return IsKnown && !HasFrameInfo(pRegSet) ? SetPrologueRules(State, pRequest) : -1;
 }
 
 int ARM_GetFrameName(const CORE_REG_SET* pRegSet, char* pBuffer, uint32_t Size) {

@@ -19,6 +19,25 @@ static void CopyText(const std::string& Text, char* pBuffer, int BufferSize)
     pBuffer[NumChars] = 0;
 }
 
+/// Runs a text command and fills the caller's buffer: the reason of a failure; or a zero with a value behind it, which is
+/// told to the log as well, so that a user who types the command sees it.
+static int RunCommand(Probe::CSession& Session, const char* sCmd, char* acOut, int BufferSize)
+{
+    std::string Answer;
+    const int Result = Session.ExecCommand(sCmd, Answer);
+    if (Result < 0) {
+        CopyText(Answer, acOut, BufferSize);
+        return BRYLLO_ERR_UNSPECIFIED;
+    }
+    if (!Answer.empty()) {
+        Session.Log.Info(std::string(sCmd) + ": " + Answer);
+        if (acOut && BufferSize > 1) {
+            CopyText(Answer, acOut + 1, BufferSize - 1);
+        }
+    }
+    return Result;
+}
+
 extern "C" {
 
 U32 BRYLLOARM_GetDLLVersion(void)
@@ -332,20 +351,14 @@ int BRYLLOARM_ExecCommand(const char* sCmd, char* acOut, int BufferSize)
     if (IsBench) {
         auto& Session = Probe::CSession::Get();
         std::lock_guard Guard(Session.Lock);
-        std::string Answer;
-        const int Result = Session.ExecCommand(sCmd, Answer);
-        CopyText(Answer, acOut, BufferSize);
-        return Result;
+        return RunCommand(Session, sCmd, acOut, BufferSize);
     }
     CCall Call("ExecCommand", CCall::Nothing);
     if (!Call.Ok()) {
         CopyText("Failure asked for by Sim.Fail", acOut, BufferSize);
         return Call.Error();
     }
-    std::string Answer;
-    const int Result = Call.Session().ExecCommand(sCmd, Answer);
-    CopyText(Answer, acOut, BufferSize);
-    return Call.Done(Result);
+    return Call.Done(RunCommand(Call.Session(), sCmd, acOut, BufferSize));
 }
 
 } // extern "C"

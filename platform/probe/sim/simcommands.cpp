@@ -75,16 +75,9 @@ bool CSimBackend::ExecCommand(const std::string& Name, const std::string& Args, 
                               std::string& Answer)
 {
     if (Name == "setmemlaneaddr" || Name == "setmemlanesearchranges") {
-        const std::vector<std::string> Words = SplitWords(Args);
-        const bool IsAddr = Name == "setmemlaneaddr";
-        bool Ok = IsAddr ? Words.size() == 1 : !Words.empty() && Words.size() % 2 == 0;
-        for (const std::string& Word : Words) {
-            Ok = Ok && ToU32(Word);
-        }
-        return Ok ? true
-                  : Fail(Result, Answer,
-                         IsAddr ? "usage: SetMemlaneAddr <address>"
-                                : "usage: SetMemlaneSearchRanges <address> <size>[, ...]");
+        Result = BRYLLO_ERR_NO_SERVICE;
+        Answer = "This probe has no Memlane service";
+        return true;
     }
     if (Name == "readintotracecache" || Name == "tracesampleadjust" || Name == "trace_setenabletimestamps" ||
         Name == "selecttracesource") {

@@ -28,6 +28,14 @@ namespace {
 constexpr int SETTLE_MS = 20'000;
 constexpr int DISPLAY_DELAY_MS = 250; ///< longest timer of a display that gathers changes
 
+/// A dialog on the screen by its title; null if there is none.
+QWidget* FindOpenDialog(const QString& sTitle)
+{
+    for (QWidget* pWidget : QApplication::topLevelWidgets())
+        if (pWidget->isVisible() && pWidget->inherits("QDialog") && pWidget->windowTitle() == sTitle) return pWidget;
+    return nullptr;
+}
+
 } // namespace
 
 const CBatchRunner::DIRECTIVE CBatchRunner::DIRECTIVES[] = {
@@ -313,9 +321,10 @@ bool CBatchRunner::DoScreenshot(const BATCH_STEP& Step)
 {
     QWidget* pWidget = &CMainWindow::Get();
     if (Step.Args.size() > 1) {
-        CWindow* pWindow = RequireWindow(Step.Args.mid(1).join(' '));
-        if (!pWindow) return false;
-        pWidget = pWindow;
+        const QString sName = Step.Args.mid(1).join(' ');
+        pWidget = FindOpenDialog(sName);
+        if (!pWidget) pWidget = RequireWindow(sName);
+        if (!pWidget) return false;
     }
     // The status bar and other displays gather changes in short timers; a picture shows what a user would see.
     QElapsedTimer Painted;

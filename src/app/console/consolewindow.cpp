@@ -67,7 +67,7 @@ CConsoleWindow::CConsoleWindow(QWidget* pParent) : CWindow(pParent, QStringLiter
     SetFlag(WF_CLEAR_ON_DISCONNECT, false);
     _BuildWidgets();
     _BuildActions();
-    _UpdateDefaultColor();
+    _UpdateColors();
     _ApplyFont();
     AddCommandListener(this);
     SetLogConsoleSink([this](const QString& sText, U32 Flags) { _OnLogged(sText, Flags); });
@@ -170,11 +170,20 @@ void CConsoleWindow::Flush()
 int CConsoleWindow::_Drain(int MaxMessages)
 {
     CONSOLE_MESSAGE Message;
+    if (m_Ring.IsEmpty()) return 0;
+    // One edit for the whole run: each column is laid out once, not once a message.
+    QTextCursor Text(m_pText->document());
+    QTextCursor Sidebar(m_pSidebar->document());
+    Text.beginEditBlock();
+    Sidebar.beginEditBlock();
     int n = 0;
     while (n != MaxMessages && m_Ring.Read(&Message)) {
         _ShowMessage(Message);
         n++;
     }
+    Sidebar.endEditBlock();
+    Text.endEditBlock();
+    ResizeSidebarToOptWidth();
     return n;
 }
 
@@ -207,7 +216,6 @@ void CConsoleWindow::_ShowMessage(const CONSOLE_MESSAGE& Message)
     Block.setAlignment(Qt::AlignRight);
     if (NumStamps > 0) AppendText(m_pSidebar, QStringList(NumStamps, sTime).join('\n'), {}, Block, m_HasText);
     m_HasText = true;
-    ResizeSidebarToOptWidth();
 }
 
 void CConsoleWindow::_RecolorText()

@@ -7,6 +7,7 @@
 // Print functions may be called from any thread: they write to a ring that a timer drains on the main
 // thread. Everything else belongs to the main thread.
 #pragma once
+#include "app/console/commandcompletion.h"
 #include "app/console/commandhistory.h"
 #include "app/console/consolering.h"
 #include "views/framework/window.h"
@@ -19,6 +20,7 @@
 #include <atomic>
 #include <functional>
 
+class CCompletionPopup;
 class QFrame;
 class QKeyEvent;
 class QLineEdit;
@@ -70,6 +72,7 @@ public:
     void SetPreference(int SysVarID, I64 Value) override;
     QStringList GetText(int Depth = -1) override; ///< the lines on the screen
     bool IsUpdatePending() const override;
+    bool IsEscKeyOpActive() const override; ///< Esc closes the list of completions
 
     /// All lines of the main text.
     QStringList GetLines() const;
@@ -83,7 +86,7 @@ public slots:
     /// Opens the console log file; an empty path closes it.
     void SetLogFile(QString sPath);
     void SetSidebarVisible(bool Visible);
-    /// Runs a line as typed. 1 done, 0 unknown command, 2 command disabled.
+    /// Runs a line as typed, "? Name" and "help Name" included. 1 done, 0 unknown command, 2 command disabled.
     int ExecuteCommand(QString sText);
     void AddCommandListener(CWindow* pWindow);
     void RemoveCommandListener(CWindow* pWindow);
@@ -111,7 +114,7 @@ private:
     void _BuildWidgets();
     void _BuildActions();
     void _ApplyFont();
-    void _UpdateDefaultColor();
+    void _UpdateColors();
     void _Write(const QString& sText, const CONSOLE_LOOK& Look);
     CONSOLE_LOOK _GetLook(const QColor& Color, bool Fixed) const;
     void _OnLogged(const QString& sText, U32 Flags);
@@ -120,8 +123,15 @@ private:
     void _ShowEndOfText();
     void _RecolorText(); ///< gives what is shown the colours of the table as they are now
     void _UpdateHorzBar();
-    void _CompleteInput();
     int _GetLineHeight() const;
+
+    // Completion of the input line.
+    bool _HandleCompletionKey(QKeyEvent* pEvent); ///< true if the key was one of the list's
+    void _CompleteInput();                        ///< what Tab does
+    void _AcceptChoice();
+    void _ReplaceWord(const COMPLETION& Completion, const QString& sText);
+    void _UpdateCompletion(bool IsRequested); ///< list and hint for the text in front of the cursor
+    void _HideCompletion();
 
     QTextEdit* m_pText = nullptr;
     QTextEdit* m_pSidebar = nullptr;
@@ -129,6 +139,9 @@ private:
     QWidget* m_pHorzBarLine = nullptr;
     QScrollBar* m_pHorzBar = nullptr;
     QLineEdit* m_pInput = nullptr;
+    CCompletionPopup* m_pPopup = nullptr;
+    bool m_IsListRequested = false; ///< the user asked for the list, so that all arrows move in it
+    bool m_IsHintClosed = false;    ///< Esc closed the hint; it comes back with the next command
     QAction* m_pActionHelp = nullptr;
     QAction* m_pActionShowSidebar = nullptr;
 

@@ -3,7 +3,7 @@
 
 #include "app/actions/actions.h"
 #include "app/actions/commandtext.h"
-#include "app/console/commandcompletion.h"
+#include "app/console/commandhelp.h"
 #include "project/settings/sysvars.h"
 
 #include <QAction>
@@ -15,6 +15,7 @@
 
 bool CConsoleWindow::eventFilter(QObject* pObject, QEvent* pEvent)
 {
+    if (pObject == m_pInput && (pEvent->type() == QEvent::FocusOut || pEvent->type() == QEvent::Hide)) _HideCompletion();
     if (pObject == m_pInput && pEvent->type() == QEvent::KeyPress) {
         auto* pKey = static_cast<QKeyEvent*>(pEvent);
         pKey->ignore();
@@ -28,6 +29,10 @@ bool CConsoleWindow::eventFilter(QObject* pObject, QEvent* pEvent)
 
 void CConsoleWindow::OnInputFieldKeyPressed(QKeyEvent* pEvent)
 {
+    if (_HandleCompletionKey(pEvent)) {
+        pEvent->accept();
+        return;
+    }
     QString sLine;
     switch (pEvent->key()) {
     case Qt::Key_Up:
@@ -40,22 +45,20 @@ void CConsoleWindow::OnInputFieldKeyPressed(QKeyEvent* pEvent)
     case Qt::Key_Enter:
         OnCommandEntered(m_pInput->text());
         break;
-    case Qt::Key_Tab:
-        // In an empty line the key moves the focus as everywhere.
-        if (m_pInput->text().isEmpty()) return;
-        _CompleteInput();
-        break;
     default:
         return;
     }
     pEvent->accept();
     if (!sLine.isNull()) m_pInput->setText(sLine);
+    _HideCompletion();
 }
 
 void CConsoleWindow::OnCommandEntered(QString sText)
 {
     m_History.Add(sText);
     m_pInput->clear();
+    _HideCompletion();
+    m_IsHintClosed = false;
     if (!sText.isEmpty())
         ExecuteCommand(sText);
     else
@@ -64,19 +67,11 @@ void CConsoleWindow::OnCommandEntered(QString sText)
 
 int CConsoleWindow::ExecuteCommand(QString sText)
 {
-    return ::ExecuteCommand(sText);
-}
-
-/// As a shell does it: complete as far as it is certain, and list the choices when that adds nothing.
-void CConsoleWindow::_CompleteInput()
-{
-    const int Cursor = m_pInput->cursorPosition();
-    const QString sBefore = m_pInput->text().left(Cursor);
-    const COMPLETION c = CompleteCommand(sBefore);
-    if (c.Candidates.isEmpty()) return;
-    if (c.Candidates.size() > 1 && c.Text.size() == sBefore.size()) PrintLines(c.Candidates);
-    m_pInput->setText(c.Text + m_pInput->text().mid(Cursor));
-    m_pInput->setCursorPosition(int(c.Text.size()));
+    QString sTopic;
+    const QStringList Lines = IsHelpRequest(sText, &sTopic) ? GetCommandHelp(sTopic) : QStringList();
+    if (Lines.isEmpty()) return ::ExecuteCommand(sText);
+    PrintLines(Lines);
+    return EXECUTE_DONE;
 }
 
 void CConsoleWindow::PrintCommandHelp()

@@ -1,6 +1,7 @@
 // Widgets, fonts and menus of the console.
 #include "app/console/consolewindow.h"
 
+#include "app/console/completionpopup.h"
 #include "project/settings/appearance.h"
 #include "project/settings/settingsnotifier.h"
 #include "project/settings/sysvars.h"
@@ -76,6 +77,7 @@ void CConsoleWindow::_BuildWidgets()
     m_pSidebar->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_pSidebarLine = new QFrame(pFrame);
     m_pSidebarLine->setFrameShape(QFrame::VLine);
+    m_pSidebarLine->setFrameShadow(QFrame::Plain);
     m_pText = MakeTextEdit(pFrame, "textEditConsole");
     pTextRow->addWidget(m_pSidebar);
     pTextRow->addWidget(m_pSidebarLine);
@@ -100,6 +102,12 @@ void CConsoleWindow::_BuildWidgets()
     m_pInput->setAccessibleName(QStringLiteral("Command"));
     m_pInput->setPlaceholderText(QStringLiteral("Enter a command, ? lists all"));
     m_pInput->installEventFilter(this);
+    m_pPopup = new CCompletionPopup(m_pInput);
+    connect(m_pInput, &QLineEdit::textEdited, this, [this] { _UpdateCompletion(false); });
+    connect(m_pInput, &QLineEdit::cursorPositionChanged, this, [this] {
+        if (m_pPopup->isVisible()) _UpdateCompletion(m_IsListRequested);
+    });
+    connect(m_pPopup, &CCompletionPopup::Accepted, this, &CConsoleWindow::_AcceptChoice);
     pInputRow->addWidget(pPrompt);
     pInputRow->setContentsMargins(0, 3, 4, 3);
     pInputRow->addWidget(m_pInput, 1);
@@ -141,15 +149,25 @@ void CConsoleWindow::_BuildActions()
         if (FontID == FONT_CONSOLE) _ApplyFont();
     });
     connect(&Notifier, &CSettingsNotifier::ColorChanged, this, &CConsoleWindow::_RecolorText);
-    connect(&CTheme::Get(), &CTheme::SchemeChanged, this, &CConsoleWindow::_RecolorText);
+    connect(&CTheme::Get(), &CTheme::SchemeChanged, this, [this] {
+        _UpdateColors();
+        _RecolorText();
+    });
 }
 
 // ---- Look
 // --------------------------------------------------------------------------------------------------
 
-void CConsoleWindow::_UpdateDefaultColor()
+void CConsoleWindow::_UpdateColors()
 {
     m_DefaultColor = palette().color(QPalette::Text).rgba();
+    if (!m_pSidebar) return;
+    QPalette Palette = m_pSidebar->palette();
+    Palette.setColor(QPalette::Base, CTheme::GetMarginColor());
+    Palette.setColor(QPalette::Text, CTheme::GetWeakTextColor());
+    m_pSidebar->setPalette(Palette);
+    Palette.setColor(QPalette::WindowText, CTheme::GetBorderColor());
+    m_pSidebarLine->setPalette(Palette);
 }
 
 void CConsoleWindow::_ApplyFont()
@@ -180,7 +198,7 @@ void CConsoleWindow::SetFont(int FontID, QFont&)
 void CConsoleWindow::changeEvent(QEvent* pEvent)
 {
     CWindow::changeEvent(pEvent);
-    if (pEvent->type() == QEvent::PaletteChange) _UpdateDefaultColor();
+    if (pEvent->type() == QEvent::PaletteChange) _UpdateColors();
 }
 
 /// One height for all lines in both columns, so that they stay aligned whatever font a message has.

@@ -9,6 +9,7 @@
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
 #include "device/target/datamanager.h"
+#include "device/target/instcacheread.h"
 #include "program/eval/expression.h"
 #include "program/tables/prog.h"
 #include "project/file/project.h"
@@ -273,6 +274,16 @@ void OnGetEndianess(int Id)
     if (CheckParamCount(Id)) SetActionResult(Id, PROG_GetByteOrder());
 }
 
+void OnReadIntoInstCache(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const QStringList Params = GetActionParams(Id);
+    I64 Addr = 0, Size = 0;
+    if (!ParseNumberParam(Id, Params[0], &Addr) || !ParseNumberParam(Id, Params[1], &Size) || !RequireMemory(Id)) return;
+    const bool Fits = Addr >= 0 && Addr <= 0xFFFFFFFF && Size > 0 && Size <= 0xFFFFFFFF;
+    if (!Fits || DEVICE_ReadIntoInstCache(U32(Addr), U32(Size)) < 0) SetActionError(Id, ERR_INVALID_PARAM);
+}
+
 // ---- Script helpers ------------------------------------------------------------------------------------
 
 void OnUtilSleep(int Id)
@@ -326,6 +337,7 @@ void RegisterTargetCommands()
     SetCommandHandler(ACT_TARGET_SET_ACCESS_WIDTH, OnSetAccessWidth);
     SetCommandHandler(ACT_TARGET_SET_ENDIANESS, OnSetEndianess);
     SetCommandHandler(ACT_TARGET_POWER_ON, OnPowerOn);
+    SetCommandHandler(ACT_DEBUG_READ_INTO_INST_CACHE, OnReadIntoInstCache);
     SetCommandHandler(ACT_ELF_GET_BASE_ADDR, OnGetBaseAddr);
     SetCommandHandler(ACT_ELF_GET_ENTRY_POINT_PC, OnGetEntryPointPC);
     SetCommandHandler(ACT_ELF_GET_ENTRY_FUNC_PC, OnGetEntryFuncPC);

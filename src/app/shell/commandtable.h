@@ -21,12 +21,12 @@ void RegisterRunCommands();      ///< Debug.* of running and stepping
 void RegisterFileCommands();     ///< File.*, Help.*
 void RegisterDocumentCommands(); ///< closing and searching documents, Edit.Copy, Help.UserGuide
 void RegisterPlaceCommands();    ///< View.*, Find.Func, Find.GlobalData
-void RegisterSymbolCommands();   ///< symbols in windows: Window.Add and the like, Edit.DisplayFormat and the
-                                 ///< like
+void RegisterSymbolCommands();   ///< symbols in windows: Window.Add, Edit.DisplayFormat
 void RegisterWindowCommands();   ///< Window.*, Toolbar.* and the show actions
 void RegisterBreakCommands();    ///< Break.*, Trace.*
 void RegisterTargetCommands();   ///< Target.*, Elf.*, Util.*
 void RegisterProjectCommands();  ///< Project.*, Edit.*, Script.*
+void RegisterSettingsCommands(); ///< Tools.Preferences, Tools.SysVars
 /// The last one: a handler for each command that nobody carries out, because the window or dialog that it
 /// works on isn't part of this program. It checks the parameters and answers "unknown window".
 void RegisterAbsentCommands();

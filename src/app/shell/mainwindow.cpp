@@ -8,12 +8,15 @@
 #include "app/services/settingsstore.h"
 #include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
+#include "app/shell/programdata.h"
 #include "app/shell/welcomescreen.h"
 #include "app/shell/wiring.h"
+#include "core/cache/core.h"
 #include "core/host/corehost.h"
 #include "device/breakpoints/breakpointsdatamodel.h"
 #include "device/queue/device.h"
 #include "device/queue/deviceeventworker.h"
+#include "device/target/devicetarget.h"
 #include "program/tables/prog.h"
 #include "program/unwind/callstack.h"
 #include "project/file/project.h"
@@ -67,6 +70,7 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     InitColorsAndFonts(QApplication::font());
     LoadPreferences();
     LoadColorsAndFonts();
+    RestoreAppearance();
     WireLayers();
     WireWindowEnvironment();
     CDevice::Get().CreateEventWorker(this);
@@ -82,6 +86,7 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     RegisterBreakCommands();
     RegisterTargetCommands();
     RegisterProjectCommands();
+    RegisterSettingsCommands();
     BuildWindows();
     BuildActions();
     BuildMenus();
@@ -174,19 +179,22 @@ void CMainWindow::OnVarChanged(int VarID, I64)
 
 void CMainWindow::OnWindowShown()
 {
+    // The worker reads the path as well, but may not have come to it yet.
+    CDeviceTarget::Get().UpdateBrylloLibPath();
+    Log(QStringLiteral("Bryllo software found at: ") + CDeviceTarget::Get().GetInfo().LibPath,
+        MSG_INFO | MSG_STDOUT | MSG_FILE);
     emit InitComplete();
     const QStringList Args = GetArguments();
     if (!Args.isEmpty() && Args.first().section('.', -1) == "bdebug") {
         ::PerformAction(ACT_FILE_OPEN, Args.first());
     } else if (!GetCmdLineArgs().Device.isEmpty()) {
         CreateProjectFromCmdLine();
-    } else if (!m_RecentProjects.isEmpty() && GetVarValue(PREF_START_WITH_MOST_RECENT_PROJ)) {
-        ::PerformAction(ACT_FILE_OPEN, m_RecentProjects.first());
-    } else if (m_RecentProjects.isEmpty() && !GetCmdLineArgs().BatchFile.isEmpty()) {
-        ::PerformAction(ACT_FILE_NEW_PROJECT); // a run without hands begins with its first line
-    } else if (m_RecentProjects.isEmpty() && !IsCommandAbsent(ACT_FILE_NEW_PROJECT_WIZARD)) {
+    } else if (m_RecentProjects.isEmpty()) {
         ::PerformAction(ACT_FILE_NEW_PROJECT);
-        ::PerformAction(ACT_FILE_NEW_PROJECT_WIZARD);
+        // A run without hands begins with its first line.
+        if (GetCmdLineArgs().BatchFile.isEmpty()) ::PerformAction(ACT_FILE_NEW_PROJECT_WIZARD);
+    } else if (GetVarValue(PREF_START_WITH_MOST_RECENT_PROJ)) {
+        ::PerformAction(ACT_FILE_OPEN, m_RecentProjects.first());
     } else {
         ShowWelcomeScreen();
     }
@@ -203,15 +211,12 @@ void CMainWindow::ShowWelcomeScreen()
         if (const QString sPath = AskProjectPath(); !sPath.isEmpty())
             ::PerformAction(ACT_FILE_OPEN, sPath);
         else
-            ::PerformAction(ACT_FILE_NEW_PROJECT);
+            ShowWelcomeScreen(); // nothing was chosen, so the question stands
         break;
-    case WELCOME_OPEN_RECENT:
-        ::PerformAction(ACT_FILE_OPEN, Choice.sPath);
-        break;
+    case WELCOME_OPEN_RECENT: ::PerformAction(ACT_FILE_OPEN, Choice.sPath); break;
     default:
         ::PerformAction(ACT_FILE_NEW_PROJECT);
-        if (Choice.Result == WELCOME_NEW_PROJECT && !IsCommandAbsent(ACT_FILE_NEW_PROJECT_WIZARD))
-            ::PerformAction(ACT_FILE_NEW_PROJECT_WIZARD);
+        if (Choice.Result == WELCOME_NEW_PROJECT) ::PerformAction(ACT_FILE_NEW_PROJECT_WIZARD);
     }
 }
 
@@ -256,7 +261,7 @@ void CMainWindow::OnWindowClosed(QCloseEvent* pEvent)
     SaveAppData();
     for (QTimer* pTimer : {&m_TabBarUpdateTimer, &m_WindowShownTimer, &m_TargetHaltedTimer, &m_MessageBoxTimer,
                            &m_PeriodicUpdateTimer})
-        pTimer->stop();
+        pTimer->stop(); // those of the other windows end in eventFilter() as they fire
     Project.Close();
     Dev.CancelJobs(BT_ALL, QUEUE_ALL);
     Dev.Shutdown();
@@ -265,6 +270,8 @@ void CMainWindow::OnWindowClosed(QCloseEvent* pEvent)
     {
         const std::lock_guard Lock(Dev.GetDeviceMutex());
         PROG_Unload();
+        ClearProgramData();
+        Core::ClearCache();
     }
     pEvent->accept();
     QApplication::closeAllWindows();
@@ -286,6 +293,13 @@ bool CMainWindow::event(QEvent* pEvent)
 
 bool CMainWindow::eventFilter(QObject* pObject, QEvent* pEvent)
 {
+    // No window works on once the program ends: what a timer would read or paint is being taken down.
+    if (m_S.Closing && pEvent->type() == QEvent::Timer) {
+        if (auto* pTimer = qobject_cast<QTimer*>(pObject)) {
+            pTimer->stop();
+            return true;
+        }
+    }
     if (pEvent->type() == QEvent::KeyPress && pObject->isWindowType() && pObject->inherits("QWidgetWindow") &&
         !QApplication::activeModalWidget() && !QApplication::activePopupWidget() &&
         HandleKey(static_cast<QKeyEvent*>(pEvent)))

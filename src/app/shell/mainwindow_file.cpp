@@ -17,10 +17,12 @@
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
 #include "device/target/datamanager.h"
+#include "device/target/devicetarget.h"
 #include "program/tables/prog.h"
 #include "project/file/project.h"
 #include "project/finder/filefinder.h"
 #include "project/settings/sysvars.h"
+#include "project/wizard/projectwizard.h"
 #include "script/host/bscript.h"
 #include "views/debug/sourcewindow.h"
 #include "views/framework/messagebox.h"
@@ -151,50 +153,18 @@ bool CMainWindow::CreateProject(const QString& sPath, const QStringList& Command
     return Created;
 }
 
-/// Empty for a file that can't be read.
-static QByteArray ReadWhole(const QString& sPath)
-{
-    QFile File(sPath);
-    return File.open(QIODevice::ReadOnly) ? File.readAll() : QByteArray();
-}
-
 bool CMainWindow::CreateProjectFromCmdLine()
 {
     const CmdLineArgs Args = GetCmdLineArgs();
-    const auto Missing = [](const QString& sValue, const char* sName) {
-        if (!sValue.isEmpty()) return false;
-        LogError(QStringLiteral("failed to create project from command line arguments: required argument \"%1\" is "
-                                "missing.")
-                     .arg(QLatin1String(sName)));
-        return true;
-    };
-    if (Missing(Args.Device, "device") || Missing(Args.HostIF, "host interface") ||
-        Missing(Args.TargetIF, "target interface"))
-        return false;
-    QStringList Commands;
-    Commands << FormatCommand(ACT_PROJECT_SET_DEVICE, {Args.Device})
-             << FormatCommand(ACT_PROJECT_SET_HOST_IF, {Args.HostIF, Args.HostID})
-             << FormatCommand(ACT_PROJECT_SET_TARGET_IF, {Args.TargetIF});
-    if (!Args.Speed.isEmpty()) Commands << FormatCommand(ACT_PROJECT_SET_TIF_SPEED, {Args.Speed});
-    if (!Args.BrylloScriptFile.isEmpty())
-        Commands << FormatCommand(ACT_PROJECT_SET_BRYLLO_SCRIPT, {Args.BrylloScriptFile});
-    if (const QStringList Chain = Args.JTAGConfig.split(','); Chain.size() == 2)
-        Commands << FormatCommand(ACT_PROJECT_SET_JTAG_CONFIG, Chain);
-    if (!Args.ProgramFile.isEmpty()) Commands << FormatCommand(ACT_FILE_OPEN, {Args.ProgramFile});
+    // The description files of a core are known to its plug-in, so it is there before the commands are made.
+    U32 CoreId = 0;
+    if (CDeviceTarget::Get().GetDeviceInfo(Args.Device.toUtf8().constData(), &CoreId) == 0) Core_Load(int(CoreId));
     CProject& Project = CProject::Get();
+    const QStringList Commands = Project.CreateFromCmdLine(Args);
+    if (Commands.isEmpty()) return false;
     Project.SetFromCmdLine(Commands);
-    if (QFileInfo(Args.ProjectFile).isFile()) {
-        // What the command line names replaces the file's own statement, else each start would add one more.
-        QStringList Replaced = {"Project.SetDevice", "Project.SetHostIF", "Project.SetTargetIF", "Project.SetTIFSpeed"};
-        for (const QString& sCommand : Commands) Replaced << sCommand.section('(', 0, 0).trimmed();
-        Replaced.removeDuplicates();
-        const QByteArray Before = ReadWhole(Args.ProjectFile);
-        if (!Project.WriteSettings(Args.ProjectFile, true, Commands, Replaced)) return false;
-        if (ReadWhole(Args.ProjectFile) != Before)
-            LogInfo(QStringLiteral("Project settings were written to the project file"));
-        return OpenFile(Args.ProjectFile, 0);
-    }
-    return CreateProject(Args.ProjectFile, Commands, false);
+    if (!QFileInfo(Args.ProjectFile).isFile()) return CreateProject(Args.ProjectFile, Commands, false);
+    return Project.WriteCmdLineSettings(Args.ProjectFile) && OpenFile(Args.ProjectFile, 0);
 }
 
 // ---- Programs ------------------------------------------------------------------------------------------
@@ -412,6 +382,32 @@ void OnFileNewProject(int Id)
     if (CheckParamCount(Id)) CMainWindow::Get().NewProject();
 }
 
+void OnFileNewProjectWizard(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    if (CDevice::Get().IsConnected()) {
+        LogError(QStringLiteral("Attempting to create project while debug session is running"));
+        return SetActionSilent(Id);
+    }
+    CProjectWizard Wizard(&CMainWindow::Get());
+    bool Done = false;
+    QObject::connect(&Wizard, &CProjectWizard::Finished, [&Done](QStringList& Commands) {
+        Done = true;
+        CMainWindow::Get().CreateProject({}, Commands, true);
+    });
+    if (const auto& Interceptor = CMessageBox::GetInterceptor()) {
+        const auto Buttons = Wizard.CanFinish() ? QDialogButtonBox::Ok | QDialogButtonBox::Cancel : QDialogButtonBox::Cancel;
+        const int Answer = Interceptor(Wizard.windowTitle(), Wizard.GetSummary(), Buttons);
+        if (Wizard.CanFinish() && Answer != QDialogButtonBox::Cancel) {
+            Wizard.OnButtonFinishPressed();
+            CDevice::Get().WaitForJobAndEvent(BT_GET_DEVICE_INFO, true);
+        }
+    } else {
+        Wizard.exec();
+    }
+    if (!Done) SetActionSilent(Id);
+}
+
 void OnFileExit(int Id)
 {
     if (CheckParamCount(Id)) QMetaObject::invokeMethod(&CMainWindow::Get(), "close", Qt::QueuedConnection);
@@ -480,6 +476,7 @@ void RegisterFileCommands()
     SetCommandHandler(ACT_FILE_OPEN, OnFileOpen);
     SetCommandHandler(ACT_FILE_LOAD, OnFileLoad);
     SetCommandHandler(ACT_FILE_NEW_PROJECT, OnFileNewProject);
+    SetCommandHandler(ACT_FILE_NEW_PROJECT_WIZARD, OnFileNewProjectWizard);
     SetCommandHandler(ACT_FILE_EXIT, OnFileExit);
     SetCommandHandler(ACT_FILE_CLOSE, OnFileClose);
     SetCommandHandler(ACT_FILE_CLOSE_ALL,

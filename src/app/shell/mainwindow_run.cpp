@@ -15,6 +15,7 @@
 #include "program/tables/prog.h"
 #include "project/settings/sysvars.h"
 #include "script/host/bscript.h"
+#include "targetio/semihost/semihost.h"
 #include "views/debug/disassemblywindow.h"
 #include "views/debug/sourcewindow.h"
 #include "views/framework/dockwindow.h"
@@ -161,6 +162,11 @@ void CMainWindow::UpdateActionDebugHaltResume()
 
 void CMainWindow::ShowPC(U32 NewPC)
 {
+    if (CSemiHost::Get().IsInputInProgress()) {
+        // The user is to type there; the place of the program is of no interest now.
+        ShowWindow(QStringLiteral("Terminal"));
+        return;
+    }
     SHOW_PC_FACTS Facts;
     Facts.ConsoleHasFocus = m_W.pConsole && m_W.pConsole->HasFocus();
     Facts.DisassemblyHasFocus = m_W.pDisassembly && m_W.pDisassembly->HasFocus();
@@ -210,7 +216,9 @@ bool RequireNoStep(int Id)
 
 void OnContinue(int Id)
 {
-    if (CheckParamCount(Id) && RequireHalted(Id)) CMainWindow::Get().Continue();
+    if (!CheckParamCount(Id) || !RequireHalted(Id)) return;
+    CSemiHost::Get().CancelOperation();
+    CMainWindow::Get().Continue();
 }
 
 void OnHalt(int Id)
@@ -220,17 +228,23 @@ void OnHalt(int Id)
 
 void OnStepInto(int Id)
 {
-    if (CheckParamCount(Id) && RequireHalted(Id) && RequireNoStep(Id)) CMainWindow::Get().StepInto();
+    if (!CheckParamCount(Id) || !RequireHalted(Id) || !RequireNoStep(Id)) return;
+    CSemiHost::Get().CancelOperation();
+    CMainWindow::Get().StepInto();
 }
 
 void OnStepOver(int Id)
 {
-    if (CheckParamCount(Id) && RequireHalted(Id) && RequireNoStep(Id)) CMainWindow::Get().StepOver();
+    if (!CheckParamCount(Id) || !RequireHalted(Id) || !RequireNoStep(Id)) return;
+    CSemiHost::Get().CancelOperation();
+    CMainWindow::Get().StepOver();
 }
 
 void OnStepOut(int Id)
 {
-    if (CheckParamCount(Id) && RequireHalted(Id)) CMainWindow::Get().StepOut();
+    if (!CheckParamCount(Id) || !RequireHalted(Id)) return;
+    CSemiHost::Get().CancelOperation();
+    CMainWindow::Get().StepOut();
 }
 
 void WritePC(U32 Addr)
@@ -272,7 +286,10 @@ void OnSetNextStatement(int Id)
 void OnRunTo(int Id)
 {
     if (!CheckParamCount(Id) || !RequireConnected(Id)) return;
-    if (const I64 Addr = ResolveLocation(Id); Addr >= 0) CDevice::Get().RunToAsync(U64(Addr));
+    const I64 Addr = ResolveLocation(Id);
+    if (Addr < 0) return;
+    CSemiHost::Get().CancelOperation();
+    CDevice::Get().RunToAsync(U64(Addr));
 }
 
 } // namespace

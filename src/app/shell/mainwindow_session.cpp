@@ -22,6 +22,7 @@
 #include "program/eval/expression.h"
 #include "program/tables/prog.h"
 #include "script/host/bscript.h"
+#include "targetio/semihost/semihost.h"
 #include "views/debug/sourcewindow.h"
 #include "views/framework/messagebox.h"
 #include "views/framework/statusbar.h"
@@ -474,8 +475,9 @@ void OnDebugDownload(int Id)
 
 void OnDebugReset(int Id)
 {
-    if (CheckParamCount(Id) && RequireConnected(Id))
-        CMainWindow::Get().Reset(RESET_MODES(GetVarValue(VAR_RESET_MODE)));
+    if (!CheckParamCount(Id) || !RequireConnected(Id)) return;
+    CSemiHost::Get().CancelOperation();
+    CMainWindow::Get().Reset(RESET_MODES(GetVarValue(VAR_RESET_MODE)));
 }
 
 /// Debug.SetConnectMode and Debug.SetResetMode: the variable, and the canonical name for the echo.

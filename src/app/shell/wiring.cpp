@@ -17,6 +17,7 @@
 #include "device/target/datamanager.h"
 #include "device/stepping/devicestepping.h"
 #include "device/target/devicetarget.h"
+#include "program/datafiles/fileworker.h"
 #include "program/elf/elf.h"
 #include "program/eval/evalhooks.h"
 #include "program/eval/expression.h"
@@ -26,9 +27,13 @@
 #include "project/finder/filefinder.h"
 #include "project/settings/sysvars.h"
 #include "script/host/bscript.h"
+#include "targetio/semihost/semihostdevice.h"
 #include "views/framework/messagebox.h"
+#include "views/framework/statusbar.h"
 
 #include <QFileInfo>
+#include <algorithm>
+#include <climits>
 #include <cstring>
 
 namespace {
@@ -59,6 +64,7 @@ void WireScript()
     Hooks.EvalExpr = [](const QString& sExpr, I64* pValue) { return EVAL_GetInteger(sExpr, pValue); };
     Hooks.ShowConsole = [] { CMainWindow::Get().ShowWindow(QStringLiteral("Console")); };
     Hooks.HasNewWarnings = [] { return CProject::Get().HasNewWarnings(); };
+    Hooks.GetEventBody = [](int EventId) { return Core_GetEventBody(U32(EventId)); };
     BScript::SetHooks(Hooks);
 }
 
@@ -84,6 +90,9 @@ void WireCore()
     Hooks.ReadTarget = [](U64 Addr, U32 Size, void* pBuffer) {
         if (Addr > ADDR_NONE) return -1;
         return CDeviceTarget::Get().ReadMemBlocking(U32(Addr), nullptr, Size, pBuffer, nullptr);
+    };
+    Hooks.ReadTargetCache = [](U64 Addr, U32 Size, void* pBuffer) {
+        return Addr > ADDR_NONE ? -1 : CDeviceDataManager::ReadImage(U32(Addr), Size, pBuffer);
     };
     Hooks.SizeRegCache = [](U32 NumSlots) { CDeviceDataManager::Get().InitRegCache(NumSlots); };
 }
@@ -228,6 +237,24 @@ void WireBreakpointLogic()
     BP_SetHooks(Hooks);
 }
 
+/// Reading and saving of data files show in the status bar, which is drawn between two chunks of a file.
+void WireDataFiles()
+{
+    BFile::PROGRESS_HOOKS Hooks;
+    Hooks.Start = [](const QString& sText, qint64 Maximum) {
+        CStatusBar::Get().SetProgressMessage(sText);
+        CStatusBar::Get().StartProgress(0, int(std::min<qint64>(Maximum, INT_MAX)));
+        CStatusBar::Get().Flush();
+    };
+    Hooks.Set = [](qint64 Value) {
+        CStatusBar::Get().SetProgressValue(int(std::min<qint64>(Value, INT_MAX)));
+        CStatusBar::Get().Flush();
+        CStatusBar::Get().repaint();
+    };
+    Hooks.End = [] { CStatusBar::Get().EndProgress(); };
+    BFile::CFileWorker::Instance().SetProgressHooks(Hooks);
+}
+
 } // namespace
 
 void WireLayers()
@@ -235,6 +262,7 @@ void WireLayers()
     ELF_SetDiagCallback(OnElfDiag);
     DEVICE_RegisterTarget();
     DEVICE_RegisterStepping();
+    SEMIHOST_Register();
     WireActions();
     WireScript();
     WireFinder();
@@ -243,4 +271,5 @@ void WireLayers()
     WireEvaluator();
     WireUnwinder();
     WireBreakpointLogic();
+    WireDataFiles();
 }

@@ -13,6 +13,12 @@ void WireWindowEnvironment();
 void WireWindows(CMainWindow& Main);
 /// The part of WireWindows that feeds the debug views.
 void WireDebugViews(CMainWindow& Main);
+/// The part of WireWindows for the program's input and output.
+void WireTargetIO(CMainWindow& Main);
+/// Colours, fonts and the scheme as the settings have them. After they were loaded, before the first window.
+void RestoreAppearance();
+/// Tells all windows of a colour or font that changed.
+void WireAppearance(CMainWindow& Main);
 /// A source line's text: from its document if it is open, else from the file. Empty if there is none.
 QString GetSrcLineText(CSrcLoc Loc);
 /// Takes the hooks out again that lead to windows which are about to die.

@@ -2,12 +2,15 @@
 // what single windows show.
 #include "app/actions/actions.h"
 #include "app/actions/commandtext.h"
+#include "app/console/commandcompletion.h"
 #include "app/console/consolewindow.h"
 #include "app/services/appdirs.h"
 #include "app/services/log.h"
 #include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
+#include "app/shell/consolesources.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/pluginfiledialog.h"
 #include "app/shell/sourcelines.h"
 #include "app/shell/wiring.h"
 #include "core/cache/core.h"
@@ -15,6 +18,8 @@
 #include "core/host/corehooks.h"
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
+#include "device/target/devicetable.h"
+#include "device/target/deviceservices.h"
 #include "device/target/devicetarget.h"
 #include "program/elf/elf.h"
 #include "program/tables/prog.h"
@@ -22,6 +27,7 @@
 #include "project/finder/filefinder.h"
 #include "project/settings/appearance.h"
 #include "project/settings/sysvars.h"
+#include "project/wizard/deviceselectiondialog.h"
 #include "registers/svd/cpuregisters.h"
 #include "script/host/bscript.h"
 #include "views/debug/registerwindow.h"
@@ -67,12 +73,42 @@ U32 GetProgramFaults()
     return Core_CheckProgram(ELF_GetFileImage(hFile));
 }
 
+/// A register description that the core plug-in names: where such files are looked for, else beside the plug-in. Empty if
+/// it names none, or one that isn't there.
+QString FindCoreFile(const QString& sName, bool TryPluginDir)
+{
+    if (sName.isEmpty()) return {};
+    CFileFinder& Finder = CFileFinder::Get();
+    Finder.SetLogResolutions(false); // the user has asked for no file
+    QString sPath = Finder.Resolve(sName);
+    if (sPath.isEmpty() && TryPluginDir) sPath = Finder.Resolve(QFileInfo(Core_GetCurrentPath()).path() + '/' + sName);
+    Finder.SetLogResolutions(true);
+    return sPath.replace(QLatin1String("$(InstallDir)"), GetInstallDir());
+}
+
 QString GetDefaultRegisterFile()
 {
-    const QString sName = Core_IsLoaded() ? Core_GetCPURegFile(Core_GetCoreId()) : QString();
-    if (sName.isEmpty()) return {};
-    const QString sPath = GetPeripheralsDir() + '/' + sName;
-    return QFileInfo(sPath).isFile() ? sPath : QString();
+    return Core_IsLoaded() ? FindCoreFile(Core_GetCPURegFile(Core_GetCoreId()), true) : QString();
+}
+
+QString GetDefaultPeripheralFile()
+{
+    return Core_IsLoaded() ? FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false) : QString();
+}
+
+/// The peripherals of the device named: what the core's plug-in offers, a file of the device's own name, or the one
+/// that the simulated devices of a maker share. Empty if there is none.
+QString GetDefaultPeripheralFile(const QString& sDevice)
+{
+    QStringList Names;
+    if (Core_IsLoaded()) Names << Core_GetPeriphRegFile(Core_GetCoreId());
+    Names << sDevice + QStringLiteral(".svd");
+    if (const DEVICE_ENTRY* pEntry = DEVICE_FindEntry(sDevice)) Names << pEntry->sManu + QStringLiteral("Sim.svd");
+    for (const QString& sName : Names) {
+        const QString sPath = GetPeripheralsDir() + '/' + sName;
+        if (!sName.isEmpty() && QFileInfo(sPath).isFile()) return sPath;
+    }
+    return {};
 }
 
 void OnRegisterFilesChanged(const QStringList& Files, CRegisterWindow* pWindow)
@@ -104,6 +140,11 @@ void WireProject(CMainWindow& Main)
         WaitForConfiguration();
         LoadCorePlugin();
     };
+    Hooks.SelectDevice = [&Main] {
+        const QString sDevice = CDeviceTarget::Get().Config.GetString(DCP_DEVICE_NAME);
+        const DEVICE_SELECTION Choice = ShowDeviceSelection({}, false, sDevice, &Main);
+        return Choice.Accepted ? Choice.sDeviceName : QString();
+    };
     Hooks.GetDeviceParam = [](int Id) { return I64(CDeviceTarget::Get().Config.GetInt(U32(Id))); };
     Hooks.GetDeviceParamText = [](int Id) { return CDeviceTarget::Get().Config.GetString(U32(Id)); };
     Hooks.PathsChanged = [&Main] {
@@ -119,6 +160,7 @@ void WireProject(CMainWindow& Main)
     Hooks.IsCorePluginMissing = [] { return CDeviceTarget::Get().GetInfo().CoreId != 0 && !Core_IsLoaded(); };
     Hooks.HasCPURegisters = [] { return !GetCpuRegisterGroups().isEmpty(); };
     Hooks.DefaultRegisterFile = GetDefaultRegisterFile;
+    Hooks.DefaultPeripheralFile = GetDefaultPeripheralFile;
     Hooks.HasSymbol = [](const QString& sName) {
         return !PROG_FindSymbols(sName, false, true, false, true, false).isEmpty();
     };
@@ -143,15 +185,17 @@ void WireProject(CMainWindow& Main)
     };
     Hooks.ShowErrorBox = [](const QString& sText) { CMessageBox::ShowInfo(QStringLiteral("Project Warning"), sText); };
     Hooks.ShowConsole = [&Main] { Main.ShowWindow(QStringLiteral("Console")); };
+    Hooks.AddMemlaneSearchRange = [](U32 Addr, U32 Size) {
+        return CDeviceServices::Get().AddMemlaneSearchRange(Addr, Size);
+    };
     CProject::Get().SetHooks(Hooks);
 
     CORE_HOOKS& CoreHooks = Core_GetHooks();
     CoreHooks.SetProjectPluginPath = [](const QString& sPath) { CProject::Get().SetCorePluginFile(sPath); };
     // Batch mode answers no file dialogs: there a missing plug-in is an error at once.
     CoreHooks.IsInteractive = [] { return !CMessageBox::GetInterceptor(); };
-    CoreHooks.AskPluginPath = [](const QString& sTitle, const QString& sText) {
-        CMessageBox::ShowInfo(sTitle, sText);
-        return AskOpenPath(sTitle, {}, QStringLiteral("Plugins (*.so)"));
+    CoreHooks.AskPluginPath = [&Main](const QString& sTitle, const QString& sText) {
+        return CPluginFileDialog::Ask(&Main, sTitle, sText);
     };
 }
 
@@ -189,10 +233,14 @@ void WireWindows(CMainWindow& Main)
 {
     WireProject(Main);
     WireDebugViews(Main);
+    WireTargetIO(Main);
+    WireAppearance(Main);
+    WireConsoleCompletion(Main);
 }
 
 void UnwireLayers()
 {
+    SetCompletionSources({});
     CProject::Get().SetHooks({});
     SetActionHooks({});
     BScript::SetHooks({});

@@ -167,20 +167,19 @@ typedef struct CORE_REG_SET {
     uint32_t ValueSize;  /* 8 */
     uint64_t* paValue;
     uint8_t* paStatus;   /* 0: the value is valid */
-    CORE_LOC* paRule;    /* unwind rules, one a register */
+    CORE_LOC* paRule;    /* unwind rules, one a register; for GetUnwindRules those of the program file, if any */
 } CORE_REG_SET;
 
-/* Given to GetUnwindRules. The plug-in is asked first on every frame, with Phase 0: it takes the frames
- * that no compiler describes. Where the program file has no call frame information either, it is asked
- * once more with Phase 1 and may guess from the code. */
+/* Given to GetUnwindRules. The plug-in has the first word on every frame: it takes those that no compiler
+ * describes. Where it has no opinion, the rules that the register set came with count. */
 typedef struct CORE_UNWIND_REQUEST {
     uint32_t RARegIdx;   /* in: default column of the return address; out: the column to use */
     uint32_t NumRules;   /* entries of paRule */
-    uint64_t Phase;      /* 0, or 1 as above */
-    CORE_LOC* paRule;    /* filled by the plug-in, one a register */
+    uint64_t Reserved;   /* 0 */
+    CORE_LOC* paRule;    /* empty; filled by the plug-in, one a register */
 } CORE_UNWIND_REQUEST;
 
-CORE_STATIC_ASSERT(offsetof(CORE_UNWIND_REQUEST, Phase) == 8, "layout of CORE_UNWIND_REQUEST");
+CORE_STATIC_ASSERT(offsetof(CORE_UNWIND_REQUEST, Reserved) == 8, "layout of CORE_UNWIND_REQUEST");
 
 /* Kind of a mapping symbol; the low byte decides. */
 enum {

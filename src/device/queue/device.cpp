@@ -14,6 +14,9 @@ constexpr auto WAIT_CONNECTED = std::chrono::milliseconds(200);
 /// 0 and 1 are answers of a wait that found no job, so no job bears them.
 constexpr U64 FIRST_SEQ_NO = 2;
 
+/// How long a run-to counts as on its way to its end.
+constexpr I64 RUN_TO_MS = 3'000;
+
 DEVICE_HOOKS s_Hooks;
 std::atomic<JOB_EXECUTOR> s_apfExecutor[BT_LAST];
 } // namespace
@@ -165,8 +168,12 @@ void CDevice::_ExecuteJob(DEVICE_JOB& Job)
             Ret = -1;
         }
     }
-    _PostProcessJob(Job, Ret);
+    // Once the report is out or the slot is released, the slot may hold another job, whose pending flag is not to be
+    // touched. Only this thread sets the ending flag, so that taking it away can hit no other job's.
+    DEVJOB_SetFlags(Job, JOB_FLAG_ENDING);
     DEVJOB_ClearFlags(Job, JOB_FLAG_PENDING);
+    _PostProcessJob(Job, Ret);
+    DEVJOB_ClearFlags(Job, JOB_FLAG_ENDING);
 }
 
 /// Cancels work that the job overtakes. True when the job is settled without its operation.
@@ -229,9 +236,12 @@ void CDevice::_ReleaseJob(DEVICE_JOB* pJob)
 bool CDevice::IsIdle() const
 {
     DEVICE_EVENT Event;
+    // A run-to that hasn't arrived by then may never: the program may not come there. The target just runs.
+    const bool IsGoalFar =
+        State.PendingJob == BT_RUN_TO && State.Running && DEVSTATE_NowMS() - State.ResumedAtMS > RUN_TO_MS;
     return m_NumLive.load(std::memory_order_acquire) == 0 && !m_Events.Peek(0, &Event) && !State.HaltSeqActive &&
-           !State.SrcStepActive && State.PendingJob == 0 && !State.UserHaltRequested && State.FinishConnectMode < 0 &&
-           State.FinishResetMode < 0 && State.BPConditionResult < 0;
+           !State.SrcStepActive && (State.PendingJob == 0 || IsGoalFar) && !State.UserHaltRequested &&
+           State.FinishConnectMode < 0 && State.FinishResetMode < 0 && State.BPConditionResult < 0;
 }
 
 int CDevice::PostJobEvent(U32 Type, U32 Status, U64 Param0, I64 Result, U64 Result1)

@@ -147,7 +147,8 @@ public:
     void SetJobEventSuppressed(U32 Type, bool Suppressed);
     bool IsJobEventSuppressed(U32 Type) const;
     /// Nothing is under way: no job waits or runs, no event is undelivered, no halt is being evaluated and no step or
-    /// run-to is on its way to its end. A target that runs by a user's wish is idle. GUI thread.
+    /// run-to is on its way to its end. A target that runs by a user's wish is idle, and so is one whose run-to hasn't
+    /// arrived in three seconds. GUI thread.
     bool IsIdle() const;
     /// Wakes the worker, after one of the deferred words of State was written.
     void Wake();

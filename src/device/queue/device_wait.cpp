@@ -34,7 +34,7 @@ bool CDevice::HasPendingJob(U32 Type)
 {
     for (CDeviceJobRing& Queue : m_aQueue)
         for (U32 Slot = 0; Slot < JOB_SLOTS; Slot++)
-            if (const DEVICE_JOB& Job = Queue.At(Slot); DEVJOB_IsPending(Job) && DEVJOB_LoadType(Job) == Type) return true;
+            if (const DEVICE_JOB& Job = Queue.At(Slot); DEVJOB_IsUnderWay(Job) && DEVJOB_LoadType(Job) == Type) return true;
     return false;
 }
 
@@ -49,7 +49,7 @@ I64 CDevice::_WaitForSlot(U32 Type, U32 Queue, U32 Slot, bool ProcessEvents, U32
     const auto Limit = std::chrono::milliseconds(TimeoutMS == WAIT_DEFAULT ? DEVJOB_GetTimeout(Type) : TimeoutMS);
     const auto Start = CLOCK::now();
 
-    while (DEVJOB_IsPending(Job) && DEVJOB_LoadSeqNo(Job) == SeqNo) {
+    while (DEVJOB_IsUnderWay(Job) && DEVJOB_LoadSeqNo(Job) == SeqNo) {
         // What goes on in the background of a step is no longer this job's.
         if (DEVJOB_IsStep(Type) && !State.SrcStepActive) break;
         if (IsStopping() || isFinished()) return -1;

@@ -92,6 +92,7 @@ enum JOB_STATUS : U32 { JOB_DONE = 0, JOB_FAILED = 1, JOB_DROPPED = 2 };
 enum JOB_FLAGS : U32 {
     JOB_FLAG_PENDING = 1, ///< set when scheduled, cleared by cancelling and by finishing
     JOB_FLAG_TAKEN = 2,   ///< the worker has taken it out of its queue's order
+    JOB_FLAG_ENDING = 4,  ///< no longer pending, but its report isn't in the event ring yet
 };
 
 inline constexpr U32 JOB_SLOTS = 10'000;         ///< slots of each queue and of the completion pool

@@ -31,6 +31,11 @@ inline U32 DEVJOB_ClearFlags(DEVICE_JOB& Job, U32 Mask)
     return std::atomic_ref<U32>(Job.Flags).fetch_and(~Mask, std::memory_order_acq_rel);
 }
 inline bool DEVJOB_IsPending(const DEVICE_JOB& Job) { return DEVJOB_LoadFlags(Job) & JOB_FLAG_PENDING; }
+/// Pending, or its report still on its way into the event ring: what a waiter waits for.
+inline bool DEVJOB_IsUnderWay(const DEVICE_JOB& Job)
+{
+    return DEVJOB_LoadFlags(Job) & (JOB_FLAG_PENDING | JOB_FLAG_ENDING);
+}
 
 class CDeviceJobRing {
 public:

@@ -5,6 +5,7 @@
 #include "device/queue/devicetypes.h"
 
 #include <atomic>
+#include <chrono>
 
 /// A value shared between threads, read and written like a plain one.
 template <class T> class CShared {
@@ -23,6 +24,13 @@ private:
 
 inline constexpr U64 ADDR64_NONE = ~U64(0);
 inline constexpr U32 WATCH_INTERVAL_MAX_MS = 50;
+
+/// Milliseconds of the clock that State's times are in.
+inline I64 DEVSTATE_NowMS()
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
 
 struct DEVICE_STATE {
     // Target state, written by the worker.
@@ -54,6 +62,8 @@ struct DEVICE_STATE {
     /// Time between two looks at a running target, ms. Short right after a resume, as most steps and conditions end at
     /// once, and doubled with each look in vain, so that a target that runs on costs little probe traffic.
     CShared<U32> WatchIntervalMS = WATCH_INTERVAL_MAX_MS;
+    /// Last resume, ms of the steady clock.
+    CShared<I64> ResumedAtMS;
     CShared<U32> PendingJob;                 ///< the job that the hidden breakpoint is to complete, 0 when none
     CShared<U32> ResetMode;                  ///< last RESET_MODES
     CShared<I32> LastDownloadError;          ///< 0 or the library's negative code

@@ -125,7 +125,7 @@ constexpr std::array<JOB_ROW, BT_LAST> aRow = {{
      [](L& Listener, J& Job) { Listener.OnDeviceReadCPRegDone(Job.Text(0), U64(Job.Result)); },
      WithText<&L::OnDeviceReadCPRegFailed>},
     {BT_WRITE_CP_REG, "BT_WRITE_CP_REG", CTRL, 5'000, DATA | JRF_WRITE,
-     [](L& Listener, J& Job) { Listener.OnDeviceWriteCPRegDone(Job.Text(0), Job.Param[0]); },
+     [](L& Listener, J& Job) { Listener.OnDeviceWriteCPRegDone(Job.Text(0), U64(Job.Result)); },
      WithText<&L::OnDeviceWriteCPRegFailed>},
     {BT_READ_REGS, "BT_READ_REGS", READ, 5'000, DATA | JRF_DATA_MANAGER,
      [](L& Listener, J& Job) {
@@ -137,7 +137,7 @@ constexpr std::array<JOB_ROW, BT_LAST> aRow = {{
      [](L& Listener, J& Job) {
          Listener.OnDeviceEndDownloadFailed(Job.Text(0), DOWNLOAD_MODES(P0(Job)), int(Job.Result));
      }},
-    {BT_READ_MEM, "BT_READ_MEM", READ, 10'000, DATA | JRF_DATA_MANAGER,
+    {BT_READ_MEM, "BT_READ_MEM", READ, 10'000, JRF_DATA_MANAGER,
      [](L& Listener, J& Job) {
          Listener.OnDeviceReadMemDone(P0(Job), P1(Job), Job.Text(2), D<U8>(Job, 0), D<U8>(Job, 1));
      },

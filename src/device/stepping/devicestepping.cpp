@@ -90,8 +90,12 @@ bool CDeviceStepping::_StepAndRead(U64* pPC, U64* pSP)
 {
     if (StepInstBasic() != 0) return false;
     _Target().ReadReg(Core_GetPCRegId(), pPC);
+    // A semihosting request inside of a line is served on the way, as a run would serve it.
+    auto* pfSemihosting = TARGET_GetHooks().CheckHandleSemihostingIRQ;
+    const int Stop = pfSemihosting ? pfSemihosting(U32(*pPC), false) : SEMIHOST_STOP_NONE;
+    if (Stop == SEMIHOST_STOP_SERVED) _Target().ReadReg(Core_GetPCRegId(), pPC);
     if (pSP) _Target().ReadReg(Core_GetSPRegId(), pSP);
-    return true;
+    return Stop != SEMIHOST_STOP_PENDING;
 }
 
 // ---- Tests ---------------------------------------------------------------------------------------------

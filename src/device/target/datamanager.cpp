@@ -7,6 +7,7 @@
 
 #include <QtEndian>
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 namespace {
@@ -14,6 +15,7 @@ constexpr size_t MAX_ZONES = 16;
 constexpr qsizetype MAX_ZONE_NAME = 127;
 constexpr int MAX_SEGMENTS = 5;
 CDeviceDataManager* s_pManager = nullptr;
+std::atomic<CMemImage*> s_pDefaultImage{nullptr}; ///< the default zone's, for readers on other threads
 
 template <class T> void Append(QByteArray& Bytes, const T& Value)
 {
@@ -58,7 +60,16 @@ CMemImage* CDeviceDataManager::_FindZone(const char* sZone, bool Create)
         if (Zone.Name == Name) return Zone.pImage.get();
     if (!Create || m_aZone.size() >= MAX_ZONES) return nullptr;
     m_aZone.push_back({Name, std::make_unique<CMemImage>()});
-    return m_aZone.back().pImage.get();
+    CMemImage* pImage = m_aZone.back().pImage.get();
+    if (Name.isEmpty()) s_pDefaultImage = pImage; // images stay for ever
+    return pImage;
+}
+
+int CDeviceDataManager::ReadImage(U32 Addr, U32 nBytes, void* pData)
+{
+    // What was read at the last halt that the user saw says nothing about one that is still under evaluation.
+    const CMemImage* pImage = CDevice::Get().State.Halted ? s_pDefaultImage.load() : nullptr;
+    return pImage && pImage->Read(Addr, nBytes, static_cast<U8*>(pData), nullptr) == DATA_VALID ? 0 : -1;
 }
 
 U8 CDeviceDataManager::_ReadImage(U32 Addr, U32 nBytes, const char* sZone, U8* paData, U8* paStatus)

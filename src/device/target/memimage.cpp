@@ -25,6 +25,7 @@ CMemImage::PAGE& CMemImage::_GetPage(U32 Idx)
 
 U8 CMemImage::Read(U32 Addr, U32 nBytes, U8* paData, U8* paStatus) const
 {
+    const std::lock_guard Lock(m_Mutex);
     U8 Worst = DATA_VALID;
     if (U64(Addr) + nBytes > (U64(1) << 32)) {
         Worst = DATA_INVALID;
@@ -49,6 +50,7 @@ U8 CMemImage::Read(U32 Addr, U32 nBytes, U8* paData, U8* paStatus) const
 
 void CMemImage::Write(U32 Addr, U32 nBytes, const U8* paData, const U8* paStatus)
 {
+    const std::lock_guard Lock(m_Mutex);
     ForEachPage(Addr, nBytes, [&](U32 Idx, U32 Offset, U32 Pos, U32 Cnt) {
         PAGE& Page = _GetPage(Idx);
         Page.IsClean = false;
@@ -62,6 +64,7 @@ void CMemImage::Write(U32 Addr, U32 nBytes, const U8* paData, const U8* paStatus
 
 void CMemImage::SetStatus(U32 Addr, U32 nBytes, U8 Status)
 {
+    const std::lock_guard Lock(m_Mutex);
     ForEachPage(Addr, nBytes, [&](U32 Idx, U32 Offset, U32, U32 Cnt) {
         if (Status == DATA_UNREAD && !m_apPage[Idx]) return;
         PAGE& Page = _GetPage(Idx);
@@ -72,6 +75,7 @@ void CMemImage::SetStatus(U32 Addr, U32 nBytes, U8 Status)
 
 void CMemImage::Invalidate()
 {
+    const std::lock_guard Lock(m_Mutex);
     for (auto& pPage : m_apPage) {
         if (!pPage || pPage->IsClean) continue;
         pPage->Data.fill(0);
@@ -82,6 +86,7 @@ void CMemImage::Invalidate()
 
 U64 CMemImage::Find(U64 Addr, U64 End, U8 Status) const
 {
+    const std::lock_guard Lock(m_Mutex);
     while (Addr < End) {
         const U32 Offset = U32(Addr) % PAGE_SIZE;
         const U32 Cnt = U32(std::min<U64>(PAGE_SIZE - Offset, End - Addr));

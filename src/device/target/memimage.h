@@ -1,10 +1,12 @@
 // CMemImage: what is known of one zone of target memory during one halt. A page table over the whole 32 bit
-// address space; a page holds data and a status byte for each byte, and is made on first use.
+// address space; a page holds data and a status byte for each byte, and is made on first use. The GUI
+// thread fills it; the device worker may read it, so every operation is whole for others.
 #pragma once
 #include "device/queue/devicetypes.h"
 
 #include <array>
 #include <memory>
+#include <mutex>
 
 class CMemImage {
 public:
@@ -31,5 +33,6 @@ private:
     };
     PAGE& _GetPage(U32 Idx);
 
+    mutable std::mutex m_Mutex;
     std::array<std::unique_ptr<PAGE>, 0x10000> m_apPage;
 };

@@ -1,4 +1,6 @@
 // CDeviceTarget: configuration, the device table, commands of the library and what the probe can do.
+#include "device/target/devicetable.h"
+#include "device/target/deviceservices.h"
 #include "device/target/devicetarget.h"
 #include "platform/probe/bryllo.h"
 #include "project/settings/sysvars.h"
@@ -17,11 +19,6 @@ constexpr U32 VERSION_WEB_PORT = 62'006; ///< from here on a port of 0 means tha
 constexpr int WEB_PORT = 19'080;
 constexpr const char* LINK_STOP_MODE = "docs/background-memory-access.md";
 
-/// Core families that a core support plug-in may know.
-bool IsSupportedFamily(U32 Family)
-{
-    return Family == 1 || Family == 3 || (Family >= 6 && Family <= 12) || Family == 14 || Family == 15 || Family == 19;
-}
 bool IsCortexM(U32 Family)
 {
     return Family == 1 || Family == 3 || Family == 6 || Family == 14;
@@ -120,6 +117,7 @@ int CDeviceTarget::Configure(const char* sXmlConfigStr)
 int CDeviceTarget::ResetConfig()
 {
     Config.Reset();
+    CDeviceServices::Get().ForgetMemlaneSearchRanges();
     for (U32 Id = 0; Id < DCP_NUM_INT_PARAMS; Id++)
         if (CDeviceConfig::IsIntParam(Id)) _OnConfigChanged(Id, Config.GetInt(Id));
     for (U32 Id = DCP_FIRST_STRING; Id < DCP_NUM_PARAMS; Id++) _OnConfigChanged(Id, 0);
@@ -214,7 +212,7 @@ int CDeviceTarget::UpdateSupportedCoresList()
     const int Num = BRYLLOARM_DEVICE_GetInfo(-1, nullptr);
     for (int i = 0; i < Num; i++) {
         BRYLLOARM_DEVICE_INFO Device;
-        if (!ReadDevice(i, &Device) || !IsSupportedFamily(Device.Core >> 24) || aCore.contains(Device.Core)) continue;
+        if (!ReadDevice(i, &Device) || !DEVICE_IsSupportedFamily(Device.Core >> 24) || aCore.contains(Device.Core)) continue;
         if (aCore.size() >= qsizetype(MAX_CORES)) {
             _Dev().LogErrorMsg("Internal error. supported cores list has insufficent size.");
             break;

@@ -60,10 +60,10 @@ void CDeviceTarget::CheckHandleHalt()
         return;
     }
     auto* pfSemihosting = TARGET_GetHooks().CheckHandleSemihostingIRQ;
-    if (const int Answer = pfSemihosting ? pfSemihosting(U32(State.PC.Get()), true) : 0) {
-        if (Answer == 1) State.HaltSeqActive = 0;
-        return;
-    }
+    const int Stop = pfSemihosting ? pfSemihosting(U32(State.PC.Get()), true) : SEMIHOST_STOP_NONE;
+    if (Stop == SEMIHOST_STOP_RESUMED) State.HaltSeqActive = 0;
+    if (Stop == SEMIHOST_STOP_RESUMED || Stop == SEMIHOST_STOP_PENDING) return;
+    // A request that was served on a user breakpoint is a halt at that breakpoint.
     EvalBPCondAndContinueHaltSeq(U32(State.PC.Get()));
 }
 
@@ -201,8 +201,8 @@ void CDeviceTarget::OnHalted()
 void CDeviceTarget::OnStepped()
 {
     SetTargetExecState(0, 0);
-    if (auto* pfSemihosting = TARGET_GetHooks().CheckHandleSemihostingIRQ)
-        pfSemihosting(U32(_State().PC.Get()), false);
+    auto* pfSemihosting = TARGET_GetHooks().CheckHandleSemihostingIRQ;
+    if (pfSemihosting && pfSemihosting(U32(_State().PC.Get()), false) == SEMIHOST_STOP_SERVED) SetTargetExecState(0, 0);
 }
 
 void CDeviceTarget::HandleUnconditionalHalt()

@@ -1,25 +1,23 @@
 // Executors of the jobs of this layer, and the hooks of the queue engine.
 #include "core/host/corecalls.h"
 #include "device/target/datamanager.h"
+#include "device/target/deviceservices.h"
 #include "device/target/devicetarget.h"
+#include "device/target/jobparams.h"
 #include "device/target/targetdownload.h"
 #include "platform/probe/bryllo.h"
 #include "program/symbols/elfsymloc.h"
 #include "project/settings/sysvars.h"
 
 namespace {
+using JobParams::D;
+using JobParams::EXECUTOR_ROW;
+using JobParams::Fit;
+using JobParams::P;
+
 TARGET_HOOKS s_Hooks;
 
 CDeviceTarget& T() { return CDeviceTarget::Get(); }
-U32 P(const DEVICE_JOB& Job, int Idx) { return U32(Job.Param[Idx]); }
-template <class TYPE> TYPE* D(DEVICE_JOB& Job, int Idx) { return Job.Dyn<TYPE>(Idx); }
-/// Elements that a block really holds; an operation never goes beyond its buffers.
-U32 Fit(const DEVICE_JOB& Job, int Idx, U32 ElemSize, U32 Cnt)
-{
-    const U32 Room = Job.DynParam[Idx] ? Job.DynSize[Idx] / ElemSize : 0;
-    return Cnt < Room ? Cnt : Room;
-}
-
 /// After a change of the breakpoints the windows want to know how they are implemented.
 int WithImplTypes(int Ret)
 {
@@ -119,10 +117,6 @@ int ExecEndDownload(CDevice&, DEVICE_JOB& Job)
     return T().EndDownload(P(Job, 1) != 0);
 }
 
-struct EXECUTOR_ROW {
-    U32 Type;
-    JOB_EXECUTOR pfExec;
-};
 constexpr EXECUTOR_ROW aExecutor[] = {
     {BT_CONNECT, [](CDevice&, DEVICE_JOB& J) { return T().Connect(CONNECT_MODES(P(J, 0))); }},
     {BT_DISCONNECT, [](CDevice&, DEVICE_JOB&) { return T().Disconnect(); }},
@@ -131,7 +125,10 @@ constexpr EXECUTOR_ROW aExecutor[] = {
     {BT_CONTINUE, [](CDevice&, DEVICE_JOB&) { return T().Continue(); }},
     {BT_RUN_TO, [](CDevice&, DEVICE_JOB& J) { return T().RunTo(J.Param[0]); }},
     {BT_EXEC_BRYLLO_CMD,
-     [](CDevice&, DEVICE_JOB& J) { return T().ExecBrylloCmd(J.Text(0), D<char>(J, 1), J.DynSize[1], true); }},
+     [](CDevice&, DEVICE_JOB& J) {
+         // Whatever number the library gives a failure, the windows are to hear of it.
+         return T().ExecBrylloCmd(J.Text(0), D<char>(J, 1), J.DynSize[1], true) == 0 ? 0 : -1;
+     }},
     {BT_SET_BP,
      [](CDevice&, DEVICE_JOB& J) {
          return WithImplTypes(T().SetBreakpoint(P(J, 0), BP_STATES(P(J, 1)), BP_TYPES(P(J, 2))));
@@ -179,6 +176,21 @@ constexpr EXECUTOR_ROW aExecutor[] = {
     {BT_RESET_TARGET_EXEC_STATE, [](CDevice&, DEVICE_JOB&) { return T().ResetTargetExecState(); }},
     {BT_SET_TARGET_EXEC_STATE, ExecSetTargetExecState},
 };
+
+/// A system variable whose value is a field of the configuration. The field is written at once, so that whoever sets
+/// the variable reads what was set; the job brings it to the probe and to the windows.
+template <DEV_CONFIG_PARAMS ID> void BindConfigVar(int VarID)
+{
+    T().Config.SetInt(ID, int(GetVarValue(VarID)));
+    BindVar(
+        VarID, [] { return I64(T().Config.GetInt(ID)); },
+        [](I64 Value) {
+            if (T().Config.GetInt(ID) == int(Value)) return;
+            T().Config.SetInt(ID, int(Value));
+            CDevice::Get().SetConfigParamAsync(ID, int(Value));
+            if (ID == DCP_DR_PRE) CDevice::Get().SetConfigParamAsync(DCP_MULTIPLE_TARGETS, Value != 0);
+        });
+}
 } // namespace
 
 void TARGET_SetHooks(const TARGET_HOOKS& Hooks)
@@ -222,4 +234,8 @@ void DEVICE_RegisterTarget()
     // The manager has to clear its images before any window asks for data at the same event.
     CDeviceDataManager::Get();
     for (const EXECUTOR_ROW& Row : aExecutor) CDevice::SetExecutor(Row.Type, Row.pfExec);
+    DEVICE_RegisterServices();
+    BindConfigVar<DCP_SPEED>(VAR_TIF_SPEED);
+    BindConfigVar<DCP_DR_PRE>(VAR_TIF_SCAN_CHAIN_POS);
+    BindConfigVar<DCP_IR_PRE>(VAR_TIF_SCAN_CHAIN_LEN);
 }

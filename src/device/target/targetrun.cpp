@@ -75,12 +75,20 @@ int CDeviceTarget::Continue()
     const U32 PC = U32(State.PC.Get());
     CORE_INST_INFO Inst = {};
     if (State.PCStatus == DATA_VALID) Core::ReadInst(&Inst, PC);
-    if (Inst.Length > 0 && (Inst.Flags & CORE_INST_SKIP_ON_RESUME))
-        Core_WriteReg(Core_GetPCRegId(), U64(PC) + U32(Inst.Length));
+    if (Inst.Length > 0 && (Inst.Flags & CORE_INST_SKIP_ON_RESUME)) {
+        // The user's halt may have come upon a request that nobody has looked at; it must not get lost.
+        State.Halted = 0;
+        auto* pfSemihosting = TARGET_GetHooks().CheckHandleSemihostingIRQ;
+        const int Stop = pfSemihosting ? pfSemihosting(PC, true) : SEMIHOST_STOP_NONE;
+        if (Stop == SEMIHOST_STOP_PENDING) State.HaltSeqActive = 1;
+        if (Stop == SEMIHOST_STOP_RESUMED || Stop == SEMIHOST_STOP_PENDING) return 0;
+        if (Stop == SEMIHOST_STOP_NONE) Core_WriteReg(Core_GetPCRegId(), U64(PC) + U32(Inst.Length));
+    }
     State.HaltedRaw = 0;
     State.Halted = 0;
     BRYLLOARM_GoEx(0, 1);
     State.WatchIntervalMS = 0;
+    State.ResumedAtMS = DEVSTATE_NowMS();
     State.Running = 1;
     State.UserHaltRequested = 0;
     if (State.ResetMode == RM_RESET_AND_RUN) State.StartupDone = 1;

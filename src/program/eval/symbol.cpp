@@ -8,7 +8,7 @@
 
 namespace {
 
-enum { DW_AT_data_member_location = 0x38 };
+enum { DW_AT_const_value = 0x1C, DW_AT_type = 0x49, DW_AT_data_bit_offset = 0x6B };
 
 constexpr U32 MAX_TEXT_BYTES = 32; ///< of a char array that are read for its text
 
@@ -31,11 +31,34 @@ bool IsAggregateTag(U32 Tag)
     return Tag == ELF_TAG_STRUCT || Tag == ELF_TAG_UNION || Tag == ELF_TAG_CLASS;
 }
 
+/// Bytes from the start of the object to the member's storage, whatever form the compiler gave the offset.
 U32 MemberOffset(ELF_SYM_HANDLE hMember)
 {
+    const ELF_SYM_LOC Loc = ELF_GetSymLoc(hMember, 0);
+    return Loc.NumParts == 1 && Loc.aPart[0].Type == ELF_LOC_PARENT_LOC ? U32(Loc.aPart[0].Offset) : 0;
+}
+
+/// Finds the bytes of a bit field that is known by its first bit in the whole object only: the storage unit of its
+/// type that holds it, or the bytes around it when it crosses the units of a packed object. Adds to Offset.
+void PlaceBitField(CSymbol& Member, U32& Offset)
+{
     bool Found = false;
-    const U64 Offset = ELF_GetSymAttr(hMember, DW_AT_data_member_location, &Found);
-    return Found ? U32(Offset) : 0;
+    const U64 First = ELF_GetSymAttr(Member.hSym, DW_AT_data_bit_offset, &Found);
+    if (!Found || Member.ByteSize == 0) return;
+    U32 Size = Member.ByteSize;
+    U32 Byte = U32(First / 8 / Size * Size);
+    U32 Bit = U32(First - U64(Byte) * 8);
+    if (Bit + Member.BitSize > Size * 8) {
+        Byte += Bit / 8;
+        Bit %= 8;
+        for (Size = 1; Size < 8 && Bit + Member.BitSize > Size * 8;) Size *= 2;
+    }
+    // The first bit is the highest one of the unit where the highest byte comes first. One of more than 8 bytes
+    // keeps an offset beyond its value, which tells that it has none.
+    const bool IsFirstHighest = PROG_GetByteOrder() == ELF_BIG_ENDIAN && Bit + Member.BitSize <= Size * 8;
+    Member.BitOffset = IsFirstHighest ? Size * 8 - Bit - Member.BitSize : Bit;
+    Member.ByteSize = Size;
+    Offset += Byte;
 }
 
 /// Data members only: a class lists its functions and types among its members.
@@ -161,7 +184,10 @@ CSymbol CSymbol::MakeMember(ELF_SYM_HANDLE hMember, U32 Offset) const
     Member.hType = ELF_GetSymType(hMember, true);
     Member.ByteSize = Member.Type.Size ? Member.Type.Size : ELF_GetSymSize(hMember);
     Member.BitSize = ELF_GetSymBitSize(hMember);
-    if (Member.BitSize) Member.BitOffset = ELF_GetSymBitOffset(hMember);
+    if (Member.BitSize) {
+        Member.BitOffset = ELF_GetSymBitOffset(hMember);
+        PlaceBitField(Member, Offset);
+    }
     FillArray(Member, hMember);
     Member.Loc = OffsetLoc(Offset);
     Member.IsNullMember = IsNullMember;
@@ -309,6 +335,18 @@ int CSymbol::Read()
     return ReadFailed ? -1 : 0;
 }
 
+bool CSymbol::IsSigned() const
+{
+    if (Type.TypeId != CTYPE_ENUM || !hType || GetKind() == SYMBOL_POINTER) return Type.IsSignedIntegral();
+    const CProgLock Lock;
+    bool HasType = false;
+    ELF_GetSymAttr(hType, DW_AT_type, &HasType);
+    if (HasType) return ELF_SymIsSigned(hType);
+    for (U32 i = 0; i < ELF_GetSymMemberCount(hType); i++)
+        if (I64(ELF_GetSymAttr(ELF_GetSymMember(hType, i), DW_AT_const_value, nullptr)) < 0) return true;
+    return false;
+}
+
 bool CSymbol::GetInteger(I64* pValue) const
 {
     if (Value.isEmpty() || Value.size() > 8) return false;
@@ -316,10 +354,11 @@ bool CSymbol::GetInteger(I64* pValue) const
     std::memcpy(&Raw, Value.constData(), size_t(Value.size()));
     U32 Bits = U32(Value.size()) * 8;
     if (BitSize && BitSize < 64) {
+        if (BitOffset + BitSize > Bits) return false; // it lies across more bytes than a value holds
         Raw = (Raw >> BitOffset) & ((U64(1) << BitSize) - 1);
         Bits = BitSize;
     }
-    if (Type.IsSignedIntegral() && Bits < 64 && (Raw >> (Bits - 1)) & 1) Raw |= ~U64(0) << Bits;
+    if (Bits < 64 && IsSigned() && (Raw >> (Bits - 1)) & 1) Raw |= ~U64(0) << Bits;
     *pValue = I64(Raw);
     return true;
 }
@@ -339,6 +378,6 @@ bool CSymbol::GetDouble(double* pValue) const
     }
     I64 Integer = 0;
     if (!GetInteger(&Integer)) return false;
-    *pValue = Type.IsSignedIntegral() ? double(Integer) : double(U64(Integer));
+    *pValue = IsSigned() ? double(Integer) : double(U64(Integer));
     return true;
 }

@@ -63,6 +63,10 @@ public:
     bool GetInteger(I64* pValue) const;
     bool GetDouble(double* pValue) const;
 
+    /// The value is shown and extended with a sign. An enumeration has one when the type underneath has, or when an
+    /// enumerator is negative.
+    bool IsSigned() const;
+
     QString GetValueStr(int Radix) const;          ///< Radix 0: by the type; 8 stands for characters
     QString GetLocationStr() const;
     QString GetTypeStr() const { return Type.Text; }

@@ -89,7 +89,7 @@ QString CSymbol::GetScalarText(int Radix) const
         return QString::number(Double, 'g', Value.size() == 4 ? 9 : 17);
     }
     if (!GetInteger(&Integer)) return {};
-    const bool Signed = Type.IsSignedIntegral();
+    const bool Signed = IsSigned();
     const QString sNumber = FormatInteger(Integer, Signed, Bits, Radix);
     if (Type.TypeId == CTYPE_ENUM && hType) {
         const CProgLock Lock;

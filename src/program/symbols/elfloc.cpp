@@ -31,6 +31,7 @@ private:
     void _ImplicitValue(CByteCursor& Cur);
     bool _Skip(CByteCursor& Cur, U32 Op);
     void _Fold();
+    void _MakeComputed();
 
     const CDwarfInfo& m_Info;
     const DWARF_UNIT& m_Unit;
@@ -222,8 +223,11 @@ bool CLocBuilder::_Operation(CByteCursor& Cur, U32 Op)
         Cur.SkipLeb();
         ElfReport(ELF_ERR_BIT_PIECE, FLAGS_INTERNAL);
         break;
-    case DW_OP_nop:
-    case DW_OP_stack_value: break;
+    case DW_OP_stack_value:
+        // Of a value in pieces this one is computed; behind the last part Build() looks after it.
+        if (!Cur.AtEnd()) _MakeComputed();
+        break;
+    case DW_OP_nop: break;
     default: return _Skip(Cur, Op);
     }
     return Cur.IsOk();
@@ -246,6 +250,23 @@ void CLocBuilder::_Fold()
     m_Loc.NumParts = 1;
 }
 
+/// The last part is a value without storage: it moves into the nested fields.
+void CLocBuilder::_MakeComputed()
+{
+    if (m_Loc.NumParts == 0) return;
+    ELF_SYM_LOC_PART& Part = m_Loc.aPart[m_Loc.NumParts - 1];
+    // The value on entry has no storage either way; it keeps its type, which can still be resolved in the caller.
+    if (Part.Type == ELF_LOC_ENTRY_VALUE || Part.Type == ELF_LOC_CONST || Part.Type == ELF_LOC_COMPUTED) return;
+    ELF_SYM_LOC_PART Value{};
+    Value.Type = ELF_LOC_COMPUTED;
+    Value.NestedAddr = Part.Addr;
+    Value.NestedReg = Part.Reg;
+    Value.NestedOffset = Part.Offset;
+    // A value made of a register and an offset is not the memory there.
+    Value.NestedType = Part.Type == ELF_LOC_MEM_REG_OFFSET ? ELF_LOC_REG_OFFSET : Part.Type;
+    Part = Value;
+}
+
 ELF_SYM_LOC CLocBuilder::Build(const U8* pExpr, U32 Size, bool Nested)
 {
     m_Nested = Nested;
@@ -257,21 +278,7 @@ ELF_SYM_LOC CLocBuilder::Build(const U8* pExpr, U32 Size, bool Nested)
     }
     if (m_IsPartial) return {};
     _Fold();
-    ELF_SYM_LOC_PART& Part = m_Loc.aPart[0];
-    // The value on entry has no storage either way; it keeps its type, which can still be resolved in the caller.
-    if (LastOp == DW_OP_stack_value && m_Loc.NumParts == 1 && Part.Type != ELF_LOC_ENTRY_VALUE) {
-        ELF_SYM_LOC_PART Value{};
-        Value.Type = ELF_LOC_COMPUTED;
-        Value.Value = Part.Value;
-        Value.NestedType = Part.Type;
-        Value.NestedAddr = Part.Addr;
-        Value.NestedReg = Part.Reg;
-        Value.NestedOffset = Part.Offset;
-        // A value made of a register and an offset is not the memory there.
-        if (Part.Type == ELF_LOC_MEM_REG_OFFSET) Value.NestedType = ELF_LOC_REG_OFFSET;
-        if (Part.Type == ELF_LOC_CONST) Value.Type = ELF_LOC_CONST, Value.NestedType = ELF_LOC_NONE;
-        Part = Value;
-    }
+    if (LastOp == DW_OP_stack_value && m_Loc.NumParts == 1) _MakeComputed();
     return m_Loc;
 }
 

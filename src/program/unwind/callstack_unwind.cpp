@@ -235,23 +235,22 @@ void CCallStack::_FillRules(CCallFrame& Frame) {
     const U32 PCReg = Core_GetStaticInfo().PCRegIdx;
     const U64 ShownPC = GetPC(Frame);
     if (Frame.RulePC == ~U64(0)) Frame.RulePC = ShownPC;
-    const auto AskPlugin = [&](U64 Phase) {
-        pSet->SetValue(PCReg, Frame.RulePC, 0);
-        CORE_UNWIND_REQUEST Request{Core_GetStaticInfo().RARegIdx, static_cast<U32>(aRule.size()), Phase,
-                                    reinterpret_cast<CORE_LOC*>(aRule.data())};
-        const int Result = Core_GetUnwindRules(pSet->GetPluginView(), &Request);
-        pSet->SetValue(PCReg, ShownPC, 0);
-        if (Result != 0) return false;
-        Frame.IsPluginFrame = true;
-        Frame.ReturnAddrColumn = std::min(Request.RARegIdx, static_cast<U32>(aRule.size()) - 1);
-        return true;
-    };
-    if (AskPlugin(0)) return;
     {
         CProgLock Lock;
-        if (PROG_IsLoaded() && ELF_GetFrameRules(static_cast<U32>(Frame.RulePC), static_cast<U32>(aRule.size()), aRule.data()) > 0) return;
+        if (PROG_IsLoaded()) ELF_GetFrameRules(static_cast<U32>(Frame.RulePC), static_cast<U32>(aRule.size()), aRule.data());
     }
-    AskPlugin(1);
+    // The plug-in has the first word. It sees in the register set what the program file says of the frame, and has an
+    // array of its own to fill.
+    std::vector<ELF_SYM_LOC> aPluginRule(aRule.size());
+    pSet->SetValue(PCReg, Frame.RulePC, 0);
+    CORE_UNWIND_REQUEST Request{Core_GetStaticInfo().RARegIdx, static_cast<U32>(aPluginRule.size()), 0,
+                                reinterpret_cast<CORE_LOC*>(aPluginRule.data())};
+    const int Result = Core_GetUnwindRules(pSet->GetPluginView(), &Request);
+    pSet->SetValue(PCReg, ShownPC, 0);
+    if (Result != 0) return;
+    aRule.swap(aPluginRule);
+    Frame.IsPluginFrame = true;
+    Frame.ReturnAddrColumn = std::min(Request.RARegIdx, static_cast<U32>(aRule.size()) - 1);
 }
 
 void CCallStack::_SetFrameBase(CCallFrame& Frame) {

@@ -42,8 +42,8 @@ struct PROJECT_HOOKS {
     std::function<bool()> DataEndianMatches;
     std::function<bool()> InstEndianMatches;
 
-    std::function<QString()>
-        DefaultPeripheralFile; ///< description file for the selected device, empty if none
+    std::function<QString(const QString& sDevice)>
+        DefaultPeripheralFile; ///< description file of the peripherals of a device, empty if none
     std::function<void(int VarID, I64 Value)>
         SysVarChanged; ///< after a command has set a variable, changed or not
     std::function<void(int VarID, I64 Value)> PreferenceChanged; ///< the same for a preference
@@ -103,6 +103,10 @@ public:
     bool WriteTraceSettings(const QStringList& Commands);
     bool WriteSystemSettings();
     bool WriteBrylloSettings(const QStringList& Commands);
+    /// Writes the commands of SetFromCmdLine() into a project file. Its own description files stay
+    /// the project's: those of the command line are only defaults. The notice is logged if the
+    /// text changed.
+    bool WriteCmdLineSettings(const QString& sPath);
 
     QStringList GetWarnings() const; ///< all current warnings, built anew
     void AddWarning(const QString& sText);

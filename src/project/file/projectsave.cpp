@@ -19,6 +19,7 @@
 
 namespace {
 constexpr const char* ERR_WRITING = "Error writing project settings";
+constexpr const char* NOTICE_PROJECT = "Project settings were written to the project file";
 constexpr const char* SAVE_CAPTION = "Save Project as...";
 
 /// The text that stands for a value in a command: the name of a constant, if that constant has just
@@ -98,7 +99,10 @@ QStringList CProject::GetCommandsFromSettings() const
         const QString sFolder = BScript::GetProjectDir();
         if (!sFolder.isEmpty()) {
             Commands += FormatCommand(ACT_PROJECT_ADD_PATH_SUBSTITUTE, {sFolder, sVariable});
-            Commands += FormatCommand(ACT_PROJECT_ADD_PATH_SUBSTITUTE, {sFolder.toLower(), sVariable});
+            // Build tools of systems without regard to case write their paths in lower case.
+            if (sFolder != sFolder.toLower()) {
+                Commands += FormatCommand(ACT_PROJECT_ADD_PATH_SUBSTITUTE, {sFolder.toLower(), sVariable});
+            }
         }
     }
     return Commands;
@@ -119,7 +123,6 @@ QStringList CProject::CreateFromCmdLine(const CmdLineArgs& Args) const
             return {};
         }
     }
-    const auto Hook = [](const std::function<QString()>& f) { return f ? f() : QString(); };
     QStringList Commands;
     const auto Add = [&Commands](int Id, const QStringList& Params) {
         if (!Params[0].isEmpty()) {
@@ -135,8 +138,12 @@ QStringList CProject::CreateFromCmdLine(const CmdLineArgs& Args) const
     if (JTAG.size() == 2) {
         Add(ACT_PROJECT_SET_JTAG_CONFIG, {JTAG[0].trimmed(), JTAG[1].trimmed()});
     }
-    Add(ACT_PROJECT_ADD_SVD_FILE, {Hook(m_Hooks.DefaultRegisterFile)});
-    Add(ACT_PROJECT_ADD_SVD_FILE, {Hook(m_Hooks.DefaultPeripheralFile)});
+    const auto AddDescription = [&Add](const QString& sFile) {
+        Add(ACT_PROJECT_ADD_SVD_FILE,
+            {sFile.isEmpty() ? sFile : CFileFinder::Get().Collapse(sFile, QStringLiteral("$(InstallDir)"))});
+    };
+    AddDescription(m_Hooks.DefaultRegisterFile ? m_Hooks.DefaultRegisterFile() : QString());
+    AddDescription(m_Hooks.DefaultPeripheralFile ? m_Hooks.DefaultPeripheralFile(Args.Device) : QString());
     Add(ACT_FILE_OPEN, {Args.ProgramFile});
     return Commands;
 }
@@ -225,7 +232,37 @@ bool CProject::WriteProjectSettings(const QStringList& Commands)
     for (const QString& sCommand : Commands) {
         Names.insert(GetNameOfCommandText(sCommand));
     }
-    return _WriteGroup(Commands, Names.values(), "Project settings were written to the project file");
+    return _WriteGroup(Commands, Names.values(), NOTICE_PROJECT);
+}
+
+bool CProject::WriteCmdLineSettings(const QString& sPath)
+{
+    QString sBefore;
+    QString sAfter;
+    ReadTextFile(sPath, &sBefore);
+    int Begin = 0;
+    int End = 0;
+    const bool HasDescriptions =
+        FindProjectLoadBody(sBefore, &Begin, &End) &&
+        sBefore.mid(Begin, End - Begin).contains(GetCommandName(ACT_PROJECT_ADD_SVD_FILE));
+    QStringList Commands;
+    QStringList Names;
+    for (const QString& sCommand : m_CmdLineCommands) {
+        const QString sName = GetNameOfCommandText(sCommand);
+        if (HasDescriptions && FindCommand(sName) == ACT_PROJECT_ADD_SVD_FILE) {
+            continue;
+        }
+        Commands += sCommand;
+        Names += sName;
+    }
+    Names.removeDuplicates();
+    if (!WriteSettings(sPath, true, Commands, Names)) {
+        return false;
+    }
+    if (ReadTextFile(sPath, &sAfter) && sAfter != sBefore) {
+        LogInfo(QLatin1String(NOTICE_PROJECT));
+    }
+    return true;
 }
 
 bool CProject::WriteTraceSettings(const QStringList& Commands)
@@ -292,7 +329,7 @@ bool CProject::Save(const QString& sPath)
     BScript::SetProjectPath(sPath);
     const bool IsProject = CFileFinder::GetFileClass(sPath) == FILE_CLASS_PROJECT;
     if (m_FromCmdLine && IsProject && QFileInfo(sPath).isFile()) {
-        return WriteProjectSettings(m_CmdLineCommands);
+        return WriteCmdLineSettings(sPath);
     }
     const QString sText = _GetTextToSave(sPath);
     QString sError;

@@ -120,14 +120,22 @@ bool EditProjectText(QString* psText, const PROJECT_EDIT& Edit, QStringList* pWa
     if (!FindProjectLoadBody(*psText, &Begin, &End)) {
         return false;
     }
-    RemoveLines(psText, Edit.Names);
+    QString sEdited = *psText;
+    RemoveLines(&sEdited, Edit.Names);
+    if (!FindProjectLoadBody(sEdited, &Begin, &End)) {
+        return false; // a line that went held the brace of the body
+    }
     QStringList Dialog;
     QStringList User;
     for (const QString& sCommand : Edit.Commands) {
         (IsDialogCommand(sCommand) ? Dialog : User).append(sCommand);
     }
-    InsertLines(psText, User, false, Edit.Merge, pWarnings);
-    InsertLines(psText, Dialog, true, Edit.Merge, pWarnings);
+    InsertLines(&sEdited, User, false, Edit.Merge, pWarnings);
+    InsertLines(&sEdited, Dialog, true, Edit.Merge, pWarnings);
+    if (!FindProjectLoadBody(sEdited, &Begin, &End)) {
+        return false;
+    }
+    *psText = sEdited;
     return true;
 }
 

@@ -6,11 +6,8 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QProcessEnvironment>
 
 namespace {
-constexpr int STATS_DELAY_MS = 500;
-
 /// In the order in which a text is searched for them.
 constexpr const char* PATH_VARIABLES[] = {"$(DocDir)",       "$(PluginDir)",     "$(ProjectDir)",
                                           "$(InstallDir)",   "$(ExecutableDir)", "$(AppDir)",
@@ -49,7 +46,6 @@ CFileFinder& CFileFinder::Get()
 CFileFinder::CFileFinder()
 {
     m_DelayTimer.setSingleShot(true);
-    m_DelayTimer.setInterval(STATS_DELAY_MS);
     connect(&m_DelayTimer, &QTimer::timeout, this, &CFileFinder::OnDelayTimerTimeout);
     Reset();
 }
@@ -71,7 +67,8 @@ void CFileFinder::Reset()
     m_Substitutes.clear();
     m_SearchPaths.clear();
     m_Reported.clear();
-    _ClearStatistics();
+    _PathsChanged();
+    m_Dirs.Clear();
     m_FoundThroughProject = false;
     m_LogResolutions = true;
 }
@@ -80,6 +77,19 @@ void CFileFinder::_ClearStatistics()
 {
     m_Resolved.clear();
     m_Unresolved.clear();
+}
+
+void CFileFinder::_PathsChanged()
+{
+    _ClearStatistics();
+    _ForgetLookups();
+    m_AliasIndex.clear();
+    for (auto it = m_Aliases.begin(); it != m_Aliases.end(); ++it) {
+        const QString sFolded = Clean(it.key()).toCaseFolded();
+        if (!m_AliasIndex.contains(sFolded)) { // of two that stand for the same path the first wins
+            m_AliasIndex.insert(sFolded, it.value());
+        }
+    }
 }
 
 QString CFileFinder::Normalise(const QString& sPath)
@@ -106,7 +116,8 @@ bool CFileFinder::IsRelative(const QString& sPath)
 void CFileFinder::AddRootPath(const QString& sPath)
 {
     QString s = Clean(Expand(sPath));
-    if (IsRelative(s)) {
+    if (!s.isEmpty() && IsRelative(s)) {
+        _BeginLookup();
         // The root may be given relative to the project; one that exists nowhere stays as written.
         const QString sFound = _SearchRelative(s, false);
         m_FoundThroughProject = false;
@@ -115,25 +126,25 @@ void CFileFinder::AddRootPath(const QString& sPath)
         }
     }
     m_RootPaths.append(s);
-    _ClearStatistics();
+    _PathsChanged();
 }
 
 void CFileFinder::AddSearchPath(const QString& sPath)
 {
     m_SearchPaths.append(Clean(Expand(sPath)));
-    _ClearStatistics();
+    _PathsChanged();
 }
 
 void CFileFinder::AddFileAlias(const QString& sOldPath, const QString& sNewPath)
 {
     m_Aliases.insert(Expand(sOldPath), Clean(Expand(sNewPath)));
-    _ClearStatistics();
+    _PathsChanged();
 }
 
 void CFileFinder::AddPathSubstitute(const QString& sPath, const QString& sSubstitute)
 {
     m_Substitutes.insert(Normalise(Expand(sPath)), Normalise(Expand(sSubstitute)));
-    _ClearStatistics();
+    _PathsChanged();
 }
 
 QString CFileFinder::GetVariable(const QString& sName) const
@@ -187,14 +198,13 @@ QString CFileFinder::_ExpandEnvironment(const QString& sText) const
     if (!sText.contains(QLatin1String("$(")) && !sText.contains(QLatin1Char('%'))) {
         return sText;
     }
-    const QProcessEnvironment Environment = QProcessEnvironment::systemEnvironment();
     QString s = sText;
     qsizetype Pos = 0;
     qsizetype Start = 0;
     qsizetype End = 0;
     QString sName;
     while (FindToken(s, Pos, &Start, &End, &sName)) {
-        const QString sValue = sName.isEmpty() ? QString() : Environment.value(sName);
+        const QString sValue = sName.isEmpty() ? QString() : qEnvironmentVariable(sName.toLocal8Bit().constData());
         if (sValue.isEmpty()) {
             Pos = End; // the token stays in the text
             continue;
@@ -244,16 +254,13 @@ QString CFileFinder::_ApplyAliases(const QString& sPath) const
     if (m_Aliases.isEmpty()) {
         return QString();
     }
-    LogDebug(QStringLiteral("Applying file aliases to %1").arg(sPath));
-    const QString sCleaned = Clean(sPath);
-    for (auto it = m_Aliases.begin(); it != m_Aliases.end(); ++it) {
-        if (it.key().compare(sPath, Qt::CaseInsensitive) == 0 ||
-            Clean(it.key()).compare(sCleaned, Qt::CaseInsensitive) == 0) {
-            LogDebug(QStringLiteral("mapped %1 to %2").arg(sPath, it.value()));
-            return it.value();
-        }
+    LogDebug(QStringLiteral("Applying file aliases to ") + sPath);
+    const auto it = m_AliasIndex.constFind(Clean(sPath).toCaseFolded());
+    if (it == m_AliasIndex.constEnd()) {
+        return QString();
     }
-    return QString();
+    LogDebug(QStringLiteral("mapped %1 to %2").arg(sPath, *it));
+    return *it;
 }
 
 QString CFileFinder::_ApplySubstitutes(const QString& sPath) const
@@ -261,7 +268,7 @@ QString CFileFinder::_ApplySubstitutes(const QString& sPath) const
     if (m_Substitutes.isEmpty()) {
         return QString();
     }
-    LogDebug(QStringLiteral("Applying path substitutes in : %1").arg(sPath));
+    LogDebug(QStringLiteral("Applying path substitutes in : ") + sPath);
     QString s = Normalise(sPath);
     for (auto it = m_Substitutes.begin(); it != m_Substitutes.end(); ++it) {
         if (!it.key().isEmpty() && s.contains(it.key(), Qt::CaseInsensitive)) {

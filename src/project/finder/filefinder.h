@@ -5,12 +5,15 @@
 //   if (sFile.isEmpty()) ...                    // not found; the console has said so once
 //
 // Expands variables, applies the user's aliases and substitutes, looks in root paths, project and
-// install folder, and falls back on the bare file name in the search paths. It never asks the
-// user and never fails with an error. Main thread only, no lock; a worker asks through the main
+// install folder, and falls back on the bare file name in the search paths. What differs from a file
+// here in nothing but case is found in the end, as a program may have been built on a system that
+// doesn't tell case apart. It never asks the user and never fails with an error. Main thread only, no lock; a worker asks through the main
 // thread.
 #pragma once
 #include "app/services/types.h"
+#include "project/finder/dircache.h"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QMap>
 #include <QObject>
@@ -89,6 +92,25 @@ private slots:
     void OnDelayTimerTimeout();
 
 private:
+    /// Folders that a lookup starts from.
+    struct PLACES {
+        QString sProjectPath;
+        QString sProgramFile;
+        QString sInstallDir;
+        QString sProjectDir;
+        QString sAppDir;
+        QString sCurrentDir; ///< only what a lookup has used
+    };
+    struct SEARCH_FOLDER {
+        QString sPath;       ///< absolute, clean
+        bool ThroughProject; ///< written relative, and found through the project's folder
+    };
+    struct LOOKUP {
+        QString sResult;
+        bool ThroughProject;
+    };
+    static constexpr int STATS_DELAY_MS = 500;
+
     QString _InstallDir() const;
     QString _Folder(const char* sName) const;
     QString _ProjectPath() const;
@@ -96,15 +118,26 @@ private:
     QString _ExpandEnvironment(const QString& sText) const;
     QString _ApplyAliases(const QString& sPath) const;
     QString _ApplySubstitutes(const QString& sPath) const;
-    QString _Test(const QString& sFolder, const QString& sRelativePath) const;
+    void _BeginLookup();
+    void _ForgetLookups();
+    QString _ToAbsolute(const QString& sPath);
+    QString _ExistingFile(const QString& sPath);
+    QString _Test(const QString& sFolder, const QString& sRelativePath);
     QString _SearchRelative(const QString& sRelativePath, bool NoCurrentDir);
-    QString _SearchFolders(const QString& sFileName, const QStringList& Folders, bool CaseInsensitiveScan);
+    QList<SEARCH_FOLDER> _ToSearchFolders(const QStringList& Folders);
+    const QList<SEARCH_FOLDER>& _GetSearchFolders();
+    QString _SearchFolder(const QString& sFolder, const QString& sFileName, const QByteArray& Encoded);
+    QString _SearchFolders(const QString& sFileName, const QList<SEARCH_FOLDER>& Folders);
     QString _Find(const QString& sPath);
+    QString _FindMapped(const QString& sPath);
+    QString _ResolveRelative(const QString& sPath);
     QString _ResolveSource(const QString& sPath);
     QString _ResolveData(const QString& sPath, const QStringList& MoreFolders);
     QString _ResolveRegisters(const QString& sPath);
     QString _ResolvePluginFile(const QString& sPath);
     void _Report(const QString& sOrigPath, const QString& sResult);
+    void _ReportSource(const QString& sOrigPath, const QString& sResult);
+    void _PathsChanged();
     void _ClearStatistics();
 
     FILEFINDER_HOOKS m_Hooks;
@@ -118,4 +151,15 @@ private:
     QHash<QString, QString> m_Resolved;
     bool m_FoundThroughProject = false;
     bool m_LogResolutions = true;
+
+    CDirCache m_Dirs;
+    PLACES m_Places;
+    QHash<QString, QString> m_AliasIndex; ///< old path, clean and folded, to the new one
+    QHash<QString, LOOKUP> m_Lookups;       ///< expanded path to what was found for it
+    QList<SEARCH_FOLDER> m_SearchFolders;   ///< empty: not worked out yet
+    QElapsedTimer m_LastReport;             ///< since the last report of a source file
+    bool m_UsesCurrentDir = false;          ///< a kept lookup rests on m_Places.sCurrentDir
+    bool m_Keep = true;                     ///< the lookup under way may be kept
+    bool m_IgnoreCase = false;              ///< the lookup under way is in its second round
+    bool m_Debug = false;                   ///< the steps of the lookup under way go to the log
 };

@@ -4,7 +4,7 @@
 #include "app/services/log.h"
 
 #include <QDir>
-#include <QFileInfo>
+#include <QFile>
 
 namespace {
 #ifdef Q_OS_WIN
@@ -15,24 +15,31 @@ constexpr const char* PLUGIN_EXTENSION = "dylib";
 constexpr const char* PLUGIN_EXTENSION = "so";
 #endif
 
-struct FILE_CLASS_ROW {
+struct EXTENSION_ROW {
+    const char* Extension;
     FILE_CLASSES Class;
-    const char* Extensions; ///< each between blanks
 };
-constexpr FILE_CLASS_ROW FILE_CLASS_ROWS[] = {
-    {FILE_CLASS_SOURCE, " h c hpp cpp s "}, {FILE_CLASS_REGISTERS, " svd xml "},
-    {FILE_CLASS_PLUGIN, " dll so dylib "},  {FILE_CLASS_DATA, " bin mot srec hex elf out axf "},
-    {FILE_CLASS_PROJECT, " bdebug "},       {FILE_CLASS_DOCUMENT, " txt pdf html "},
+constexpr EXTENSION_ROW EXTENSION_ROWS[] = {
+    {"h", FILE_CLASS_SOURCE},     {"c", FILE_CLASS_SOURCE},      {"hpp", FILE_CLASS_SOURCE},
+    {"cpp", FILE_CLASS_SOURCE},   {"s", FILE_CLASS_SOURCE},      {"svd", FILE_CLASS_REGISTERS},
+    {"xml", FILE_CLASS_REGISTERS}, {"dll", FILE_CLASS_PLUGIN},   {"so", FILE_CLASS_PLUGIN},
+    {"dylib", FILE_CLASS_PLUGIN}, {"bin", FILE_CLASS_DATA},      {"mot", FILE_CLASS_DATA},
+    {"srec", FILE_CLASS_DATA},    {"hex", FILE_CLASS_DATA},      {"elf", FILE_CLASS_DATA},
+    {"out", FILE_CLASS_DATA},     {"axf", FILE_CLASS_DATA},      {"bdebug", FILE_CLASS_PROJECT},
+    {"txt", FILE_CLASS_DOCUMENT}, {"pdf", FILE_CLASS_DOCUMENT},  {"html", FILE_CLASS_DOCUMENT},
 };
-
-bool IsExistingFile(const QString& sPath)
-{
-    return !sPath.isEmpty() && QFileInfo(sPath).isFile();
-}
 
 QString FileName(const QString& sPath)
 {
     return sPath.mid(sPath.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+/// What follows the last "." of the file name; empty without one.
+QStringView Extension(QStringView Path)
+{
+    const qsizetype Name = std::max(Path.lastIndexOf(u'/'), Path.lastIndexOf(u'\\')) + 1;
+    const qsizetype Dot = Path.lastIndexOf(u'.');
+    return Dot >= Name ? Path.mid(Dot + 1) : QStringView();
 }
 
 /// The path with what follows the last "." of its file name replaced; appended if there is none.
@@ -42,45 +49,103 @@ QString WithExtension(const QString& sPath, const char* sExtension)
     const qsizetype Dot = sPath.lastIndexOf(QLatin1Char('.'));
     return (Dot >= Name ? sPath.left(Dot) : sPath) + QLatin1Char('.') + QLatin1String(sExtension);
 }
+
 /// A name with an extension that no class knows is taken for a source file (".cc", ".inl"), one
 /// without an extension for data.
 bool CountsAsSource(const QString& sPath)
 {
     const FILE_CLASSES Class = CFileFinder::GetFileClass(sPath);
-    return Class == FILE_CLASS_SOURCE ||
-           (Class == FILE_CLASS_NONE && FileName(CFileFinder::Normalise(sPath)).contains(QLatin1Char('.')));
+    return Class == FILE_CLASS_SOURCE || (Class == FILE_CLASS_NONE && !Extension(sPath).isEmpty());
 }
 } // namespace
 
 FILE_CLASSES CFileFinder::GetFileClass(const QString& sPath)
 {
-    const QString sName = FileName(Normalise(sPath));
-    const qsizetype Dot = sName.lastIndexOf(QLatin1Char('.'));
-    if (Dot < 0) {
-        return FILE_CLASS_NONE;
-    }
-    const QString sExtension = sName.mid(Dot + 1).toLower();
-    if (sExtension.isEmpty() || sExtension.contains(QLatin1Char(' '))) {
-        return FILE_CLASS_NONE;
-    }
-    const QString sWord = QLatin1Char(' ') + sExtension + QLatin1Char(' ');
-    for (const FILE_CLASS_ROW& Row : FILE_CLASS_ROWS) {
-        if (QLatin1String(Row.Extensions).contains(sWord)) {
+    const QStringView Word = Extension(sPath);
+    for (const EXTENSION_ROW& Row : EXTENSION_ROWS) {
+        if (Word.compare(QLatin1String(Row.Extension), Qt::CaseInsensitive) == 0) {
             return Row.Class;
         }
     }
     return FILE_CLASS_NONE;
 }
 
-QString CFileFinder::_Test(const QString& sFolder, const QString& sRelativePath) const
+/// Takes over what may have changed since the last lookup. All that was concluded from it goes with it.
+void CFileFinder::_BeginLookup()
+{
+    m_Debug = IsLoggingOn();
+    m_IgnoreCase = false;
+    bool Changed = m_Dirs.Poll();
+    PLACES Places;
+    Places.sProjectPath = _ProjectPath();
+    Places.sProgramFile = _ProgramFile();
+    Places.sInstallDir = _InstallDir();
+    if (Places.sProjectPath != m_Places.sProjectPath || Places.sProgramFile != m_Places.sProgramFile ||
+        Places.sInstallDir != m_Places.sInstallDir) {
+        Places.sProjectDir = GetVariable(QStringLiteral("$(ProjectDir)"));
+        Places.sAppDir = GetVariable(QStringLiteral("$(AppDir)"));
+        Places.sCurrentDir = m_Places.sCurrentDir;
+        m_Places = Places;
+        Changed = true;
+    }
+    if (m_UsesCurrentDir && m_Places.sCurrentDir != QDir::currentPath()) {
+        Changed = true;
+    }
+    if (Changed) {
+        _ForgetLookups();
+    }
+}
+
+void CFileFinder::_ForgetLookups()
+{
+    m_Lookups.clear();
+    m_SearchFolders.clear();
+    m_UsesCurrentDir = false;
+}
+
+/// The path as the system knows it: absolute and clean. Empty for one of another system's drives.
+QString CFileFinder::_ToAbsolute(const QString& sPath)
+{
+    if (sPath.startsWith(QLatin1Char('/'))) {
+        return Clean(sPath);
+    }
+    if (sPath.isEmpty() || !IsRelative(sPath)) {
+        return QString();
+    }
+    if (!m_UsesCurrentDir) {
+        m_Places.sCurrentDir = QDir::currentPath();
+        m_UsesCurrentDir = true;
+    }
+    return Clean(m_Places.sCurrentDir + QLatin1Char('/') + sPath);
+}
+
+/// The path if a file stands there; in the second round, the path of the file whose path equals it
+/// ignoring case. Empty if there is none.
+QString CFileFinder::_ExistingFile(const QString& sPath)
+{
+    const QString sAbsolute = _ToAbsolute(sPath);
+    if (!m_IgnoreCase) {
+        return m_Dirs.GetKind(sAbsolute) == PATH_FILE ? sPath : QString();
+    }
+    const QString sMatch = m_Dirs.MatchIgnoringCase(sAbsolute);
+    return m_Dirs.GetKind(sMatch) == PATH_FILE ? sMatch : QString();
+}
+
+QString CFileFinder::_Test(const QString& sFolder, const QString& sRelativePath)
 {
     if (sFolder.isEmpty()) {
         return QString();
     }
     const bool HasSlash = sFolder.endsWith(QLatin1Char('/')) || sRelativePath.startsWith(QLatin1Char('/'));
     const QString sCandidate = sFolder + (HasSlash ? QString() : QStringLiteral("/")) + sRelativePath;
-    LogDebug(QStringLiteral("Testing %1").arg(sCandidate));
-    return QFileInfo::exists(sCandidate) ? Clean(sCandidate) : QString();
+    if (m_Debug && !m_IgnoreCase) {
+        LogDebug(QStringLiteral("Testing ") + sCandidate);
+    }
+    const QString sAbsolute = _ToAbsolute(sCandidate);
+    if (m_IgnoreCase) {
+        return m_Dirs.MatchIgnoringCase(sAbsolute);
+    }
+    return m_Dirs.GetKind(sAbsolute) == PATH_NONE ? QString() : Clean(sCandidate);
 }
 
 QString CFileFinder::_SearchRelative(const QString& sRelativePath, bool NoCurrentDir)
@@ -91,96 +156,135 @@ QString CFileFinder::_SearchRelative(const QString& sRelativePath, bool NoCurren
             return sFound;
         }
     }
-    QString sFound = _Test(GetVariable(QStringLiteral("$(ProjectDir)")), sRelativePath);
+    QString sFound = _Test(m_Places.sProjectDir, sRelativePath);
     if (!sFound.isEmpty()) {
         m_FoundThroughProject = true;
         return sFound;
     }
-    sFound = _Test(_InstallDir(), sRelativePath);
+    sFound = _Test(m_Places.sInstallDir, sRelativePath);
     if (sFound.isEmpty()) {
-        sFound = _Test(GetVariable(QStringLiteral("$(AppDir)")), sRelativePath);
+        sFound = _Test(m_Places.sAppDir, sRelativePath);
     }
     if (sFound.isEmpty() && !NoCurrentDir) {
         sFound = _Test(QDir::currentPath(), sRelativePath);
+        m_Keep = false; // the next lookup may be made from another folder
     }
     return sFound;
 }
 
-QString CFileFinder::_SearchFolders(const QString& sFileName, const QStringList& Folders,
-                                    bool CaseInsensitiveScan)
+/// The folders of a list as absolute paths; one that exists nowhere drops out.
+QList<CFileFinder::SEARCH_FOLDER> CFileFinder::_ToSearchFolders(const QStringList& Folders)
+{
+    const bool FoundThroughProject = m_FoundThroughProject;
+    const bool IgnoreCase = m_IgnoreCase;
+    m_IgnoreCase = false;
+    QList<SEARCH_FOLDER> Result;
+    for (const QString& sFolder : Folders) {
+        m_FoundThroughProject = false;
+        const QString sFound = _ToAbsolute(IsRelative(sFolder) ? _SearchRelative(sFolder, false) : sFolder);
+        if (!sFound.isEmpty()) {
+            Result.append({sFound, m_FoundThroughProject});
+        }
+    }
+    m_IgnoreCase = IgnoreCase;
+    m_FoundThroughProject = FoundThroughProject;
+    return Result;
+}
+
+/// Encoded: the name as the system writes it, worked out once for all folders.
+QString CFileFinder::_SearchFolder(const QString& sFolder, const QString& sFileName, const QByteArray& Encoded)
+{
+    if (!m_IgnoreCase && !m_Dirs.HasFile(sFolder, sFileName, Encoded)) {
+        return QString();
+    }
+    const QString sName = m_IgnoreCase ? m_Dirs.FindIgnoringCase(sFolder, sFileName) : sFileName;
+    const QString sCandidate = Clean(sFolder + QLatin1Char('/') + sName);
+    return !sName.isEmpty() && m_Dirs.GetKind(sCandidate) == PATH_FILE ? sCandidate : QString();
+}
+
+QString CFileFinder::_SearchFolders(const QString& sFileName, const QList<SEARCH_FOLDER>& Folders)
 {
     if (Folders.isEmpty() || sFileName.isEmpty()) {
         return QString();
     }
-    LogDebug(QStringLiteral("Looking for %1 in search directories.").arg(sFileName));
-    for (const QString& sListed : Folders) {
-        const QString sFolder = IsRelative(sListed) ? _SearchRelative(sListed, false) : sListed;
-        if (sFolder.isEmpty()) {
-            continue;
-        }
-        QString sFound;
-        if (CaseInsensitiveScan) {
-            for (const QString& sEntry : QDir(sFolder).entryList()) {
-                if (sEntry.compare(sFileName, Qt::CaseInsensitive) == 0) {
-                    sFound = Clean(sFolder + QLatin1Char('/') + sEntry);
-                    break;
-                }
-            }
-        } else {
-            const QString sCandidate = Clean(sFolder + QLatin1Char('/') + sFileName);
-            if (IsExistingFile(sCandidate)) {
-                sFound = sCandidate;
-            }
-        }
+    if (m_Debug && !m_IgnoreCase) {
+        LogDebug(QStringLiteral("Looking for %1 in search directories.").arg(sFileName));
+    }
+    const QByteArray Encoded = QFile::encodeName(sFileName);
+    for (const SEARCH_FOLDER& Folder : Folders) {
+        m_FoundThroughProject |= Folder.ThroughProject;
+        const QString sFound = _SearchFolder(Folder.sPath, sFileName, Encoded);
         if (!sFound.isEmpty()) {
-            LogDebug(QStringLiteral("Found %1 in %2").arg(sFileName, sFound));
+            if (m_Debug) {
+                LogDebug(QStringLiteral("Found %1 in %2").arg(sFileName, sFound));
+            }
             return sFound;
         }
     }
     return QString();
 }
 
+/// The search paths of the project, of which there may be many lookups.
+const QList<CFileFinder::SEARCH_FOLDER>& CFileFinder::_GetSearchFolders()
+{
+    if (m_SearchFolders.isEmpty() && !m_SearchPaths.isEmpty()) {
+        m_SearchFolders = _ToSearchFolders(m_SearchPaths);
+    }
+    return m_SearchFolders;
+}
+
 QString CFileFinder::_ResolveSource(const QString& sPath)
 {
-    LogDebug(QStringLiteral("Resolving source file path: %1").arg(sPath));
+    if (m_Debug && !m_IgnoreCase) {
+        LogDebug(QStringLiteral("Resolving source file path: ") + sPath);
+    }
     QString s = sPath;
     if (IsRelative(sPath)) {
         QString sFound = _SearchRelative(sPath, true);
         if (sFound.isEmpty() && m_Hooks.QualifySrcPath) {
             sFound = m_Hooks.QualifySrcPath(sPath);
+            m_Keep = false; // another program may be opened before the next lookup
         }
         if (!sFound.isEmpty()) {
             s = sFound;
         }
     }
-    return IsExistingFile(s) ? s : _SearchFolders(FileName(sPath), m_SearchPaths, false);
+    const QString sFile = _ExistingFile(s);
+    return sFile.isEmpty() ? _SearchFolders(FileName(sPath), _GetSearchFolders()) : sFile;
+}
+
+/// A relative path through the relative search, where only a file counts.
+QString CFileFinder::_ResolveRelative(const QString& sPath)
+{
+    const QString sFound = IsRelative(sPath) ? _ExistingFile(_SearchRelative(sPath, true)) : QString();
+    if (sFound.isEmpty()) {
+        m_FoundThroughProject = false;
+    }
+    return sFound;
 }
 
 QString CFileFinder::_ResolveData(const QString& sPath, const QStringList& MoreFolders)
 {
-    if (IsRelative(sPath)) {
-        const QString sFound = _SearchRelative(sPath, true);
-        if (IsExistingFile(sFound)) {
-            return sFound;
-        }
-        m_FoundThroughProject = false;
+    QString sFound = _ResolveRelative(sPath);
+    if (sFound.isEmpty()) {
+        sFound = _ExistingFile(sPath);
     }
-    return IsExistingFile(sPath) ? sPath
-                                 : _SearchFolders(FileName(sPath), m_SearchPaths + MoreFolders, false);
+    if (sFound.isEmpty()) {
+        sFound = _SearchFolders(FileName(sPath), _GetSearchFolders() + _ToSearchFolders(MoreFolders));
+    }
+    return sFound;
 }
 
 QString CFileFinder::_ResolveRegisters(const QString& sPath)
 {
     const QString sConfig = _Folder("Config");
-    const QStringList Folders =
-        QStringList{sConfig, sConfig + QStringLiteral("/CPU/"), sConfig + QStringLiteral("/Peripherals/")} +
-        m_SearchPaths;
+    const QStringList Own{sConfig, sConfig + QStringLiteral("/CPU"), sConfig + QStringLiteral("/Peripherals")};
+    const QList<SEARCH_FOLDER> Folders = _ToSearchFolders(Own) + _GetSearchFolders();
     for (const char* sExtension : {"svd", "xml"}) {
         const QString s = WithExtension(sPath, sExtension);
-        QString sFound = IsRelative(s) ? _SearchRelative(s, true) : (IsExistingFile(s) ? s : QString());
-        if (!IsExistingFile(sFound)) {
-            m_FoundThroughProject = false;
-            sFound = _SearchFolders(FileName(s), Folders, false);
+        QString sFound = _ResolveRelative(s);
+        if (sFound.isEmpty()) {
+            sFound = _SearchFolders(FileName(s), Folders);
         }
         if (!sFound.isEmpty()) {
             return sFound;
@@ -191,27 +295,60 @@ QString CFileFinder::_ResolveRegisters(const QString& sPath)
 
 QString CFileFinder::_ResolvePluginFile(const QString& sPath)
 {
-    if (IsRelative(sPath)) {
-        const QString sFound = _SearchRelative(sPath, true);
-        if (IsExistingFile(sFound)) {
-            return sFound;
-        }
-        m_FoundThroughProject = false;
+    QString sFound = _ResolveRelative(sPath);
+    if (!sFound.isEmpty()) {
+        return sFound;
     }
     const QString sPlugins = _Folder("Plugins");
-    const QStringList Folders =
-        QStringList{sPlugins, sPlugins + QStringLiteral("/OS/"), sPlugins + QStringLiteral("/Core/")} +
-        m_SearchPaths;
-    return _SearchFolders(FileName(sPath), Folders, true);
+    const QStringList Own{sPlugins, sPlugins + QStringLiteral("/OS"), sPlugins + QStringLiteral("/Core")};
+    // A library's name is compared without regard to case from the first, whatever the platform.
+    const bool IgnoreCase = std::exchange(m_IgnoreCase, true);
+    sFound = _SearchFolders(FileName(sPath), _ToSearchFolders(Own) + _GetSearchFolders());
+    m_IgnoreCase = IgnoreCase;
+    return sFound;
+}
+
+QString CFileFinder::_FindMapped(const QString& sPath)
+{
+    const QString sFile = _ExistingFile(sPath);
+    if (!sFile.isEmpty()) {
+        return sFile;
+    }
+    switch (GetFileClass(sPath)) {
+    case FILE_CLASS_REGISTERS:
+        return _ResolveRegisters(sPath);
+    case FILE_CLASS_PLUGIN:
+        return _ResolvePluginFile(sPath);
+    case FILE_CLASS_DATA:
+    case FILE_CLASS_PROJECT:
+        return _ResolveData(sPath, {});
+    case FILE_CLASS_DOCUMENT:
+        return _ResolveData(sPath, {_Folder("Doc")});
+    case FILE_CLASS_SOURCE:
+    case FILE_CLASS_NONE:
+        break;
+    }
+    return CountsAsSource(sPath) ? _ResolveSource(sPath) : _ResolveData(sPath, {});
 }
 
 QString CFileFinder::_Find(const QString& sPath)
 {
-    LogDebug(QStringLiteral("Starting to resolve: %1").arg(sPath));
+    if (m_Debug) {
+        LogDebug(QStringLiteral("Starting to resolve: ") + sPath);
+    }
     if (sPath.isEmpty()) {
         return QString();
     }
     QString s = Expand(sPath);
+    // Once more the same path: nothing has changed since, or the lookups would be forgotten. With the
+    // log open every step is to be seen in it.
+    if (const auto it = m_Lookups.constFind(s); !m_Debug && it != m_Lookups.constEnd()) {
+        m_FoundThroughProject = it->ThroughProject;
+        return it->sResult;
+    }
+    const QString sExpanded = s;
+    m_Keep = true;
+    m_Dirs.TakeUnwatched();
     const QString sAlias = _ApplyAliases(s);
     if (!sAlias.isEmpty()) {
         s = sAlias;
@@ -221,37 +358,23 @@ QString CFileFinder::_Find(const QString& sPath)
         s = sSubstituted;
     }
     s = Clean(s);
-    QString sResult;
-    if (IsExistingFile(s)) {
-        sResult = s;
-    } else {
-        switch (GetFileClass(s)) {
-        case FILE_CLASS_SOURCE:
-            sResult = _ResolveSource(s);
-            break;
-        case FILE_CLASS_REGISTERS:
-            sResult = _ResolveRegisters(s);
-            break;
-        case FILE_CLASS_PLUGIN:
-            sResult = _ResolvePluginFile(s);
-            break;
-        case FILE_CLASS_DATA:
-        case FILE_CLASS_PROJECT:
-            sResult = _ResolveData(s, {});
-            break;
-        case FILE_CLASS_DOCUMENT:
-            sResult = _ResolveData(s, {_Folder("Doc")});
-            break;
-        case FILE_CLASS_NONE:
-            sResult = CountsAsSource(s) ? _ResolveSource(s) : _ResolveData(s, {});
-            break;
-        }
+    QString sResult = _FindMapped(s);
+    if (sResult.isEmpty()) {
+        // The path may come from a system that doesn't tell case apart in file names.
+        m_FoundThroughProject = false;
+        m_IgnoreCase = true;
+        sResult = _FindMapped(s);
+        m_IgnoreCase = false;
+    }
+    if (m_Keep && !m_Dirs.TakeUnwatched()) {
+        m_Lookups.insert(sExpanded, {sResult, m_FoundThroughProject});
     }
     return sResult;
 }
 
 QString CFileFinder::Resolve(const QString& sPath)
 {
+    _BeginLookup();
     const QString sResult = _Find(sPath);
     if (!sPath.isEmpty()) {
         _Report(sPath, sResult);
@@ -262,6 +385,7 @@ QString CFileFinder::Resolve(const QString& sPath)
 
 QString CFileFinder::ResolvePlugin(const QString& sPath)
 {
+    _BeginLookup();
     QString sResult = _Find(sPath);
     if (sResult.isEmpty() && !sPath.isEmpty()) {
         // A project written on another platform names that platform's library, or leaves the
@@ -276,19 +400,31 @@ QString CFileFinder::ResolvePlugin(const QString& sPath)
     return sResult;
 }
 
+void CFileFinder::_ReportSource(const QString& sOrigPath, const QString& sResult)
+{
+    if (sResult.isEmpty()) {
+        m_Unresolved.insert(sOrigPath, true);
+        m_Resolved.remove(sOrigPath);
+    } else {
+        QString& sKnown = m_Resolved[sOrigPath];
+        if (sKnown != sResult) {
+            sKnown = sResult;
+        }
+        m_Unresolved.remove(sOrigPath);
+        emit SrcFilePathResolved(sOrigPath, sResult);
+    }
+    // The timer runs on from the last lookup; setting it anew for each would cost more than the lookup.
+    m_LastReport.start();
+    if (!m_DelayTimer.isActive()) {
+        m_DelayTimer.start(STATS_DELAY_MS);
+    }
+}
+
 void CFileFinder::_Report(const QString& sOrigPath, const QString& sResult)
 {
-    const bool Good = IsExistingFile(sResult);
+    const bool Good = !sResult.isEmpty();
     if (CountsAsSource(sOrigPath)) {
-        if (Good) {
-            m_Resolved.insert(sOrigPath, sResult);
-            m_Unresolved.remove(sOrigPath);
-            emit SrcFilePathResolved(sOrigPath, sResult);
-        } else {
-            m_Unresolved.insert(sOrigPath, true);
-            m_Resolved.remove(sOrigPath);
-        }
-        m_DelayTimer.start();
+        _ReportSource(sOrigPath, sResult);
         return;
     }
     if (Good && (sResult == sOrigPath || m_FoundThroughProject)) {

@@ -39,6 +39,8 @@ struct BSCRIPT_HOOKS {
     std::function<bool()> IsProjectClosing; ///< no function may start any more
     std::function<bool(const QString& sExpr, I64* pValue)>
         EvalExpr;                         ///< the expression evaluator, as an integer
+    std::function<QString(int EventId)>
+        GetEventBody; ///< what the core does in an event function of a new project; empty: nothing of its own
     std::function<void()> ShowConsole;    ///< a run left an error that the user must see
     std::function<bool()> HasNewWarnings; ///< project warnings wait; asked where LogNewWarnings isn't set
     std::function<int()>

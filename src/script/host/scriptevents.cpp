@@ -124,11 +124,29 @@ QString CommentBlock(const SCRIPT_EVENT& Row)
     return s + FrameLine(QStringLiteral("*")) + sStars + QStringLiteral("\n*/\n");
 }
 
-/// The function commented out line by line.
+/// The function as the target's core wants it: a whole one, or what stands between its braces. Empty: the core has
+/// nothing to add.
+QString CoreFunction(const SCRIPT_EVENT& Row, const QString& sHead)
+{
+    const auto& GetBody = BScript::Hooks().GetEventBody;
+    QString sBody = GetBody ? GetBody(Row.ID) : QString();
+    if (sBody.isEmpty()) {
+        return sBody;
+    }
+    if (!sBody.endsWith(QLatin1Char('\n'))) {
+        sBody += QLatin1Char('\n');
+    }
+    return sBody.contains(BScript::GetEventName(Row.ID)) ? sBody : sHead + QStringLiteral(" {\n") + sBody + QStringLiteral("}\n");
+}
+
+/// The function in a new project: the core's, else commented out line by line.
 QString Template(const SCRIPT_EVENT& Row)
 {
     QString sHead = QString::fromLatin1(Row.Prototype);
     sHead.chop(1);
+    if (const QString sFunction = CoreFunction(Row, sHead); !sFunction.isEmpty()) {
+        return sFunction;
+    }
     QString s = QStringLiteral("//") + sHead + QStringLiteral(" {\n");
     if (*Row.Body) {
         for (const QString& sLine : QString::fromLatin1(Row.Body).chopped(1).split(QLatin1Char('\n'))) {

@@ -150,6 +150,29 @@ QComboBox QAbstractItemView { background: @base; border: 1px solid @border; sele
 QTabBar::close-button { image: url(:/Resources/Icons/cross-small@scheme.svg); subcontrol-position: right; border-radius: 3px;
     width: 12px; height: 12px; }
 QTabBar::close-button:hover { background: @pressed; }
+QDialogButtonBox { dialogbuttonbox-buttons-have-icons: 0; }
+QDialog QGroupBox { background: @base; border: 1px solid @line; border-radius: 6px; margin-top: 24px; padding: 4px; }
+QDialog QGroupBox::title { subcontrol-origin: margin; subcontrol-position: top left; padding: 4px 2px; color: @button; }
+QDialog QTreeWidget, QDialog QTableWidget, QDialog QListWidget { border: 1px solid @line; border-radius: 6px; padding: 2px; }
+QDialog QTreeWidget { outline: 0; show-decoration-selected: 1; }
+QDialog QTreeWidget::item { padding: 3px 2px; }
+QCheckBox::indicator, QRadioButton::indicator { width: 13px; height: 13px; border: 1px solid @weak; background: @base; }
+QCheckBox::indicator { border-radius: 3px; }
+QRadioButton::indicator { border-radius: 7px; }
+QCheckBox::indicator:hover, QRadioButton::indicator:hover, QCheckBox::indicator:focus, QRadioButton::indicator:focus {
+    border-color: @highlight; }
+QCheckBox::indicator:checked { background: @highlight; border-color: @highlight;
+    image: url(:/Resources/Icons/tick-white.svg); }
+QRadioButton::indicator:checked { width: 7px; height: 7px; border: 4px solid @highlight; background: #ffffff; }
+QCheckBox::indicator:disabled, QRadioButton::indicator:disabled { border-color: @border; background: @window; }
+QCheckBox::indicator:checked:disabled { background: @scroll; border-color: @scroll; }
+QAbstractSpinBox { background: @base; border: 1px solid @border; border-radius: 4px; padding: 2px 20px 2px 4px; }
+QAbstractSpinBox:focus { border-color: @highlight; }
+QAbstractSpinBox::up-button, QAbstractSpinBox::down-button { border: none; width: 18px; background: transparent; }
+QAbstractSpinBox::up-button:hover, QAbstractSpinBox::down-button:hover { background: @hover; }
+QAbstractSpinBox::up-arrow { image: url(:/Resources/Icons/chevron-up@scheme.svg); width: 10px; height: 10px; }
+QAbstractSpinBox::down-arrow { image: url(:/Resources/Icons/chevron-down@scheme.svg); width: 10px; height: 10px; }
+QDialog QTreeWidget::item:selected { background: @highlight; color: @highlighttext; }
 QProgressBar { background: @hover; border: none; border-radius: 3px; text-align: center; }
 QProgressBar::chunk { background: @highlight; border-radius: 3px; }
 )";

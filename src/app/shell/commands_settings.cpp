@@ -1,0 +1,73 @@
+// The commands that open the settings dialogs, and the way of a changed colour, font or scheme into all windows.
+#include "app/actions/actions.h"
+#include "app/services/settingsstore.h"
+#include "app/shell/commandtable.h"
+#include "app/shell/mainwindow.h"
+#include "app/shell/wiring.h"
+#include "project/file/project.h"
+#include "project/settings/appearance.h"
+#include "project/settings/settingsnotifier.h"
+#include "views/settings/preferencesdialog.h"
+#include "views/settings/sysvarseditor.h"
+#include "views/theme/theme.h"
+
+#include <QApplication>
+
+namespace {
+constexpr char GROUP_APPEARANCE[] = "AppData/Appearance";
+constexpr char KEY_SCHEME[] = "Scheme";
+
+void OnToolsPreferences(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    QDialog* pDialog = CPreferencesDialog::Open(&CMainWindow::Get());
+    QObject::connect(pDialog, &QDialog::finished, pDialog, [] {
+        CSettingsStore::Get().Write(GROUP_APPEARANCE, KEY_SCHEME, int(CTheme::GetScheme()));
+    });
+}
+
+void OnToolsSysVars(int Id)
+{
+    if (CheckParamCount(Id))
+        CSysVarsEditor::Open(&CMainWindow::Get(), [] { return CProject::Get().WriteSystemSettings(); });
+}
+
+void OnFontChanged(CMainWindow& Main, int FontID)
+{
+    QFont Font = GetFont(FontID);
+    if (FontID == FONT_APP) QApplication::setFont(Font);
+    for (CWindow* pWindow : Main.GetWindows()) {
+        pWindow->SetFont(FontID, Font);
+        pWindow->Repaint();
+    }
+}
+
+void OnColorChanged(CMainWindow& Main, int ColorID)
+{
+    QColor Color = CTheme::GetColor(ColorID);
+    for (CWindow* pWindow : Main.GetWindows()) {
+        pWindow->SetColor(ColorID, Color);
+        pWindow->Repaint();
+    }
+}
+} // namespace
+
+void RegisterSettingsCommands()
+{
+    SetCommandHandler(ACT_TOOLS_PREFERENCES, OnToolsPreferences);
+    SetCommandHandler(ACT_TOOLS_SYS_VARS, OnToolsSysVars);
+}
+
+void RestoreAppearance()
+{
+    const int Scheme = CSettingsStore::Get().Read(GROUP_APPEARANCE, KEY_SCHEME, int(THEME_AUTO)).toInt();
+    if (Scheme >= THEME_AUTO && Scheme <= THEME_DARK) CTheme::SetScheme(THEME_SCHEMES(Scheme));
+    QApplication::setFont(GetFont(FONT_APP));
+}
+
+void WireAppearance(CMainWindow& Main)
+{
+    const CSettingsNotifier& Notifier = CSettingsNotifier::Get();
+    QObject::connect(&Notifier, &CSettingsNotifier::FontChanged, &Main, [&Main](int Id) { OnFontChanged(Main, Id); });
+    QObject::connect(&Notifier, &CSettingsNotifier::ColorChanged, &Main, [&Main](int Id) { OnColorChanged(Main, Id); });
+}
