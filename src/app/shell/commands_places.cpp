@@ -1,11 +1,8 @@
-// The commands that lead to a place of the program: View.*, Find.Func and Find.GlobalData, and the reading of
-// code that exists only on the target.
+// The commands that lead to a place of the program: View.*, Find.Func and Find.GlobalData.
 #include "app/actions/actions.h"
 #include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/mainwindow.h"
-#include "core/cache/core.h"
-#include "device/queue/device.h"
 #include "program/eval/expression.h"
 #include "program/tables/prog.h"
 #include "project/finder/filefinder.h"
@@ -168,35 +165,6 @@ void OnFindGlobalData(int Id)
         Id, ::PerformAction(GetDeclaration(sName).IsValid() ? ACT_VIEW_SOURCE : ACT_VIEW_DATA, sName));
 }
 
-// ---- Instruction cache ---------------------------------------------------------------------------------
-
-/// Decodes what Debug.ReadIntoInstCache asked for when it arrives; the answer to any other read is passed
-/// over.
-class CInstCacheReader : public CDeviceEventListener {
-public:
-    void OnDeviceReadMemDone(U32 Addr, U32 nBytes, const char*, U8* paData, U8*) override
-    {
-        if (Core::OnReadDone(Addr, nBytes, paData) > 0)
-            Main().GetSessionWindows().pDisassembly->ScheduleRepaintAll();
-    }
-};
-
-void OnReadIntoInstCache(int Id)
-{
-    constexpr U32 CHUNK = 0x1000, MAX_SIZE = 16u << 20;
-    if (!CheckParamCount(Id)) return;
-    const QStringList Params = GetActionParams(Id);
-    bool AddrOk = false, SizeOk = false;
-    const U32 Addr = Params[0].toUInt(&AddrOk, 0), Size = Params[1].toUInt(&SizeOk, 0);
-    if (!AddrOk || !SizeOk || Size == 0 || Size > MAX_SIZE || U64(Addr) + Size > U64(1) << 32)
-        return Fail(Id, ERR_INVALID_PARAM);
-    if (!CDevice::Get().IsConnected()) return Fail(Id, ERR_NOT_CONNECTED);
-    static auto& Reader = *new CInstCacheReader; // listens to the end of the process
-    (void)Reader;
-    Core::ExpectRead(Addr, Size);
-    SetActionResult(Id, CDevice::Get().ReadMemAsync(Addr, Size, CHUNK, 0, 0, nullptr) < 0 ? -1 : 0);
-}
-
 } // namespace
 
 void RegisterPlaceCommands()
@@ -211,5 +179,4 @@ void RegisterPlaceCommands()
     SetCommandHandler(ACT_TARGET_LOAD_MEMORY_MAP, OnLoadMemoryMap);
     SetCommandHandler(ACT_FIND_FUNC, OnFindFunc);
     SetCommandHandler(ACT_FIND_GLOBAL_DATA, OnFindGlobalData);
-    SetCommandHandler(ACT_DEBUG_READ_INTO_INST_CACHE, OnReadIntoInstCache);
 }

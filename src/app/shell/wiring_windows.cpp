@@ -91,11 +91,6 @@ QString GetDefaultRegisterFile()
     return Core_IsLoaded() ? FindCoreFile(Core_GetCPURegFile(Core_GetCoreId()), true) : QString();
 }
 
-QString GetDefaultPeripheralFile()
-{
-    return Core_IsLoaded() ? FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false) : QString();
-}
-
 /// The peripherals of the device named: what the core's plug-in offers, a file of the device's own name, or the one
 /// that the simulated devices of a maker share. Empty if there is none.
 QString GetDefaultPeripheralFile(const QString& sDevice)
