@@ -23,6 +23,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QFile>
 #include <QLineEdit>
 #include <QMenu>
 #include <QTemporaryDir>
@@ -44,6 +45,7 @@ private slots:
     void KeysOfFocusedWindow();
     void Escape();
     void Copy();
+    void SaveByKey();
     void Search();
 
 private:
@@ -242,6 +244,35 @@ void tst_ActionsWindow::Copy()
     CConsoleWindow::Get().ExecuteCommand("Edit.Copy (\"a  b\")");
     QCOMPARE(QApplication::clipboard()->text(), "a  b");
     QCOMPARE(TakeLines(), QStringList());
+}
+
+void tst_ActionsWindow::SaveByKey()
+{
+    const QString sPath = m_Dir.filePath("text.c"), sOther = m_Dir.filePath("other.c");
+    for (const QString& s : {sPath, sOther}) {
+        QFile File(s);
+        QVERIFY(File.open(QIODevice::WriteOnly) && File.write("int a;\n") > 0);
+    }
+    CSourceWindow& Source = *CMainWindow::Get().GetSessionWindows().pSource;
+    QVERIFY(Source.Open(sOther) && Source.Open(sPath));
+    Source.GetEditor()->setFocus();
+    QVERIFY(!IsCommandEnabled(ACT_FILE_SAVE));
+    QTest::keyClick(CMainWindow::Get().windowHandle(), Qt::Key_X);
+    QVERIFY(IsCommandEnabled(ACT_FILE_SAVE) && IsCommandEnabled(ACT_FILE_SAVE_ALL));
+    Source.SetCurrentTab(Source.GetTabNumber(sOther));
+    QVERIFY(!IsCommandEnabled(ACT_FILE_SAVE) && IsCommandEnabled(ACT_FILE_SAVE_ALL));
+    Source.SetCurrentTab(Source.GetTabNumber(sPath));
+    Press("Ctrl+S");
+    QCOMPARE(TakeLines(), QStringList{QStringLiteral("File.Save (\"%1\");").arg(sPath)});
+    QVERIFY(!IsCommandEnabled(ACT_FILE_SAVE));
+    QFile File(sPath);
+    QVERIFY(File.open(QIODevice::ReadOnly));
+    QCOMPARE(File.readAll(), "xint a;\n");
+    Press("Ctrl+Shift+F4");
+    QCOMPARE(Source.GetFilePaths(), QStringList{sPath});
+    Press("Ctrl+F4");
+    QVERIFY(Source.IsEmpty());
+    QCOMPARE(TakeLines().last(), QStringLiteral("File.Close (\"%1\");").arg(sPath));
 }
 
 void tst_ActionsWindow::Search()

@@ -38,6 +38,7 @@
 #include <QCloseEvent>
 #include <QFileInfo>
 #include <QKeyEvent>
+#include <QTabBar>
 
 namespace {
 CMainWindow* s_pMainWindow = nullptr;
@@ -130,6 +131,11 @@ void CMainWindow::ConnectWindows()
 {
     connect(&CSettingsNotifier::Get(), &CSettingsNotifier::VarChanged, this, &CMainWindow::OnVarChanged);
     connect(&CProject::Get(), &CProject::ModifiedChanged, this, &CMainWindow::UpdateTitle);
+    connect(&CProject::Get(), &CProject::ModifiedChanged, this, &CMainWindow::UpdateActions);
+    connect(m_W.pSource, &CSourceWindow::DocumentStateChanged, this, &CMainWindow::UpdateActions);
+    connect(m_W.pSource, &CSourceWindow::DocumentListChanged, this, &CMainWindow::UpdateActions);
+    if (const auto* pTabs = m_W.pSource->findChild<QTabBar*>())
+        connect(pTabs, &QTabBar::currentChanged, this, &CMainWindow::UpdateActions);
     connect(this, &CMainWindow::DataFileOpened, this, &CMainWindow::OnDataFileOpened);
     CCallStack& Stack = CCallStack::GetInstance();
     CBreakpointsDataModel& Points = CBreakpointsDataModel::Get();
