@@ -28,6 +28,7 @@
 #include <QMenu>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolBar>
 
 class tst_ActionsWindow : public QObject {
     Q_OBJECT
@@ -268,6 +269,12 @@ void tst_ActionsWindow::SaveByKey()
     QFile File(sPath);
     QVERIFY(File.open(QIODevice::ReadOnly));
     QCOMPARE(File.readAll(), "xint a;\n");
+    // A tool button's command works on the cursor's line; no program knows this one.
+    auto* pBar = CMainWindow::Get().GetToolBar(TOOLBAR_BREAKPOINTS);
+    pBar->show();
+    QTest::mouseClick(pBar->widgetForAction(GetAction(ACT_BREAK_SET_ON_SRC)), Qt::LeftButton);
+    QCOMPARE(TakeLines(), (QStringList{"Break.SetOnSrc (\"text.c:1\");",
+                                       "Break.SetOnSrc (\"text.c:1\"): invalid parameter"}));
     Press("Ctrl+Shift+F4");
     QCOMPARE(Source.GetFilePaths(), QStringList{sPath});
     Press("Ctrl+F4");

@@ -313,68 +313,6 @@ bool CMainWindow::eventFilter(QObject* pObject, QEvent* pEvent)
     return CWindow::eventFilter(pObject, pEvent);
 }
 
-bool CMainWindow::HandleKey(QKeyEvent* pKey)
-{
-    if (pKey->key() == Qt::Key_Escape && pKey->modifiers() == Qt::NoModifier) {
-        for (CWindow* pWindow : m_Windows)
-            if (pWindow->IsEscKeyOpActive()) return false;
-        m_W.pSource->setFocus();
-        return true;
-    }
-    const Qt::KeyboardModifiers Modifiers = pKey->modifiers() & ~Qt::KeypadModifier;
-    if (pKey->key() == Qt::Key_S && Modifiers == (Qt::ShiftModifier | Qt::AltModifier)) {
-        m_W.pSource->setFocus();
-        return true;
-    }
-    // A bare letter, digit or editing key belongs to the widget with the focus when it takes text.
-    const bool Plain = !(Modifiers & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
-    const QWidget* pFocus = QApplication::focusWidget();
-    const bool TakesText = pFocus && pFocus->testAttribute(Qt::WA_InputMethodEnabled);
-    if (Plain && TakesText && (pKey->key() < Qt::Key_F1 || pKey->key() > Qt::Key_F35)) return false;
-    // Two rows may share a key: the focused window's own comes first, and what can't run leaves the key to the next.
-    int Best = -1, BestRank = 0;
-    const QString sKey = QKeySequence(QKeyCombination(Modifiers, Qt::Key(pKey->key()))).toString(QKeySequence::PortableText);
-    for (const int ID : FindActionsByHotKey(sKey)) {
-        const QAction* pAction = GetAction(ID);
-        const auto* pOwner = pAction ? qobject_cast<CWindow*>(pAction->parent()) : nullptr;
-        if (!pOwner) continue;
-        const bool Focused = pOwner != this && pOwner->HasFocus();
-        if (!Focused && pOwner != this && pOwner != m_W.pSource) continue;
-        const int Rank = 1 + (Focused ? 1 : 0) + (IsCommandEnabled(ID) ? 2 : 0);
-        if (Rank <= BestRank) continue;
-        Best = ID;
-        BestRank = Rank;
-    }
-    if (Best < 0) return false;
-    SetDefaultParam(Best);
-    ::PerformAction(Best); // tells it when the command is off
-    return true;
-}
-
-void CMainWindow::SetDefaultParam(int ID)
-{
-    switch (ID) {
-    case ACT_VIEW_DATA:
-    case ACT_VIEW_MEMORY_MAP:
-    case ACT_VIEW_SOURCE:
-    case ACT_VIEW_DISASSEMBLY:
-    case ACT_VIEW_CALL_GRAPH:
-    case ACT_WATCH_ADD:
-    case ACT_DATA_GRAPH_ADD:
-    case ACT_SOURCE_OPEN_INCLUDE_FILE:
-        break;
-    default:
-        return;
-    }
-    QString sParam;
-    if (m_W.pDisassembly->HasFocus() && m_W.pDisassembly->GetSelectedAddr() != ADDR_NONE)
-        sParam = QString::asprintf("0x%08X", m_W.pDisassembly->GetSelectedAddr());
-    else if (m_W.pSource->HasFocus())
-        sParam = ID == ACT_SOURCE_OPEN_INCLUDE_FILE ? m_W.pSource->GetFileNameUnderCursor()
-                                                    : m_W.pSource->GetSelectedTextOrWordUnderCursor();
-    if (!sParam.isEmpty() && !sParam.contains(u'\n')) SetActionParams(ID, sParam);
-}
-
 void CMainWindow::UpdateTitle()
 {
     const CProject& Project = CProject::Get();
