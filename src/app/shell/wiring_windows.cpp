@@ -95,13 +95,13 @@ QString GetDefaultRegisterFile()
 /// that the simulated devices of a maker share. Empty if there is none.
 QString GetDefaultPeripheralFile(const QString& sDevice)
 {
-    QStringList Names;
-    if (Core_IsLoaded()) Names << Core_GetPeriphRegFile(Core_GetCoreId());
-    Names << sDevice + QStringLiteral(".svd");
+    if (Core_IsLoaded())
+        if (const QString sPath = FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false); !sPath.isEmpty()) return sPath;
+    QStringList Names{sDevice + QStringLiteral(".svd")};
     if (const DEVICE_ENTRY* pEntry = DEVICE_FindEntry(sDevice)) Names << pEntry->sManu + QStringLiteral("Sim.svd");
     for (const QString& sName : Names) {
         const QString sPath = GetPeripheralsDir() + '/' + sName;
-        if (!sName.isEmpty() && QFileInfo(sPath).isFile()) return sPath;
+        if (QFileInfo(sPath).isFile()) return sPath;
     }
     return {};
 }
