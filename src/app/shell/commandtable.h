@@ -24,6 +24,7 @@ void RegisterPlaceCommands();    ///< View.*, Find.Func, Find.GlobalData
 void RegisterSymbolCommands();   ///< symbols in windows: Window.Add, Edit.DisplayFormat
 void RegisterWindowCommands();   ///< Window.*, Toolbar.* and the show actions
 void RegisterBreakCommands();    ///< Break.*, Trace.*
+void RegisterDataBreakCommands(); ///< of those on data breakpoints; called by RegisterBreakCommands()
 void RegisterTargetCommands();   ///< Target.*, Elf.*, Util.*
 void RegisterProjectCommands();  ///< Project.*, Edit.*, Script.*
 void RegisterSettingsCommands(); ///< Tools.Preferences, Tools.SysVars
