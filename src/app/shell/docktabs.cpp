@@ -14,6 +14,7 @@ void CDockTabs::Update()
     for (QTabBar* pTabs : m_pMainWindow->findChildren<QTabBar*>(QString(), Qt::FindDirectChildrenOnly)) {
         pTabs->setElideMode(Qt::ElideRight);
         pTabs->setDocumentMode(true);
+        pTabs->setShape(QTabBar::RoundedNorth); // which the style sheet draws flat, like the tabs of the documents
         if (pTabs->accessibleName().isEmpty()) pTabs->setAccessibleName(QStringLiteral("Docked windows"));
         if (pTabs->isMovable()) continue;
         pTabs->setMovable(true);

@@ -84,6 +84,8 @@ CWindow* CMainWindow::AddFamilyWindow(WINDOW_FAMILY& Family)
     Family.Windows.append(pWindow);
     restoreDockWidget(pWindow->GetDock()); // to where one of its name was when the program ended
     pWindow->GetDock()->hide();
+    // It has missed the halt that made the others active.
+    if (pWindow->TestFlag(WF_ACTIVATE_ON_HALT) && IsTargetHalted()) pWindow->SetActive(true);
     return pWindow;
 }
 
