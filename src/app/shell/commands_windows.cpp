@@ -99,7 +99,11 @@ void OnWindowUndock(int)
 void OnWindowDock(int)
 {
     const CWindow* pWindow = GetFocusedWindow();
-    if (CDockWindow* pDock = pWindow ? pWindow->GetDock() : nullptr) pDock->setFloating(false);
+    CDockWindow* pDock = pWindow ? pWindow->GetDock() : nullptr;
+    if (!pDock) return;
+    pDock->setFloating(false);
+    Main().activateWindow(); // the window that had the desktop's attention is gone
+    pDock->setFocus();
 }
 
 } // namespace

@@ -7,6 +7,10 @@
 #include <QTabBar>
 #include <QTimer>
 
+namespace {
+constexpr char PROPERTY_TAKEN[] = "isDockTabs"; ///< on a tab bar that is looked after already
+}
+
 CDockTabs::CDockTabs(QMainWindow* pMainWindow) : QObject(pMainWindow), m_pMainWindow(pMainWindow) {}
 
 void CDockTabs::Update()
@@ -16,8 +20,9 @@ void CDockTabs::Update()
         pTabs->setDocumentMode(true);
         pTabs->setShape(QTabBar::RoundedNorth); // which the style sheet draws flat, like the tabs of the documents
         if (pTabs->accessibleName().isEmpty()) pTabs->setAccessibleName(QStringLiteral("Docked windows"));
-        if (pTabs->isMovable()) continue;
         pTabs->setMovable(true);
+        if (pTabs->property(PROPERTY_TAKEN).toBool()) continue;
+        pTabs->setProperty(PROPERTY_TAKEN, true);
         pTabs->installEventFilter(this);
         connect(pTabs, &QTabBar::tabMoved, this, [this] { m_WasMoved = true; });
     }

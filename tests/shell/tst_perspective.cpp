@@ -1,0 +1,236 @@
+// The layout of the main window: what a first run shows, windows shown, closed, docked and floated by command and mouse,
+// and what the settings bring back in the next run.
+#include "app/actions/actions.h"
+#include "app/console/consolewindow.h"
+#include "app/services/cmdline.h"
+#include "app/services/mainthread.h"
+#include "app/services/messages.h"
+#include "app/services/settingsstore.h"
+#include "app/shell/mainwindow.h"
+#include "device/queue/device.h"
+#include "views/debug/registerwindow.h"
+#include "views/debug/sourcewindow.h"
+#include "views/framework/dockwindow.h"
+#include "views/framework/messagebox.h"
+#include "views/framework/modelviewwindow.h"
+#include "views/framework/tableheader.h"
+#include "views/theme/theme.h"
+
+#include <QApplication>
+#include <QScreen>
+#include <QTabBar>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolBar>
+
+class tst_Perspective : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void firstRun();
+    void registerWindowsComeAndGo();
+    void closing();
+    void dockAndUndock();
+    void toolBars();
+    void clickOnTabGivesFocus();
+    void smallAndLarge();
+    void layoutOverRuns();
+    void layoutFromElsewhere();
+
+private:
+    void Open();
+    static CWindow* Find(const char* sName) { return CMainWindow::Get().FindWindow(QLatin1String(sName), false); }
+    static CDockWindow* Dock(const char* sName) { return Find(sName)->GetDock(); }
+    static void Run(int Id, const QString& sParam = {})
+    {
+        if (sParam.isEmpty())
+            ::PerformAction(Id);
+        else
+            ::PerformAction(Id, sParam);
+        QApplication::processEvents();
+    }
+
+    QTemporaryDir m_Dir;
+    QStringList m_Lines; ///< of the console
+};
+
+void tst_Perspective::Open()
+{
+    CMainWindow& Main = CMainWindow::Get();
+    Main.show();
+    QVERIFY(QTest::qWaitForWindowActive(&Main));
+    QTest::qWait(50);
+    CConsoleWindow::Get().SetTranscriptSink([this](const QString& sText, bool) { m_Lines += sText.split(u'\n'); });
+}
+
+void tst_Perspective::initTestCase()
+{
+    SetMainThread();
+    InitMessageTable();
+    CmdLineArgs Args;
+    Args.BatchFile = "-"; // nobody answers a welcome screen
+    SetCmdLineArgs(Args);
+    CSettingsStore::Get().SetDir(m_Dir.path());
+    CTheme::Init(*qApp);
+    CMessageBox::SetInterceptor([](const QString&, const QString&, CMessageBox::BUTTONS) { return int(QDialogButtonBox::No); });
+    Open();
+}
+
+void tst_Perspective::cleanupTestCase()
+{
+    CConsoleWindow::Get().SetTranscriptSink({});
+    CMainWindow::Get().close();
+    CMainWindow::Destroy();
+}
+
+void tst_Perspective::firstRun()
+{
+    for (const char* sName : {"Console", "Registers 1"}) QVERIFY2(Find(sName)->IsOpen(), sName);
+    CMainWindow& Main = CMainWindow::Get();
+    for (int i = 0; i < NUM_TOOLBARS; i++)
+        QCOMPARE(Main.GetToolBar(TOOLBAR_INDEX(i))->isVisible(), TOOLBARS[i].ShownAtFirst);
+    QCOMPARE(Main.tabShape(), QTabWidget::Triangular);
+    for (CWindow* pWindow : Main.GetWindows())
+        if (pWindow->GetDock()) QVERIFY2(!pWindow->GetDock()->accessibleName().isEmpty() || !pWindow->GetDock()->windowTitle().isEmpty(), qPrintable(pWindow->GetName()));
+}
+
+void tst_Perspective::registerWindowsComeAndGo()
+{
+    CMainWindow& Main = CMainWindow::Get();
+    const qsizetype NumWindows = Main.GetWindows().size();
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Registers")); // the first is open
+    QVERIFY(Find("Registers 2"));
+    QCOMPARE(Dock("Registers 2")->objectName(), QStringLiteral("Registers 2"));
+    QVERIFY(Find("Registers 2")->HasFocus());
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Registers"));
+    QVERIFY(Find("Registers 3"));
+    Run(ACT_WINDOW_CLOSE, QStringLiteral("Registers 2"));
+    QVERIFY(!Find("Registers 2"));
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Registers")); // a free name, though three were counted before
+    QCOMPARE(Main.GetWindows().size(), NumWindows + 2);
+    Run(ACT_WINDOW_CLOSE_ALL);
+    QCOMPARE(Main.GetWindows().size(), NumWindows);
+    CWindow* pLast = Main.GetSessionWindows().pRegisters;
+    QVERIFY(pLast && !pLast->IsOpen());
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Registers")); // the last one was only hidden
+    QCOMPARE(Main.GetWindows().size(), NumWindows);
+    QVERIFY(pLast->IsOpen());
+}
+
+void tst_Perspective::closing()
+{
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Console"));
+    QVERIFY(Find("Console")->HasFocus());
+    Dock("Console")->RequestClose(); // the button in the title
+    QTRY_VERIFY(!Find("Console")->IsOpen());
+    QTRY_VERIFY(Find("Source")->HasFocus());
+    m_Lines.clear();
+    Run(ACT_WINDOW_CLOSE, QStringLiteral("\"Source\""));
+    QVERIFY2(m_Lines.filter(QStringLiteral("unknown")).isEmpty(), qPrintable(m_Lines.join(u'|')));
+    QVERIFY(Find("Source")->IsVisible());
+    Run(ACT_WINDOW_CLOSE, QStringLiteral("Nothing"));
+    QTRY_VERIFY(!m_Lines.filter(QStringLiteral("unknown window")).isEmpty());
+    Run(ACT_WINDOW_SHOW, QStringLiteral("\"Console\""));
+    QVERIFY(Find("Console")->IsOpen());
+}
+
+void tst_Perspective::dockAndUndock()
+{
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Console"));
+    Run(ACT_WINDOW_UNDOCK);
+    QVERIFY(Find("Console")->IsFloating());
+    QVERIFY(Find("Console")->IsOpen());
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Console"));
+    Run(ACT_WINDOW_DOCK);
+    QVERIFY(!Find("Console")->IsFloating());
+    QTRY_VERIFY(Find("Console")->HasFocus());
+}
+
+void tst_Perspective::toolBars()
+{
+    CMainWindow& Main = CMainWindow::Get();
+    Run(ACT_TOOLBAR_SHOW, QStringLiteral("\"File\""));
+    QVERIFY(Main.GetToolBar(TOOLBAR_FILE)->isVisible());
+    QVERIFY(GetAction(ACT_TOOLBAR_SHOW_FILE)->isChecked());
+    Run(ACT_TOOLBAR_CLOSE, QStringLiteral("File"));
+    QVERIFY(!Main.GetToolBar(TOOLBAR_FILE)->isVisible());
+    m_Lines.clear();
+    Run(ACT_TOOLBAR_SHOW, QStringLiteral("file"));
+    QTRY_VERIFY(!m_Lines.filter(QStringLiteral("unknown toolbar")).isEmpty());
+}
+
+void tst_Perspective::clickOnTabGivesFocus()
+{
+    CMainWindow& Main = CMainWindow::Get();
+    for (const char* sName : {"Call Stack", "Local Data"}) Run(ACT_WINDOW_SHOW, QLatin1String(sName));
+    Main.tabifyDockWidget(Dock("Call Stack"), Dock("Local Data"));
+    QTest::qWait(20); // the toolkit makes the tab bar with the next layout
+    Main.OnTabBarUpdateTimerTimeout();
+    Find("Source")->setFocus();
+    QTabBar* pTabs = nullptr;
+    int Index = -1;
+    for (QTabBar* pBar : Main.findChildren<QTabBar*>(QString(), Qt::FindDirectChildrenOnly))
+        for (int i = 0; i < pBar->count(); i++)
+            if (pBar->isVisible() && pBar->tabText(i) == Dock("Call Stack")->windowTitle()) pTabs = pBar, Index = i;
+    QVERIFY(pTabs && pTabs->isMovable());
+    QTest::mouseClick(pTabs, Qt::LeftButton, {}, pTabs->tabRect(Index).center());
+    QTRY_VERIFY(Find("Call Stack")->HasFocus());
+    QVERIFY(Find("Call Stack")->IsVisible());
+    QVERIFY(Find("Local Data")->IsObscured());
+}
+
+void tst_Perspective::smallAndLarge()
+{
+    CMainWindow& Main = CMainWindow::Get();
+    for (const QSize Size : {QSize(1280, 800), QSize(3840, 2160), QSize(1280, 800)}) {
+        Main.resize(Size);
+        QTest::qWait(20);
+        QCOMPARE(Main.size(), Size); // nothing forces it wider
+        for (CWindow* pWindow : Main.GetWindows()) {
+            if (pWindow == &Main || !pWindow->IsVisible()) continue;
+            const QRect Place(pWindow->mapTo(&Main, QPoint()), pWindow->size());
+            QVERIFY2(Main.rect().contains(Place), qPrintable(pWindow->GetName()));
+        }
+    }
+}
+
+void tst_Perspective::layoutOverRuns()
+{
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Call Stack"));
+    Run(ACT_WINDOW_CLOSE, QStringLiteral("Console"));
+    Run(ACT_TOOLBAR_SHOW, QStringLiteral("Breakpoints"));
+    auto* pStack = qobject_cast<CModelViewWindow*>(Find("Call Stack"));
+    pStack->SetColumnWidth(0, 321);
+    pStack->SetColumnVisible(2, false);
+    Dock("Call Stack")->setFloating(true);
+    Dock("Call Stack")->move(90000, 90000); // on a screen that has gone by the next run
+    CMainWindow::Get().close();
+    CMainWindow::Destroy();
+    Open();
+    QVERIFY(!Find("Console")->IsOpen());
+    QVERIFY(CMainWindow::Get().GetToolBar(TOOLBAR_BREAKPOINTS)->isVisible());
+    pStack = qobject_cast<CModelViewWindow*>(Find("Call Stack"));
+    QCOMPARE(pStack->GetHeader()->sectionSize(0), 321);
+    QVERIFY(pStack->GetHeader()->isSectionHidden(2));
+    QVERIFY(pStack->IsFloating());
+    QVERIFY(QGuiApplication::primaryScreen()->availableGeometry().intersects(Dock("Call Stack")->frameGeometry()));
+}
+
+void tst_Perspective::layoutFromElsewhere()
+{
+    CMainWindow::Get().close();
+    CMainWindow::Destroy();
+    CSettingsStore& Store = CSettingsStore::Get();
+    for (const char* sKey : {"WindowState", "TableHeaderState/Call Stack"})
+        Store.Write(QStringLiteral("AppData/Perspectives/Debug"), QLatin1String(sKey), QByteArray("no state at all"));
+    Store.Write(QStringLiteral("AppData/MainWindow"), QStringLiteral("Geometry"), QByteArray(50, 'x'));
+    Open();
+    QVERIFY(Find("Console")->IsOpen()); // the default layout
+    QVERIFY(Find("Registers 1")->IsOpen());
+    QVERIFY(!qobject_cast<CModelViewWindow*>(Find("Call Stack"))->GetHeader()->isSectionHidden(2));
+}
+
+QTEST_MAIN(tst_Perspective)
+#include "tst_perspective.moc"
