@@ -6,4 +6,4 @@ target_link_libraries(vantrel PRIVATE vantrel_flags app_shell app_batch app_serv
 set_target_properties(vantrel PROPERTIES BUILD_RPATH "$ORIGIN/../lib" INSTALL_RPATH "$ORIGIN/../lib")
 
 # What a user needs: the program, the probe library, the core plug-ins, the register descriptions and the example programs.
-add_custom_target(product DEPENDS vantrel bryllo bryllo_svd CorePluginARM examples)
+add_custom_target(product DEPENDS vantrel bryllo bryllo_svd CorePluginARM CorePluginRISCV examples)

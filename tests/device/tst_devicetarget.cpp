@@ -301,7 +301,7 @@ private slots:
 
     void userHaltDuringRunTo()
     {
-        const U32 Never = 0x0007F000; // behind the program
+        const U32 Never = R.AddrOf("never");
         Dev().RunToAsync(Never);
         QVERIFY(R.WaitFor([&] { return R.pReports->Heard.contains("resume1"); }));
         QCOMPARE(T().GetBreakpoint(Never).State, U32(BP_STATE_ON_HIDDEN));

@@ -131,6 +131,7 @@ void CMainWindow::ConnectWindows()
 {
     connect(&CSettingsNotifier::Get(), &CSettingsNotifier::VarChanged, this, &CMainWindow::OnVarChanged);
     connect(&CProject::Get(), &CProject::ModifiedChanged, this, &CMainWindow::UpdateTitle);
+    connect(&CProject::Get(), &CProject::Written, m_W.pSource, &CSourceWindow::ReloadChangedDocuments);
     connect(this, &CMainWindow::DataFileOpened, this, &CMainWindow::OnDataFileOpened);
     CCallStack& Stack = CCallStack::GetInstance();
     CBreakpointsDataModel& Points = CBreakpointsDataModel::Get();
@@ -225,7 +226,7 @@ QString CMainWindow::AskProjectPath()
 {
     const QString sPath = AskOpenPath(QStringLiteral("Open Project"), m_sDefaultDirOpen,
                                                        QStringLiteral("Project Files (*.bdebug);;All Files (*)"));
-    if (!sPath.isEmpty()) m_sDefaultDirOpen = QFileInfo(sPath).absolutePath();
+    if (!sPath.isEmpty()) SetDefaultDirOf(false, sPath);
     return sPath;
 }
 
@@ -254,6 +255,8 @@ void CMainWindow::OnWindowClosed(QCloseEvent* pEvent)
                 ::PerformAction(ACT_FILE_SAVE_PROJECT_AS);
             else
                 Project.Save(Project.GetPath());
+            // A save that was called off or failed is no reason to lose the project.
+            if (Project.IsModified()) return pEvent->ignore();
         }
     }
     if (!SaveModifiedDocuments()) return pEvent->ignore();
@@ -283,7 +286,7 @@ bool CMainWindow::event(QEvent* pEvent)
 {
     if (pEvent->type() == QEvent::WindowActivate && m_ShownOnce && !m_S.Closing) {
         CheckProgramFileChanged();
-        if (BScript::IsFileChanged() && BScript::ReloadIfChanged()) ShowProjectWarnings();
+        CheckProjectFileChanged();
     }
     if (pEvent->type() == QEvent::Paint && !m_ShownOnce) {
         m_ShownOnce = true;

@@ -94,6 +94,11 @@ public:
     bool CreateProjectFromCmdLine();                ///< whether a project was made
     bool CreateProject(const QString& sPath, const QStringList& Commands, bool Ask);
     bool SaveModifiedDocuments();                   ///< false: the user called it off
+    void CheckProjectFileChanged(); ///< a script that was changed on the disk is loaded anew
+    void ShowScriptError();         ///< the line of the script's error, if there is one, in the source window
+    /// The folder that file dialogs begin in, which follows the user's choices.
+    const QString& GetDefaultDir(bool Save) const { return Save ? m_sDefaultDirSave : m_sDefaultDirOpen; }
+    void SetDefaultDirOf(bool Save, const QString& sFile);
     ///@}
 
     /// \name Windows
@@ -222,7 +227,7 @@ private:
     void CloseProgram();
     void CheckProgramFileChanged();
     void LoadDefaultRegisterSet();
-    void ShowProjectWarnings();
+    bool ShowProjectWarnings(); ///< false: the user wants no project with such faults
 
     void ShowWelcomeScreen();
     QString AskProjectPath(); ///< empty if the user called it off
