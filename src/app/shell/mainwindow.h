@@ -4,7 +4,8 @@
 // the main thread: each starts the next job and returns. The decisions themselves are pure functions
 // (sessiondecisions.h). The code lies in one file a concern: mainwindow_form.cpp builds menus, tool bars and
 // docks, _session.cpp holds connect, reset, download and disconnect, _run.cpp running and stepping, _file.cpp
-// opening files, _windows.cpp showing and finding windows, _state.cpp the enabled state of the commands.
+// opening files, _windows.cpp showing and finding windows, _state.cpp the enabled state of the commands, _keys.cpp
+// the dispatch of keys.
 #pragma once
 #include "app/shell/mainwindow_layout.h"
 #include "views/framework/window.h"

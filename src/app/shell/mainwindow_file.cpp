@@ -13,6 +13,7 @@
 #include "app/shell/sessiondecisions.h"
 #include "app/shell/warningsdialog.h"
 #include "app/shell/programdata.h"
+#include "app/shell/sourcestats.h"
 #include "core/cache/core.h"
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
@@ -304,6 +305,7 @@ void CMainWindow::OnDataFileOpened(QString sPath)
     ResolveBreakSymbol();
     UpdateActions();
     UpdateTitle();
+    LookUpProgramSources();
     if (sPath == m_S.sProgramPath)
         m_W.pSource->ReopenResolvedDocuments();
     else

@@ -8,6 +8,7 @@
 #include "app/services/messages.h"
 #include "app/shell/elfdiag.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/sourcestats.h"
 #include "core/cache/core.h"
 #include "core/host/corecalls.h"
 #include "core/host/corehooks.h"
@@ -76,7 +77,9 @@ void WireFinder()
     FILEFINDER_HOOKS Hooks;
     Hooks.ProjectPath = [] { return BScript::GetProjectPath(); };
     Hooks.ProgramFile = [] { return CProject::Get().GetProgramFile(); };
+    Hooks.QualifySrcPath = [](const QString& sPath) { return PROG_GetFilePath(PROG_GetFile(sPath)); };
     CFileFinder::Get().SetHooks(Hooks);
+    WireSourceStats();
 }
 
 void WireCore()

@@ -56,6 +56,7 @@ bool LoadCorePlugin()
     const bool Loaded = Core_Load(int(CoreId)) >= 0;
     if (Loaded && PROG_IsLoaded()) {
         // A program that was opened before its core support has not been decoded yet.
+        const std::lock_guard Lock(CDevice::Get().GetDeviceMutex());
         Core::ClearCache();
         Core::AnalyzeProgram();
     }
@@ -95,8 +96,10 @@ QString GetDefaultRegisterFile()
 /// that the simulated devices of a maker share. Empty if there is none.
 QString GetDefaultPeripheralFile(const QString& sDevice)
 {
-    if (Core_IsLoaded())
-        if (const QString sPath = FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false); !sPath.isEmpty()) return sPath;
+    if (Core_IsLoaded()) {
+        const QString sPath = FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false);
+        if (!sPath.isEmpty()) return sPath;
+    }
     QStringList Names{sDevice + QStringLiteral(".svd")};
     if (const DEVICE_ENTRY* pEntry = DEVICE_FindEntry(sDevice)) Names << pEntry->sManu + QStringLiteral("Sim.svd");
     for (const QString& sName : Names) {
@@ -165,7 +168,10 @@ void WireProject(CMainWindow& Main)
     Hooks.InstEndianMatches = [] { return (GetProgramFaults() & CORE_PROGRAM_INST_ORDER) == 0; };
     Hooks.SysVarChanged = [&Main](int VarID, I64 Value) { emit Main.SysVarEdited(VarID, Value); };
     Hooks.PreferenceChanged = [&Main](int VarID, I64 Value) {
-        for (CWindow* pWindow : Main.GetWindows()) pWindow->SetPreference(VarID, Value);
+        for (CWindow* pWindow : Main.GetWindows()) {
+            pWindow->SetPreference(VarID, Value);
+            pWindow->Repaint();
+        }
     };
     Hooks.RelocateSymbols = [](const QString& sSymbols, int Offset) {
         const CProgLock Lock;
@@ -229,7 +235,7 @@ void WireWindows(CMainWindow& Main)
     WireProject(Main);
     WireDebugViews(Main);
     WireTargetIO(Main);
-    WireAppearance(Main);
+    WireSettings(Main);
     WireConsoleCompletion(Main);
 }
 

@@ -165,11 +165,11 @@ QWidget* CColorsPage::MakeEditor()
     m_pChoose = new QPushButton(QStringLiteral("C&hoose..."), pGroup);
     m_pChoose->setObjectName(QStringLiteral("pushButtonChoose"));
     m_pDefault = new QPushButton(QStringLiteral("&Default"), pGroup);
-    m_pDefault->setObjectName(QStringLiteral("pushButtonDefault"));
+    m_pDefault->setObjectName(QStringLiteral("pushButtonColorDefault"));
     m_pDefault->setToolTip(QStringLiteral("Default of the selected color"));
     for (QPushButton* pButton : {m_pChoose, m_pDefault}) pButton->setAutoDefault(false);
     m_pSample = new QLabel(QStringLiteral("Sample text 0x1F"), pGroup);
-    m_pSample->setObjectName(QStringLiteral("labelSample"));
+    m_pSample->setObjectName(QStringLiteral("labelColorSample"));
     m_pSample->setAutoFillBackground(true);
     m_pSample->setMargin(6);
     m_pSample->setMinimumHeight(SAMPLE_HEIGHT);

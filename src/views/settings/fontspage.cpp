@@ -84,14 +84,14 @@ QWidget* CFontsPage::MakeEditor()
     m_pBold = new QCheckBox(QStringLiteral("&Bold"), pGroup);
     m_pItalic = new QCheckBox(QStringLiteral("&Italic"), pGroup);
     auto* pDefault = new QPushButton(QStringLiteral("&Default"), pGroup);
-    pDefault->setObjectName(QStringLiteral("pushButtonDefault"));
+    pDefault->setObjectName(QStringLiteral("pushButtonFontDefault"));
     pDefault->setToolTip(QStringLiteral("Default of the selected font"));
     pDefault->setAutoDefault(false);
     pRow->addWidget(m_pFamily, 1);
     for (QWidget* pWidget : QList<QWidget*>{m_pSize, m_pBold, m_pItalic, pDefault}) pRow->addWidget(pWidget);
     pColumn->addLayout(pRow);
     m_pSample = new QLabel(QLatin1String(SAMPLE), pGroup);
-    m_pSample->setObjectName(QStringLiteral("labelSample"));
+    m_pSample->setObjectName(QStringLiteral("labelFontSample"));
     m_pSample->setAutoFillBackground(true);
     m_pSample->setBackgroundRole(QPalette::Base);
     m_pSample->setMargin(6);
