@@ -47,7 +47,7 @@ def main():
         batch = pathlib.Path(folder) / pathlib.Path(args.batch).name
         batch.write_text(expand(pathlib.Path(args.batch).read_text()))
         command = [args.vantrel] + ([expand(args.project)] if args.project else [])
-        command += ["-settings", folder, "-batch", str(batch)] + args.more
+        command += ["-settings", folder, "-batch", str(batch)] + [expand(text) for text in args.more]
         environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", VANTREL_BUILD_DIR=args.build)
         try:
             run = subprocess.run(command, capture_output=True, text=True, timeout=args.timeout,

@@ -210,7 +210,8 @@ private:
     void OnDownloadDone(DOWNLOAD_MODES Mode);
     void OnDownloadFailed(DOWNLOAD_MODES Mode, int Code);
     void PerformInitialProgramOperation();
-    bool RunToBreakSymbol();
+    enum BREAK_SYMBOL_RUN { BREAK_SYMBOL_UNKNOWN, BREAK_SYMBOL_REACHED, BREAK_SYMBOL_RUNNING };
+    BREAK_SYMBOL_RUN RunToBreakSymbol(); ///< reached: the target stands there already
     void ResolveBreakSymbol();
     void ClearProgramWindows();
     void UpdateConnectionLabel();

@@ -496,7 +496,8 @@ void OnFileSaveProjectAs(int Id)
         return SetActionError(Id, QStringLiteral("invalid project filename"));
     Main.SetDefaultDirOf(true, sPath);
     SetActionParams(Id, sPath);
-    if (!CProject::Get().Save(sPath)) SetActionError(Id, QStringLiteral("invalid project filename"));
+    // A project outlives the folder that a console line is relative to.
+    if (!CProject::Get().Save(QFileInfo(sPath).absoluteFilePath())) SetActionError(Id, QStringLiteral("invalid project filename"));
     Main.UpdateTitle();
     Main.UpdateActions();
 }

@@ -216,7 +216,7 @@ void CMainWindow::OnDeviceResetDone(U32 NewPC, RESET_MODES Mode)
         break;
     case AFTER_RESET_CONTINUE: Continue(); break;
     case AFTER_RESET_RUN_TO_SYMBOL:
-        if (!RunToBreakSymbol()) m_MessageBoxTimer.start();
+        if (RunToBreakSymbol() == BREAK_SYMBOL_UNKNOWN) m_MessageBoxTimer.start();
         break;
     default: break;
     }
@@ -224,17 +224,17 @@ void CMainWindow::OnDeviceResetDone(U32 NewPC, RESET_MODES Mode)
     UpdateActions();
 }
 
-bool CMainWindow::RunToBreakSymbol()
+CMainWindow::BREAK_SYMBOL_RUN CMainWindow::RunToBreakSymbol()
 {
     CDevice& Dev = CDevice::Get();
     const I64 Symbol = CProject::Get().GetHooks().GetDeviceParam(DCP_RESET_BREAK_ADDR);
-    if (!Dev.IsConnected() || Symbol < 0) return false;
+    if (!Dev.IsConnected() || Symbol < 0) return BREAK_SYMBOL_UNKNOWN;
     const U32 Align = std::max<U32>(Core_GetStaticInfo().InstAlignment, 1);
     const U32 Addr = U32(Symbol) - U32(Symbol) % Align;
-    if (Dev.IsHalted() && Dev.GetPC() == Addr) return true;
+    if (Dev.IsHalted() && Dev.GetPC() == Addr) return BREAK_SYMBOL_REACHED;
     if (!Dev.IsHalted()) Dev.HaltAsync();
     Dev.RunToAsync(Addr);
-    return true;
+    return BREAK_SYMBOL_RUNNING;
 }
 
 void CMainWindow::ResolveBreakSymbol()
@@ -350,9 +350,12 @@ void CMainWindow::PerformInitialProgramOperation()
         Dev.HaltAsync();
         break;
     case INITIAL_RUN_TO_SYMBOL:
-        if (RunToBreakSymbol()) {
-            StartDebugSession();
-        } else {
+        switch (RunToBreakSymbol()) {
+        case BREAK_SYMBOL_RUNNING:
+            Dev.State.DebugStarted = 1; // the arrival tells the halt, and tells it once
+            break;
+        case BREAK_SYMBOL_REACHED: StartDebugSession(); break;
+        case BREAK_SYMBOL_UNKNOWN:
             m_MessageBoxTimer.start();
             StartDebugSession();
             Dev.HaltAsync();

@@ -231,6 +231,8 @@ void CDeviceTarget::CheckHandleNotifications()
     if (ConnectMode != -1) {
         FinishConnect(CONNECT_MODES(ConnectMode));
         _Dev().PostJobEvent(BT_CONNECT, State.Connected ? JOB_DONE : JOB_FAILED, U64(ConnectMode), 0, 0);
+        // A halt that was found before the session began has told nobody.
+        if (State.DebugStarted && State.Halted) StartDebugSession();
     }
     const I64 ResetMode = State.FinishResetMode.Exchange(-1);
     if (ResetMode != -1) {
