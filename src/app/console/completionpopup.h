@@ -32,9 +32,11 @@ signals:
 
 protected:
     void changeEvent(QEvent* pEvent) override;
+    void paintEvent(QPaintEvent* pEvent) override;
 
 private:
     void Place(int x);
+    void FitHeight();
     void ShowHintOfChoice();
 
     QWidget* m_pInput;
