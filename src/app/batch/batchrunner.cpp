@@ -8,6 +8,7 @@
 #include "program/eval/expression.h"
 #include "program/unwind/callstack.h"
 #include "project/file/project.h"
+#include "project/finder/filefinder.h"
 #include "script/host/bscript.h"
 #include "views/framework/messagebox.h"
 
@@ -130,6 +131,7 @@ QString CBatchRunner::GetUnsettled() const
     if (!CDevice::Get().IsIdle()) return QStringLiteral("the device is busy");
     for (const CWindow* pWindow : CMainWindow::Get().GetWindows())
         if (pWindow->IsUpdatePending()) return QStringLiteral("window %1 has an update to do").arg(pWindow->GetName());
+    if (CFileFinder::Get().IsTellingPending()) return QStringLiteral("the source files found are about to be told");
     if (CMainWindow::Get().IsMessageBoxPending()) return QStringLiteral("a message is about to be shown");
     return {};
 }

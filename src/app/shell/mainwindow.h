@@ -4,7 +4,8 @@
 // the main thread: each starts the next job and returns. The decisions themselves are pure functions
 // (sessiondecisions.h). The code lies in one file a concern: mainwindow_form.cpp builds menus, tool bars and
 // docks, _session.cpp holds connect, reset, download and disconnect, _run.cpp running and stepping, _file.cpp
-// opening files, _windows.cpp showing and finding windows, _state.cpp the enabled state of the commands.
+// opening files, _windows.cpp showing and finding windows, _state.cpp the enabled state of the commands, _keys.cpp
+// the dispatch of keys.
 #pragma once
 #include "app/shell/mainwindow_layout.h"
 #include "views/framework/window.h"
@@ -94,6 +95,11 @@ public:
     bool CreateProjectFromCmdLine();                ///< whether a project was made
     bool CreateProject(const QString& sPath, const QStringList& Commands, bool Ask);
     bool SaveModifiedDocuments();                   ///< false: the user called it off
+    void CheckProjectFileChanged(); ///< a script that was changed on the disk is loaded anew
+    void ShowScriptError();         ///< the line of the script's error, if there is one, in the source window
+    /// The folder that file dialogs begin in, which follows the user's choices.
+    const QString& GetDefaultDir(bool Save) const { return Save ? m_sDefaultDirSave : m_sDefaultDirOpen; }
+    void SetDefaultDirOf(bool Save, const QString& sFile);
     ///@}
 
     /// \name Windows
@@ -222,7 +228,7 @@ private:
     void CloseProgram();
     void CheckProgramFileChanged();
     void LoadDefaultRegisterSet();
-    void ShowProjectWarnings();
+    bool ShowProjectWarnings(); ///< false: the user wants no project with such faults
 
     void ShowWelcomeScreen();
     QString AskProjectPath(); ///< empty if the user called it off

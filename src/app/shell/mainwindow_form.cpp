@@ -150,7 +150,8 @@ void CMainWindow::BuildDropDownButtons()
 void CMainWindow::BuildToolBars()
 {
     BuildDropDownButtons();
-    for (int i = 0; i < NUM_TOOLBARS; i++) {
+    // The long bar of windows has a line of its own; beside the others it would push buttons out of sight.
+    for (const TOOLBAR_INDEX i : {TOOLBAR_FILE, TOOLBAR_DEBUG, TOOLBAR_BREAKPOINTS, TOOLBAR_VIEW}) {
         const TOOLBAR_LAYOUT& Layout = TOOLBARS[i];
         auto* pBar = new QToolBar(QLatin1String(Layout.Title), this);
         pBar->setObjectName(QLatin1String(Layout.ObjectName));
@@ -163,9 +164,14 @@ void CMainWindow::BuildToolBars()
                 pBar->addWidget(m_pStartButton);
             else if (Entry == ACT_DEBUG_RESET)
                 pBar->addWidget(m_pResetButton);
-            else if (Entry >= 0 && m_apAction[size_t(Entry)])
+            else {
                 pBar->addAction(m_apAction[size_t(Entry)]);
+                // What the command of a button works on is settled before it is triggered.
+                if (auto* pButton = qobject_cast<QToolButton*>(pBar->widgetForAction(m_apAction[size_t(Entry)])))
+                    connect(pButton, &QToolButton::pressed, this, [this, Entry] { SetDefaultParam(Entry); });
+            }
         }
+        if (i == TOOLBAR_VIEW) addToolBarBreak(Qt::TopToolBarArea);
         addToolBar(Qt::TopToolBarArea, pBar);
         m_apToolBar[size_t(i)] = pBar;
     }

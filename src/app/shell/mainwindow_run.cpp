@@ -153,9 +153,9 @@ void CMainWindow::UpdateActionDebugHaltResume()
     const bool Halted = Dev.IsHalted(), Connected = Dev.IsConnected(), Core = IsTargetUsable();
     QAction* pContinue = m_apAction[ACT_DEBUG_CONTINUE];
     QAction* pHalt = m_apAction[ACT_DEBUG_HALT];
-    // With no session the tool bar shows one of the two, so that its buttons don't move at the first halt.
-    pContinue->setVisible(Halted || !Connected);
-    pHalt->setVisible(Connected && !Halted);
+    // One of the two is always there, so that the buttons behind them don't move.
+    pContinue->setVisible(Connected && Halted);
+    pHalt->setVisible(!Connected || !Halted);
     SetCommandState(ACT_DEBUG_CONTINUE, Core, Core && Connected && Halted);
     SetCommandState(ACT_DEBUG_HALT, Core, Core && Connected && !Halted);
 }

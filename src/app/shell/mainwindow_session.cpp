@@ -523,7 +523,9 @@ void OnExecReset(int Id)
 void OnExecDownload(int Id)
 {
     if (!CheckParamCount(Id) || !RequireConnected(Id)) return;
-    CMainWindow::Get().Download(CFileFinder::Get().Resolve(GetActionParam(Id)), {}, DM_MEMORY);
+    const QString sPath = CFileFinder::Get().Resolve(GetActionParam(Id));
+    if (!QFileInfo(sPath).isFile()) return SetActionError(Id, ERR_FILE_NOT_FOUND);
+    CMainWindow::Get().Download(sPath, {}, DM_MEMORY);
 }
 
 void OnExecCommand(int Id)

@@ -57,6 +57,7 @@ bool LoadCorePlugin()
     const bool Loaded = Core_Load(int(CoreId)) >= 0;
     if (Loaded && PROG_IsLoaded()) {
         // A program that was opened before its core support has not been decoded yet.
+        const std::lock_guard Lock(CDevice::Get().GetDeviceMutex());
         Core::ClearCache();
         Core::AnalyzeProgram();
     }
@@ -96,13 +97,15 @@ QString GetDefaultRegisterFile()
 /// that the simulated devices of a maker share. Empty if there is none.
 QString GetDefaultPeripheralFile(const QString& sDevice)
 {
-    QStringList Names;
-    if (Core_IsLoaded()) Names << Core_GetPeriphRegFile(Core_GetCoreId());
-    Names << sDevice + QStringLiteral(".svd");
+    if (Core_IsLoaded()) {
+        const QString sPath = FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false);
+        if (!sPath.isEmpty()) return sPath;
+    }
+    QStringList Names{sDevice + QStringLiteral(".svd")};
     if (const DEVICE_ENTRY* pEntry = DEVICE_FindEntry(sDevice)) Names << pEntry->sManu + QStringLiteral("Sim.svd");
     for (const QString& sName : Names) {
         const QString sPath = GetPeripheralsDir() + '/' + sName;
-        if (!sName.isEmpty() && QFileInfo(sPath).isFile()) return sPath;
+        if (QFileInfo(sPath).isFile()) return sPath;
     }
     return {};
 }

@@ -20,6 +20,7 @@ public:
     }
 
     bool IsOk() const { return m_Ok; }
+    bool IsBigEndian() const { return m_BigEndian; }
     void Fail() { m_Ok = false; }
     bool AtEnd() const { return !m_Ok || m_Pos >= m_Size; }
     U64 Pos() const { return m_Pos; }

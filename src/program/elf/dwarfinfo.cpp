@@ -2,6 +2,7 @@
 #include "program/elf/dwarfinfo.h"
 
 #include <algorithm>
+#include <cstring>
 #include <libdwarf/dwarf.h>
 
 namespace {
@@ -9,60 +10,48 @@ namespace {
 /// A damaged file can give each unit another place in one large table; the total is bounded by this factor.
 constexpr U64 MAX_ABBREV_PASSES = 64;
 
-/// Adds one attribute to the precomputed size of an abbreviation.
-void CountForm(DWARF_ABBREV& Abbrev, U32 Form)
+/// How to step over one value of a form.
+DWARF_SKIP SkipOfForm(U32 Form, const DWARF_SIZES& Sizes)
 {
+    constexpr auto Fixed = [](U32 Bytes) { return DWARF_SKIP{DWARF_SKIP_OP::FIXED, Bytes}; };
     switch (Form) {
-    case DW_FORM_addr: Abbrev.NumAddrs++; break;
-    case DW_FORM_ref_addr: Abbrev.NumRefAddrs++; break;
+    case DW_FORM_flag_present:
+    case DW_FORM_implicit_const: return Fixed(0);
+    case DW_FORM_data1:
+    case DW_FORM_ref1:
+    case DW_FORM_flag:
+    case DW_FORM_strx1:
+    case DW_FORM_addrx1: return Fixed(1);
+    case DW_FORM_data2:
+    case DW_FORM_ref2:
+    case DW_FORM_strx2:
+    case DW_FORM_addrx2: return Fixed(2);
+    case DW_FORM_strx3:
+    case DW_FORM_addrx3: return Fixed(3);
+    case DW_FORM_data4:
+    case DW_FORM_ref4:
+    case DW_FORM_strx4:
+    case DW_FORM_addrx4:
+    case DW_FORM_ref_sup4: return Fixed(4);
+    case DW_FORM_data8:
+    case DW_FORM_ref8:
+    case DW_FORM_ref_sig8:
+    case DW_FORM_ref_sup8: return Fixed(8);
+    case DW_FORM_data16: return Fixed(16);
+    case DW_FORM_addr: return Fixed(Sizes.Addr);
+    case DW_FORM_ref_addr: return Fixed(Sizes.RefAddr());
     case DW_FORM_strp:
     case DW_FORM_line_strp:
     case DW_FORM_sec_offset:
     case DW_FORM_strp_sup:
     case DW_FORM_GNU_ref_alt:
-    case DW_FORM_GNU_strp_alt: Abbrev.NumOffsets++; break;
-    case DW_FORM_flag_present:
-    case DW_FORM_implicit_const: break;
-    case DW_FORM_data1:
-    case DW_FORM_ref1:
-    case DW_FORM_flag:
-    case DW_FORM_strx1:
-    case DW_FORM_addrx1: Abbrev.FixedBytes += 1; break;
-    case DW_FORM_data2:
-    case DW_FORM_ref2:
-    case DW_FORM_strx2:
-    case DW_FORM_addrx2: Abbrev.FixedBytes += 2; break;
-    case DW_FORM_strx3:
-    case DW_FORM_addrx3: Abbrev.FixedBytes += 3; break;
-    case DW_FORM_data4:
-    case DW_FORM_ref4:
-    case DW_FORM_strx4:
-    case DW_FORM_addrx4:
-    case DW_FORM_ref_sup4: Abbrev.FixedBytes += 4; break;
-    case DW_FORM_data8:
-    case DW_FORM_ref8:
-    case DW_FORM_ref_sig8:
-    case DW_FORM_ref_sup8: Abbrev.FixedBytes += 8; break;
-    case DW_FORM_data16: Abbrev.FixedBytes += 16; break;
-    default: Abbrev.IsFixed = false; break;
-    }
-}
-
-} // namespace
-
-void DwarfSkipForm(CByteCursor& Cur, U32 Form, U32 AddrSize, U32 OffsetSize, U32 Version)
-{
-    if (Form == DW_FORM_indirect) {
-        Form = static_cast<U32>(Cur.GetULeb());
-        if (Form == DW_FORM_indirect || Form == DW_FORM_implicit_const) return Cur.Fail();
-    }
-    switch (Form) {
-    case DW_FORM_string: Cur.GetText(); return;
-    case DW_FORM_block1: Cur.Skip(Cur.GetU8()); return;
-    case DW_FORM_block2: Cur.Skip(Cur.GetU16()); return;
-    case DW_FORM_block4: Cur.Skip(Cur.GetU32()); return;
+    case DW_FORM_GNU_strp_alt: return Fixed(Sizes.Offset);
+    case DW_FORM_string: return {DWARF_SKIP_OP::TEXT, 0};
+    case DW_FORM_block1: return {DWARF_SKIP_OP::BLOCK1, 0};
+    case DW_FORM_block2: return {DWARF_SKIP_OP::BLOCK2, 0};
+    case DW_FORM_block4: return {DWARF_SKIP_OP::BLOCK4, 0};
     case DW_FORM_block:
-    case DW_FORM_exprloc: Cur.Skip(Cur.GetULeb()); return;
+    case DW_FORM_exprloc: return {DWARF_SKIP_OP::BLOCK_LEB, 0};
     case DW_FORM_sdata:
     case DW_FORM_udata:
     case DW_FORM_ref_udata:
@@ -71,15 +60,102 @@ void DwarfSkipForm(CByteCursor& Cur, U32 Form, U32 AddrSize, U32 OffsetSize, U32
     case DW_FORM_loclistx:
     case DW_FORM_rnglistx:
     case DW_FORM_GNU_addr_index:
-    case DW_FORM_GNU_str_index: Cur.SkipLeb(); return;
+    case DW_FORM_GNU_str_index: return {DWARF_SKIP_OP::LEB, 0};
+    case DW_FORM_indirect: return {DWARF_SKIP_OP::INDIRECT, 0};
+    default: return {DWARF_SKIP_OP::UNKNOWN, 0};
+    }
+}
+
+/// Lays out one attribute: where it begins, if that is known, and how to get behind it.
+void AddAttr(DWARF_ABBREV_TABLE& Table, DWARF_ABBREV& Abbrev, U32 Name, U32 Form, I64 Implicit, const DWARF_SIZES& Sizes)
+{
+    Table.aSpec.push_back({static_cast<U16>(Name), static_cast<U16>(Form), Abbrev.IsFixed ? Abbrev.FixedSize : DIE_ID_NONE, Implicit});
+    const DWARF_SKIP Skip = SkipOfForm(Form, Sizes);
+    const bool IsFixed = Skip.Op == DWARF_SKIP_OP::FIXED;
+    if (IsFixed && Abbrev.NumSkips && Table.aSkip.back().Op == DWARF_SKIP_OP::FIXED) {
+        Table.aSkip.back().Bytes += Skip.Bytes;
+    } else if (!IsFixed || Skip.Bytes) {
+        Table.aSkip.push_back(Skip);
+        Abbrev.NumSkips++;
+    }
+    if (IsFixed) Abbrev.FixedSize += Skip.Bytes;
+    else Abbrev.IsFixed = false;
+    switch (Name) {
+    case DW_AT_specification: Abbrev.HasSpecification = true; break;
+    case DW_AT_declaration: Abbrev.HasDeclaration = true; break;
+    case DW_AT_artificial: Abbrev.HasArtificial = true; break;
+    case DW_AT_byte_size: Abbrev.HasByteSize = true; break;
+    case DW_AT_name: Abbrev.HasName = true; break;
+    case DW_AT_location: Abbrev.HasLocation = true; break;
+    case DW_AT_main_subprogram: Abbrev.IsMain = true; break;
     default: break;
     }
-    DWARF_ABBREV Size;
-    Size.IsFixed = true;
-    CountForm(Size, Form);
-    if (!Size.IsFixed) return Cur.Fail();
-    Cur.Skip(Size.FixedBytes + Size.NumAddrs * AddrSize + Size.NumOffsets * OffsetSize +
-             Size.NumRefAddrs * (Version <= 2 ? AddrSize : OffsetSize));
+}
+
+U64 GetNumber(const U8* p, U32 Size, bool BigEndian)
+{
+    U64 Value = 0;
+    for (U32 i = 0; i < Size; i++) Value |= static_cast<U64>(p[i]) << (8 * (BigEndian ? Size - 1 - i : i));
+    return Value;
+}
+
+} // namespace
+
+const U8* DwarfSkipAttrs(const DWARF_SKIP* pSkip, U32 NumSkips, const U8* p, const U8* pEnd, const DWARF_SIZES& Sizes,
+                         bool BigEndian)
+{
+    for (const DWARF_SKIP* pLast = pSkip + NumSkips; pSkip != pLast; pSkip++) {
+        DWARF_SKIP_OP Op = pSkip->Op;
+        U64 Size = pSkip->Bytes;
+        if (Op == DWARF_SKIP_OP::INDIRECT) {
+            U64 Form;
+            if (!DwarfGetULeb(p, pEnd, Form) || Form == DW_FORM_indirect || Form == DW_FORM_implicit_const || Form > 0xFFFF) return nullptr;
+            const DWARF_SKIP Actual = SkipOfForm(static_cast<U32>(Form), Sizes);
+            Op = Actual.Op;
+            Size = Actual.Bytes;
+        }
+        const U64 Left = static_cast<U64>(pEnd - p);
+        U32 Prefix = 0; // bytes of the size in front of a block
+        switch (Op) {
+        case DWARF_SKIP_OP::FIXED: break;
+        case DWARF_SKIP_OP::LEB:
+            while (p < pEnd && *p & 0x80) p++;
+            if (p == pEnd) return nullptr;
+            p++;
+            continue;
+        case DWARF_SKIP_OP::TEXT: {
+            const void* pZero = Left ? std::memchr(p, 0, Left) : nullptr;
+            if (!pZero) return nullptr;
+            p = static_cast<const U8*>(pZero) + 1;
+            continue;
+        }
+        case DWARF_SKIP_OP::BLOCK1: Prefix = 1; break;
+        case DWARF_SKIP_OP::BLOCK2: Prefix = 2; break;
+        case DWARF_SKIP_OP::BLOCK4: Prefix = 4; break;
+        case DWARF_SKIP_OP::BLOCK_LEB:
+            if (!DwarfGetULeb(p, pEnd, Size)) return nullptr;
+            break;
+        default: return nullptr;
+        }
+        if (Prefix) {
+            if (Left < Prefix) return nullptr;
+            Size = GetNumber(p, Prefix, BigEndian);
+            p += Prefix;
+        }
+        if (Size > static_cast<U64>(pEnd - p)) return nullptr;
+        p += Size;
+    }
+    return p;
+}
+
+void DwarfSkipForm(CByteCursor& Cur, U32 Form, const DWARF_SIZES& Sizes)
+{
+    if (!Cur.IsOk()) return;
+    const DWARF_SKIP Skip = SkipOfForm(Form, Sizes);
+    const U8* pStart = Cur.Ptr();
+    const U8* pEnd = DwarfSkipAttrs(&Skip, 1, pStart, pStart + Cur.Remaining(), Sizes, Cur.IsBigEndian());
+    if (pEnd) Cur.Skip(static_cast<U64>(pEnd - pStart));
+    else Cur.Fail();
 }
 
 const DWARF_ABBREV* DWARF_ABBREV_TABLE::Find(U64 Code) const
@@ -158,17 +234,18 @@ bool CDwarfInfo::_ReadUnitHeader(DWARF_UNIT& Unit)
     }
     if (!Cur.IsOk() || (Unit.AddrSize != 4 && Unit.AddrSize != 8 && Unit.AddrSize != 2)) return false;
     Unit.DieOffset = static_cast<U32>(Cur.Pos());
-    Unit.pAbbrevs = _GetAbbrevs(AbbrevOffset);
+    Unit.pAbbrevs = _GetAbbrevs(AbbrevOffset, Unit.Sizes());
     return Unit.pAbbrevs != nullptr;
 }
 
-const DWARF_ABBREV_TABLE* CDwarfInfo::_GetAbbrevs(U64 Offset)
+const DWARF_ABBREV_TABLE* CDwarfInfo::_GetAbbrevs(U64 Offset, const DWARF_SIZES& Sizes)
 {
-    const auto it = m_AbbrevTables.find(Offset);
+    if (Offset >= m_Sec.Abbrev.Size || m_AbbrevBytesRead > MAX_ABBREV_PASSES * m_Sec.Abbrev.Size) return nullptr;
+    const U64 Key = Offset | static_cast<U64>(Sizes.Addr) << 32 | static_cast<U64>(Sizes.Offset) << 40 | static_cast<U64>(Sizes.RefAddr()) << 48;
+    const auto it = m_AbbrevTables.find(Key);
     if (it != m_AbbrevTables.end()) return it->second.get();
     auto pTable = std::make_unique<DWARF_ABBREV_TABLE>();
     CByteCursor Cur(m_Sec.Abbrev.pData, m_Sec.Abbrev.Size, m_Sec.BigEndian, Offset);
-    if (!Cur.IsOk() || m_AbbrevBytesRead > MAX_ABBREV_PASSES * m_Sec.Abbrev.Size) return nullptr;
     for (;;) {
         const U64 Code = Cur.GetULeb();
         if (!Cur.IsOk() || Code == 0) break;
@@ -177,16 +254,13 @@ const DWARF_ABBREV_TABLE* CDwarfInfo::_GetAbbrevs(U64 Offset)
         Abbrev.HasChildren = Cur.GetU8() != 0;
         Abbrev.IsFixed = true;
         Abbrev.FirstAttr = static_cast<U32>(pTable->aSpec.size());
+        Abbrev.FirstSkip = static_cast<U32>(pTable->aSkip.size());
         for (;;) {
             const U64 Name = Cur.GetULeb();
             const U64 Form = Cur.GetULeb();
             const I64 Implicit = Form == DW_FORM_implicit_const ? Cur.GetSLeb() : 0;
             if (!Cur.IsOk() || (Name == 0 && Form == 0)) break;
-            pTable->aSpec.push_back({static_cast<U16>(Name), static_cast<U16>(Form), Implicit});
-            CountForm(Abbrev, static_cast<U32>(Form));
-            if (Name == DW_AT_specification) Abbrev.HasSpecification = true;
-            if (Name == DW_AT_declaration) Abbrev.HasDeclaration = true;
-            if (Name == DW_AT_artificial) Abbrev.HasArtificial = true;
+            AddAttr(*pTable, Abbrev, Name > 0xFFFF ? 0 : static_cast<U32>(Name), Form > 0xFFFF ? 0 : static_cast<U32>(Form), Implicit, Sizes);
         }
         if (!Cur.IsOk()) break;
         Abbrev.NumAttrs = static_cast<U32>(pTable->aSpec.size()) - Abbrev.FirstAttr;
@@ -201,7 +275,7 @@ const DWARF_ABBREV_TABLE* CDwarfInfo::_GetAbbrevs(U64 Offset)
         }
     }
     m_AbbrevBytesRead += (Cur.IsOk() ? Cur.Pos() : m_Sec.Abbrev.Size) - Offset;
-    return m_AbbrevTables.emplace(Offset, std::move(pTable)).first->second.get();
+    return m_AbbrevTables.emplace(Key, std::move(pTable)).first->second.get();
 }
 
 void CDwarfInfo::_ReadRoot(DWARF_UNIT& Unit)
@@ -275,36 +349,38 @@ U32 CDwarfInfo::EndOfDie(const DWARF_DIE& Die) const
     if (Die.IsNull()) return Die.AttrOffset;
     const DWARF_UNIT& Unit = *Die.pUnit;
     const DWARF_ABBREV& Abbrev = *Die.pAbbrev;
-    if (Abbrev.IsFixed) {
-        const U64 End = static_cast<U64>(Die.AttrOffset) + Abbrev.FixedBytes + Abbrev.NumAddrs * Unit.AddrSize +
-                        Abbrev.NumOffsets * Unit.OffsetSize +
-                        Abbrev.NumRefAddrs * (Unit.Version <= 2 ? Unit.AddrSize : Unit.OffsetSize);
-        return End <= Unit.End ? static_cast<U32>(End) : 0;
-    }
-    CByteCursor Cur(_Section(Unit.InTypes).pData, Unit.End, m_Sec.BigEndian, Die.AttrOffset);
-    const DWARF_ATTR_SPEC* pSpec = Unit.pAbbrevs->aSpec.data() + Abbrev.FirstAttr;
-    for (U32 i = 0; i < Abbrev.NumAttrs; i++) {
-        DwarfSkipForm(Cur, pSpec[i].Form, Unit.AddrSize, Unit.OffsetSize, Unit.Version);
-    }
-    return Cur.IsOk() ? static_cast<U32>(Cur.Pos()) : 0;
+    const U8* pBase = SectionData(Unit.InTypes);
+    const U8* pEnd = DwarfSkipAttrs(Unit.pAbbrevs->aSkip.data() + Abbrev.FirstSkip, Abbrev.NumSkips, pBase + Die.AttrOffset,
+                                    pBase + Unit.End, Unit.Sizes(), m_Sec.BigEndian);
+    return pEnd ? static_cast<U32>(pEnd - pBase) : 0;
 }
 
-bool CDwarfInfo::HasAttr(const DWARF_DIE& Die, U32 Attr) const
+const DWARF_ATTR_SPEC* CDwarfInfo::_FindSpec(const DWARF_DIE& Die, U32 Attr) const
 {
-    if (Die.IsNull()) return false;
+    if (Die.IsNull()) return nullptr;
     const DWARF_ATTR_SPEC* pSpec = Die.pUnit->pAbbrevs->aSpec.data() + Die.pAbbrev->FirstAttr;
-    return std::any_of(pSpec, pSpec + Die.pAbbrev->NumAttrs,
-                       [Attr](const DWARF_ATTR_SPEC& Spec) { return Spec.Name == Attr; });
+    for (const DWARF_ATTR_SPEC* pEnd = pSpec + Die.pAbbrev->NumAttrs; pSpec != pEnd; pSpec++) {
+        if (pSpec->Name == Attr) return pSpec;
+    }
+    return nullptr;
 }
+
+bool CDwarfInfo::HasAttr(const DWARF_DIE& Die, U32 Attr) const { return _FindSpec(Die, Attr) != nullptr; }
 
 DWARF_VALUE CDwarfInfo::GetAttr(const DWARF_DIE& Die, U32 Attr) const
 {
-    if (!HasAttr(Die, Attr)) return {};
+    const DWARF_ATTR_SPEC* pSpec = _FindSpec(Die, Attr);
+    if (!pSpec) return {};
     const DWARF_UNIT& Unit = *Die.pUnit;
-    CByteCursor Cur(_Section(Unit.InTypes).pData, Unit.End, m_Sec.BigEndian, Die.AttrOffset);
-    const DWARF_ATTR_SPEC* pSpec = Unit.pAbbrevs->aSpec.data() + Die.pAbbrev->FirstAttr;
-    for (; pSpec->Name != Attr; pSpec++) {
-        DwarfSkipForm(Cur, pSpec->Form, Unit.AddrSize, Unit.OffsetSize, Unit.Version);
+    CByteCursor Cur(SectionData(Unit.InTypes), Unit.End, m_Sec.BigEndian, Die.AttrOffset);
+    if (pSpec->Offset != DIE_ID_NONE) {
+        Cur.Skip(pSpec->Offset);
+    } else {
+        // From the last attribute whose place is known.
+        const DWARF_ATTR_SPEC* pFrom = pSpec;
+        while (pFrom->Offset == DIE_ID_NONE) pFrom--;
+        Cur.Skip(pFrom->Offset);
+        for (; pFrom != pSpec; pFrom++) DwarfSkipForm(Cur, pFrom->Form, Unit.Sizes());
     }
     return _ReadForm(Cur, Unit, pSpec->Form, pSpec->Implicit);
 }

@@ -27,23 +27,42 @@ struct DWARF_SECTIONS {
     bool BigEndian = false;
 };
 
+/// Sizes that the forms of a unit depend on.
+struct DWARF_SIZES {
+    U8 Addr = 4, Offset = 4;
+    U16 Version = 4;
+    U32 RefAddr() const { return Version <= 2 ? Addr : Offset; }
+};
+
 struct DWARF_ATTR_SPEC {
     U16 Name, Form;
+    U32 Offset;   ///< from the first attribute on; DIE_ID_NONE: it depends on the bytes before it
     I64 Implicit; ///< value of DW_FORM_implicit_const
+};
+
+/// One step over attribute values: all that is fixed in a row, or one value that tells its own size.
+enum class DWARF_SKIP_OP : U8 { FIXED, LEB, TEXT, BLOCK1, BLOCK2, BLOCK4, BLOCK_LEB, INDIRECT, UNKNOWN };
+struct DWARF_SKIP {
+    DWARF_SKIP_OP Op;
+    U32 Bytes; ///< of FIXED
 };
 
 struct DWARF_ABBREV {
     U32 Tag = 0;
     U32 FirstAttr = 0, NumAttrs = 0; ///< span in the table's specs
+    U32 FirstSkip = 0, NumSkips = 0; ///< span in the table's skips
+    U32 FixedSize = 0;               ///< of the attributes, if IsFixed
     bool HasChildren = false;
     bool IsFixed = false;            ///< the size of an entry doesn't depend on its bytes
-    U32 FixedBytes = 0, NumAddrs = 0, NumOffsets = 0, NumRefAddrs = 0;
-    bool HasSpecification = false, HasDeclaration = false, HasArtificial = false;
+    bool HasSpecification = false, HasDeclaration = false, HasArtificial = false, HasByteSize = false;
+    bool HasName = false, HasLocation = false, IsMain = false;
 };
 
+/// The abbreviations at one offset, prepared for units of the same sizes.
 struct DWARF_ABBREV_TABLE {
     std::vector<DWARF_ABBREV> aAbbrev;
     std::vector<DWARF_ATTR_SPEC> aSpec;
+    std::vector<DWARF_SKIP> aSkip;
     std::vector<U32> aDense;                    ///< code - 1 to index + 1
     std::unordered_map<U64, U32> Sparse;        ///< codes that don't fit the dense array
     const DWARF_ABBREV* Find(U64 Code) const;
@@ -62,6 +81,7 @@ struct DWARF_UNIT {
     bool HasLowPc = false, HasStmtList = false;
     U64 StmtList = 0, StrOffsetsBase = 0, AddrBase = 0, RnglistsBase = 0, LoclistsBase = 0;
     U32 Lang = 0;
+    DWARF_SIZES Sizes() const { return {AddrSize, OffsetSize, Version}; }
     U32 RootId() const { return DieOffset | (InTypes ? DIE_ID_TYPES : 0); }
     bool IsTypeUnit() const { return TypeOffset != 0; }
 };
@@ -97,6 +117,8 @@ public:
     const std::vector<DWARF_UNIT>& Units() const { return m_aUnit; }
     U32 NumBadUnits() const { return m_NumBadUnits; }
 
+    /// Index of a unit in Units().
+    U32 IndexOf(const DWARF_UNIT& Unit) const { return static_cast<U32>(&Unit - m_aUnit.data()); }
     /// Unit that holds the entry, null if none.
     const DWARF_UNIT* FindUnit(U32 Id) const;
     const DWARF_UNIT* FindTypeUnit(U64 Signature) const;
@@ -106,6 +128,8 @@ public:
     bool ReadDie(U32 Id, DWARF_DIE& Die) const;
     /// Offset behind the entry's attributes, 0 if they don't fit the unit.
     U32 EndOfDie(const DWARF_DIE& Die) const;
+    /// Bytes of the section from its start on; entries of a unit end at Unit.End.
+    const U8* SectionData(bool InTypes) const { return _Section(InTypes).pData; }
 
     bool HasAttr(const DWARF_DIE& Die, U32 Attr) const;
     /// The attribute of this very entry; class NONE if it has none.
@@ -118,12 +142,12 @@ public:
     bool GetRanges(const DWARF_UNIT& Unit, const DWARF_VALUE& Value, std::vector<std::pair<U32, U32>>& aRange) const;
 
 private:
-    friend class CDwarfUnitReader;
+    const DWARF_ATTR_SPEC* _FindSpec(const DWARF_DIE& Die, U32 Attr) const;
     ELF_BYTES _Section(bool InTypes) const { return InTypes ? m_Sec.Types : m_Sec.Info; }
     bool _ReadUnits(bool InTypes);
     bool _ReadUnitHeader(DWARF_UNIT& Unit);
     void _ReadRoot(DWARF_UNIT& Unit);
-    const DWARF_ABBREV_TABLE* _GetAbbrevs(U64 Offset);
+    const DWARF_ABBREV_TABLE* _GetAbbrevs(U64 Offset, const DWARF_SIZES& Sizes);
     DWARF_VALUE _ReadForm(CByteCursor& Cur, const DWARF_UNIT& Unit, U32 Form, I64 Implicit) const;
     const char* _TextAt(const ELF_BYTES& Section, U64 Offset) const;
     const char* _IndexedText(const DWARF_UNIT& Unit, U64 Index) const;
@@ -145,8 +169,24 @@ struct DWARF_LOC_ENTRY {
     const U8* pExpr;
     U32 ExprSize;
 };
-/// Reads the location list that an attribute names. False if it isn't a list or is damaged from the start.
+/// Reads the location list that an attribute names, or only its first entry that has an expression. False if it
+/// isn't a list or is damaged from the start.
 bool DwarfReadLocList(const CDwarfInfo& Info, const DWARF_UNIT& Unit, const DWARF_VALUE& Value,
-                      std::vector<DWARF_LOC_ENTRY>& aEntry);
+                      std::vector<DWARF_LOC_ENTRY>& aEntry, bool FirstOnly = false);
 /// Skips the value of a form, for readers of entries outside of .debug_info too.
-void DwarfSkipForm(CByteCursor& Cur, U32 Form, U32 AddrSize, U32 OffsetSize, U32 Version);
+void DwarfSkipForm(CByteCursor& Cur, U32 Form, const DWARF_SIZES& Sizes);
+/// Steps over attribute values. The address behind them, null if they don't fit before pEnd.
+const U8* DwarfSkipAttrs(const DWARF_SKIP* pSkip, U32 NumSkips, const U8* p, const U8* pEnd, const DWARF_SIZES& Sizes,
+                         bool BigEndian);
+
+/// A number in the ULEB128 form; false if it doesn't end before pEnd. Bits above the 64th are dropped.
+inline bool DwarfGetULeb(const U8*& p, const U8* pEnd, U64& Value)
+{
+    Value = 0;
+    for (U32 Shift = 0; p < pEnd; Shift += 7) {
+        const U8 Byte = *p++;
+        if (Shift < 64) Value |= static_cast<U64>(Byte & 0x7F) << Shift;
+        if (!(Byte & 0x80)) return true;
+    }
+    return false;
+}

@@ -155,7 +155,7 @@ bool CLineReader::_ReadEntries(const char* sCompDir, bool Files)
                 default: return false;
                 }
             } else {
-                DwarfSkipForm(m_Cur, Format.Form, m_Hdr.AddrSize, m_Hdr.OffsetSize, 5);
+                DwarfSkipForm(m_Cur, Format.Form, {static_cast<U8>(m_Hdr.AddrSize), static_cast<U8>(m_Hdr.OffsetSize), 5});
             }
         }
         if (!m_Cur.IsOk()) return false;

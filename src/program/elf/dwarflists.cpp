@@ -24,7 +24,7 @@ U64 BaseSelector(U32 AddrSize)
     return AddrSize == 8 ? ~0ull : (1ull << (8 * AddrSize)) - 1;
 }
 
-bool ReadLoc2(const DWARF_SECTIONS& Sec, const DWARF_UNIT& Unit, U64 Offset, std::vector<DWARF_LOC_ENTRY>& aEntry)
+bool ReadLoc2(const DWARF_SECTIONS& Sec, const DWARF_UNIT& Unit, U64 Offset, std::vector<DWARF_LOC_ENTRY>& aEntry, bool FirstOnly)
 {
     CByteCursor Cur(Sec.Loc.pData, Sec.Loc.Size, Sec.BigEndian, Offset);
     U64 Base = Unit.LowPc;
@@ -40,12 +40,14 @@ bool ReadLoc2(const DWARF_SECTIONS& Sec, const DWARF_UNIT& Unit, U64 Offset, std
         const U32 Size = Cur.GetU16();
         const U8* pExpr = Cur.GetBytes(Size);
         if (!Cur.IsOk()) return !aEntry.empty();
+        if (FirstOnly && !Size) continue;
         aEntry.push_back({Base + Low, Base + High, pExpr, Size});
+        if (FirstOnly) return true;
     }
     return true;
 }
 
-bool ReadLoc5(const CDwarfInfo& Info, const DWARF_UNIT& Unit, U64 Offset, std::vector<DWARF_LOC_ENTRY>& aEntry)
+bool ReadLoc5(const CDwarfInfo& Info, const DWARF_UNIT& Unit, U64 Offset, std::vector<DWARF_LOC_ENTRY>& aEntry, bool FirstOnly)
 {
     const DWARF_SECTIONS& Sec = Info.Sections();
     CByteCursor Cur(Sec.Loclists.pData, Sec.Loclists.Size, Sec.BigEndian, Offset);
@@ -74,7 +76,8 @@ bool ReadLoc5(const CDwarfInfo& Info, const DWARF_UNIT& Unit, U64 Offset, std::v
         if (HasExpr) {
             const U64 Size = Cur.GetULeb();
             const U8* pExpr = Cur.GetBytes(Size);
-            if (Cur.IsOk()) aEntry.push_back({Low, High, pExpr, static_cast<U32>(Size)});
+            if (Cur.IsOk() && (Size || !FirstOnly)) aEntry.push_back({Low, High, pExpr, static_cast<U32>(Size)});
+            if (FirstOnly && !aEntry.empty()) return true;
         }
         if (!Cur.IsOk()) return !aEntry.empty();
     }
@@ -84,7 +87,7 @@ bool ReadLoc5(const CDwarfInfo& Info, const DWARF_UNIT& Unit, U64 Offset, std::v
 } // namespace
 
 bool DwarfReadLocList(const CDwarfInfo& Info, const DWARF_UNIT& Unit, const DWARF_VALUE& Value,
-                      std::vector<DWARF_LOC_ENTRY>& aEntry)
+                      std::vector<DWARF_LOC_ENTRY>& aEntry, bool FirstOnly)
 {
     U64 Offset = Value.Value;
     if (Value.Class == DWARF_CLASS::INDEX) {
@@ -93,7 +96,7 @@ bool DwarfReadLocList(const CDwarfInfo& Info, const DWARF_UNIT& Unit, const DWAR
     } else if (Value.Class != DWARF_CLASS::OFFSET && Value.Class != DWARF_CLASS::CONSTANT) {
         return false;
     }
-    return Unit.Version >= 5 ? ReadLoc5(Info, Unit, Offset, aEntry) : ReadLoc2(Info.Sections(), Unit, Offset, aEntry);
+    return Unit.Version >= 5 ? ReadLoc5(Info, Unit, Offset, aEntry, FirstOnly) : ReadLoc2(Info.Sections(), Unit, Offset, aEntry, FirstOnly);
 }
 
 bool CDwarfInfo::GetRanges(const DWARF_UNIT& Unit, const DWARF_VALUE& Value,

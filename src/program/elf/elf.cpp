@@ -64,8 +64,15 @@ ELF_STATE& ElfState()
     return State;
 }
 
+/// The file that this thread alone knows.
+static thread_local ELF_FILE* s_pPrivate = nullptr;
+
+CElfPrivate::CElfPrivate(ELF_HANDLE hFile) : m_hPrev(s_pPrivate) { s_pPrivate = hFile; }
+CElfPrivate::~CElfPrivate() { s_pPrivate = m_hPrev; }
+
 ELF_FILE* ElfFind(ELF_HANDLE hFile)
 {
+    if (hFile && hFile == s_pPrivate) return hFile;
     const ELF_STATE& State = ElfState();
     if (!hFile || State.Opening || State.Closing) return nullptr;
     for (ELF_FILE* pFile : State.apFile) {
@@ -76,7 +83,7 @@ ELF_FILE* ElfFind(ELF_HANDLE hFile)
 
 ELF_FILE* ElfCurrent()
 {
-    return ElfFind(ElfState().pCurrent);
+    return s_pPrivate ? s_pPrivate : ElfFind(ElfState().pCurrent);
 }
 
 ELF_FILE* ElfFindSym(ELF_SYM_HANDLE hSym)
@@ -85,7 +92,7 @@ ELF_FILE* ElfFindSym(ELF_SYM_HANDLE hSym)
     const U32 Slot = (hSym >> 35) & 7;
     const U32 Kind = (hSym >> 32) & 7;
     if (Slot >= ELF_MAX_OPEN_FILES || (Kind != ELF_SYM_KIND_DEBUG && Kind != ELF_SYM_KIND_ELF)) return nullptr;
-    ELF_FILE* pFile = ElfFind(ElfState().apFile[Slot]);
+    ELF_FILE* pFile = s_pPrivate && s_pPrivate->Slot == Slot ? s_pPrivate : ElfFind(ElfState().apFile[Slot]);
     if (!pFile) return nullptr;
     const U32 Id = static_cast<U32>(hSym);
     if (Kind == ELF_SYM_KIND_ELF) return Id < pFile->Image.Symbols().size() ? pFile : nullptr;
@@ -105,50 +112,107 @@ void ElfReport(U32 Code, U32 Flags, const char* sText, const char* sArg)
     pfDiag(&Diag);
 }
 
-static std::recursive_mutex& Mutex()
+namespace {
+
+/// A recursive mutex whose holder takes it again without any atomic operation.
+struct TABLE_MUTEX {
+    std::mutex Mutex;
+    std::atomic<const void*> pHolder{nullptr}; ///< mark of the thread that holds it
+    U32 Depth = 0;
+};
+TABLE_MUTEX s_Mutex;
+/// Its address is the mark of a thread.
+thread_local char s_ThreadMark;
+
+} // namespace
+
+void ELF_Lock()
 {
-    static std::recursive_mutex s_Mutex;
-    return s_Mutex;
+    if (s_Mutex.pHolder.load(std::memory_order_relaxed) != &s_ThreadMark) {
+        s_Mutex.Mutex.lock();
+        s_Mutex.pHolder.store(&s_ThreadMark, std::memory_order_relaxed);
+    }
+    s_Mutex.Depth++;
 }
-void ELF_Lock() { Mutex().lock(); }
-void ELF_Unlock() { Mutex().unlock(); }
+
+void ELF_Unlock()
+{
+    if (--s_Mutex.Depth) return;
+    s_Mutex.pHolder.store(nullptr, std::memory_order_relaxed);
+    s_Mutex.Mutex.unlock();
+}
 
 void ELF_SetDiagCallback(ELF_DIAG_FUNC pfDiag)
 {
     ElfState().pfDiag = pfDiag;
 }
 
-ELF_HANDLE ELF_Open(const char* sPath, bool ParseDebugInfo)
+/// Takes a free slot of the open table; ELF_MAX_OPEN_FILES if there is none.
+static U32 ReserveSlot()
+{
+    const CElfLock Lock;
+    ELF_STATE& State = ElfState();
+    U32 Slot = 0;
+    while (Slot < ELF_MAX_OPEN_FILES && (State.apFile[Slot] || State.aReserved[Slot])) Slot++;
+    if (Slot < ELF_MAX_OPEN_FILES) State.aReserved[Slot] = true;
+    return Slot;
+}
+
+ELF_HANDLE ELF_OpenPrivate(const char* sPath, bool ParseDebugInfo, ELF_PROGRESS* pProgress, U32* pError)
+{
+    *pError = ELF_ERR_TOO_MANY_FILES;
+    const U32 Slot = ReserveSlot();
+    if (Slot == ELF_MAX_OPEN_FILES) return nullptr;
+    ELF_FILE* pFile = new (std::nothrow) ELF_FILE;
+    *pError = ELF_ERR_MEMORY;
+    if (pFile) {
+        pFile->Slot = Slot;
+        pFile->Serial = ElfState().NextSerial++;
+        const CElfPrivate Private(pFile);
+        try {
+            *pError = pFile->Open(sPath, ParseDebugInfo, pProgress);
+        } catch (const std::bad_alloc&) {
+        }
+        const bool IsCancelled = pProgress && pProgress->Cancel;
+        if (!*pError && !IsCancelled) return pFile;
+        if (IsCancelled) *pError = 0;
+    }
+    delete pFile;
+    const CElfLock Lock;
+    ElfState().aReserved[Slot] = false;
+    return nullptr;
+}
+
+void ELF_Publish(ELF_HANDLE hFile)
 {
     ELF_STATE& State = ElfState();
-    ELF_FILE* pFile = nullptr;
+    State.apFile[hFile->Slot] = hFile;
+    State.aReserved[hFile->Slot] = false;
+    State.pCurrent = hFile;
+}
+
+void ELF_Discard(ELF_HANDLE hFile)
+{
+    const CElfLock Lock;
+    ElfState().aReserved[hFile->Slot] = false;
+    delete hFile;
+}
+
+ELF_HANDLE ELF_Open(const char* sPath, bool ParseDebugInfo)
+{
+    ELF_HANDLE hFile;
+    U32 Error;
     {
-        CFlagScope Opening(State.Opening);
-        U32 Slot = 0;
-        while (Slot < ELF_MAX_OPEN_FILES && State.apFile[Slot]) Slot++;
-        if (Slot == ELF_MAX_OPEN_FILES) {
-            ElfReport(ELF_ERR_TOO_MANY_FILES, FLAGS_OPEN_FAILED);
-            return nullptr;
-        }
-        pFile = new ELF_FILE;
-        pFile->Slot = Slot;
-        pFile->Serial = State.NextSerial++;
-        U32 Error = 0;
-        try {
-            Error = pFile->Open(sPath, ParseDebugInfo);
-        } catch (const std::bad_alloc&) {
-            Error = ELF_ERR_MEMORY;
-        }
-        if (Error) {
-            delete pFile;
+        CFlagScope Opening(ElfState().Opening);
+        hFile = ELF_OpenPrivate(sPath, ParseDebugInfo, nullptr, &Error);
+        if (!hFile) {
             ElfReport(Error, FLAGS_OPEN_FAILED);
             return nullptr;
         }
-        State.apFile[Slot] = pFile;
-        State.pCurrent = pFile;
+        ELF_Publish(hFile);
     }
     ElfEvalRelocations();
-    return pFile;
+    return hFile;
 }
 
 void ELF_Close(ELF_HANDLE hFile)

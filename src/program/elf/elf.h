@@ -12,6 +12,8 @@
 #pragma once
 #include "app/services/types.h"
 
+#include <atomic>
+
 /// Names one open program file; null means none.
 using ELF_HANDLE = struct ELF_FILE*;
 
@@ -89,9 +91,34 @@ void ELF_SetDiagCallback(ELF_DIAG_FUNC pfDiag);
 
 // ---- Life cycle ----------------------------------------------------------------------------------------
 
+/// Shared by an open under way and whoever watches it.
+struct ELF_PROGRESS {
+    std::atomic<U32> Permille{0};     ///< how far it is, 0 to 1000
+    std::atomic<bool> Cancel{false};  ///< set by the watcher: the open gives up soon
+};
+
 /// Reads and parses a file (UTF-8 path) and makes it the current file. Null on failure, after one diagnostic.
 /// A failure to parse the debug information is reported, but the file stays open without it.
 ELF_HANDLE ELF_Open(const char* sPath, bool ParseDebugInfo);
+/// The first half of an open, for a thread of its own and without the mutex: the file that comes back is known to
+/// nobody but threads that hold a CElfPrivate for it, one at a time. *pError gets the ELF_ERROR of a failure (nothing
+/// is reported), 0 if the open was cancelled. End it with ELF_Publish or ELF_Discard.
+ELF_HANDLE ELF_OpenPrivate(const char* sPath, bool ParseDebugInfo, ELF_PROGRESS* pProgress, U32* pError);
+/// Makes a private file known to all and the current one. Under the mutex.
+void ELF_Publish(ELF_HANDLE hFile);
+/// Frees a private file.
+void ELF_Discard(ELF_HANDLE hFile);
+/// While it lives, the private file counts as open and current on this thread.
+class CElfPrivate {
+public:
+    explicit CElfPrivate(ELF_HANDLE hFile);
+    ~CElfPrivate();
+    CElfPrivate(const CElfPrivate&) = delete;
+    CElfPrivate& operator=(const CElfPrivate&) = delete;
+
+private:
+    ELF_HANDLE m_hPrev;
+};
 /// Frees everything of the file; ignored while an open or close is under way. All handles of it die.
 void ELF_Close(ELF_HANDLE hFile);
 /// Text of a diagnostic number from 100 on; the empty text for any other.
@@ -205,6 +232,18 @@ ELF_SYM_HANDLE ELF_GetMainFunction(ELF_HANDLE hFile); ///< the entry function of
 ELF_SRC_LANG ELF_GetSrcLang(ELF_HANDLE hFile);        ///< C++ when any compilation unit is
 U32 ELF_GetDwarfVersion(ELF_HANDLE hFile);            ///< highest of all units, 0 without debug information
 
+/// Code of a function or an inline expansion as linked, out of the first pass over the file.
+struct ELF_CODE {
+    ELF_SYM_HANDLE hSym;
+    ELF_SYM_HANDLE hOrigin; ///< function that is expanded or instantiated, 0 if none
+    U32 Low, High;          ///< lowest address and highest end; Low is 0xFFFFFFFF if there is no code
+    U32 NumRanges;
+};
+/// Element of ELF_LIST_FUNCTIONS or ELF_LIST_INLINED; zeros and Low 0xFFFFFFFF for anything else.
+ELF_CODE ELF_GetCode(ELF_HANDLE hFile, ELF_LIST List, U32 Index);
+/// The same by symbol; hSym is 0 if it is in neither list.
+ELF_CODE ELF_FindCode(ELF_SYM_HANDLE hSym);
+
 /// Line records in file order. All by index 0 to count - 1; 0 for a bad index.
 U32 ELF_GetLineCount(ELF_HANDLE hFile);
 U32 ELF_GetLineAddr(ELF_HANDLE hFile, U32 Index);       ///< relocated
@@ -214,6 +253,16 @@ const char* ELF_GetLineFile(ELF_HANDLE hFile, U32 Index);///< path as the debug 
 U32 ELF_GetLineFileIndex(ELF_HANDLE hFile, U32 Index);  ///< index into the source file names, 0xFFFFFFFF if none
 bool ELF_LineIsEndOfSequence(ELF_HANDLE hFile, U32 Index);///< the row only marks the end of the rows before it
 bool ELF_LineIsStmt(ELF_HANDLE hFile, U32 Index);
+
+/// The line records as an array, as linked; null and 0 if there are none. Valid until ELF_DropLines.
+struct ELF_LINE {
+    U32 Addr, Line, File; ///< File: index into the source file names, 0xFFFFFFFF if none
+    U16 Col;
+    U16 IsStmt : 1, EndSequence : 1;
+};
+const ELF_LINE* ELF_GetLines(ELF_HANDLE hFile, U32* pCount);
+/// Frees the line records; they are read again when one is asked for.
+void ELF_DropLines(ELF_HANDLE hFile);
 
 /// Distinct source file names, in the order in which they were met.
 U32 ELF_GetSrcFileCount(ELF_HANDLE hFile);
@@ -245,5 +294,6 @@ I32 ELF_GetFrameSize(U32 PC);
 /// 0, or -1 if the text can't be resolved now.
 int ELF_AddRelocation(const char* sSpec, I32 Offset);
 void ELF_ClearRelocations();
+bool ELF_HasRelocations(); ///< some record is in effect
 U32 ELF_ToRuntimeAddr(U32 Addr, U32 LowSlack, U32 HighSlack);
 U32 ELF_FromRuntimeAddr(U32 Addr, U32 LowSlack, U32 HighSlack);

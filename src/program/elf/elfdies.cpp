@@ -1,23 +1,54 @@
-// Ways through the tree of DIEs, by the table of scopes that the first pass made.
+// Ways through the tree of DIEs, by the table of scopes of each unit.
 #include "program/elf/elffile.h"
 
 #include <algorithm>
 
-U32 ELF_FILE::FindScope(U32 Id) const
+namespace {
+
+U32 FindPair(const std::vector<std::pair<U32, U32>>& aPair, U32 Key)
 {
-    const auto it = std::lower_bound(aScope.begin(), aScope.end(), Id,
-                                     [](const ELF_SCOPE& Scope, U32 Key) { return Scope.Id < Key; });
-    return it != aScope.end() && it->Id == Id ? static_cast<U32>(it - aScope.begin()) : 0xFFFFFFFFu;
+    const auto it = std::lower_bound(aPair.begin(), aPair.end(), std::pair<U32, U32>(Key, 0));
+    return it != aPair.end() && it->first == Key ? it->second : DIE_ID_NONE;
 }
 
-U32 ELF_FILE::FindParentScope(U32 Id) const
+/// The scopes of the unit that holds the DIE.
+const std::vector<DWARF_SCOPE>& ScopesOf(const ELF_FILE& File, U32 Id)
 {
-    const auto it = std::lower_bound(aScope.begin(), aScope.end(), Id,
-                                     [](const ELF_SCOPE& Scope, U32 Key) { return Scope.Id < Key; });
-    if (it == aScope.begin()) return 0xFFFFFFFFu;
-    U32 Index = static_cast<U32>(it - aScope.begin()) - 1;
-    while (Index != 0xFFFFFFFFu && aScope[Index].End <= Id) Index = aScope[Index].Parent;
-    return Index;
+    static const std::vector<DWARF_SCOPE> NONE;
+    const DWARF_UNIT* pUnit = File.Info.FindUnit(Id);
+    if (!pUnit) return NONE;
+    if (File.aaScope.empty()) File.aaScope.resize(File.Info.Units().size());
+    std::vector<DWARF_SCOPE>& aScope = File.aaScope[File.Info.IndexOf(*pUnit)];
+    if (aScope.empty()) aScope = DwarfReadScopes(File.Info, *pUnit);
+    return aScope;
+}
+
+/// First scope that is at or behind the DIE.
+std::vector<DWARF_SCOPE>::const_iterator LowerBound(const std::vector<DWARF_SCOPE>& aScope, U32 Id)
+{
+    return std::lower_bound(aScope.begin(), aScope.end(), Id, [](const DWARF_SCOPE& Scope, U32 Key) { return Scope.Id < Key; });
+}
+
+} // namespace
+
+U32 ELF_FILE::FindDefinition(U32 Id) const { return FindPair(aDefinition, Id); }
+U32 ELF_FILE::FindExtension(U32 Id) const { return FindPair(aExtension, Id); }
+
+const DWARF_SCOPE* ELF_FILE::FindScope(U32 Id) const
+{
+    const std::vector<DWARF_SCOPE>& aScope = ScopesOf(*this, Id);
+    const auto it = LowerBound(aScope, Id);
+    return it != aScope.end() && it->Id == Id ? &*it : nullptr;
+}
+
+const DWARF_SCOPE* ELF_FILE::FindParentScope(U32 Id) const
+{
+    const std::vector<DWARF_SCOPE>& aScope = ScopesOf(*this, Id);
+    const auto it = LowerBound(aScope, Id);
+    if (it == aScope.begin()) return nullptr;
+    const DWARF_SCOPE* pScope = &*(it - 1);
+    while (pScope && pScope->End <= Id) pScope = ParentOf(pScope);
+    return pScope;
 }
 
 bool ELF_FILE::FirstChild(const DWARF_DIE& Die, DWARF_DIE& Child) const
@@ -32,8 +63,8 @@ bool ELF_FILE::NextSibling(const DWARF_DIE& Die, DWARF_DIE& Next) const
     if (Die.IsNull()) return false;
     U32 Offset;
     if (Die.pAbbrev->HasChildren) {
-        const U32 Scope = FindScope(Die.Id);
-        Offset = Scope != 0xFFFFFFFFu ? aScope[Scope].End & ~DIE_ID_TYPES : 0;
+        const DWARF_SCOPE* pScope = FindScope(Die.Id);
+        Offset = pScope ? pScope->End & ~DIE_ID_TYPES : 0;
     } else {
         Offset = Info.EndOfDie(Die);
     }

@@ -4,6 +4,7 @@
 #include "program/elf/dwarfadapter.h"
 #include "program/elf/dwarfinfo.h"
 #include "program/elf/dwarflines.h"
+#include "program/elf/dwarfscan.h"
 #include "program/elf/elf.h"
 #include "program/elf/elfimage.h"
 
@@ -19,20 +20,6 @@ constexpr ELF_SYM_HANDLE MakeSymHandle(U32 Slot, U32 Kind, U32 Id)
 {
     return ELF_HANDLE_TAG | (static_cast<U64>(Slot) << 35) | (static_cast<U64>(Kind) << 32) | Id;
 }
-
-/// A DIE that has children: the stretch of ids that lies inside of it. The table is sorted by Id, so that the
-/// parent of any DIE is found by binary search and nothing has to be kept for a DIE without children.
-struct ELF_SCOPE {
-    U32 Id, End; ///< id of the DIE; first id behind its last descendant
-    U32 Parent;  ///< index of the enclosing scope, 0xFFFFFFFF for a root
-    U32 Tag;
-};
-
-struct ELF_LINE {
-    U32 Addr, Line, File; ///< File: index into the source file names, 0xFFFFFFFF if none
-    U16 Col;
-    U16 IsStmt : 1, EndSequence : 1;
-};
 
 struct ELF_MACRO {
     U32 Line;
@@ -60,19 +47,23 @@ struct ELF_FILE {
     bool HasDebugInfo = false;
     CDwarfInfo Info;
     CDwarfAdapter Adapter;
-    std::vector<ELF_SCOPE> aScope;
-    std::vector<U32> aList[ELF_NUM_LISTS];
-    std::unordered_map<U32, U32> Definitions;  ///< specified DIE to the DIE that specifies it
-    std::unordered_map<U32, U32> Extensions;   ///< namespace DIE to its extension
-    std::unordered_map<U32, U32> TypeByName;   ///< hash of a name to the id that defines it: types,
-    std::unordered_map<U32, U32> VarByName;    ///< global variables
-    std::unordered_map<U32, U32> FuncByName;   ///< and functions
+    std::vector<U32> aList[ELF_NUM_LISTS];     ///< those of functions and expansions stay empty: they are below
+    std::vector<DWARF_CODE> aFunction, aInlined;
+    std::vector<std::pair<U32, U32>> aDefinition; ///< specified DIE and the DIE that specifies it, sorted
+    std::vector<std::pair<U32, U32>> aExtension;  ///< namespace DIE and its extension, sorted
+    mutable std::vector<std::vector<DWARF_SCOPE>> aaScope; ///< by unit, read when asked for
+    mutable bool HasNameIndex = false;
+    mutable std::unordered_map<U32, U32> TypeByName; ///< hash of a name to the id that defines it: types,
+    mutable std::unordered_map<U32, U32> VarByName;  ///< global variables
+    mutable std::unordered_map<U32, U32> FuncByName; ///< and functions; made when first asked for
     U32 MainFunction = DIE_ID_NONE;
     ELF_SRC_LANG Lang = ELF_SRC_LANG_C;
     U32 DwarfVersion = 0, NumDies = 0, NumTypeUnits = 0;
     U32 CfaFactor = 1;
 
-    std::vector<ELF_LINE> aLine;
+    mutable CBigVector<ELF_LINE> aLine;
+    mutable bool AreLinesDropped = false;
+    std::vector<const DWARF_UNIT*> apLineUnit; ///< first unit of each line table, in the order of aLine
     std::vector<std::string> asSrcFile;
     std::unordered_map<std::string, U32> SrcFileIndex;
     std::unordered_map<U64, ELF_CU_FILES> CuFiles;            ///< by offset of the line table
@@ -80,27 +71,32 @@ struct ELF_FILE {
     std::vector<ELF_MACRO> aMacro;
 
     /// Opens a file and parses everything; 0 or an ELF_ERROR.
-    U32 Open(const char* sPath, bool ParseDebugInfo);
+    U32 Open(const char* sPath, bool ParseDebugInfo, ELF_PROGRESS* pProgress);
     ELF_SYM_HANDLE DebugHandle(U32 Id) const { return Id == DIE_ID_NONE ? 0 : MakeSymHandle(Slot, ELF_SYM_KIND_DEBUG, Id); }
 
     // Parts of the parse (elfparse.cpp, elfsymtab.cpp, elfmacros.cpp)
     void CleanUpSymbols();
-    bool ParseDebugInfo();
-    bool WalkUnit(const DWARF_UNIT& Unit);
-    void OfferDie(const DWARF_DIE& Die, bool InFunction, U32 ParentTag);
-    bool IsStaticLocation(const DWARF_DIE& Die) const;
-    bool ReadLines(const DWARF_UNIT& Unit);
+    bool ParseDebugInfo(ELF_PROGRESS* pProgress);
+    void ScanUnits(ELF_PROGRESS* pProgress);
+    void MergeScan(const DWARF_SCAN& Scan);
+    void ReadLineTables(ELF_PROGRESS* pProgress);
+    /// Reads the rows of all line tables again.
+    void ReadLinesAgain() const;
+    void AppendLines(const DWARF_LINE_TABLE& Table, const ELF_CU_FILES& Files) const;
     bool ReadMacros();
-    void BuildNameIndex();
-    void FindMainFunction();
+    void BuildNameIndex() const;
     U32 InternSrcFile(const std::string& sPath);
     void LogSummary(const U64* paMs) const;
 
     // Questions about DIEs
-    /// Index of the innermost scope around the DIE, 0xFFFFFFFF if none.
-    U32 FindParentScope(U32 Id) const;
-    /// Index of the scope that the DIE itself is, 0xFFFFFFFF if it has no children.
-    U32 FindScope(U32 Id) const;
+    /// The innermost scope around the DIE, null if none. It stays until the file is closed.
+    const DWARF_SCOPE* FindParentScope(U32 Id) const;
+    /// The scope that the DIE itself is, null if it has no children.
+    const DWARF_SCOPE* FindScope(U32 Id) const;
+    static const DWARF_SCOPE* ParentOf(const DWARF_SCOPE* pScope) { return pScope->ParentDelta ? pScope - pScope->ParentDelta : nullptr; }
+    /// The DIE that specifies this one, or the extension of a namespace; DIE_ID_NONE if none.
+    U32 FindDefinition(U32 Id) const;
+    U32 FindExtension(U32 Id) const;
     bool ReadDie(U32 Id, DWARF_DIE& Die) const { return Info.ReadDie(Id, Die); }
     /// First child; false if there is none.
     bool FirstChild(const DWARF_DIE& Die, DWARF_DIE& Child) const;
@@ -112,11 +108,12 @@ struct ELF_FILE {
 /// Settings of the whole layer.
 struct ELF_STATE {
     ELF_FILE* apFile[ELF_MAX_OPEN_FILES] = {};
+    bool aReserved[ELF_MAX_OPEN_FILES] = {};  ///< the slot belongs to a file that is private yet
     ELF_FILE* pCurrent = nullptr;
     ELF_DIAG_FUNC pfDiag = nullptr;
-    U32 CodeAlign = 1, SPColumn = 0;
+    std::atomic<U32> CodeAlign{1}, SPColumn{0};
     std::atomic<bool> Opening{false}, Closing{false}; ///< queries from other threads answer neutrally meanwhile
-    U64 NextSerial = 1;
+    std::atomic<U64> NextSerial{1};
 };
 ELF_STATE& ElfState();
 

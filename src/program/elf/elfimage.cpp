@@ -39,8 +39,8 @@ U32 CElfImage::Load(const char* sPath)
         Error = ELF_ERR_FILE_SIZE;
     } else {
         try {
-            m_Image.resize(static_cast<size_t>(Info.st_size));
-            if (std::fread(m_Image.data(), 1, m_Image.size(), pFile) != m_Image.size()) Error = ELF_ERR_READ;
+            _Allocate(static_cast<U64>(Info.st_size));
+            if (std::fread(m_pImage.get(), 1, m_Size, pFile) != m_Size) Error = ELF_ERR_READ;
         } catch (const std::bad_alloc&) {
             Error = ELF_ERR_MEMORY;
         }
@@ -49,10 +49,17 @@ U32 CElfImage::Load(const char* sPath)
     return Error ? Error : _Parse();
 }
 
+void CElfImage::_Allocate(U64 Size)
+{
+    m_pImage = std::unique_ptr<U8[], FREE_BYTES>(CBigAllocator<U8>().allocate(Size), FREE_BYTES(Size));
+    m_Size = Size;
+}
+
 U32 CElfImage::LoadBytes(const U8* pData, U64 Size)
 {
     if (Size == 0 || Size > 0xFFFFFFFFull) return ELF_ERR_FILE_SIZE;
-    m_Image.assign(pData, pData + Size);
+    _Allocate(Size);
+    std::memcpy(m_pImage.get(), pData, Size);
     return _Parse();
 }
 
@@ -66,12 +73,12 @@ U32 CElfImage::_Parse()
 
 U32 CElfImage::_ParseHeader()
 {
-    const U8* p = m_Image.data();
-    if (m_Image.size() < SELFMAG || std::memcmp(p, ELFMAG, SELFMAG) != 0) return ELF_ERR_MAGIC;
-    if (m_Image.size() < sizeof(Elf32_Ehdr)) return ELF_ERR_READ;
+    const U8* p = m_pImage.get();
+    if (m_Size < SELFMAG || std::memcmp(p, ELFMAG, SELFMAG) != 0) return ELF_ERR_MAGIC;
+    if (m_Size < sizeof(Elf32_Ehdr)) return ELF_ERR_READ;
     m_Class = p[EI_CLASS];
     m_BigEndian = p[EI_DATA] == ELFDATA2MSB;
-    CByteCursor Cur(p, m_Image.size(), m_BigEndian, EI_NIDENT);
+    CByteCursor Cur(p, m_Size, m_BigEndian, EI_NIDENT);
     // The type lies at the same place in both classes, so that a 64-bit file is judged by it as well.
     if (Cur.GetU16() != ET_EXEC) return ELF_ERR_NOT_EXECUTABLE;
     m_Machine = Cur.GetU16();
@@ -98,10 +105,10 @@ bool CElfImage::_ParseSegments()
 {
     if (m_PhNum == 0) return true;
     const U64 End = static_cast<U64>(m_PhOff) + static_cast<U64>(m_PhNum) * m_PhEntSize;
-    if (m_PhEntSize < PROGRAM_HEADER_SIZE || End > m_Image.size()) return false;
+    if (m_PhEntSize < PROGRAM_HEADER_SIZE || End > m_Size) return false;
     m_Segments.resize(m_PhNum);
     for (U32 i = 0; i < m_PhNum; i++) {
-        CByteCursor Cur(m_Image.data(), m_Image.size(), m_BigEndian, m_PhOff + static_cast<U64>(i) * m_PhEntSize);
+        CByteCursor Cur(m_pImage.get(), m_Size, m_BigEndian, m_PhOff + static_cast<U64>(i) * m_PhEntSize);
         ELF_SEGMENT& Seg = m_Segments[i];
         for (U32* pField : {&Seg.Type, &Seg.Offset, &Seg.VirtAddr, &Seg.PhysAddr, &Seg.FileSize, &Seg.MemSize,
                             &Seg.Flags, &Seg.Align}) {
@@ -115,7 +122,7 @@ bool CElfImage::_ParseSections()
 {
     if (m_ShOff == 0) return true;
     auto Read = [this](U32 Index, ELF_SECTION& Sec) {
-        CByteCursor Cur(m_Image.data(), m_Image.size(), m_BigEndian,
+        CByteCursor Cur(m_pImage.get(), m_Size, m_BigEndian,
                         m_ShOff + static_cast<U64>(Index) * m_ShEntSize);
         for (U32* pField : {&Sec.NameOff, &Sec.Type, &Sec.Flags, &Sec.Addr, &Sec.Offset, &Sec.Size, &Sec.Link,
                             &Sec.Info, &Sec.Align, &Sec.EntrySize}) {
@@ -131,7 +138,7 @@ bool CElfImage::_ParseSections()
     if (m_ShNum == 0) m_ShNum = First.Size;
     if (m_ShStrNdx == SHN_XINDEX) m_ShStrNdx = First.Link;
     const U64 End = static_cast<U64>(m_ShOff) + static_cast<U64>(m_ShNum) * m_ShEntSize;
-    if (End > m_Image.size()) return false;
+    if (End > m_Size) return false;
     m_Sections.resize(m_ShNum);
     for (U32 i = 0; i < m_ShNum; i++) Read(i, m_Sections[i]);
     if (m_ShStrNdx < m_ShNum) {
@@ -150,6 +157,7 @@ void CElfImage::_ParseSymbols()
         if (Sec.EntrySize < SYMBOL_SIZE || !Data.pData) continue;
         const ELF_BYTES Names = Sec.Link < m_Sections.size() ? SectionBytes(Sec.Link) : ELF_BYTES();
         const U32 Count = Data.Size / Sec.EntrySize;
+        m_Symbols.reserve(m_Symbols.size() + Count);
         for (U32 n = 0; n < Count; n++) {
             CByteCursor Cur(Data.pData, Data.Size, m_BigEndian, static_cast<U64>(n) * Sec.EntrySize);
             ELF_SYMBOL Sym{};
@@ -177,8 +185,8 @@ ELF_BYTES CElfImage::SectionBytes(U32 Index) const
 {
     if (Index >= m_Sections.size()) return {};
     const ELF_SECTION& Sec = m_Sections[Index];
-    if (Sec.Type == SHT_NOBITS || static_cast<U64>(Sec.Offset) + Sec.Size > m_Image.size()) return {};
-    return {m_Image.data() + Sec.Offset, Sec.Size};
+    if (Sec.Type == SHT_NOBITS || static_cast<U64>(Sec.Offset) + Sec.Size > m_Size) return {};
+    return {m_pImage.get() + Sec.Offset, Sec.Size};
 }
 
 ELF_BYTES CElfImage::DebugBytes(const char* sName)

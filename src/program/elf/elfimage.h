@@ -8,6 +8,7 @@
 // thread-safe; one owner.
 #pragma once
 #include "app/services/types.h"
+#include "program/elf/bigarray.h"
 
 #include <memory>
 #include <string>
@@ -36,6 +37,14 @@ struct ELF_BYTES {
     U32 Size = 0;
 };
 
+/// Gives back what the allocator of big arrays has given.
+struct FREE_BYTES {
+    FREE_BYTES() = default;
+    explicit FREE_BYTES(size_t NumBytes) : Size(NumBytes) {}
+    void operator()(U8* p) const { CBigAllocator<U8>().deallocate(p, Size); }
+    size_t Size = 0;
+};
+
 class CElfImage {
 public:
     /// Reads the file and parses its tables. 0, or the ELF_ERROR number of the first fault.
@@ -43,7 +52,9 @@ public:
     /// The same from bytes already in memory, which are copied.
     U32 LoadBytes(const U8* pData, U64 Size);
 
-    const std::vector<U8>& Bytes() const { return m_Image; }
+    /// The whole file, up to 4 GB.
+    const U8* Data() const { return m_pImage.get(); }
+    U64 Size() const { return m_Size; }
     bool IsBigEndian() const { return m_BigEndian; }
     U32 Class() const { return m_Class; }
     U32 Machine() const { return m_Machine; }
@@ -68,7 +79,9 @@ private:
     void _ParseSymbols();
     ELF_BYTES _Inflate(ELF_BYTES Packed, U64 UnpackedSize, const std::string& sKey);
 
-    std::vector<U8> m_Image;
+    void _Allocate(U64 Size);
+    std::unique_ptr<U8[], FREE_BYTES> m_pImage;
+    U64 m_Size = 0;
     bool m_BigEndian = false;
     U32 m_Class = 0, m_Machine = 0, m_Flags = 0, m_Entry = 0;
     U32 m_PhOff = 0, m_ShOff = 0, m_PhEntSize = 0, m_PhNum = 0, m_ShEntSize = 0, m_ShNum = 0, m_ShStrNdx = 0;

@@ -1,6 +1,8 @@
 // Opening of a program file: the parse of the debug information into the lists that everything else uses.
 #include "program/elf/elffile.h"
+#include "program/elf/parallel.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -35,9 +37,12 @@ ELF_SRC_LANG LangOf(const CDwarfInfo& Info, const DWARF_UNIT& Unit)
     return std::strstr(Info.GetText(Root, DW_AT_name), ".cpp") ? ELF_SRC_LANG_CPP : ELF_SRC_LANG_C;
 }
 
-bool IsFunctionTag(U32 Tag)
+/// Thousandths of the progress that the parts of an open make up.
+constexpr U32 SHARE_READ = 100, SHARE_SCAN = 400, SHARE_LINES = 200, SHARE_REST = 50;
+
+void Advance(ELF_PROGRESS* pProgress, U32 Share)
 {
-    return Tag == DW_TAG_subprogram || Tag == DW_TAG_inlined_subroutine;
+    if (pProgress) pProgress->Permille += Share;
 }
 
 } // namespace
@@ -49,18 +54,19 @@ U32 ElfHash(const char* sText)
     return Hash;
 }
 
-U32 ELF_FILE::Open(const char* sFilePath, bool WithDebugInfo)
+U32 ELF_FILE::Open(const char* sFilePath, bool WithDebugInfo, ELF_PROGRESS* pProgress)
 {
     sPath = sFilePath ? sFilePath : "";
     OpenTime = NowMs();
     if (const U32 Error = Image.Load(sFilePath)) return Error;
     CleanUpSymbols();
-    if (WithDebugInfo && !ParseDebugInfo()) ElfReport(ELF_ERR_DEBUG_SYMBOLS, 68);
+    Advance(pProgress, SHARE_READ);
+    if (WithDebugInfo && !ParseDebugInfo(pProgress)) ElfReport(ELF_ERR_DEBUG_SYMBOLS, 68);
     Opened = true;
     return 0;
 }
 
-bool ELF_FILE::ParseDebugInfo()
+bool ELF_FILE::ParseDebugInfo(ELF_PROGRESS* pProgress)
 {
     DWARF_SECTIONS Sec;
     Sec.BigEndian = Image.IsBigEndian();
@@ -92,23 +98,11 @@ bool ELF_FILE::ParseDebugInfo()
     CfaFactor = Image.FindSection(".note.iar") >= 0 ? 4 : 1;
     for (U32 i = 0; i < Info.NumBadUnits(); i++) ElfReport(ELF_ERR_COMP_UNIT, FLAGS_INTERNAL);
     Lap(STEP_INFO);
-    for (const DWARF_UNIT& Unit : Info.Units()) {
-        if (Unit.Version > DwarfVersion) DwarfVersion = Unit.Version;
-        if (Unit.InTypes) continue;
-        if (!WalkUnit(Unit)) ElfReport(Unit.IsTypeUnit() ? ELF_ERR_TYPE_UNIT : ELF_ERR_COMP_UNIT, FLAGS_INTERNAL);
-    }
+    ScanUnits(pProgress);
     Lap(STEP_INFO);
-    // Type units come after the others in the id order that the table of scopes keeps.
-    for (const DWARF_UNIT& Unit : Info.Units()) {
-        if (Unit.IsTypeUnit()) NumTypeUnits++;
-        if (Unit.InTypes && !WalkUnit(Unit)) ElfReport(ELF_ERR_TYPE_UNIT, FLAGS_INTERNAL);
-    }
-    Lap(STEP_TYPES);
-    for (const DWARF_UNIT& Unit : Info.Units()) {
-        if (Unit.HasStmtList && !ReadLines(Unit)) ElfReport(ELF_ERR_SRC_LINES, FLAGS_INTERNAL);
-    }
+    ReadLineTables(pProgress);
     Lap(STEP_LINES);
-    FindMainFunction();
+    if (pProgress && pProgress->Cancel) return true;
     if (!ReadMacros()) ElfReport(ELF_ERR_MACROS, FLAGS_INTERNAL);
     Lap(STEP_MACROS);
     const int EhFrame = Image.FindSection(".eh_frame");
@@ -116,119 +110,58 @@ bool ELF_FILE::ParseDebugInfo()
         ElfReport(ELF_ERR_CALL_FRAMES, FLAGS_INTERNAL);
     }
     Lap(STEP_FRAMES);
-    BuildNameIndex();
-    Lap(STEP_NAMES);
+    Advance(pProgress, SHARE_REST);
     LogSummary(aMs);
     return true;
 }
 
-bool ELF_FILE::WalkUnit(const DWARF_UNIT& Unit)
+void ELF_FILE::ScanUnits(ELF_PROGRESS* pProgress)
 {
-    if (!Unit.IsTypeUnit()) {
-        aList[ELF_LIST_COMPILATION_UNITS].push_back(Unit.RootId());
-        if (LangOf(Info, Unit) == ELF_SRC_LANG_CPP) Lang = ELF_SRC_LANG_CPP;
+    const std::vector<DWARF_UNIT>& aUnit = Info.Units();
+    std::vector<DWARF_SCAN> aScan(aUnit.size());
+    std::vector<U8> aGood(aUnit.size(), 1);
+    RunParallel(aUnit.size(), [&](size_t i) { aGood[i] = DwarfScanUnit(Info, aUnit[i], aScan[i]); }, pProgress, SHARE_SCAN);
+    if (pProgress && pProgress->Cancel) return;
+    size_t NumFunctions = 0, NumInlined = 0;
+    for (const DWARF_SCAN& Scan : aScan) {
+        NumFunctions += Scan.aFunction.size();
+        NumInlined += Scan.aInlined.size();
     }
-    const U32 Section = Unit.InTypes ? DIE_ID_TYPES : 0;
-    std::vector<U32> aOpen; // scopes around the present DIE, innermost last
-    U32 NumFunctions = 0;   // how many of them are functions
-    U32 Offset = Unit.DieOffset;
-    bool Good = true;
-    auto Close = [&](U32 End) {
-        ELF_SCOPE& Scope = aScope[aOpen.back()];
-        Scope.End = End | Section;
-        if (IsFunctionTag(Scope.Tag)) NumFunctions--;
-        aOpen.pop_back();
-    };
-    while (Offset < Unit.End) {
-        DWARF_DIE Die;
-        Good = Info.ReadDie(Unit, Offset, Die);
-        const U32 Next = Good ? Info.EndOfDie(Die) : 0;
-        Good = Next > Offset;
-        if (!Good) break;
-        Offset = Next;
-        if (Die.IsNull()) {
-            if (!aOpen.empty()) Close(Offset);
-            if (aOpen.empty()) break;
-            continue;
+    aFunction.reserve(NumFunctions);
+    aInlined.reserve(NumInlined);
+    U32 MainByName = DIE_ID_NONE;
+    for (size_t i = 0; i < aUnit.size(); i++) {
+        const DWARF_UNIT& Unit = aUnit[i];
+        if (!aGood[i]) ElfReport(Unit.IsTypeUnit() ? ELF_ERR_TYPE_UNIT : ELF_ERR_COMP_UNIT, FLAGS_INTERNAL);
+        if (Unit.Version > DwarfVersion) DwarfVersion = Unit.Version;
+        if (Unit.IsTypeUnit()) {
+            NumTypeUnits++;
+        } else {
+            aList[ELF_LIST_COMPILATION_UNITS].push_back(Unit.RootId());
+            if (LangOf(Info, Unit) == ELF_SRC_LANG_CPP) Lang = ELF_SRC_LANG_CPP;
         }
-        NumDies++;
-        OfferDie(Die, NumFunctions > 0, aOpen.empty() ? 0 : aScope[aOpen.back()].Tag);
-        if (Die.pAbbrev->HasChildren) {
-            const U32 Parent = aOpen.empty() ? 0xFFFFFFFFu : aOpen.back();
-            aOpen.push_back(static_cast<U32>(aScope.size()));
-            aScope.push_back({Die.Id, Unit.End | Section, Parent, Die.Tag()});
-            if (IsFunctionTag(Die.Tag())) NumFunctions++;
-        } else if (aOpen.empty()) {
-            break;
-        }
+        MergeScan(aScan[i]);
+        if (MainFunction == DIE_ID_NONE) MainFunction = aScan[i].MainById;
+        if (MainByName == DIE_ID_NONE) MainByName = aScan[i].MainByName;
+        aScan[i] = DWARF_SCAN();
     }
-    while (!aOpen.empty()) Close(Unit.End);
-    return Good;
+    if (MainFunction == DIE_ID_NONE) MainFunction = MainByName;
+    // Of several entries that specify one, the first counts.
+    for (auto* pPairs : {&aDefinition, &aExtension}) std::sort(pPairs->begin(), pPairs->end());
 }
 
-void ELF_FILE::OfferDie(const DWARF_DIE& Die, bool InFunction, U32 ParentTag)
+void ELF_FILE::MergeScan(const DWARF_SCAN& Scan)
 {
-    const DWARF_ABBREV& Abbrev = *Die.pAbbrev;
-    const bool IsDefinition = !Abbrev.HasDeclaration;
-    const bool IsTypeUnit = Die.pUnit->IsTypeUnit();
-    if (Abbrev.HasSpecification) {
-        const DWARF_VALUE Target = Info.GetAttr(Die, DW_AT_specification);
-        if (Target.Class == DWARF_CLASS::REFERENCE) Definitions.emplace(static_cast<U32>(Target.Value), Die.Id);
-    }
-    switch (Abbrev.Tag) {
-    case DW_TAG_variable:
-        // A static data member is a variable among the members; its definition stands elsewhere.
-        if (IsTypeUnit || !IsDefinition || Abbrev.HasArtificial) break;
-        if (ParentTag == DW_TAG_class_type || ParentTag == DW_TAG_structure_type || ParentTag == DW_TAG_union_type) break;
-        if (InFunction && !IsStaticLocation(Die)) break;
-        aList[ELF_LIST_GLOBAL_VARS].push_back(Die.Id);
-        break;
-    case DW_TAG_subprogram:
-        if (!IsTypeUnit && IsDefinition && !Abbrev.HasArtificial) aList[ELF_LIST_FUNCTIONS].push_back(Die.Id);
-        break;
-    case DW_TAG_inlined_subroutine:
-        if (!IsTypeUnit && IsDefinition && !Abbrev.HasArtificial) aList[ELF_LIST_INLINED].push_back(Die.Id);
-        break;
-    case DW_TAG_typedef: aList[ELF_LIST_TYPES].push_back(Die.Id); break;
-    case DW_TAG_class_type:
-    case DW_TAG_structure_type:
-    case DW_TAG_union_type:
-    case DW_TAG_enumeration_type:
-        if (IsDefinition && !Abbrev.HasArtificial && Info.HasAttr(Die, DW_AT_byte_size)) {
-            aList[ELF_LIST_TYPES].push_back(Die.Id);
-        }
-        break;
-    case DW_TAG_namespace:
-        if (IsTypeUnit) break;
-        aList[ELF_LIST_NAMESPACES].push_back(Die.Id);
-        if (const DWARF_VALUE Target = Info.GetAttr(Die, DW_AT_extension); Target.Class == DWARF_CLASS::REFERENCE) {
-            aList[ELF_LIST_NAMESPACE_EXTENSIONS].push_back(Die.Id);
-            Extensions.emplace(static_cast<U32>(Target.Value), Die.Id);
-        }
-        break;
-    default: break;
-    }
-}
-
-bool ELF_FILE::IsStaticLocation(const DWARF_DIE& Die) const
-{
-    const DWARF_VALUE Value = Info.GetAttr(Die, DW_AT_location);
-    const U8* pExpr = Value.pBlock;
-    U32 Size = Value.BlockSize;
-    std::vector<DWARF_LOC_ENTRY> aEntry;
-    if (Value && Value.Class != DWARF_CLASS::EXPRESSION && Value.Class != DWARF_CLASS::BLOCK) {
-        DwarfReadLocList(Info, *Die.pUnit, Value, aEntry);
-        Size = 0;
-        for (const DWARF_LOC_ENTRY& Entry : aEntry) {
-            if (!Entry.ExprSize) continue;
-            pExpr = Entry.pExpr;
-            Size = Entry.ExprSize;
-            break;
-        }
-    }
-    if (!pExpr || !Size) return false;
-    const bool IsAddr = pExpr[0] == DW_OP_addr || pExpr[0] == DW_OP_addrx || pExpr[0] == DW_OP_GNU_addr_index;
-    return IsAddr && pExpr[Size - 1] != DW_OP_stack_value;
+    auto Append = [](auto& aTo, const auto& aFrom) { aTo.insert(aTo.end(), aFrom.begin(), aFrom.end()); };
+    Append(aFunction, Scan.aFunction);
+    Append(aInlined, Scan.aInlined);
+    Append(aList[ELF_LIST_GLOBAL_VARS], Scan.aVariable);
+    Append(aList[ELF_LIST_TYPES], Scan.aType);
+    Append(aList[ELF_LIST_NAMESPACES], Scan.aNamespace);
+    for (const auto& Pair : Scan.aExtension) aList[ELF_LIST_NAMESPACE_EXTENSIONS].push_back(Pair.second);
+    Append(aDefinition, Scan.aDefinition);
+    Append(aExtension, Scan.aExtension);
+    NumDies += Scan.NumDies;
 }
 
 U32 ELF_FILE::InternSrcFile(const std::string& sFile)
@@ -244,33 +177,64 @@ U32 ELF_FILE::InternSrcFile(const std::string& sFile)
     return it->second;
 }
 
-bool ELF_FILE::ReadLines(const DWARF_UNIT& Unit)
+void ELF_FILE::AppendLines(const DWARF_LINE_TABLE& Table, const ELF_CU_FILES& Files) const
 {
-    const auto [it, IsNew] = CuFiles.emplace(Unit.StmtList, ELF_CU_FILES());
-    bool Good = true;
-    if (IsNew) {
+    for (const DWARF_LINE_ROW& Row : Table.aRow) {
+        const U32 Index = Row.File - Files.FileBase;
+        aLine.push_back({Row.Addr, Row.Line, Index < Files.aFile.size() ? Files.aFile[Index] : 0xFFFFFFFFu, Row.Col, Row.IsStmt, Row.EndSequence});
+    }
+}
+
+/// Reads the line tables of units side by side; false entries of aGood mark damage.
+static std::vector<DWARF_LINE_TABLE> ReadTables(const CDwarfInfo& Info, const std::vector<const DWARF_UNIT*>& apUnit, std::vector<U8>& aGood,
+                                                ELF_PROGRESS* pProgress)
+{
+    std::vector<DWARF_LINE_TABLE> aTable(apUnit.size());
+    aGood.assign(apUnit.size(), 1);
+    RunParallel(apUnit.size(), [&](size_t i) {
+        const DWARF_UNIT& Unit = *apUnit[i];
         DWARF_DIE Root;
         const char* sDir = Info.ReadDie(Unit, Unit.DieOffset, Root) ? Info.GetText(Root, DW_AT_comp_dir) : "";
-        DWARF_LINE_TABLE Table;
-        Good = DwarfReadLineTable(Info.Sections(), Unit.StmtList, sDir, Unit.AddrSize, Table);
-        ELF_CU_FILES& Files = it->second;
-        Files.FileBase = Table.FileBase;
-        Files.aFile.reserve(Table.aPath.size());
-        for (const std::string& sFile : Table.aPath) Files.aFile.push_back(InternSrcFile(sFile));
-        for (const DWARF_LINE_ROW& Row : Table.aRow) {
-            const U32 Index = Row.File - Files.FileBase;
-            aLine.push_back({Row.Addr, Row.Line, Index < Files.aFile.size() ? Files.aFile[Index] : 0xFFFFFFFFu,
-                             Row.Col, Row.IsStmt, Row.EndSequence});
-        }
+        aGood[i] = DwarfReadLineTable(Info.Sections(), Unit.StmtList, sDir, Unit.AddrSize, aTable[i]);
+    }, pProgress, SHARE_LINES);
+    return aTable;
+}
+
+void ELF_FILE::ReadLineTables(ELF_PROGRESS* pProgress)
+{
+    for (const DWARF_UNIT& Unit : Info.Units()) {
+        if (Unit.HasStmtList && CuFiles.emplace(Unit.StmtList, ELF_CU_FILES()).second) apLineUnit.push_back(&Unit);
     }
-    if (!Unit.IsTypeUnit()) {
-        for (const U32 File : it->second.aFile) {
+    std::vector<U8> aGood;
+    std::vector<DWARF_LINE_TABLE> aTable = ReadTables(Info, apLineUnit, aGood, pProgress);
+    size_t NumRows = 0;
+    for (const DWARF_LINE_TABLE& Table : aTable) NumRows += Table.aRow.size();
+    aLine.reserve(NumRows);
+    for (size_t i = 0; i < aTable.size(); i++) {
+        if (!aGood[i]) ElfReport(ELF_ERR_SRC_LINES, FLAGS_INTERNAL);
+        ELF_CU_FILES& Files = CuFiles[apLineUnit[i]->StmtList];
+        Files.FileBase = aTable[i].FileBase;
+        Files.aFile.reserve(aTable[i].aPath.size());
+        for (const std::string& sFile : aTable[i].aPath) Files.aFile.push_back(InternSrcFile(sFile));
+        AppendLines(aTable[i], Files);
+        aTable[i] = DWARF_LINE_TABLE();
+    }
+    for (const DWARF_UNIT& Unit : Info.Units()) {
+        if (Unit.IsTypeUnit() || !Unit.HasStmtList) continue;
+        for (const U32 File : CuFiles[Unit.StmtList].aFile) {
             if (File == 0xFFFFFFFFu) continue;
             std::vector<U32>& aCu = aaFileCus[File];
             if (aCu.empty() || aCu.back() != Unit.RootId()) aCu.push_back(Unit.RootId());
         }
     }
-    return Good;
+}
+
+void ELF_FILE::ReadLinesAgain() const
+{
+    AreLinesDropped = false;
+    std::vector<U8> aGood;
+    const std::vector<DWARF_LINE_TABLE> aTable = ReadTables(Info, apLineUnit, aGood, nullptr);
+    for (size_t i = 0; i < aTable.size(); i++) AppendLines(aTable[i], *GetCuFiles(*apLineUnit[i]));
 }
 
 const ELF_CU_FILES* ELF_FILE::GetCuFiles(const DWARF_UNIT& Unit) const
@@ -279,36 +243,18 @@ const ELF_CU_FILES* ELF_FILE::GetCuFiles(const DWARF_UNIT& Unit) const
     return it != CuFiles.end() ? &it->second : nullptr;
 }
 
-void ELF_FILE::FindMainFunction()
+void ELF_FILE::BuildNameIndex() const
 {
-    U32 Named = DIE_ID_NONE;
-    for (const U32 Id : aList[ELF_LIST_FUNCTIONS]) {
+    HasNameIndex = true;
+    auto Add = [this](std::unordered_map<U32, U32>& Index, U32 Id) {
         DWARF_DIE Die;
-        if (!ReadDie(Id, Die)) continue;
-        if (Info.HasAttr(Die, DW_AT_main_subprogram)) {
-            MainFunction = Id;
-            return;
-        }
-        if (Named == DIE_ID_NONE && std::strcmp(Info.GetText(Die, DW_AT_name), "main") == 0) Named = Id;
-    }
-    MainFunction = Named;
-}
-
-void ELF_FILE::BuildNameIndex()
-{
-    const struct {
-        ELF_LIST List;
-        std::unordered_map<U32, U32>& Index;
-    } aIndex[] = {{ELF_LIST_TYPES, TypeByName}, {ELF_LIST_GLOBAL_VARS, VarByName}, {ELF_LIST_FUNCTIONS, FuncByName}};
-    for (const auto& Row : aIndex) {
-        Row.Index.reserve(aList[Row.List].size());
-        for (const U32 Id : aList[Row.List]) {
-            DWARF_DIE Die;
-            if (!ReadDie(Id, Die) || Die.Tag() == DW_TAG_typedef) continue;
-            const char* sName = Info.GetText(Die, DW_AT_name);
-            if (*sName) Row.Index.emplace(ElfHash(sName), Id);
-        }
-    }
+        if (!ReadDie(Id, Die) || Die.IsNull() || Die.Tag() == DW_TAG_typedef) return;
+        const char* sName = Info.GetText(Die, DW_AT_name);
+        if (*sName) Index.emplace(ElfHash(sName), Id);
+    };
+    for (const U32 Id : aList[ELF_LIST_TYPES]) Add(TypeByName, Id);
+    for (const U32 Id : aList[ELF_LIST_GLOBAL_VARS]) Add(VarByName, Id);
+    for (const DWARF_CODE& Code : aFunction) Add(FuncByName, Code.Id);
 }
 
 void ELF_FILE::LogSummary(const U64* paMs) const
@@ -329,7 +275,7 @@ void ELF_FILE::LogSummary(const U64* paMs) const
         Say(STEP_TEXTS[i], static_cast<long>(paMs[i]));
         Total += static_cast<long>(paMs[i]);
     }
-    Say("File Size: %u", static_cast<U32>(Image.Bytes().size()));
+    Say("File Size: %u", static_cast<U32>(Image.Size()));
     Say("DWARF Symbol Count: %u", NumDies);
     Say("ELF Symbol Count: %u", static_cast<U32>(Image.Symbols().size()));
     Say("Data Encoding: %s", Image.IsBigEndian() ? "Big Endian" : "Little Endian");

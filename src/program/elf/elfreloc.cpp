@@ -85,6 +85,14 @@ void ELF_ClearRelocations()
     Relocs().clear();
 }
 
+bool ELF_HasRelocations()
+{
+    for (const RELOC& Rel : Relocs()) {
+        if (Rel.Resolved) return true;
+    }
+    return false;
+}
+
 U32 ELF_ToRuntimeAddr(U32 Addr, U32 LowSlack, U32 HighSlack)
 {
     for (const RELOC& Rel : Relocs()) {

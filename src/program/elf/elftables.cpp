@@ -22,7 +22,14 @@ const ELF_SECTION* FindSection(ELF_HANDLE hFile, U32 Index)
 const ELF_LINE* FindLine(ELF_HANDLE hFile, U32 Index)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
+    if (pFile && pFile->AreLinesDropped) pFile->ReadLinesAgain();
     return pFile && Index < pFile->aLine.size() ? &pFile->aLine[Index] : nullptr;
+}
+
+/// The lists of code, which are kept with their ranges.
+const std::vector<DWARF_CODE>* CodeList(const ELF_FILE* pFile, ELF_LIST List)
+{
+    return List == ELF_LIST_FUNCTIONS ? &pFile->aFunction : List == ELF_LIST_INLINED ? &pFile->aInlined : nullptr;
 }
 
 } // namespace
@@ -30,12 +37,12 @@ const ELF_LINE* FindLine(ELF_HANDLE hFile, U32 Index)
 const U8* ELF_GetFileImage(ELF_HANDLE hFile)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
-    return pFile ? pFile->Image.Bytes().data() : nullptr;
+    return pFile ? pFile->Image.Data() : nullptr;
 }
 U32 ELF_GetFileSize(ELF_HANDLE hFile)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
-    return pFile ? static_cast<U32>(pFile->Image.Bytes().size()) : 0;
+    return pFile ? static_cast<U32>(pFile->Image.Size()) : 0;
 }
 U32 ELF_GetClass(ELF_HANDLE hFile)
 {
@@ -133,8 +140,8 @@ const U8* ELF_GetSegmentData(ELF_HANDLE hFile, U32 Index)
 {
     const ELF_SEGMENT* pSeg = FindSegment(hFile, Index);
     if (!pSeg || pSeg->FileSize == 0) return nullptr;
-    const std::vector<U8>& Bytes = ElfFind(hFile)->Image.Bytes();
-    return static_cast<U64>(pSeg->Offset) + pSeg->FileSize <= Bytes.size() ? Bytes.data() + pSeg->Offset : nullptr;
+    const CElfImage& Image = ElfFind(hFile)->Image;
+    return static_cast<U64>(pSeg->Offset) + pSeg->FileSize <= Image.Size() ? Image.Data() + pSeg->Offset : nullptr;
 }
 
 U32 ELF_GetSectionCount(ELF_HANDLE hFile)
@@ -264,14 +271,50 @@ int ELF_GetRelocationSymbol(ELF_HANDLE hFile, U32 Addr, const char** psName)
 U32 ELF_GetListCount(ELF_HANDLE hFile, ELF_LIST List)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
-    return pFile && List < ELF_NUM_LISTS ? static_cast<U32>(pFile->aList[List].size()) : 0;
+    if (!pFile || List >= ELF_NUM_LISTS) return 0;
+    const std::vector<DWARF_CODE>* pCode = CodeList(pFile, List);
+    return static_cast<U32>(pCode ? pCode->size() : pFile->aList[List].size());
 }
 ELF_SYM_HANDLE ELF_GetListItem(ELF_HANDLE hFile, ELF_LIST List, U32 Index)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
-    return pFile && List < ELF_NUM_LISTS && Index < pFile->aList[List].size()
-               ? pFile->DebugHandle(pFile->aList[List][Index])
-               : 0;
+    if (!pFile || List >= ELF_NUM_LISTS) return 0;
+    if (const std::vector<DWARF_CODE>* pCode = CodeList(pFile, List)) {
+        return Index < pCode->size() ? pFile->DebugHandle((*pCode)[Index].Id) : 0;
+    }
+    return Index < pFile->aList[List].size() ? pFile->DebugHandle(pFile->aList[List][Index]) : 0;
+}
+ELF_CODE ELF_GetCode(ELF_HANDLE hFile, ELF_LIST List, U32 Index)
+{
+    const ELF_FILE* pFile = ElfFind(hFile);
+    const std::vector<DWARF_CODE>* pCode = pFile ? CodeList(pFile, List) : nullptr;
+    if (!pCode || Index >= pCode->size()) return {0, 0, 0xFFFFFFFFu, 0, 0};
+    const DWARF_CODE& Code = (*pCode)[Index];
+    return {pFile->DebugHandle(Code.Id), pFile->DebugHandle(Code.Origin), Code.Low, Code.High, Code.NumRanges};
+}
+const ELF_LINE* ELF_GetLines(ELF_HANDLE hFile, U32* pCount)
+{
+    *pCount = ELF_GetLineCount(hFile);
+    return *pCount ? ElfFind(hFile)->aLine.data() : nullptr;
+}
+ELF_CODE ELF_FindCode(ELF_SYM_HANDLE hSym)
+{
+    const ELF_FILE* pFile = ElfFindSym(hSym);
+    const U32 Id = static_cast<U32>(hSym);
+    for (const ELF_LIST List : {ELF_LIST_FUNCTIONS, ELF_LIST_INLINED}) {
+        if (!pFile || ((hSym >> 32) & 7) != ELF_SYM_KIND_DEBUG) break;
+        const std::vector<DWARF_CODE>& aCode = *CodeList(pFile, List);
+        const auto it = std::lower_bound(aCode.begin(), aCode.end(), Id, [](const DWARF_CODE& Code, U32 Key) { return Code.Id < Key; });
+        if (it != aCode.end() && it->Id == Id) return {hSym, pFile->DebugHandle(it->Origin), it->Low, it->High, it->NumRanges};
+    }
+    return {0, 0, 0xFFFFFFFFu, 0, 0};
+}
+void ELF_DropLines(ELF_HANDLE hFile)
+{
+    ELF_FILE* pFile = ElfFind(hFile);
+    if (!pFile || pFile->aLine.empty()) return;
+    CBigVector<ELF_LINE>().swap(pFile->aLine);
+    pFile->AreLinesDropped = true;
 }
 ELF_SYM_HANDLE ELF_GetMainFunction(ELF_HANDLE hFile)
 {
@@ -292,6 +335,7 @@ U32 ELF_GetDwarfVersion(ELF_HANDLE hFile)
 U32 ELF_GetLineCount(ELF_HANDLE hFile)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
+    if (pFile && pFile->AreLinesDropped) pFile->ReadLinesAgain();
     return pFile ? static_cast<U32>(pFile->aLine.size()) : 0;
 }
 U32 ELF_GetLineAddr(ELF_HANDLE hFile, U32 Index)

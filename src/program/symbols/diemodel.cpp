@@ -20,6 +20,7 @@ bool IsInheritable(U32 Attr)
 
 const std::unordered_map<U32, U32>* NameIndexFor(const ELF_FILE& File, U32 Tag)
 {
+    if (!File.HasNameIndex) File.BuildNameIndex();
     if (IsRecordTag(Tag) || Tag == DW_TAG_enumeration_type) return &File.TypeByName;
     if (Tag == DW_TAG_variable || Tag == DW_TAG_member) return &File.VarByName;
     return Tag == DW_TAG_subprogram ? &File.FuncByName : nullptr;
@@ -60,8 +61,8 @@ DWARF_VALUE DieAttr(const ELF_FILE& File, const DWARF_DIE& Die, U32 Attr, DWARF_
         if (!IsInheritable(Attr)) return {};
         DWARF_DIE Other;
         if (Place.Tag() == DW_TAG_namespace) {
-            const auto it = File.Extensions.find(Place.Id);
-            if (it != File.Extensions.end() && it->second != Place.Id && File.ReadDie(it->second, Other) &&
+            const U32 Extension = File.FindExtension(Place.Id);
+            if (Extension != DIE_ID_NONE && Extension != Place.Id && File.ReadDie(Extension, Other) && !Other.IsNull() &&
                 Info.HasAttr(Other, Attr)) {
                 return Found(Other);
             }
@@ -95,9 +96,8 @@ DWARF_DIE DieDefinition(const ELF_FILE& File, const DWARF_DIE& Die)
         File.ReadDie(static_cast<U32>(Sig.Value), Other) && !Other.IsNull()) {
         return Other;
     }
-    const auto itDef = File.Definitions.find(Die.Id);
-    if (itDef != File.Definitions.end() && itDef->second != Die.Id && File.ReadDie(itDef->second, Other) &&
-        !Other.IsNull()) {
+    const U32 Definition = File.FindDefinition(Die.Id);
+    if (Definition != DIE_ID_NONE && Definition != Die.Id && File.ReadDie(Definition, Other) && !Other.IsNull()) {
         return Other;
     }
     const std::unordered_map<U32, U32>* pIndex = NameIndexFor(File, Tag);
@@ -205,17 +205,7 @@ void DieRanges(const ELF_FILE& File, const DWARF_DIE& Die, std::vector<std::pair
     // Ranges belong to one piece of code: an expansion or instance doesn't take them over from its origin.
     const bool Inherit = Die.pAbbrev->HasDeclaration;
     Owner = Inherit ? DieDefinition(File, Die) : Die;
-    if (const DWARF_VALUE Ranges = File.Info.GetAttr(Owner, DW_AT_ranges)) {
-        File.Info.GetRanges(*Owner.pUnit, Ranges, aRange);
-        return;
-    }
-    const DWARF_VALUE Low = File.Info.GetAttr(Owner, DW_AT_low_pc);
-    const DWARF_VALUE High = File.Info.GetAttr(Owner, DW_AT_high_pc);
-    if (Low.Class != DWARF_CLASS::ADDRESS || !High) return;
-    const U64 End = High.Class == DWARF_CLASS::ADDRESS ? High.Value : Low.Value + High.Value;
-    if (End > Low.Value && End <= 0xFFFFFFFFu) {
-        aRange.emplace_back(static_cast<U32>(Low.Value), static_cast<U32>(End));
-    }
+    DwarfGetDieRanges(File.Info, Owner, aRange);
 }
 
 const char* DieName(const ELF_FILE& File, const DWARF_DIE& Die)

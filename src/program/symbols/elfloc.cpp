@@ -346,8 +346,8 @@ ELF_SYM_LOC MemberLocation(const ELF_FILE& File, const DWARF_DIE& Die)
     if (Value.Class == DWARF_CLASS::CONSTANT || Value.Class == DWARF_CLASS::SIGNED) {
         return OnePart(ELF_LOC_PARENT_LOC, 0, static_cast<I32>(Value.Value), 0);
     }
-    const U32 Scope = File.FindParentScope(Die.Id);
-    const bool InUnion = Scope != 0xFFFFFFFFu && File.aScope[Scope].Tag == DW_TAG_union_type;
+    const DWARF_SCOPE* pScope = File.FindParentScope(Die.Id);
+    const bool InUnion = pScope && pScope->Tag == DW_TAG_union_type;
     if (InUnion || DieAttr(File, Die, DW_AT_data_bit_offset)) return OnePart(ELF_LOC_PARENT_LOC, 0, 0, 0);
     return {};
 }

@@ -128,8 +128,8 @@ ELF_SYM_HANDLE ELF_GetSymParent(ELF_SYM_HANDLE hSym)
     if (!pFile) return 0;
     U32 Id = static_cast<U32>(hSym);
     if (!ELF_SymIsElf(hSym)) {
-        const U32 Scope = pFile->FindParentScope(Id);
-        return Scope != 0xFFFFFFFFu ? pFile->DebugHandle(pFile->aScope[Scope].Id) : 0;
+        const DWARF_SCOPE* pScope = pFile->FindParentScope(Id);
+        return pScope ? pFile->DebugHandle(pScope->Id) : 0;
     }
     // A file symbol stands before the local symbols of the file.
     for (Id++; Id-- > 0;) {
@@ -230,8 +230,8 @@ U32 ELF_GetSymAccess(ELF_SYM_HANDLE hSym)
     // A definition outside of its class belongs to where it was declared.
     DWARF_DIE Declared = Ref.Die;
     DieTarget(*Ref.pFile, Ref.Die, DW_AT_specification, Declared);
-    for (U32 Scope = Ref.pFile->FindParentScope(Declared.Id); Scope != 0xFFFFFFFFu; Scope = Ref.pFile->aScope[Scope].Parent) {
-        switch (Ref.pFile->aScope[Scope].Tag) {
+    for (const DWARF_SCOPE* pScope = Ref.pFile->FindParentScope(Declared.Id); pScope; pScope = ELF_FILE::ParentOf(pScope)) {
+        switch (pScope->Tag) {
         case DW_TAG_structure_type:
         case DW_TAG_union_type: return 1;
         case DW_TAG_class_type: return 3;

@@ -27,11 +27,11 @@ CACHE& CacheOf(const ELF_FILE& File)
 
 void CollectLocals(const ELF_FILE& File, const DWARF_DIE& Function, std::vector<U32>& aLocal)
 {
-    const U32 FuncScope = File.FindScope(Function.Id);
-    if (FuncScope == 0xFFFFFFFFu) return;
+    const DWARF_SCOPE* pFuncScope = File.FindScope(Function.Id);
+    if (!pFuncScope) return;
     const DWARF_UNIT& Unit = *Function.pUnit;
     const U32 Section = Unit.InTypes ? DIE_ID_TYPES : 0;
-    const U32 End = File.aScope[FuncScope].End & ~DIE_ID_TYPES;
+    const U32 End = pFuncScope->End & ~DIE_ID_TYPES;
     U32 Offset = File.Info.EndOfDie(Function);
     while (Offset && Offset < End) {
         DWARF_DIE Die;
@@ -43,8 +43,7 @@ void CollectLocals(const ELF_FILE& File, const DWARF_DIE& Function, std::vector<
         } else if (Tag != DW_TAG_lexical_block && Tag != DW_TAG_try_block && Tag != DW_TAG_catch_block &&
                    !Die.IsNull() && Die.pAbbrev->HasChildren) {
             // Functions keep their own locals, types their members.
-            const U32 Scope = File.FindScope(Offset | Section);
-            if (Scope != 0xFFFFFFFFu) Next = File.aScope[Scope].End & ~DIE_ID_TYPES;
+            if (const DWARF_SCOPE* pScope = File.FindScope(Offset | Section)) Next = pScope->End & ~DIE_ID_TYPES;
         }
         if (Next <= Offset) break;
         Offset = Next;

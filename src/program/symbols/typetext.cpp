@@ -122,9 +122,9 @@ bool ELF_SymIsStatic(ELF_SYM_HANDLE hSym)
     const U32 Tag = Ref.Die.Tag();
     if (Tag == DW_TAG_member || Tag == DW_TAG_enumerator) return DieFlag(*Ref.pFile, Ref.Die, DW_AT_external);
     if (Tag == DW_TAG_subroutine_type) return !DieAttr(*Ref.pFile, Ref.Die, DW_AT_object_pointer);
-    U32 Scope = Ref.pFile->FindParentScope(Ref.Die.Id);
-    while (Scope != 0xFFFFFFFFu && !IsFunctionDieTag(Ref.pFile->aScope[Scope].Tag)) Scope = Ref.pFile->aScope[Scope].Parent;
-    if (Scope == 0xFFFFFFFFu) return false;
+    const DWARF_SCOPE* pScope = Ref.pFile->FindParentScope(Ref.Die.Id);
+    while (pScope && !IsFunctionDieTag(pScope->Tag)) pScope = ELF_FILE::ParentOf(pScope);
+    if (!pScope) return false;
     const ELF_SYM_LOC Loc = ELF_GetSymLoc(hSym, 0);
     return ELF_LocIsMemory(Loc) && ELF_LocIsValid(Loc);
 }

@@ -77,6 +77,16 @@ void Unload(PROG_TABLES& Tab)
     LogDebug(QStringLiteral("ELF-API Wrapper deinitialized after ms: ") + QString::number(Timer.elapsed()));
 }
 
+/// The symbol of the terminal's control block. Only a program that has an ELF symbol of this name, or none at all, is
+/// worth the making of the name tables.
+ELF_SYM_HANDLE FindControlBlock(const PROG_TABLES& Tab)
+{
+    static constexpr const char* NAME = "_TARVEX_MEMLANE";
+    if (ELF_GetSymbolCount(Tab.hFile) > 0 && ELF_FindSymbolByName(Tab.hFile, NAME) < 0) return 0;
+    const ELF_SYM_LIST aSym = PROG_FindSymbols(QLatin1String(NAME), true, true, false, true, false);
+    return aSym.isEmpty() ? 0 : aSym.first();
+}
+
 } // namespace
 
 CProgLock::CProgLock() { ELF_Lock(); }
@@ -120,8 +130,7 @@ int PROG_Load(const QString& sPath)
     }
     Tab.Loaded = true;
     Tab.Loading = false;
-    const ELF_SYM_LIST aControlBlock = PROG_FindSymbols(QStringLiteral("_TARVEX_MEMLANE"), true, true, false, true, false);
-    Tab.hControlBlock = aControlBlock.isEmpty() ? 0 : aControlBlock.first();
+    Tab.hControlBlock = FindControlBlock(Tab);
     LogDebug(QStringLiteral("ELF-API wrapper initialized in ") + TimeText(Total.nsecsElapsed()));
     LogDebug(QStringLiteral("Function count: ") + QString::number(Tab.aFunction.size()));
     LogDebug(QStringLiteral("Global variable count: ") + QString::number(Tab.aGlobal.size()));

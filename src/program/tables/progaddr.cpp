@@ -10,16 +10,17 @@ constexpr U32 NEXT_LINE_BYTES = 1000;
 constexpr U32 NEXT_LINE_LINES = 1000;
 
 /// The addresses of one line of a file.
-std::pair<const PROG_LOC_ROW*, const PROG_LOC_ROW*> RowsOfLine(const PROG_TABLES& Tab, U32 File, U32 Line)
+std::pair<const PROG_LOC_ROW*, const PROG_LOC_ROW*> RowsOfLine(PROG_TABLES& Tab, U32 File, U32 Line)
 {
-    const PROG_LOC_ROW* pEnd = Tab.aByLoc.data() + Tab.aByLoc.size();
-    const PROG_LOC_ROW* pFirst = std::lower_bound(static_cast<const PROG_LOC_ROW*>(Tab.aByLoc.data()), pEnd, PROG_LOC_ROW{File, Line, 0});
+    const CBigVector<PROG_LOC_ROW>& aRow = ProgRowsByLoc(Tab);
+    const PROG_LOC_ROW* pEnd = aRow.data() + aRow.size();
+    const PROG_LOC_ROW* pFirst = std::lower_bound(aRow.data(), pEnd, PROG_LOC_ROW{File, Line, 0});
     const PROG_LOC_ROW* pLast = pFirst;
     while (pLast != pEnd && pLast->File == File && pLast->Line == Line) pLast++;
     return {pFirst, pLast};
 }
 
-CSrcLoc FirstLoc(PROG_TABLES& Tab, U32 Addr)
+CSrcLoc FirstLoc(const PROG_TABLES& Tab, U32 Addr)
 {
     const PROG_MAP_SPAN Rows = ProgRowsFor(Tab, Addr);
     return Rows.IsEmpty() ? CSrcLoc() : Rows.pFirst->Loc;
@@ -27,30 +28,49 @@ CSrcLoc FirstLoc(PROG_TABLES& Tab, U32 Addr)
 
 } // namespace
 
-PROG_MAP_SPAN ProgRowsAt(const PROG_TABLES& Tab, U32 Addr)
+const CBigVector<PROG_LOC_ROW>& ProgRowsByLoc(PROG_TABLES& Tab)
 {
-    const PROG_MAP_ROW* pBegin = Tab.aMap.data();
-    const PROG_MAP_ROW* pEnd = pBegin + Tab.aMap.size();
-    const PROG_MAP_ROW* pFirst = std::lower_bound(pBegin, pEnd, Addr, [](const PROG_MAP_ROW& Row, U32 Key) { return Row.Addr < Key; });
+    if (Tab.aByLoc.empty() && !Tab.aMap.empty()) {
+        Tab.aByLoc.reserve(Tab.aMap.size());
+        for (const PROG_MAP_ROW& Row : Tab.aMap) Tab.aByLoc.push_back({Row.Loc.File, Row.Loc.Line, Row.Addr});
+        std::sort(Tab.aByLoc.begin(), Tab.aByLoc.end());
+    }
+    return Tab.aByLoc;
+}
+
+/// The rows of one address, beginning with the first row at or above it.
+static PROG_MAP_SPAN SpanAt(const PROG_TABLES& Tab, const PROG_MAP_ROW* pFirst, U32 Addr)
+{
+    const PROG_MAP_ROW* pEnd = Tab.aMap.data() + Tab.aMap.size();
     const PROG_MAP_ROW* pLast = pFirst;
     while (pLast != pEnd && pLast->Addr == Addr) pLast++;
     return {pFirst, pLast};
 }
 
-PROG_MAP_SPAN ProgRowsFor(PROG_TABLES& Tab, U32 Addr)
+static const PROG_MAP_ROW* LowerRow(const PROG_TABLES& Tab, U32 Addr)
+{
+    return Tab.MapIndex.LowerBound(Tab.aMap.data(), Tab.aMap.size(), Addr);
+}
+
+PROG_MAP_SPAN ProgRowsAt(const PROG_TABLES& Tab, U32 Addr) { return SpanAt(Tab, LowerRow(Tab, Addr), Addr); }
+
+PROG_MAP_SPAN ProgRowsFor(const PROG_TABLES& Tab, U32 Addr)
 {
     constexpr PROG_MAP_SPAN NONE{nullptr, nullptr};
     if (Addr == 0 || Addr == 0xFFFFFFFFu) return NONE;
-    const PROG_MAP_SPAN Exact = ProgRowsAt(Tab, Addr);
+    const PROG_MAP_ROW* pRow = LowerRow(Tab, Addr);
+    const PROG_MAP_SPAN Exact = SpanAt(Tab, pRow, Addr);
     if (!Exact.IsEmpty()) return Exact;
     // Compilers emit a record where a line begins; the rest of its instructions are found from below.
-    const auto it = std::lower_bound(Tab.aMapped.begin(), Tab.aMapped.end(), Addr);
-    if (it == Tab.aMapped.begin()) return NONE;
-    const U32 Below = *(it - 1);
+    if (pRow == Tab.aMap.data()) return NONE;
+    const U32 Below = pRow[-1].Addr;
     if (Addr - Below > FALLBACK_BYTES) return NONE;
-    const ELF_SYM_HANDLE hFunc = ProgFunctionAt(Tab, Addr, true);
-    if (!hFunc || ProgFunctionAt(Tab, Below, true) != hFunc) return NONE;
-    return ProgRowsAt(Tab, Below);
+    const CFunctionMap::STRETCH* pStretch = Tab.FunctionMap.Find(Addr);
+    if (!pStretch || !pStretch->Outer) return NONE;
+    if (pStretch->Addr > Below && ProgFunctionAt(Tab, Below, true) != Tab.FunctionMap.Handle(pStretch->Outer)) return NONE;
+    const PROG_MAP_ROW* pFirst = pRow - 1;
+    while (pFirst != Tab.aMap.data() && pFirst[-1].Addr == Below) pFirst--;
+    return {pFirst, pRow};
 }
 
 QList<CSrcLoc> PROG_GetSrcLocs(U32 Addr)
@@ -106,26 +126,28 @@ I64 PROG_GetNextMappedAddr(U32 Addr)
 {
     const CProgLock Lock;
     const PROG_TABLES& Tab = PROG_Tables(Lock);
-    const auto it = std::upper_bound(Tab.aMapped.begin(), Tab.aMapped.end(), Addr);
-    return Tab.Loaded && it != Tab.aMapped.end() ? static_cast<I64>(*it) : -1;
+    if (!Tab.Loaded) return -1;
+    const PROG_MAP_ROW* pRow = Tab.MapIndex.UpperBound(Tab.aMap.data(), Tab.aMap.size(), Addr);
+    return pRow != Tab.aMap.data() + Tab.aMap.size() ? static_cast<I64>(pRow->Addr) : -1;
 }
 
 I64 PROG_GetPrevMappedAddr(U32 Addr)
 {
     const CProgLock Lock;
     const PROG_TABLES& Tab = PROG_Tables(Lock);
-    const auto it = std::lower_bound(Tab.aMapped.begin(), Tab.aMapped.end(), Addr);
-    return Tab.Loaded && it != Tab.aMapped.begin() ? static_cast<I64>(*(it - 1)) : -1;
+    if (!Tab.Loaded) return -1;
+    const PROG_MAP_ROW* pRow = LowerRow(Tab, Addr);
+    return pRow != Tab.aMap.data() ? static_cast<I64>(pRow[-1].Addr) : -1;
 }
 
 int PROG_GetNextLineAddr(U32 Addr, U32* pNext)
 {
     const CProgLock Lock;
     PROG_TABLES& Tab = PROG_Tables(Lock);
-    if (!Tab.Loaded || Tab.aMapped.empty()) return -1;
+    if (!Tab.Loaded || Tab.aMap.empty()) return -1;
     const CSrcLoc Start = FirstLoc(Tab, Addr);
     const U32 Step = ELF_GetCodeAlign();
-    const U64 Limit = std::min<U64>(static_cast<U64>(Addr) + NEXT_LINE_BYTES, static_cast<U64>(Tab.aMapped.back()) + 1);
+    const U64 Limit = std::min<U64>(static_cast<U64>(Addr) + NEXT_LINE_BYTES, static_cast<U64>(Tab.aMap.back().Addr) + 1);
     for (U64 At = ProgAlign(Addr); At < Limit; At += Step) {
         const CSrcLoc Loc = FirstLoc(Tab, static_cast<U32>(At));
         if (At <= Addr || !Loc.IsValid() || Loc.IsSameLine(Start)) continue;
@@ -150,7 +172,7 @@ U32 PROG_GetFileOfAddr(U32 Addr)
 QList<U32> PROG_GetAddrs(const CSrcLoc& Loc)
 {
     const CProgLock Lock;
-    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    PROG_TABLES& Tab = PROG_Tables(Lock);
     QList<U32> aAddr;
     if (!Tab.Loaded) return aAddr;
     const auto [pFirst, pLast] = RowsOfLine(Tab, Loc.File, Loc.Line);
@@ -161,7 +183,7 @@ QList<U32> PROG_GetAddrs(const CSrcLoc& Loc)
 I64 PROG_GetFirstAddr(const CSrcLoc& Loc)
 {
     const CProgLock Lock;
-    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    PROG_TABLES& Tab = PROG_Tables(Lock);
     if (!Tab.Loaded) return -1;
     const auto [pFirst, pLast] = RowsOfLine(Tab, Loc.File, Loc.Line);
     return pFirst == pLast ? -1 : static_cast<I64>(pFirst->Addr);
@@ -188,20 +210,22 @@ QList<U32> PROG_GetAddrsInRange(const CSrcLoc& Loc, U32 Start, U32 End)
 CSrcLoc PROG_GetNextLineWithCode(const CSrcLoc& Loc)
 {
     const CProgLock Lock;
-    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    PROG_TABLES& Tab = PROG_Tables(Lock);
     if (!Tab.Loaded) return {};
-    const auto it = std::lower_bound(Tab.aByLoc.begin(), Tab.aByLoc.end(), PROG_LOC_ROW{Loc.File, Loc.Line, 0});
-    if (it == Tab.aByLoc.end() || it->File != Loc.File || it->Line - Loc.Line > NEXT_LINE_LINES) return {};
+    const CBigVector<PROG_LOC_ROW>& aRow = ProgRowsByLoc(Tab);
+    const auto it = std::lower_bound(aRow.begin(), aRow.end(), PROG_LOC_ROW{Loc.File, Loc.Line, 0});
+    if (it == aRow.end() || it->File != Loc.File || it->Line - Loc.Line > NEXT_LINE_LINES) return {};
     return CSrcLoc(it->File, it->Line);
 }
 
 CSrcLoc PROG_GetPrevLineWithCode(const CSrcLoc& Loc)
 {
     const CProgLock Lock;
-    const PROG_TABLES& Tab = PROG_Tables(Lock);
+    PROG_TABLES& Tab = PROG_Tables(Lock);
     if (!Tab.Loaded) return {};
-    auto it = std::upper_bound(Tab.aByLoc.begin(), Tab.aByLoc.end(), PROG_LOC_ROW{Loc.File, Loc.Line, 0xFFFFFFFFu});
-    if (it == Tab.aByLoc.begin()) return {};
+    const CBigVector<PROG_LOC_ROW>& aRow = ProgRowsByLoc(Tab);
+    auto it = std::upper_bound(aRow.begin(), aRow.end(), PROG_LOC_ROW{Loc.File, Loc.Line, 0xFFFFFFFFu});
+    if (it == aRow.begin()) return {};
     --it;
     return it->File == Loc.File ? CSrcLoc(it->File, it->Line) : CSrcLoc();
 }

@@ -9,6 +9,14 @@ namespace {
 /// No program of a microcontroller comes near; a symbol that claims more is damaged.
 constexpr U64 MAX_SYMBOL_SPAN = 1000000000;
 
+CAddrRange SpanOf(U64 Low, U64 High)
+{
+    if (High <= Low) return {};
+    if (High - Low < MAX_SYMBOL_SPAN) return CAddrRange(static_cast<U32>(Low), static_cast<U32>(High - Low));
+    LogDebug(QStringLiteral("symbol address range could not be determined @ ") + QString::number(Low, 16));
+    return {};
+}
+
 } // namespace
 
 bool ProgIsFunction(ELF_SYM_HANDLE hSym)
@@ -18,29 +26,42 @@ bool ProgIsFunction(ELF_SYM_HANDLE hSym)
     return Tag == ELF_TAG_SUBPROGRAM || Tag == ELF_TAG_INLINED_SUBROUTINE || Tag == ELF_TAG_SUBROUTINE_TYPE;
 }
 
+/// Range of an ELF symbol where it lies at run time; bit 0 of a Thumb symbol isn't part of its address.
+static CAddrRange ElfRange(ELF_SYM_HANDLE hSym)
+{
+    const U32 Low = ELF_GetSymRangeLow(hSym, 0), High = ELF_GetSymRangeHigh(hSym, 0);
+    return High > Low ? CAddrRange(ProgAlign(Low), High - (ProgIsFunction(hSym) ? Low : ProgAlign(Low))) : CAddrRange();
+}
+
 const QList<CAddrRange>& ProgSymRanges(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym)
 {
     const auto it = Tab.Ranges.constFind(hSym);
     if (it != Tab.Ranges.constEnd()) return it.value();
     QList<CAddrRange> aRange;
-    const bool IsElf = ELF_SymIsElf(hSym);
-    const U32 Count = ELF_GetSymRangeCount(hSym);
-    for (U32 i = 0; i < Count; i++) {
-        U32 Low = ELF_GetSymRangeLow(hSym, i);
-        U32 High = ELF_GetSymRangeHigh(hSym, i);
-        // Bit 0 of a Thumb symbol isn't part of its address.
-        if (IsElf && ProgIsFunction(hSym) && ProgAlign(Low) != Low) High -= Low - ProgAlign(Low);
-        Low = ProgAlign(Low);
-        if (High > Low) aRange.append(CAddrRange(Low, High - Low));
+    if (ELF_SymIsElf(hSym)) {
+        const CAddrRange Range = ElfRange(hSym);
+        if (!Range.IsEmpty()) aRange.append(Range);
+    } else {
+        const U32 Count = ELF_GetSymRangeCount(hSym);
+        for (U32 i = 0; i < Count; i++) {
+            const U32 Low = ProgAlign(ELF_GetSymRangeLow(hSym, i)), High = ELF_GetSymRangeHigh(hSym, i);
+            if (High > Low) aRange.append(CAddrRange(Low, High - Low));
+        }
+        std::sort(aRange.begin(), aRange.end());
     }
-    std::sort(aRange.begin(), aRange.end());
     return *Tab.Ranges.insert(hSym, aRange);
 }
 
 CAddrRange ProgSymRange(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym)
 {
+    // What the first pass over the file has noted costs less than a table of answers.
+    if (ELF_SymIsElf(hSym)) return ElfRange(hSym);
     const auto it = Tab.Range.constFind(hSym);
     if (it != Tab.Range.constEnd()) return it.value();
+    if (const ELF_CODE Code = ELF_FindCode(hSym); Code.hSym) {
+        const CAddrRange Range = ProgCodeRange(Code);
+        if (!Range.IsEmpty() || Code.NumRanges == 0) return Range;
+    }
     U64 Low = ~0ull, High = 0;
     auto Merge = [&](ELF_SYM_HANDLE h) {
         for (const CAddrRange& Range : ProgSymRanges(Tab, h)) {
@@ -52,41 +73,31 @@ CAddrRange ProgSymRange(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym)
     if (High <= Low && ELF_GetSymTag(hSym) == ELF_TAG_COMPILE_UNIT) {
         for (const ELF_SYM_HANDLE hFunc : ELF_GetSymChildren(hSym, ELF_TAG_SUBPROGRAM)) Merge(hFunc);
     }
-    CAddrRange Range;
-    if (High > Low) {
-        if (High - Low < MAX_SYMBOL_SPAN) {
-            Range = CAddrRange(static_cast<U32>(Low), static_cast<U32>(High - Low));
-        } else {
-            LogDebug(QStringLiteral("symbol address range could not be determined @ ") + QString::number(Low, 16));
-        }
-    }
-    Tab.Range.insert(hSym, Range);
-    return Range;
+    return *Tab.Range.insert(hSym, SpanOf(Low, High));
 }
 
-const ELF_SYM_LIST& ProgFunctionsAt(PROG_TABLES& Tab, U32 Addr)
+CAddrRange ProgCodeRange(const ELF_CODE& Code)
 {
-    const auto it = Tab.FunctionHits.constFind(Addr);
-    if (it != Tab.FunctionHits.constEnd()) return it.value();
-    ELF_SYM_LIST aHit;
-    for (const U64 hSym : Tab.FunctionTree.Find(Addr, Addr)) {
-        if (ProgIsFunction(hSym) && !aHit.contains(hSym)) aHit.append(hSym);
-    }
-    return *Tab.FunctionHits.insert(Addr, aHit);
+    U64 Low = ~0ull, High = 0;
+    ProgForEachRange(Code, [&](U32 RangeLow, U32 RangeHigh) {
+        Low = std::min<U64>(Low, ProgAlign(RangeLow));
+        High = std::max<U64>(High, RangeHigh);
+    });
+    return SpanOf(Low, High);
 }
 
-ELF_SYM_HANDLE ProgFunctionAt(PROG_TABLES& Tab, U32 Addr, bool PreferOuter)
+std::pair<const PROG_INSTANCE*, const PROG_INSTANCE*> ProgInstances(const PROG_TABLES& Tab, ELF_SYM_HANDLE hOrigin)
 {
-    const ELF_SYM_LIST& aHit = ProgFunctionsAt(Tab, Addr);
-    if (!PreferOuter) {
-        for (auto it = aHit.crbegin(); it != aHit.crend(); ++it) {
-            if (!ELF_SymIsElf(*it) && ELF_GetSymTag(*it) == ELF_TAG_INLINED_SUBROUTINE) return *it;
-        }
-    }
-    for (const ELF_SYM_HANDLE hSym : aHit) {
-        if (!ELF_SymIsElf(hSym) && ELF_GetSymTag(hSym) == ELF_TAG_SUBPROGRAM) return hSym;
-    }
-    return aHit.isEmpty() ? 0 : aHit.first();
+    const PROG_INSTANCE* pBegin = Tab.aInstance.data();
+    const PROG_INSTANCE* pEnd = pBegin + Tab.aInstance.size();
+    return {std::lower_bound(pBegin, pEnd, PROG_INSTANCE{hOrigin, 0}), std::upper_bound(pBegin, pEnd, PROG_INSTANCE{hOrigin, ~0ull})};
+}
+
+ELF_SYM_HANDLE ProgFunctionAt(const PROG_TABLES& Tab, U32 Addr, bool PreferOuter)
+{
+    const CFunctionMap::STRETCH* pStretch = Tab.FunctionMap.Find(Addr);
+    if (!pStretch) return 0;
+    return Tab.FunctionMap.Handle(PreferOuter ? pStretch->Outer : pStretch->Inner);
 }
 
 ELF_SYM_HANDLE PROG_GetFunctionAt(U32 Addr, int PreferOuter)

@@ -39,6 +39,18 @@ U32 FileOfSrcIndex(PROG_TABLES& Tab, U32 Index)
     return Number;
 }
 
+/// The record of each source file by its index in the ELF layer, null for one that has none. Files must not be added
+/// while it is in use.
+std::vector<PROG_FILE*> FilesOfSrc(PROG_TABLES& Tab)
+{
+    std::vector<PROG_FILE*> apFile;
+    for (const U32 Number : Tab.aFileOfSrc) {
+        const auto it = Tab.Files.find(Number);
+        apFile.push_back(it != Tab.Files.end() ? &*it : nullptr);
+    }
+    return apFile;
+}
+
 /// Lowest code address: line records below it belong to code that isn't in the program.
 U32 LowestFunction(const PROG_TABLES& Tab)
 {
@@ -78,8 +90,13 @@ U32 ProgFileOfPath(const PROG_TABLES& Tab, const QString& sPath)
 void ProgLoadLineFiles(PROG_TABLES& Tab)
 {
     Tab.aFileOfSrc.assign(ELF_GetSrcFileCount(Tab.hFile), NO_FILE);
-    const U32 Count = ELF_GetLineCount(Tab.hFile);
-    for (U32 i = 0; i < Count; i++) FileOfSrcIndex(Tab, ELF_GetLineFileIndex(Tab.hFile, i));
+    U32 Count;
+    const ELF_LINE* pLine = ELF_GetLines(Tab.hFile, &Count);
+    U32 Prev = NO_FILE;
+    for (U32 i = 0; i < Count; i++) {
+        if (pLine[i].File != Prev) FileOfSrcIndex(Tab, pLine[i].File);
+        Prev = pLine[i].File;
+    }
 }
 
 void ProgLoadUnitFiles(PROG_TABLES& Tab)
@@ -94,66 +111,118 @@ void ProgLoadExists(PROG_TABLES& Tab)
     }
 }
 
+/// The rows of the line tables that belong to code of the program, still with indices of source files for file numbers.
+/// Sequences come in the order of their addresses, so that the rows are sorted almost for free.
+static void CollectRows(PROG_TABLES& Tab)
+{
+    U32 Count;
+    const ELF_LINE* pLine = ELF_GetLines(Tab.hFile, &Count);
+    const bool IsMoved = ELF_HasRelocations();
+    auto AddrOf = [&](U32 i) { return IsMoved ? ELF_ToRuntimeAddr(pLine[i].Addr, 1, 0) : pLine[i].Addr; };
+    struct SEQUENCE {
+        U32 Addr, First, End;
+        bool operator<(const SEQUENCE& Other) const { return Addr != Other.Addr ? Addr < Other.Addr : First < Other.First; }
+    };
+    std::vector<SEQUENCE> aSeq;
+    for (U32 First = 0, i = 0; i < Count; i++) {
+        if (!pLine[i].EndSequence && i + 1 < Count) continue;
+        // The end of a sequence only marks where its last record stops. The linker leaves the line records of code
+        // that it has dropped at address 0; such a sequence may reach up into the addresses of real code.
+        const U32 Addr = AddrOf(First);
+        const U32 End = pLine[i].EndSequence ? i : i + 1;
+        if (End > First && (Addr != 0 || Tab.LowLimit == 0)) aSeq.push_back({Addr, First, End});
+        First = i + 1;
+    }
+    std::sort(aSeq.begin(), aSeq.end());
+    Tab.aMap.reserve(Count);
+    for (const SEQUENCE& Seq : aSeq) {
+        // A record without a line has that of the record before it, across sequences too.
+        U32 PrevFile = NO_FILE, PrevLine = 0;
+        if (pLine[Seq.First].Line == 0) {
+            for (U32 i = Seq.First; i-- > 0 && PrevFile == NO_FILE;) {
+                if (!pLine[i].EndSequence) PrevFile = pLine[i].File, PrevLine = pLine[i].Line;
+            }
+        }
+        for (U32 i = Seq.First; i < Seq.End; i++) {
+            const ELF_LINE& Row = pLine[i];
+            const U32 Addr = AddrOf(i);
+            if (Addr < Tab.LowLimit || Addr == 0xFFFFFFFFu || Row.File >= Tab.aFileOfSrc.size()) continue;
+            const U32 Line = Row.Line == 0 && PrevFile == Row.File ? PrevLine : Row.Line;
+            PrevFile = Row.File;
+            PrevLine = Line;
+            if (Tab.aFileOfSrc[Row.File] != NO_FILE) Tab.aMap.push_back({Addr, CSrcLoc(Row.File, Line, Row.Col)});
+        }
+    }
+    ELF_DropLines(Tab.hFile);
+}
+
+/// Sorts the rows of each address and drops repeated ones: of several that differ in the column only the first stays.
+static void TidyRows(PROG_TABLES& Tab)
+{
+    CBigVector<PROG_MAP_ROW>& aMap = Tab.aMap;
+    auto IsBelow = [](const PROG_MAP_ROW& a, const PROG_MAP_ROW& b) { return a.Addr < b.Addr; };
+    // What was added later stands behind the rest, which is in order already.
+    const auto itSorted = std::is_sorted_until(aMap.begin(), aMap.end(), IsBelow);
+    if (itSorted != aMap.end()) {
+        std::stable_sort(itSorted, aMap.end(), IsBelow);
+        std::inplace_merge(aMap.begin(), itSorted, aMap.end(), IsBelow);
+    }
+    auto itOut = aMap.begin();
+    for (auto it = aMap.begin(); it != aMap.end();) {
+        auto itEnd = it + 1;
+        while (itEnd != aMap.end() && itEnd->Addr == it->Addr) ++itEnd;
+        if (itEnd - it > 1) {
+            std::stable_sort(it, itEnd, [](const PROG_MAP_ROW& a, const PROG_MAP_ROW& b) {
+                return a.Loc.Line != b.Loc.Line ? a.Loc.Line < b.Loc.Line : a.Loc.File < b.Loc.File;
+            });
+            const auto itLast = std::unique(it, itEnd, [](const PROG_MAP_ROW& a, const PROG_MAP_ROW& b) { return a.Loc.IsSameLine(b.Loc); });
+            std::sort(it, itLast, [](const PROG_MAP_ROW& a, const PROG_MAP_ROW& b) { return a.Loc < b.Loc; });
+            itOut = std::move(it, itLast, itOut);
+        } else {
+            *itOut++ = *it;
+        }
+        it = itEnd;
+    }
+    aMap.erase(itOut, aMap.end());
+}
+
 void ProgLoadMapping(PROG_TABLES& Tab)
 {
     Tab.LowLimit = LowestFunction(Tab);
-    const U32 Count = ELF_GetLineCount(Tab.hFile);
-    Tab.aMap.reserve(Count);
-    CSrcLoc Prev;
-    bool IsFirstOfSequence = true, IsDead = false;
-    for (U32 i = 0; i < Count; i++) {
-        const U32 Addr = ELF_GetLineAddr(Tab.hFile, i);
-        // The linker leaves the line records of code that it has dropped at address 0. Such a sequence may reach
-        // up into the addresses of real code.
-        if (IsFirstOfSequence) IsDead = Addr == 0 && Tab.LowLimit > 0;
-        IsFirstOfSequence = ELF_LineIsEndOfSequence(Tab.hFile, i);
-        // The end of a sequence only marks where its last record stops.
-        if (IsFirstOfSequence || IsDead || Addr < Tab.LowLimit || Addr == 0xFFFFFFFFu) continue;
-        const U32 File = FileOfSrcIndex(Tab, ELF_GetLineFileIndex(Tab.hFile, i));
-        CSrcLoc Loc(File, ELF_GetLineNumber(Tab.hFile, i), ELF_GetLineColumn(Tab.hFile, i));
-        if (Loc.Line == 0 && Prev.File == Loc.File) Loc.Line = Prev.Line;
-        Prev = Loc;
-        if (File == NO_FILE) continue;
-        Tab.aMap.push_back({Addr, Loc});
-        PROG_FILE& Info = Tab.Files[File];
-        Info.LowAddr = std::min(Info.LowAddr, Addr);
-        Info.HighAddr = std::max(Info.HighAddr, Addr);
-    }
-    ProgSortRows(Tab);
-}
-
-/// Sorts the rows, drops repeated ones and derives the other two arrays.
-void ProgSortRows(PROG_TABLES& Tab)
-{
-    auto SameLine = [](const PROG_MAP_ROW& a, const PROG_MAP_ROW& b) {
-        return a.Addr == b.Addr && a.Loc.IsSameLine(b.Loc);
-    };
-    // By address and line first, so that of several records that differ in the column only the first one stays.
-    std::stable_sort(Tab.aMap.begin(), Tab.aMap.end(), [](const PROG_MAP_ROW& a, const PROG_MAP_ROW& b) {
-        if (a.Addr != b.Addr) return a.Addr < b.Addr;
-        return a.Loc.Line != b.Loc.Line ? a.Loc.Line < b.Loc.Line : a.Loc.File < b.Loc.File;
-    });
-    Tab.aMap.erase(std::unique(Tab.aMap.begin(), Tab.aMap.end(), SameLine), Tab.aMap.end());
-    std::sort(Tab.aMap.begin(), Tab.aMap.end(), [](const PROG_MAP_ROW& a, const PROG_MAP_ROW& b) {
-        return a.Addr != b.Addr ? a.Addr < b.Addr : a.Loc < b.Loc;
-    });
-    Tab.aByLoc.clear();
-    Tab.aByLoc.reserve(Tab.aMap.size());
-    Tab.aMapped.clear();
+    CollectRows(Tab);
+    std::vector<PROG_FILE*> apFile = FilesOfSrc(Tab);
     for (const PROG_MAP_ROW& Row : Tab.aMap) {
-        Tab.aByLoc.push_back({Row.Loc.File, Row.Loc.Line, Row.Addr});
-        if (Tab.aMapped.empty() || Tab.aMapped.back() != Row.Addr) Tab.aMapped.push_back(Row.Addr);
+        PROG_FILE& File = *apFile[Row.Loc.File];
+        File.LowAddr = std::min(File.LowAddr, Row.Addr);
+        File.HighAddr = std::max(File.HighAddr, Row.Addr);
     }
-    std::sort(Tab.aByLoc.begin(), Tab.aByLoc.end());
 }
 
-void ProgSortMapping(PROG_TABLES& Tab)
+/// Widens the ranges of a unit's files by those of its functions that lie where the file has lines.
+static void AddUnitRanges(const std::vector<PROG_FILE*>& apFile, ELF_SYM_HANDLE hCu, std::vector<std::pair<U32, U32>>& aRange)
 {
-    ProgSortRows(Tab);
+    std::sort(aRange.begin(), aRange.end());
+    std::vector<U32> aHighest; // highest last address of the ranges up to each
+    for (const auto& Range : aRange) aHighest.push_back(aHighest.empty() ? Range.second : std::max(aHighest.back(), Range.second));
+    for (U32 i = 0; i < ELF_GetCuFileCount(hCu); i++) {
+        const U32 Src = ELF_GetCuFile(hCu, i);
+        PROG_FILE* pFile = Src < apFile.size() ? apFile[Src] : nullptr;
+        if (!pFile || pFile->LowAddr > pFile->HighAddr) continue;
+        const size_t First = static_cast<size_t>(std::lower_bound(aHighest.begin(), aHighest.end(), pFile->LowAddr) - aHighest.begin());
+        const size_t End = static_cast<size_t>(std::upper_bound(aRange.begin(), aRange.end(), std::pair<U32, U32>(pFile->HighAddr, 0xFFFFFFFFu)) - aRange.begin());
+        if (First >= End) continue;
+        U64 Low = aRange[First].first, Limit = static_cast<U64>(aHighest[End - 1]) + 1;
+        if (!pFile->Range.IsEmpty()) {
+            Low = std::min<U64>(Low, pFile->Range.Start);
+            Limit = std::max(Limit, pFile->Range.End());
+        }
+        pFile->Range = CAddrRange(static_cast<U32>(Low), static_cast<U32>(std::min<U64>(Limit - Low, 0xFFFFFFFFu)));
+    }
 }
 
 void ProgLoadFileRanges(PROG_TABLES& Tab)
 {
+    const std::vector<PROG_FILE*> apFile = FilesOfSrc(Tab);
     // Functions of a unit follow the unit in id order.
     const U32 NumCus = ELF_GetCuCount(Tab.hFile), NumFunctions = ELF_GetFunctionCount(Tab.hFile);
     U32 Func = 0;
@@ -162,40 +231,31 @@ void ProgLoadFileRanges(PROG_TABLES& Tab)
         const U32 NextCu = Cu + 1 < NumCus ? ELF_GetSymId(ELF_GetCu(Tab.hFile, Cu + 1)) : 0xFFFFFFFFu;
         std::vector<std::pair<U32, U32>> aRange; // low, last address
         for (; Func < NumFunctions; Func++) {
-            const ELF_SYM_HANDLE hFunc = ELF_GetFunction(Tab.hFile, Func);
-            if (ELF_GetSymId(hFunc) >= NextCu) break;
-            for (U32 i = 0; i < ELF_GetSymRangeCount(hFunc); i++) {
-                const U32 Low = ELF_GetSymRangeLow(hFunc, i), High = ELF_GetSymRangeHigh(hFunc, i);
-                if (High > Low) aRange.emplace_back(Low, High - 1);
-            }
+            const ELF_CODE Code = ELF_GetCode(Tab.hFile, ELF_LIST_FUNCTIONS, Func);
+            if (ELF_GetSymId(Code.hSym) >= NextCu) break;
+            ProgForEachRange(Code, [&aRange](U32 Low, U32 High) { aRange.emplace_back(Low, High - 1); });
         }
-        if (aRange.empty()) continue;
-        for (U32 i = 0; i < ELF_GetCuFileCount(hCu); i++) {
-            const U32 Number = FileOfSrcIndex(Tab, ELF_GetCuFile(hCu, i));
-            const auto it = Tab.Files.find(Number);
-            if (it == Tab.Files.end() || it->LowAddr > it->HighAddr) continue;
-            U64 Low = it->Range.IsEmpty() ? ~0ull : it->Range.Start, End = it->Range.IsEmpty() ? 0 : it->Range.End();
-            for (const auto& [RangeLow, RangeLast] : aRange) {
-                // A function counts for the file when the file has lines in its stretch of the program.
-                if (RangeLow > it->HighAddr || RangeLast < it->LowAddr) continue;
-                Low = std::min<U64>(Low, RangeLow);
-                End = std::max<U64>(End, static_cast<U64>(RangeLast) + 1);
-            }
-            if (End > Low) it->Range = CAddrRange(static_cast<U32>(Low), static_cast<U32>(End - Low));
-        }
+        if (!aRange.empty()) AddUnitRanges(apFile, hCu, aRange);
     }
 }
 
 void ProgCleanMapping(PROG_TABLES& Tab)
 {
-    auto IsStray = [&Tab](const PROG_MAP_ROW& Row) {
-        const auto it = Tab.Files.constFind(Row.Loc.File);
-        return it != Tab.Files.constEnd() && !it->Range.IsEmpty() && !it->Range.Contains(Row.Addr);
-    };
-    const auto itEnd = std::remove_if(Tab.aMap.begin(), Tab.aMap.end(), IsStray);
-    if (itEnd == Tab.aMap.end()) return;
-    Tab.aMap.erase(itEnd, Tab.aMap.end());
-    ProgSortRows(Tab);
+    const std::vector<PROG_FILE*> apFile = FilesOfSrc(Tab);
+    std::erase_if(Tab.aMap, [&apFile](const PROG_MAP_ROW& Row) {
+        const CAddrRange& Range = apFile[Row.Loc.File]->Range;
+        return !Range.IsEmpty() && !Range.Contains(Row.Addr);
+    });
+    for (PROG_MAP_ROW& Row : Tab.aMap) Row.Loc.File = apFile[Row.Loc.File]->Number;
+    TidyRows(Tab);
+    Tab.MapIndex.Build(Tab.aMap.data(), Tab.aMap.size());
+}
+
+void ProgSortMapping(PROG_TABLES& Tab)
+{
+    TidyRows(Tab);
+    Tab.aMap.shrink_to_fit();
+    Tab.MapIndex.Build(Tab.aMap.data(), Tab.aMap.size());
 }
 
 void ProgLoadFileTree(PROG_TABLES& Tab)

@@ -3,7 +3,6 @@
 #include "program/tables/progtables.h"
 
 #include <algorithm>
-#include <unordered_map>
 
 namespace {
 
@@ -25,34 +24,35 @@ ELF_SYM_LIST BuildList(const PROG_TABLES& Tab, ELF_LIST List)
     return aSym;
 }
 
-bool IsElfFunction(ELF_SYM_HANDLE hSym)
-{
-    const U32 Tag = ELF_GetSymTag(hSym);
-    return Tag == 2 || Tag == 13;
-}
+bool IsFunctionType(U32 Type) { return Type == 2 || Type == 13; }
 
 } // namespace
 
 void ProgLoadSymbolLists(PROG_TABLES& Tab)
 {
-    Tab.aInlined = BuildList(Tab, ELF_LIST_INLINED);
-    Tab.aDwarfFunction = BuildList(Tab, ELF_LIST_FUNCTIONS);
     Tab.aGlobal = BuildList(Tab, ELF_LIST_GLOBAL_VARS);
-    Tab.aNamespace = BuildList(Tab, ELF_LIST_NAMESPACES);
     Tab.aCu = BuildList(Tab, ELF_LIST_COMPILATION_UNITS);
     Tab.aType = BuildList(Tab, ELF_LIST_TYPES);
 }
 
 void ProgLoadInlines(PROG_TABLES& Tab)
 {
-    for (const ELF_SYM_HANDLE hInst : std::as_const(Tab.aInlined)) {
-        const ELF_SYM_HANDLE hOrigin = ELF_GetSymOrigin(hInst);
-        Tab.Instances[hOrigin ? hOrigin : hInst].append(hInst);
-        // An expansion that the line table doesn't know gets the line of its call.
-        if (ELF_GetSymRangeCount(hInst) == 0) continue;
-        const U32 Addr = ELF_GetSymRangeLow(hInst, 0);
-        const bool IsMapped = std::binary_search(Tab.aMapped.begin(), Tab.aMapped.end(), Addr);
-        if (Addr < Tab.LowLimit || Addr == 0xFFFFFFFFu || IsMapped) continue;
+    const U32 Count = ELF_GetInlinedCount(Tab.hFile);
+    Tab.aInstance.reserve(Count);
+    std::vector<std::pair<U32, ELF_SYM_HANDLE>> aEntry; // first address of each expansion
+    for (U32 i = 0; i < Count; i++) {
+        const ELF_CODE Code = ELF_GetCode(Tab.hFile, ELF_LIST_INLINED, i);
+        Tab.aInstance.push_back({Code.hOrigin ? Code.hOrigin : Code.hSym, Code.hSym});
+        if (Code.NumRanges == 0) continue;
+        const U32 Addr = Code.NumRanges == 1 ? ELF_ToRuntimeAddr(Code.Low, 1, 0) : ELF_GetSymRangeLow(Code.hSym, 0);
+        if (Addr >= Tab.LowLimit && Addr != 0xFFFFFFFFu) aEntry.emplace_back(Addr, Code.hSym);
+    }
+    std::sort(Tab.aInstance.begin(), Tab.aInstance.end());
+    // An expansion that the line table doesn't know gets the line of its call.
+    const size_t NumMapped = Tab.aMap.size();
+    for (const auto& [Addr, hInst] : aEntry) {
+        const PROG_MAP_ROW* pRow = Tab.MapIndex.LowerBound(Tab.aMap.data(), NumMapped, Addr);
+        if (pRow != Tab.aMap.data() + NumMapped && pRow->Addr == Addr) continue;
         const QString sFile = QString::fromUtf8(ELF_GetSymDeclFile(hInst, ATTR_CALL_FILE));
         const U32 File = sFile.isEmpty() ? 0xFFFFFFFFu : ProgFileOfPath(Tab, sFile);
         const U32 Line = static_cast<U32>(ELF_GetSymAttr(hInst, ATTR_CALL_LINE, nullptr));
@@ -62,81 +62,104 @@ void ProgLoadInlines(PROG_TABLES& Tab)
 
 void ProgLoadElfSymbols(PROG_TABLES& Tab)
 {
-    const U32 Count = ELF_GetSymbolCount(Tab.hFile);
+    const U32 Count = ELF_GetSymbolCount(Tab.hFile), NumSections = ELF_GetSectionCount(Tab.hFile);
     Tab.aElfSym.reserve(Count);
     for (U32 i = 1; i < Count; i++) {
         const U32 Section = ELF_GetSymbolSection(Tab.hFile, i);
         if (Section == 0) continue; // undefined, defined nowhere in the program
-        if (Section < ELF_GetSectionCount(Tab.hFile) && !(ELF_GetSectionFlags(Tab.hFile, Section) & FLAG_EXECUTABLE)) continue;
-        const ELF_SYM_HANDLE hSym = ELF_GetSymbolHandle(Tab.hFile, i);
+        if (Section < NumSections && !(ELF_GetSectionFlags(Tab.hFile, Section) & FLAG_EXECUTABLE)) continue;
         const U32 Addr = ProgAlign(ELF_ToRuntimeAddr(ELF_GetSymbolValue(Tab.hFile, i), 1, 0));
-        if (IsElfFunction(hSym)) {
-            const char First = *ELF_GetSymbolName(Tab.hFile, i);
-            if (First != '?' && First != '$') Tab.aElfFunction.append(hSym);
-        }
-        Tab.aElfSym.push_back({Addr, hSym});
+        Tab.aElfSym.push_back({Addr, IsFunctionType(ELF_GetSymbolType(Tab.hFile, i)), ELF_GetSymbolHandle(Tab.hFile, i)});
     }
     std::stable_sort(Tab.aElfSym.begin(), Tab.aElfSym.end(), [](const PROG_ELF_ROW& a, const PROG_ELF_ROW& b) {
-        return a.Addr != b.Addr ? a.Addr < b.Addr : IsElfFunction(a.hSym) > IsElfFunction(b.hSym);
+        return a.Addr != b.Addr ? a.Addr < b.Addr : a.IsFunction > b.IsFunction;
     });
 }
 
 void ProgLoadFunctions(PROG_TABLES& Tab)
 {
     struct BEST {
-        U32 Size;
+        CAddrRange Range;
         ELF_SYM_HANDLE hSym;
+        bool IsExpansion;
     };
-    std::unordered_map<U32, BEST> Best;
-    auto Offer = [&](ELF_SYM_HANDLE hSym) {
-        const CAddrRange Range = ProgSymRange(Tab, hSym);
-        if (Range.Start == 0 || Range.Size == 0) return;
-        const auto [it, IsNew] = Best.try_emplace(Range.Start, BEST{Range.Size, hSym});
-        if (!IsNew && it->second.Size < Range.Size) it->second = {Range.Size, hSym};
-    };
+    std::vector<BEST> aBest; // by address, then the order of preference
+    const U32 Count = ELF_GetFunctionCount(Tab.hFile);
+    std::vector<ELF_SYM_HANDLE> ahAbstract;
     // Real functions first; an expansion stands for its function only where no function starts.
-    for (const ELF_SYM_HANDLE hFunc : std::as_const(Tab.aDwarfFunction)) Offer(hFunc);
-    for (const ELF_SYM_HANDLE hFunc : std::as_const(Tab.aElfFunction)) Offer(hFunc);
-    for (const ELF_SYM_HANDLE hFunc : std::as_const(Tab.aDwarfFunction)) {
-        if (ELF_GetSymRangeCount(hFunc)) continue;
-        const auto itInst = Tab.Instances.constFind(hFunc);
-        if (itInst == Tab.Instances.constEnd()) continue;
-        for (const ELF_SYM_HANDLE hInst : itInst.value()) {
-            const CAddrRange Range = ProgSymRange(Tab, hInst);
-            if (Range.Start == 0 || Range.Size == 0) continue;
-            Best.try_emplace(Range.Start, BEST{Range.Size, hInst});
+    for (U32 i = 0; i < Count; i++) {
+        const ELF_CODE Code = ELF_GetCode(Tab.hFile, ELF_LIST_FUNCTIONS, i);
+        if (Code.NumRanges == 0) ahAbstract.push_back(Code.hSym);
+        else aBest.push_back({ProgCodeRange(Code), Code.hSym, false});
+    }
+    for (const PROG_ELF_ROW& Row : Tab.aElfSym) {
+        if (!Row.IsFunction) continue;
+        const char First = *ELF_GetSymbolName(Tab.hFile, ELF_GetSymId(Row.hSym));
+        if (First != '?' && First != '$') aBest.push_back({ProgSymRange(Tab, Row.hSym), Row.hSym, false});
+    }
+    auto IsEmpty = [](const BEST& Best) { return Best.Range.Start == 0 || Best.Range.Size == 0; };
+    auto IsBefore = [](const BEST& a, const BEST& b) { return a.Range.Start < b.Range.Start; };
+    std::erase_if(aBest, IsEmpty);
+    std::stable_sort(aBest.begin(), aBest.end(), [](const BEST& a, const BEST& b) {
+        return a.Range.Start != b.Range.Start ? a.Range.Start < b.Range.Start : a.Range.Size > b.Range.Size;
+    });
+    auto KeepFirst = [&aBest] {
+        aBest.erase(std::unique(aBest.begin(), aBest.end(), [](const BEST& a, const BEST& b) { return a.Range.Start == b.Range.Start; }), aBest.end());
+    };
+    KeepFirst();
+    const size_t NumReal = aBest.size();
+    auto itInst = Tab.aInstance.cbegin(); // both lists rise by handle
+    for (const ELF_SYM_HANDLE hFunc : ahAbstract) {
+        while (itInst != Tab.aInstance.cend() && itInst->hOrigin < hFunc) ++itInst;
+        for (auto it = itInst; it != Tab.aInstance.cend() && it->hOrigin == hFunc; ++it) {
+            const BEST Inst{ProgSymRange(Tab, it->hInst), it->hInst, true};
+            if (IsEmpty(Inst)) continue;
+            const auto itEnd = aBest.begin() + static_cast<std::ptrdiff_t>(NumReal);
+            if (!std::binary_search(aBest.begin(), itEnd, Inst, IsBefore)) aBest.push_back(Inst);
             break;
         }
     }
-    std::vector<std::pair<U32, ELF_SYM_HANDLE>> aSorted;
-    aSorted.reserve(Best.size());
-    for (const auto& [Addr, Entry] : Best) aSorted.emplace_back(Addr, Entry.hSym);
-    std::sort(aSorted.begin(), aSorted.end());
-    Tab.aFunction.reserve(static_cast<qsizetype>(aSorted.size()));
-    for (const auto& [Addr, hSym] : aSorted) Tab.aFunction.append(hSym);
-    Tab.aDwarfFunction.clear();
-    Tab.aElfFunction.clear();
+    std::stable_sort(aBest.begin(), aBest.end(), IsBefore);
+    KeepFirst();
+    Tab.aFunction.reserve(static_cast<qsizetype>(aBest.size()));
+    for (const BEST& Best : aBest) {
+        Tab.aFunction.append(Best.hSym);
+        Tab.aFunctionRange.push_back(Best.IsExpansion ? CAddrRange() : Best.Range);
+        Tab.aFunctionStart.push_back(Best.Range.Start);
+    }
 }
 
 void ProgLoadFunctionTree(PROG_TABLES& Tab)
 {
-    auto AddRanges = [&Tab](ELF_SYM_HANDLE hSym) {
-        for (const CAddrRange& Range : ProgSymRanges(Tab, hSym)) {
-            if (Range.Size >= 2) Tab.FunctionTree.Add(Range.Start, Range.End() - 2, hSym);
-        }
+    // The last address that is found is the last 2-byte aligned one.
+    auto Add = [&Tab](U64 Low, U64 High, ELF_SYM_HANDLE hSym, CFunctionMap::KIND Kind) {
+        Low = ProgAlign(static_cast<U32>(Low));
+        if (High >= Low + 2) Tab.FunctionMap.Add(static_cast<U32>(Low), static_cast<U32>(High - 2), hSym, Kind);
     };
-    for (const ELF_SYM_HANDLE hFunc : std::as_const(Tab.aFunction)) {
-        if (ELF_GetSymTag(hFunc) != ELF_TAG_INLINED_SUBROUTINE) AddRanges(hFunc);
+    const U32 Count = ELF_GetInlinedCount(Tab.hFile);
+    Tab.FunctionMap.Reserve(Count + static_cast<size_t>(Tab.aFunction.size()));
+    for (qsizetype i = 0; i < Tab.aFunction.size(); i++) {
+        const ELF_SYM_HANDLE hFunc = Tab.aFunction[i];
+        const CAddrRange& Range = Tab.aFunctionRange[static_cast<size_t>(i)];
+        if (ELF_SymIsElf(hFunc)) {
+            Add(Range.Start, Range.End(), hFunc, CFunctionMap::KIND::ELF_SYMBOL);
+        } else if (!Range.IsEmpty()) {
+            ProgForEachRange(ELF_FindCode(hFunc), [&](U32 Low, U32 High) { Add(Low, High, hFunc, CFunctionMap::KIND::FUNCTION); });
+        }
     }
     // In the order of the debug information an expansion stands before those that it contains.
-    for (const ELF_SYM_HANDLE hInst : std::as_const(Tab.aInlined)) AddRanges(hInst);
-    Tab.FunctionTree.Build();
+    for (U32 i = 0; i < Count; i++) {
+        const ELF_CODE Code = ELF_GetCode(Tab.hFile, ELF_LIST_INLINED, i);
+        ProgForEachRange(Code, [&](U32 Low, U32 High) { Add(Low, High, Code.hSym, CFunctionMap::KIND::EXPANSION); });
+    }
+    Tab.FunctionMap.Build();
 }
 
 void ProgLoadFileFunctions(PROG_TABLES& Tab)
 {
-    for (const ELF_SYM_HANDLE hFunc : std::as_const(Tab.aFunction)) {
-        const U32 Addr = ProgSymRange(Tab, hFunc).Start;
+    for (qsizetype i = 0; i < Tab.aFunction.size(); i++) {
+        const ELF_SYM_HANDLE hFunc = Tab.aFunction[i];
+        const U32 Addr = Tab.aFunctionStart[static_cast<size_t>(i)];
         const PROG_MAP_SPAN Rows = ProgRowsAt(Tab, Addr);
         U32 File = Rows.IsEmpty() ? 0xFFFFFFFFu : Rows.pFirst->Loc.File;
         if (File == 0xFFFFFFFFu && !ELF_SymIsElf(hFunc)) {
@@ -147,6 +170,8 @@ void ProgLoadFileFunctions(PROG_TABLES& Tab)
         if (it != Tab.Files.end()) it->aFunction.append(hFunc);
         else Tab.aFunctionWithoutFile.append(hFunc);
     }
+    std::vector<CAddrRange>().swap(Tab.aFunctionRange);
+    std::vector<U32>().swap(Tab.aFunctionStart);
 }
 
 void ProgLoadFrames(PROG_TABLES& Tab)

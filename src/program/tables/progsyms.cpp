@@ -2,6 +2,8 @@
 #include "program/tables/progtables.h"
 
 #include <algorithm>
+#include <cstring>
+#include <tuple>
 
 namespace {
 
@@ -59,32 +61,81 @@ QString QualifiedName(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym)
     return sName;
 }
 
-void BuildNames(PROG_TABLES& Tab, const ELF_SYM_LIST& aSym, QHash<QString, ELF_SYM_LIST>& Names, bool& Has)
+/// The name of a symbol as its place in the file's own bytes: no type of a base type has a name that is asked for.
+void AddNames(CNameIndex& Names, const ELF_SYM_LIST& aSym)
 {
-    if (Has) return;
-    Has = true;
-    for (const ELF_SYM_HANDLE hSym : aSym) {
-        const QString sName = QString::fromUtf8(ELF_GetSymName(hSym));
-        if (sName.isEmpty()) continue;
-        ELF_SYM_LIST& aEntry = Names[sName];
-        if (!aEntry.contains(hSym)) aEntry.append(hSym);
-    }
-    (void)Tab;
+    for (const ELF_SYM_HANDLE hSym : aSym) Names.Add(ELF_GetSymName(hSym), hSym);
+    Names.Build();
 }
 
-/// Appends the symbols of a plain or qualified name.
-void AppendNamed(PROG_TABLES& Tab, const QHash<QString, ELF_SYM_LIST>& Names, const QString& sName, ELF_SYM_LIST& aOut)
+/// Names of the functions, and those of functions that are only expanded.
+void BuildFunctionNames(PROG_TABLES& Tab)
 {
-    const qsizetype Pos = sName.lastIndexOf(QLatin1String("::"));
-    const auto it = Names.constFind(Pos < 0 ? sName : sName.mid(Pos + 2));
-    if (it == Names.constEnd()) return;
-    for (const ELF_SYM_HANDLE hSym : it.value()) {
-        if (Pos >= 0) {
-            const QString sFull = QualifiedName(Tab, hSym);
-            if (sFull != sName && !sFull.endsWith(QStringLiteral("::") + sName)) continue;
-        }
-        if (!aOut.contains(hSym)) aOut.append(hSym);
+    AddNames(Tab.FunctionNames, Tab.aFunction);
+    ELF_SYM_HANDLE hPrev = 0;
+    for (const PROG_INSTANCE& Inst : Tab.aInstance) {
+        if (Inst.hOrigin != hPrev) Tab.OriginNames.Add(ELF_GetSymName(Inst.hOrigin), Inst.hOrigin);
+        hPrev = Inst.hOrigin;
     }
+    Tab.OriginNames.Build();
+}
+
+/// Where the last "::" of a name stands that isn't part of template arguments or parameters, -1 if there is none.
+qsizetype LastScopeOperator(const QString& sName)
+{
+    if (!sName.contains(QLatin1String("::"))) return -1;
+    int Depth = 0; // below 0 behind "operator<" and the like
+    for (qsizetype i = sName.size() - 1; i > 0; i--) {
+        const QChar c = sName[i];
+        if (c == QLatin1Char('>') || c == QLatin1Char(')') || c == QLatin1Char(']')) Depth++;
+        else if (c == QLatin1Char('<') || c == QLatin1Char('(') || c == QLatin1Char('[')) Depth--;
+        else if (Depth <= 0 && c == QLatin1Char(':') && sName[i - 1] == c) return i - 1;
+    }
+    return -1;
+}
+
+/// A name that is looked for: its last part, and the whole if it is qualified.
+struct SOUGHT {
+    explicit SOUGHT(const QString& sName)
+    {
+        const qsizetype Pos = LastScopeOperator(sName);
+        if (Pos >= 0) sFull = sName;
+        Plain = (Pos < 0 ? sName : sName.mid(Pos + 2)).toUtf8();
+    }
+    QByteArray Plain;
+    QString sFull;
+    bool Fits(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym) const
+    {
+        if (sFull.isEmpty()) return true;
+        const QString sOwn = QualifiedName(Tab, hSym);
+        return sOwn == sFull || sOwn.endsWith(QStringLiteral("::") + sFull);
+    }
+};
+
+void AppendNamed(PROG_TABLES& Tab, const CNameIndex& Names, const SOUGHT& Name, ELF_SYM_LIST& aOut)
+{
+    Names.ForEach(Name.Plain.constData(), [&](ELF_SYM_HANDLE hSym) {
+        if (Name.Fits(Tab, hSym)) aOut.append(hSym);
+    });
+}
+
+/// The functions of a name, then its expansions in the order of the debug information.
+void AppendFunctions(PROG_TABLES& Tab, const SOUGHT& Name, ELF_SYM_LIST& aOut)
+{
+    if (!Tab.FunctionNames.IsBuilt()) BuildFunctionNames(Tab);
+    const qsizetype First = aOut.size();
+    AppendNamed(Tab, Tab.FunctionNames, Name, aOut);
+    const qsizetype NumFunctions = aOut.size();
+    Tab.OriginNames.ForEach(Name.Plain.constData(), [&](ELF_SYM_HANDLE hOrigin) {
+        if (!Name.Fits(Tab, hOrigin)) return;
+        const auto [pFirst, pLast] = ProgInstances(Tab, hOrigin);
+        for (const PROG_INSTANCE* p = pFirst; p != pLast; p++) aOut.append(p->hInst);
+    });
+    if (aOut.size() == NumFunctions) return;
+    std::sort(aOut.begin() + NumFunctions, aOut.end());
+    // An expansion that stands for its function is there already.
+    const QSet<ELF_SYM_HANDLE> Known(aOut.begin() + First, aOut.begin() + NumFunctions);
+    aOut.erase(std::remove_if(aOut.begin() + NumFunctions, aOut.end(), [&Known](ELF_SYM_HANDLE h) { return Known.contains(h); }), aOut.end());
 }
 
 ELF_SYM_LIST ElfList(const PROG_TABLES& Tab)
@@ -147,33 +198,34 @@ ELF_SYM_LIST PROG_FindSymbols(const QString& sName, bool Functions, bool Variabl
     PROG_TABLES& Tab = PROG_Tables(Lock);
     ELF_SYM_LIST aFound;
     if (!Tab.Loaded || sName.isEmpty()) return aFound;
+    const SOUGHT Name(sName);
+    const QByteArray Utf8 = Name.sFull.isEmpty() ? Name.Plain : sName.toUtf8();
     if (Variables) {
         if (sName == QLatin1String("this")) {
             if (const ELF_SYM_HANDLE hThis = ThisOfCurrent(Tab)) return {hThis};
         }
         // Inner blocks stand behind outer ones: the last local of a name hides the others.
         for (auto it = Tab.aCurrentLocal.crbegin(); it != Tab.aCurrentLocal.crend(); ++it) {
-            if (sName == QString::fromUtf8(ELF_GetSymName(*it))) aFound.append(*it);
+            if (std::strcmp(ELF_GetSymName(*it), Utf8.constData()) == 0) aFound.append(*it);
         }
-        BuildNames(Tab, Tab.aGlobal, Tab.VariableNames, Tab.HasVariableNames);
-        AppendNamed(Tab, Tab.VariableNames, sName, aFound);
+        if (!Tab.VariableNames.IsBuilt()) AddNames(Tab.VariableNames, Tab.aGlobal);
+        const QSet<ELF_SYM_HANDLE> Locals(aFound.cbegin(), aFound.cend());
+        const qsizetype NumLocals = aFound.size();
+        AppendNamed(Tab, Tab.VariableNames, Name, aFound);
+        // A static variable of the current function is in both lists.
+        aFound.erase(std::remove_if(aFound.begin() + NumLocals, aFound.end(), [&Locals](ELF_SYM_HANDLE h) { return Locals.contains(h); }), aFound.end());
     }
-    if (Functions) {
-        if (!Tab.HasFunctionNames) BuildNames(Tab, Tab.aFunction + Tab.aInlined, Tab.FunctionNames, Tab.HasFunctionNames);
-        AppendNamed(Tab, Tab.FunctionNames, sName, aFound);
-    }
+    if (Functions) AppendFunctions(Tab, Name, aFound);
     if (Types) {
-        BuildNames(Tab, Tab.aType, Tab.TypeNames, Tab.HasTypeNames);
-        AppendNamed(Tab, Tab.TypeNames, sName, aFound);
+        if (!Tab.TypeNames.IsBuilt()) AddNames(Tab.TypeNames, Tab.aType);
+        AppendNamed(Tab, Tab.TypeNames, Name, aFound);
     }
     if (ElfSymbols) {
-        if (!Tab.HasElfNames) BuildNames(Tab, ElfList(Tab), Tab.ElfNames, Tab.HasElfNames);
-        const auto it = Tab.ElfNames.constFind(sName);
-        if (it != Tab.ElfNames.constEnd()) {
-            for (const ELF_SYM_HANDLE hSym : it.value()) {
-                if (!aFound.contains(hSym)) aFound.append(hSym);
-            }
-        }
+        if (!Tab.ElfNames.IsBuilt()) AddNames(Tab.ElfNames, ElfList(Tab));
+        const QSet<ELF_SYM_HANDLE> Known(aFound.cbegin(), aFound.cend());
+        Tab.ElfNames.ForEach(Utf8.constData(), [&](ELF_SYM_HANDLE hSym) {
+            if (!Known.contains(hSym)) aFound.append(hSym);
+        });
     }
     return Sort ? Sorted(aFound) : aFound;
 }
@@ -201,8 +253,10 @@ ELF_SYM_LIST PROG_FindSymbolsAtSrcLoc(const CSrcLoc& Loc)
         if (hFunc) {
             if (!aFound.contains(hFunc)) aFound.append(hFunc);
             const ELF_SYM_HANDLE hOrigin = ELF_GetSymOrigin(hFunc);
-            for (const ELF_SYM_HANDLE hInst : Tab.Instances.value(hOrigin ? hOrigin : hFunc)) {
-                if (!aFound.contains(hInst)) aFound.append(hInst);
+            const auto [pFirst, pLast] = ProgInstances(Tab, hOrigin ? hOrigin : hFunc);
+            const QSet<ELF_SYM_HANDLE> Known(aFound.cbegin(), aFound.cend());
+            for (const PROG_INSTANCE* p = pFirst; p != pLast; p++) {
+                if (!Known.contains(p->hInst)) aFound.append(p->hInst);
             }
             break;
         }
@@ -232,9 +286,11 @@ ELF_SYM_LIST PROG_GetInlineInstances(ELF_SYM_HANDLE hFunc)
     const PROG_TABLES& Tab = PROG_Tables(Lock);
     if (!Tab.Loaded) return {};
     // An instance or the out-of-line copy asks for its function as well.
-    const auto it = Tab.Instances.constFind(hFunc);
-    if (it != Tab.Instances.constEnd()) return it.value();
-    return Tab.Instances.value(ELF_GetSymOrigin(hFunc));
+    auto [pFirst, pLast] = ProgInstances(Tab, hFunc);
+    if (pFirst == pLast) std::tie(pFirst, pLast) = ProgInstances(Tab, ELF_GetSymOrigin(hFunc));
+    ELF_SYM_LIST aInst;
+    for (; pFirst != pLast; pFirst++) aInst.append(pFirst->hInst);
+    return aInst;
 }
 
 ELF_SYM_LIST PROG_GetChildren(ELF_SYM_HANDLE hScope, U32 Filter)

@@ -1,10 +1,13 @@
 // The tables behind program/tables/prog.h. Internal to program_tables; everything runs under the program table
 // mutex, which whoever reaches the tables proves by the lock object that PROG_Tables() takes.
 //
-// The address mapping is two sorted arrays of plain rows instead of hashes: a large program has a million rows,
-// and every question about them is a binary search.
+// The address mapping is an array of plain rows by address instead of hashes: a large program has millions of rows.
+// What only some sessions ask for (addresses of a line, names, texts) is made when first asked.
 #pragma once
+#include "program/tables/addrindex.h"
+#include "program/tables/functionmap.h"
 #include "program/tables/intervaltree.h"
+#include "program/tables/nameindex.h"
 #include "program/tables/prog.h"
 
 #include <QHash>
@@ -18,12 +21,7 @@ struct PROG_MAP_ROW {
 
 struct PROG_LOC_ROW {
     U32 File, Line, Addr;
-    friend bool operator<(const PROG_LOC_ROW& a, const PROG_LOC_ROW& b)
-    {
-        if (a.File != b.File) return a.File < b.File;
-        if (a.Line != b.Line) return a.Line < b.Line;
-        return a.Addr < b.Addr;
-    }
+    auto operator<=>(const PROG_LOC_ROW&) const = default;
 };
 
 struct PROG_FILE {
@@ -37,15 +35,18 @@ struct PROG_FILE {
 
 struct PROG_ELF_ROW {
     U32 Addr;
+    bool IsFunction;
     ELF_SYM_HANDLE hSym;
+};
+
+/// An inline expansion under the function that it expands.
+struct PROG_INSTANCE {
+    ELF_SYM_HANDLE hOrigin, hInst; ///< hOrigin is hInst itself if the origin is missing
+    auto operator<=>(const PROG_INSTANCE&) const = default;
 };
 
 struct PROG_FDE_ROW {
     U32 Low, High;
-};
-
-struct PROG_FUNC_HITS {
-    ELF_SYM_LIST aHit;
 };
 
 struct PROG_TABLES {
@@ -55,9 +56,9 @@ struct PROG_TABLES {
     ELF_SRC_LANG Lang = ELF_SRC_LANG_C;
     QList<PROG_BLOCK> aBlock;
 
-    std::vector<PROG_MAP_ROW> aMap;    ///< by address, then the order of CSrcLoc
-    std::vector<PROG_LOC_ROW> aByLoc;  ///< by file, line, address
-    std::vector<U32> aMapped;          ///< distinct addresses of aMap
+    CBigVector<PROG_MAP_ROW> aMap;    ///< by address, then the order of CSrcLoc
+    CAddrIndex MapIndex;               ///< of aMap
+    CBigVector<PROG_LOC_ROW> aByLoc;  ///< by file, line, address; through ProgRowsByLoc
 
     QList<U32> aFile;                  ///< file numbers in the order in which they were met
     QHash<U32, PROG_FILE> Files;
@@ -66,12 +67,15 @@ struct PROG_TABLES {
     QHash<QString, U32> FileByOverride;
     QMultiHash<QString, U32> FileByName; ///< lower-case bare file name to file number
 
-    ELF_SYM_LIST aInlined, aDwarfFunction, aGlobal, aNamespace, aCu, aType;
-    QHash<ELF_SYM_HANDLE, ELF_SYM_LIST> Instances;
+    ELF_SYM_LIST aGlobal, aCu, aType;
+    std::vector<PROG_INSTANCE> aInstance; ///< sorted
     std::vector<PROG_ELF_ROW> aElfSym; ///< kept ELF symbols by address, a function first
-    ELF_SYM_LIST aElfFunction;
     ELF_SYM_LIST aFunction, aFunctionWithoutFile;
-    CIntervalTree FunctionTree, FileTree;
+    // Of the elements of aFunction, only during the load; the range of an expansion that stands for its function is empty.
+    std::vector<CAddrRange> aFunctionRange;
+    std::vector<U32> aFunctionStart;
+    CFunctionMap FunctionMap;
+    CIntervalTree FileTree;
     std::vector<PROG_FDE_ROW> aFde;    ///< by low PC, one a low PC
     U32 LowLimit = 0;
 
@@ -79,7 +83,6 @@ struct PROG_TABLES {
     ELF_SYM_LIST aCurrentLocal;
 
     // Filled on first use
-    QHash<U32, ELF_SYM_LIST> FunctionHits;
     QHash<ELF_SYM_HANDLE, QString> aNames[2];
     QHash<ELF_SYM_HANDLE, QString> TypeTexts;
     QHash<ELF_SYM_HANDLE, QList<CAddrRange>> Ranges;
@@ -87,8 +90,7 @@ struct PROG_TABLES {
     QHash<ELF_SYM_HANDLE, CSrcLoc> SrcLocs;
     QHash<ELF_SYM_HANDLE, U32> Sizes;
     QHash<QPair<ELF_SYM_HANDLE, U32>, ELF_SYM_LOC> Locs;
-    QHash<QString, ELF_SYM_LIST> FunctionNames, VariableNames, TypeNames, ElfNames;
-    bool HasFunctionNames = false, HasVariableNames = false, HasTypeNames = false, HasElfNames = false;
+    CNameIndex FunctionNames, OriginNames, VariableNames, TypeNames, ElfNames;
     QHash<QString, QString> Macros;
     bool HasMacros = false;
     QHash<CSrcLoc, ELF_SYM_LIST> FunctionsAtLoc;
@@ -109,12 +111,29 @@ struct PROG_MAP_SPAN {
 };
 PROG_MAP_SPAN ProgRowsAt(const PROG_TABLES& Tab, U32 Addr);
 /// The rows that answer for an address, the fallback to lower addresses of the same function included.
-PROG_MAP_SPAN ProgRowsFor(PROG_TABLES& Tab, U32 Addr);
-/// Functions around an address, outer first.
-const ELF_SYM_LIST& ProgFunctionsAt(PROG_TABLES& Tab, U32 Addr);
-ELF_SYM_HANDLE ProgFunctionAt(PROG_TABLES& Tab, U32 Addr, bool PreferOuter);
+PROG_MAP_SPAN ProgRowsFor(const PROG_TABLES& Tab, U32 Addr);
+/// The rows by location, sorted at the first call.
+const CBigVector<PROG_LOC_ROW>& ProgRowsByLoc(PROG_TABLES& Tab);
+ELF_SYM_HANDLE ProgFunctionAt(const PROG_TABLES& Tab, U32 Addr, bool PreferOuter);
+/// The instances of an abstract function.
+std::pair<const PROG_INSTANCE*, const PROG_INSTANCE*> ProgInstances(const PROG_TABLES& Tab, ELF_SYM_HANDLE hOrigin);
 CAddrRange ProgSymRange(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym);
 const QList<CAddrRange>& ProgSymRanges(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym);
+/// Calls Visit(low, high) for each range of code where it lies at run time; High is exclusive.
+template <typename VISIT> void ProgForEachRange(const ELF_CODE& Code, VISIT Visit)
+{
+    if (Code.NumRanges == 1) {
+        const U32 Low = ELF_ToRuntimeAddr(Code.Low, 1, 0), High = ELF_ToRuntimeAddr(Code.High, 0, 1);
+        if (High > Low) Visit(Low, High);
+        return;
+    }
+    for (U32 i = 0; i < Code.NumRanges; i++) {
+        const U32 Low = ELF_GetSymRangeLow(Code.hSym, i), High = ELF_GetSymRangeHigh(Code.hSym, i);
+        if (High > Low) Visit(Low, High);
+    }
+}
+/// Lowest address and span of a function's code, as ProgSymRange.
+CAddrRange ProgCodeRange(const ELF_CODE& Code);
 bool ProgIsFunction(ELF_SYM_HANDLE hSym);
 /// File number of a path as the debug information holds it, 0xFFFFFFFF if none.
 U32 ProgFileOfPath(const PROG_TABLES& Tab, const QString& sPath);
@@ -138,7 +157,6 @@ void ProgLoadFunctionTree(PROG_TABLES& Tab);
 void ProgLoadFileTree(PROG_TABLES& Tab);
 void ProgLoadFileFunctions(PROG_TABLES& Tab);
 void ProgLoadFrames(PROG_TABLES& Tab);
-void ProgSortRows(PROG_TABLES& Tab);
 
 /// Receiver of the diagnostics of the ELF layer.
 void ProgDiag(const ELF_DIAG* pDiag);

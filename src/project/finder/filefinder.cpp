@@ -328,8 +328,18 @@ void CFileFinder::SetLogResolutions(bool OnOff)
     m_LogResolutions = OnOff;
 }
 
+bool CFileFinder::IsTellingPending() const
+{
+    return m_DelayTimer.isActive();
+}
+
 void CFileFinder::OnDelayTimerTimeout()
 {
+    const I64 Left = m_LastReportMs + STATS_DELAY_MS - CDirCache::GetTime();
+    if (Left > 0) {
+        m_DelayTimer.start(static_cast<int>(Left));
+        return;
+    }
     emit SrcFileResStatsChanged();
 }
 

@@ -4,6 +4,7 @@
 
 #include <QContextMenuEvent>
 #include <QMenu>
+#include <QPainter>
 #include <algorithm>
 
 namespace {
@@ -44,7 +45,38 @@ CTableHeader::CTableHeader(QWidget* pParent) : QHeaderView(Qt::Horizontal, pPare
     setSortIndicatorShown(true);
     setStretchLastSection(true);
     setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    setFixedHeight(fontMetrics().height() + EXTRA_HEIGHT);
+    UpdateHeight();
+}
+
+int CTableHeader::GetTitleHeight() const
+{
+    return fontMetrics().height() + EXTRA_HEIGHT;
+}
+
+void CTableHeader::UpdateHeight()
+{
+    setFixedHeight(GetTitleHeight() + m_BarHeight);
+}
+
+void CTableHeader::SetBarHeight(int Pixels)
+{
+    if (Pixels == m_BarHeight) return;
+    m_BarHeight = Pixels;
+    UpdateHeight();
+}
+
+void CTableHeader::paintSection(QPainter* pPainter, const QRect& Rect, int LogicalIdx) const
+{
+    QHeaderView::paintSection(pPainter, QRect(Rect.topLeft(), QSize(Rect.width(), Rect.height() - m_BarHeight)), LogicalIdx);
+}
+
+void CTableHeader::paintEvent(QPaintEvent* pEvent)
+{
+    if (m_BarHeight > 0) {
+        QPainter Painter(viewport());
+        Painter.fillRect(0, GetTitleHeight(), width(), m_BarHeight, palette().color(QPalette::Window));
+    }
+    QHeaderView::paintEvent(pEvent);
 }
 
 QString CTableHeader::GetTitle(int LogicalIdx) const
@@ -156,7 +188,7 @@ void CTableHeader::AddColumnMenu(QMenu* pMenu)
 
 QSize CTableHeader::sizeHint() const
 {
-    return QSize(QHeaderView::sizeHint().width() + EXTRA_WIDTH, fontMetrics().height() + EXTRA_HEIGHT);
+    return QSize(QHeaderView::sizeHint().width() + EXTRA_WIDTH, GetTitleHeight() + m_BarHeight);
 }
 
 QSize CTableHeader::sectionSizeFromContents(int LogicalIdx) const

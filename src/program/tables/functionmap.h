@@ -1,0 +1,50 @@
+// Which functions lie around an address? For each stretch of addresses the answer is worked out once: the function
+// that is really there and the innermost inline expansion.
+//
+//   CFunctionMap Map;
+//   Map.Add(0x8000, 0x801E, hFunc, false);
+//   Map.Build();
+//   if (const CFunctionMap::STRETCH* p = Map.Find(PC)) Show(Map.Handle(p->Inner));
+//
+// Of several intervals around an address the longest is the outermost; of equal ones the one added first. Not
+// thread-safe while it is being built.
+#pragma once
+#include "program/elf/bigarray.h"
+#include "program/tables/addrindex.h"
+
+#include <vector>
+
+class CFunctionMap {
+public:
+    struct STRETCH {
+        U32 Addr;  ///< first address; the stretch ends where the next one begins
+        U32 Outer; ///< first real function, else the outermost interval; 0 if there is none
+        U32 Inner; ///< innermost expansion, else as Outer
+    };
+    enum class KIND : U8 { FUNCTION, EXPANSION, ELF_SYMBOL };
+
+    /// Adds [Low, High]; Low above High is left out.
+    void Add(U32 Low, U32 High, U64 hSym, KIND Kind);
+    void Reserve(size_t Count);
+    void Build();
+    /// The stretch around an address, null below the first one. It stays until the next Build.
+    const STRETCH* Find(U32 Addr) const;
+    /// The symbol that a stretch names; 0 for 0.
+    U64 Handle(U32 Ref) const { return Ref ? m_ahSym[Ref - 1] : 0; }
+
+private:
+    struct INTERVAL {
+        U32 Low, High;
+        U32 Ref; ///< in the order of the adding, from 1 on
+        KIND Kind;
+        U32 Size() const { return High - Low; }
+    };
+    /// No program nests deeper; damaged input must not make each stretch look through thousands.
+    static constexpr size_t MAX_AROUND = 1024;
+    void _Append(U32 Addr, const std::vector<INTERVAL>& aAround);
+
+    std::vector<INTERVAL> m_aInterval;
+    CBigVector<STRETCH> m_aStretch;
+    std::vector<U64> m_ahSym; ///< of the intervals
+    CAddrIndex m_Index;
+};
