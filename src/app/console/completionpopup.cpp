@@ -28,7 +28,8 @@ public:
     using QStyledItemDelegate::QStyledItemDelegate;
     int TextWidth = 0; ///< of the first column
 
-    void paint(QPainter* pPainter, const QStyleOptionViewItem& Option, const QModelIndex& Index) const override
+    void paint(QPainter* pPainter, const QStyleOptionViewItem& Option,
+               const QModelIndex& Index) const override
     {
         const bool Selected = Option.state & QStyle::State_Selected;
         const QPalette& Palette = Option.palette;
@@ -134,7 +135,8 @@ void CCompletionPopup::Show(const QList<COMPLETION_ITEM>& Items, const QString& 
     m_pHint->setVisible(!m_sHint.isEmpty());
     const int HintWidth = m_sHint.isEmpty() ? 0 : 480;
     setFixedWidth(std::clamp(std::max(Items.isEmpty() ? 0 : ListWidth, HintWidth), MIN_WIDTH, MAX_WIDTH));
-    m_pList->setFixedHeight(int(std::min<qsizetype>(Items.size(), MAX_ROWS)) * (Metrics.height() + TEXT_MARGIN));
+    m_pList->setFixedHeight(int(std::min<qsizetype>(Items.size(), MAX_ROWS)) *
+                            (Metrics.height() + TEXT_MARGIN));
     Place(x);
 }
 
