@@ -304,7 +304,7 @@ void OnUtilLog(int Id)
 {
     if (!CheckParamCount(Id)) return;
     const QString sText = GetActionParam(Id);
-    CConsoleWindow::Get().Print(sText, GetColor(COLOR_LOGGING_SCRIPT), false);
+    CConsoleWindow::Get().PrintInColor(sText, COLOR_LOGGING_SCRIPT);
     Log(sText, MSG_INFO | MSG_FILE);
 }
 
@@ -315,7 +315,7 @@ void OnUtilLogHex(int Id)
     I64 Value = 0;
     if (!ParseNumber(Id, Params[1], &Value)) return;
     const QString sText = QStringLiteral("%1 0x%2").arg(Params[0]).arg(U32(Value), 8, 16, QLatin1Char('0'));
-    CConsoleWindow::Get().Print(sText, GetColor(COLOR_LOGGING_SCRIPT), false);
+    CConsoleWindow::Get().PrintInColor(sText, COLOR_LOGGING_SCRIPT);
     Log(sText, MSG_INFO | MSG_FILE);
 }
 
