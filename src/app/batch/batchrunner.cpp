@@ -324,7 +324,8 @@ bool CBatchRunner::DoScreenshot(const BATCH_STEP& Step)
     QWidget* pWidget = &CMainWindow::Get();
     if (Step.Args.size() > 1) {
         const QString sName = Step.Args.mid(1).join(' ');
-        pWidget = FindOpenDialog(sName);
+        QWidget* pPopup = QApplication::activePopupWidget();
+        pWidget = pPopup && pPopup->objectName() == sName ? pPopup : FindOpenDialog(sName);
         if (!pWidget) pWidget = RequireWindow(sName);
         if (!pWidget) return false;
     }

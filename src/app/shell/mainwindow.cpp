@@ -148,25 +148,7 @@ void CMainWindow::ConnectWindows()
     connect(this, &CMainWindow::DataFileDownloaded, this,
             [&Points](const QString& sPath) { Points.OnDataFileDownloaded(sPath); });
     connect(&Stack, &CCallStack::UnwindNextFrameDone, m_W.pCallStack, &CCallStackWindow::OnNextFrameUnwinded);
-    for (CWindow* pWindow : m_Windows) {
-        connect(&Stack, &CCallStack::EvalFrameDone, pWindow, &CWindow::OnCallFrameEvaluated);
-        connect(&Stack, &CCallStack::EvalFrameFailed, pWindow, &CWindow::OnCallFrameEvaluated);
-        connect(&Stack, &CCallStack::UnwindComplete, pWindow, &CWindow::OnCallStackUnwinded);
-        connect(pWindow, &CWindow::CallSiteSelected, this, &CMainWindow::OnCallSiteSelected);
-    }
-    // A selection in one window reaches all, the sender included, which ignores what it said itself.
-    for (CWindow* pFrom : m_Windows) {
-        for (CWindow* pTo : m_Windows) {
-            connect(pFrom, &CWindow::InstSelected, pTo, &CWindow::OnInstSelected);
-            connect(pFrom, &CWindow::BacktraceSelected, pTo, &CWindow::OnBacktraceSelected);
-            connect(pFrom, &CWindow::BacktraceSelectionChanged, pTo, &CWindow::OnBacktraceSelectionChanged);
-            connect(pFrom, &CWindow::SrcLocSelected, pTo, &CWindow::OnSrcLocSelected);
-            connect(pFrom, &CWindow::FuncSelected, pTo, &CWindow::OnFuncSelected);
-            connect(pFrom, &CWindow::TimeReferencesChanged, pTo, &CWindow::OnTimeReferencesChanged);
-            connect(pFrom, &CWindow::TimeSelected, pTo, &CWindow::OnTimeSelected);
-            connect(pFrom, &CWindow::SymbolSelected, pTo, &CWindow::OnSymbolSelected);
-        }
-    }
+    for (int i = 0; i < m_Windows.size(); i++) JoinSelections(m_Windows[i], m_Windows.mid(0, i));
 }
 
 void CMainWindow::OnCallSiteSelected(int CallStackIdx)

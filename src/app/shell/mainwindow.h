@@ -3,9 +3,9 @@
 // The device carries out jobs and reports; what follows a report is decided here, as a chain of handlers on
 // the main thread: each starts the next job and returns. The decisions themselves are pure functions
 // (sessiondecisions.h). The code lies in one file a concern: mainwindow_form.cpp builds menus, tool bars and
-// docks, _session.cpp holds connect, reset, download and disconnect, _run.cpp running and stepping, _file.cpp
-// opening files, _windows.cpp showing and finding windows, _state.cpp the enabled state of the commands, _keys.cpp
-// the dispatch of keys.
+// docks, _perspective.cpp keeps their layout over the runs, _session.cpp holds connect, reset, download and disconnect,
+// _run.cpp running and stepping, _file.cpp opening files, _windows.cpp showing and finding windows, _state.cpp the
+// enabled state of the commands, _keys.cpp the dispatch of keys.
 #pragma once
 #include "app/shell/mainwindow_layout.h"
 #include "views/framework/window.h"
@@ -14,6 +14,7 @@
 #include <QHash>
 #include <QList>
 #include <array>
+#include <functional>
 
 class CBreakpointWindow;
 class CCallStackWindow;
@@ -22,6 +23,7 @@ class CDisassemblyWindow;
 class CLocalsWindow;
 class CRegisterWindow;
 class CSourceWindow;
+class CDockTabs;
 class QCloseEvent;
 class QMenu;
 class QToolBar;
@@ -29,6 +31,9 @@ class QToolButton;
 
 /// What the next disconnect report is to do.
 enum PENDING_ACTIONS { PENDING_NOTHING = 0, PENDING_OPEN_PROJECT = 2, PENDING_CLOSE = 3 };
+
+/// Arrangements of the windows. Nothing switches them; all debugging is done in the second.
+enum PERSPECTIVES : int { PERSPECTIVE_EDIT = 0, PERSPECTIVE_DEBUG = 1 };
 
 /// How the file that is being opened came here; bits.
 enum OPEN_FLAGS { OPEN_FLAG_INTERACTIVE = 1, OPEN_FLAG_RELOAD = 2 };
@@ -55,6 +60,15 @@ struct SESSION_WINDOWS {
     CDisassemblyWindow* pDisassembly = nullptr;
     CBreakpointWindow* pBreakpoints = nullptr;
     CLocalsWindow* pLocals = nullptr;
+};
+
+/// Windows of which the user can open several. The first one is there from the start, the others come as they are asked for
+/// and go when they are closed; one always stays.
+struct WINDOW_FAMILY {
+    QString sKind; ///< "Registers"; its windows are "Registers 1", "Registers 2", ...
+    Qt::DockWidgetArea Area;
+    QList<CWindow*> Windows;
+    std::function<CWindow*(const QString& sName)> Make;
 };
 
 class CMainWindow : public CWindow {
@@ -196,10 +210,17 @@ private:
     void BuildWindows();
     void AddDock(CWindow* pWindow, const char* sDockName, Qt::DockWidgetArea Area, int ShowAction);
     void AdoptWindow(CWindow* pWindow);
+    void PlaceWindow(CWindow* pWindow, const char* sDockName, Qt::DockWidgetArea Area);
+    void JoinSelections(CWindow* pWindow, const QList<CWindow*>& Others);
+    CWindow* FindWindowToShow(const QString& sName);
+    CWindow* AddFamilyWindow(WINDOW_FAMILY& Family);
+    bool RemoveFamilyWindow(CWindow* pWindow); ///< false: it isn't one, or the last of its family
+    void BringOntoScreen();
     void ConnectWindows();
     void CreateTimers();
     QAction* MakeAction(int ID, QWidget* pOwner);
     void RestoreAppData();
+    void RestorePerspective();
     void SaveAppData();
     void ApplyDefaultLayout();
     void RebuildRecentMenus();
@@ -241,7 +262,10 @@ private:
     SESSION_STATE m_S;
     SESSION_WINDOWS m_W;
     QList<CWindow*> m_Windows;
+    int m_Perspective = PERSPECTIVE_DEBUG;
+    QList<WINDOW_FAMILY> m_Families;
     QHash<int, CWindow*> m_WindowOfAction;
+    CDockTabs* m_pDockTabs = nullptr;
     std::array<QAction*, NUM_ACTIONS> m_apAction{};
     std::array<QMenu*, NUM_MENUS> m_apMenu{};
     std::array<QToolBar*, NUM_TOOLBARS> m_apToolBar{};

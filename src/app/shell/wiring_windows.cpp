@@ -110,7 +110,7 @@ QString GetDefaultPeripheralFile(const QString& sDevice)
     return {};
 }
 
-void OnRegisterFilesChanged(const QStringList& Files, CRegisterWindow* pWindow)
+void OnRegisterFilesChanged(const QStringList& Files, const CMainWindow& Main)
 {
     ClearCpuRegisters();
     for (const QString& sFile : Files) {
@@ -120,13 +120,13 @@ void OnRegisterFilesChanged(const QStringList& Files, CRegisterWindow* pWindow)
         if (!IsCpuRegisterFile(sPath)) continue;
         if (const QString sError = LoadCpuRegisters(sPath); !sError.isEmpty()) LogError(sError);
     }
-    pWindow->Rebuild();
+    for (CWindow* pWindow : Main.GetWindows())
+        if (auto* pRegisters = qobject_cast<CRegisterWindow*>(pWindow)) pRegisters->Rebuild();
 }
 
 void WireProject(CMainWindow& Main)
 {
     PROJECT_HOOKS Hooks;
-    CRegisterWindow* pRegisters = Main.GetSessionWindows().pRegisters;
     Hooks.SetDeviceParam = [](int Id, I64 Value) {
         CDevice::Get().SetConfigParamAsync(DEV_CONFIG_PARAMS(Id), int(Value));
         if (Id != DCP_ENDIAN || !Core_IsLoaded()) return;
@@ -150,7 +150,7 @@ void WireProject(CMainWindow& Main)
         CSourceLines::Get().Clear();
         Main.GetSessionWindows().pSource->ReopenResolvedDocuments();
     };
-    Hooks.RegisterFilesChanged = [pRegisters](const QStringList& Files) { OnRegisterFilesChanged(Files, pRegisters); };
+    Hooks.RegisterFilesChanged = [&Main](const QStringList& Files) { OnRegisterFilesChanged(Files, Main); };
     Hooks.IsOSPluginSet = [] { return false; };
     Hooks.LoadOSPlugin = [](const QString& sPath) {
         return QStringLiteral("RTOS awareness plugin could not be loaded: ") + sPath;

@@ -9,6 +9,7 @@
 
 namespace {
 constexpr int DEFAULT_SECTION_SIZE = 10;
+constexpr int MIN_SECTION_SIZE = 16;
 constexpr int EXTRA_HEIGHT = 7; ///< above the height of the header font
 constexpr int EXTRA_WIDTH = 20;
 const QString sNone = QStringLiteral("None");
@@ -40,7 +41,7 @@ CTableHeader::CTableHeader(QWidget* pParent) : QHeaderView(Qt::Horizontal, pPare
     setSectionsMovable(true);
     setSectionsClickable(true);
     setHighlightSections(false);
-    setMinimumSectionSize(16);
+    setMinimumSectionSize(MIN_SECTION_SIZE);
     setDefaultSectionSize(DEFAULT_SECTION_SIZE);
     setSortIndicatorShown(true);
     setStretchLastSection(true);
@@ -56,6 +57,7 @@ int CTableHeader::GetTitleHeight() const
 void CTableHeader::UpdateHeight()
 {
     setFixedHeight(GetTitleHeight() + m_BarHeight);
+    emit geometriesChanged(); // the view gives its rows the place that is left
 }
 
 void CTableHeader::SetBarHeight(int Pixels)
@@ -153,6 +155,23 @@ QString CTableHeader::GetStateText() const
     for (const char* sKey : {"SortCol", "SortOrder", "VisibleCols", "ColWidths"})
         Items.append(QLatin1String(sKey) + QStringLiteral("=") + GetSetting(QLatin1String(sKey)));
     return Items.join(QStringLiteral(", "));
+}
+
+bool CTableHeader::RestoreHeaderState(const QByteArray& State)
+{
+    const QByteArray Present = saveState();
+    const int NumColumns = count();
+    const bool SortShown = isSortIndicatorShown();
+    const bool Ok = restoreState(State) && count() == NumColumns && hiddenSectionCount() < count();
+    if (!Ok) restoreState(Present);
+    // What the window decides and not its user.
+    setSortIndicatorShown(SortShown);
+    setMinimumSectionSize(MIN_SECTION_SIZE);
+    setStretchLastSection(true);
+    UpdateHeight();
+    for (int i = 0; i < count(); i++)
+        if (!isSectionHidden(i) && sectionSize(i) < MIN_SAVED_WIDTH) resizeSection(i, MIN_SAVED_WIDTH);
+    return Ok;
 }
 
 int CTableHeader::SetStateText(const QString& sText)

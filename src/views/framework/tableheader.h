@@ -16,6 +16,8 @@ public:
     QString GetStateText() const;
     /// Applies the settings of a state text; unknown keys are left alone. Returns the number applied.
     int SetStateText(const QString& sText);
+    /// Puts back what QHeaderView::saveState() gave. A state of other columns changes nothing; widths are kept usable.
+    bool RestoreHeaderState(const QByteArray& State);
     bool SetSetting(const QString& sKey, const QString& sValue);
     QString GetSetting(const QString& sKey) const;
 
