@@ -231,6 +231,7 @@ void OnPowerOn(int Id)
     I64 On = 0;
     if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &On)) return;
     SetVar(VAR_TARGET_POWER_ON, On != 0, false);
+    if (CDevice::Get().IsConnected()) CDevice::Get().ExecBrylloCmdAsync(On ? "SupplyPower=1" : "SupplyPower=0");
 }
 
 // ---- Program -------------------------------------------------------------------------------------------

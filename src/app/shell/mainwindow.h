@@ -131,6 +131,7 @@ public:
     void OnDeviceConnectCanceled(CONNECT_MODES Mode) override;
     void OnDeviceDisconnectDone() override;
     void OnDeviceResetDone(U32 NewPC, RESET_MODES Mode) override;
+    void OnDeviceEndianessChanged(int DataEndian, int InstEndian) override;
     void OnDeviceHaltDone(U32 NewPC, HALT_REASONS Reason) override;
     void OnDeviceStepped(U32 NewPC) override;
     void OnDeviceAboutToDisconnect() override;

@@ -18,6 +18,7 @@
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
 #include "device/target/datamanager.h"
+#include "device/target/deviceservices.h"
 #include "device/target/devicetarget.h"
 #include "program/tables/prog.h"
 #include "project/file/project.h"
@@ -94,6 +95,7 @@ void CMainWindow::OnProjectFileOpened(QString sPath)
 
 void CMainWindow::OnProjectFileClosed(QString sPath)
 {
+    CDeviceServices::Get().ForgetMemlaneSearchRanges(); // they were the project's
     const QStringList Unsaved = m_W.pSource->GetDocsWithUnsavedChangesFileNames();
     if (m_W.pSource->IsOpen(sPath) && !Unsaved.contains(QFileInfo(sPath).fileName()) && !Unsaved.contains(sPath))
         m_W.pSource->Close(sPath);

@@ -83,8 +83,7 @@ void CMainWindow::Connect(CONNECT_MODES Mode)
     RunEvent(EVENT_BEFORE_TARGET_CONNECT);
     if (BScript::HasEvent(EVENT_TARGET_CONNECT)) {
         RunReplacing(EVENT_TARGET_CONNECT, {BT_CONNECT});
-        Dev.State.FinishConnectMode = GetVarValue(VAR_CONNECT_MODE);
-        Dev.Wake();
+        CDeviceTarget::Get().RequestFinishConnect(CONNECT_MODES(GetVarValue(VAR_CONNECT_MODE)));
     } else {
         Dev.ConnectAsync(Mode);
     }
@@ -106,8 +105,7 @@ void CMainWindow::Reset(RESET_MODES Mode)
     RunEvent(EVENT_BEFORE_TARGET_RESET);
     if (BScript::HasEvent(EVENT_TARGET_RESET)) {
         RunReplacing(EVENT_TARGET_RESET, {BT_RESET, BT_HALT});
-        Dev.State.FinishResetMode = Mode == RM_RESET_BEFORE_DOWNLOAD ? I64(Mode) : GetVarValue(VAR_RESET_MODE);
-        Dev.Wake();
+        CDeviceTarget::Get().RequestFinishReset(Mode == RM_RESET_BEFORE_DOWNLOAD ? Mode : RESET_MODES(GetVarValue(VAR_RESET_MODE)));
     } else {
         Dev.ResetAsync(Mode);
     }
@@ -118,10 +116,15 @@ void CMainWindow::StartDebugSession()
     CDeviceTarget::Get().StartDebugSession();
 }
 
+void CMainWindow::OnDeviceEndianessChanged(int, int)
+{
+    // The core support decodes by the byte order that the target turned out to have.
+    if (Core_IsLoaded()) CProject::Get().GetHooks().LoadCorePlugin();
+}
+
 void CMainWindow::OnSideBarStateChanged()
 {
-    // The instruction trace has no reader yet that could ask for data; a trace left on in the device would
-    // only cost its probe bandwidth.
+    // No window shows the instruction trace: left on in the device it would only cost the probe bandwidth.
     if (CDevice::Get().State.InstTraceEnabled) CDevice::Get().DisableSimpleInstTraceAsync();
 }
 
