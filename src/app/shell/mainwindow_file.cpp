@@ -14,6 +14,7 @@
 #include "app/shell/warningsdialog.h"
 #include "app/shell/programdata.h"
 #include "app/shell/sourcestats.h"
+#include "app/shell/programload.h"
 #include "core/cache/core.h"
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
@@ -243,18 +244,8 @@ void CMainWindow::OpenElfDataFile(const QString& sPath)
     CDeviceDataManager::Get().Invalidate();
     if (!Dev.IsHalted()) Dev.ResetTargetExecStateAsync();
     ClearProgramWindows();
-    int Result = 0;
-    {
-        const std::lock_guard Lock(Dev.GetDeviceMutex());
-        PROG_Unload();
-        ClearProgramData();
-        Result = PROG_Load(sPath);
-        if (Result == 0) {
-            Core::ClearCache();
-            Core::AnalyzeProgram();
-        }
-    }
-    if (Result < 0) {
+    ClearProgramData();
+    if (LoadProgramFile(sPath) < 0) {
         // The reason is in the console already; the project keeps no program that isn't there.
         CProject::Get().SetProgramFile({});
         m_S.sProgramPath.clear();

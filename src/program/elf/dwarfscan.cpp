@@ -67,6 +67,7 @@ private:
     DWARF_SCAN& m_Scan;
     std::vector<U32> m_aTag;   ///< tags of the entries around the present one
     U32 m_NumFunctions = 0;    ///< how many of them are functions
+    size_t m_DeadLevel = ~0ull; ///< entries around a function that the linker has dropped; what lies deeper has no code
     std::vector<std::pair<U32, U32>> m_aRange;
     std::vector<DWARF_LOC_ENTRY> m_aEntry;
 };
@@ -74,12 +75,16 @@ private:
 void CScanner::_Code(const DWARF_DIE& Die, std::vector<DWARF_CODE>& aCode)
 {
     m_aRange.clear();
-    DwarfGetDieRanges(m_Info, Die, m_aRange);
+    if (m_Info.CountRanges(0)) DwarfGetDieRanges(m_Info, Die, m_aRange);
+    m_Info.CountRanges(m_aRange.size());
     DWARF_CODE Code{Die.Id, DIE_ID_NONE, 0xFFFFFFFFu, 0, static_cast<U32>(m_aRange.size())};
     for (const auto& [Low, High] : m_aRange) {
         Code.Low = std::min(Code.Low, Low);
         Code.High = std::max(Code.High, High);
     }
+    // The linker leaves dropped functions at address 0, and their expansions at the addresses of other code.
+    if (Die.Tag() == DW_TAG_subprogram && Code.Low == 0) m_DeadLevel = std::min(m_DeadLevel, m_aTag.size());
+    if (Die.Tag() == DW_TAG_inlined_subroutine && m_aTag.size() > m_DeadLevel) Code = {Die.Id, DIE_ID_NONE, 0xFFFFFFFFu, 0, 0};
     if (Die.Tag() == DW_TAG_inlined_subroutine || !Die.pAbbrev->HasName) Code.Origin = _Reference(Die, DW_AT_abstract_origin);
     aCode.push_back(Code);
 }
@@ -168,6 +173,7 @@ bool CScanner::Run()
             return !m_aTag.empty();
         }
         m_Scan.NumDies++;
+        if (m_aTag.size() <= m_DeadLevel) m_DeadLevel = ~0ull;
         _Offer(Die);
         if (!Die.pAbbrev->HasChildren) return !m_aTag.empty();
         m_aTag.push_back(Die.Tag());
