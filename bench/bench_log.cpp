@@ -1,6 +1,6 @@
-// Speed of logging while the window is alive: what a message costs its writer, what the console shows of a flood, and
-// how long the GUI's event loop stands still meanwhile. A peer in the same run writes the same lines by fprintf
-// under a mutex.
+// Speed of logging while the window is alive: what a message costs its writer, what the console shows of a
+// flood, and how long the GUI's event loop stands still meanwhile. A peer in the same run writes the same
+// lines by fprintf under a mutex.
 //   bench_log [seconds a case] [lines in the console before]
 #include "app/console/consolewindow.h"
 #include "app/services/log.h"

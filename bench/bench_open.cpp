@@ -154,8 +154,16 @@ void MeasureLookups()
         const CAddrRange& Range = aRange[Random() % aRange.size()];
         aAddr.push_back((Range.Start + U32(Random() % Range.Size)) & ~1u);
     }
-    const char* asText[] = {"address to function and line, first round", "address to function and line"};
-    for (const char* sText : asText) {
+    // Then as code runs: some instructions in a row at each place, and few places for some time.
+    std::vector<U32> aRun;
+    for (size_t i = 0; i < NUM_LOOKUPS; i++) aRun.push_back(i % 16 ? aRun.back() + 2 : aAddr[Random() % 64 + i / 4096 * 64 % (aAddr.size() - 64)]);
+    const struct {
+        const char* sText;
+        const std::vector<U32>& aAddr;
+    } aPass[] = {{"address to function and line, first round", aAddr},
+                 {"address to function and line, anywhere in the program", aAddr},
+                 {"address to function and line, as code runs", aRun}};
+    for (const auto& [sText, aAddr] : aPass) {
         const qint64 Start = CpuNs();
         size_t NumLines = 0, NumFunctions = 0;
         for (const U32 Addr : aAddr) {

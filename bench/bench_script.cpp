@@ -16,20 +16,22 @@ constexpr int NUM_NAMES = 800; ///< about as many as a project script has in fro
 
 struct PROGRAM {
     const char* Name;
-    const char* Script;  ///< its function f is called
-    const char* Python;  ///< defines f
+    const char* Script;   ///< its function f is called
+    const char* Python;   ///< defines f
     double NumStatements; ///< that a run of the script executes
 };
 
 const PROGRAM PROGRAMS[] = {
     {"counting loop", "void f(void){ int i; i = 0; while (i < 300000) { i += 1; } }",
      "def f():\n i = 0\n while i < 300000:\n  i += 1\n", 300000 * 2 + 1},
-    {"arithmetic", "void f(void){ int i; __int64 s; i = 0; s = 0; while (i < 100000) {\n"
-                   "  s = s + i * 3 - (i >> 2) & 0xFFFFFF;\n  if (s > 1000000) s -= 1000000; else s += 1;\n  i += 1; } }",
+    {"arithmetic",
+     "void f(void){ int i; __int64 s; i = 0; s = 0; while (i < 100000) {\n"
+     "  s = s + i * 3 - (i >> 2) & 0xFFFFFF;\n  if (s > 1000000) s -= 1000000; else s += 1;\n  i += 1; } }",
      "def f():\n i = 0\n s = 0\n while i < 100000:\n  s = s + i * 3 - (i >> 2) & 0xFFFFFF\n"
      "  if s > 1000000:\n   s -= 1000000\n  else:\n   s += 1\n  i += 1\n",
      100000 * 5 + 2},
-    {"script calls", "int g(int a){ return a + 1; } void f(void){ int i; i = 0; while (i < 100000) { i = g(i); } }",
+    {"script calls",
+     "int g(int a){ return a + 1; } void f(void){ int i; i = 0; while (i < 100000) { i = g(i); } }",
      "def g(a):\n return a + 1\ndef f():\n i = 0\n while i < 100000:\n  i = g(i)\n", 100000 * 3 + 1},
     {"host calls", "void f(void){ int i; i = 0; while (i < 100000) { Host.Add(i, 1); i += 1; } }",
      "def f():\n i = 0\n while i < 100000:\n  max(i, 1)\n  i += 1\n", 100000 * 3 + 1},
@@ -68,8 +70,9 @@ double RunScript(const PROGRAM& Program)
 /// Negative without python3. The interpreter's start isn't counted.
 double RunPython(const PROGRAM& Program)
 {
-    const std::string sCommand = "python3 -c '" + std::string(Program.Python) +
-                                 "import time\nt = time.perf_counter()\nf()\nprint(time.perf_counter() - t)' 2>/dev/null";
+    const std::string sCommand =
+        "python3 -c '" + std::string(Program.Python) +
+        "import time\nt = time.perf_counter()\nf()\nprint(time.perf_counter() - t)' 2>/dev/null";
     FILE* pPipe = popen(sCommand.c_str(), "r");
     double Result = -1;
     if (pPipe && std::fscanf(pPipe, "%lf", &Result) != 1) {

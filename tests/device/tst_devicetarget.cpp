@@ -590,6 +590,24 @@ private slots:
         QCOMPARE(Progress.NumEnds, 1);
     }
 
+    void haltOfStandingTargetKeepsReads()
+    {
+        struct CCount : CDeviceEventListener {
+            int NumDone = 0;
+            void OnDeviceReadMemDone(U32, U32, const char*, U8*, U8*) override { NumDone++; }
+        } Count;
+        QVERIFY(Dev().IsHalted());
+        M().Invalidate();
+        // The first keeps the worker busy while the others wait behind the halt.
+        R.Sim("Sim.Delay 30");
+        for (U32 i = 0; i < 3; i++) QCOMPARE(M().ReadMemCached(&Count, RAM + 0x400 * i, 16, nullptr, 0, AW_ANY, 0), 2);
+        Dev().HaltAsync();
+        QVERIFY(R.WaitSettled());
+        R.Sim("Sim.Delay 0");
+        QCOMPARE(Count.NumDone, 3);
+        QCOMPARE(M().GetNumRequests(), 0);
+    }
+
     void canceledTransfer()
     {
         struct CCancel : CDeviceEventListener {

@@ -66,6 +66,7 @@ void CGdbServer::run()
         pSocket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         m_Acks = true;
         QByteArray Input;
+        QByteArray Last;
         while (!m_Stop && pSocket->state() == QAbstractSocket::ConnectedState) {
             if (m_Fault == HangUp) {
                 break;
@@ -74,6 +75,10 @@ void CGdbServer::run()
                 continue;
             }
             Input += pSocket->readAll();
+            if (Input.startsWith('-')) {
+                pSocket->write(Last); // once more
+                Input.remove(0, 1);
+            }
             int End;
             while ((End = Input.indexOf('#')) >= 0 && End + 2 < Input.size()) {
                 const int Begin = Input.indexOf('$');
@@ -90,7 +95,8 @@ void CGdbServer::run()
                 } else if (m_Fault == Endless) {
                     pSocket->write("$" + QByteArray(3 << 20, 'a'));
                 } else {
-                    pSocket->write(Frame(Answer(Packet), m_Fault == BadChecksums));
+                    Last = Frame(Answer(Packet), m_Fault == BadChecksums);
+                    pSocket->write(Last);
                 }
                 pSocket->flush();
             }

@@ -1,4 +1,6 @@
 // The program tables against gdb and nm, and the rules of the look-ups.
+#include "program/tables/addrindex.h"
+#include "program/tables/functionmap.h"
 #include "program/tables/intervaltree.h"
 #include "program/tables/prog.h"
 #include "testbuild.h"
@@ -58,7 +60,11 @@ private slots:
     void bytes();
     void macros();
     void intervalTree();
+    void functionMap();
+    void addrIndex();
     void threads();
+    void loadBeside();
+    void cancel();
 };
 
 void tst_tables::neutral()
@@ -406,6 +412,78 @@ void tst_tables::intervalTree()
     }
 }
 
+void tst_tables::functionMap()
+{
+    // Random intervals, nested, equal and overlapping ones among them, against a look at all of them.
+    struct INTERVAL {
+        U32 Low, High;
+        CFunctionMap::KIND Kind;
+    };
+    QRandomGenerator Random(3);
+    for (int Round = 0; Round < 40; Round++) {
+        CFunctionMap Map;
+        std::vector<INTERVAL> aAll;
+        const U32 Span = Round % 2 ? 200 : 100000;
+        for (int i = 0; i < 10 * Round; i++) {
+            const U32 Low = 0x1000 + Random.bounded(Span), High = Low + Random.bounded(Span / 4);
+            const auto Kind = static_cast<CFunctionMap::KIND>(Random.bounded(3));
+            aAll.push_back({Low, High, Kind});
+            Map.Add(Low, High, 100 + i, Kind);
+        }
+        Map.Build();
+        for (int n = 0; n < 300; n++) {
+            const U32 Addr = 0xFF0 + Random.bounded(Span * 5 / 4);
+            U64 hOuter = 0, hFirst = 0, hInner = 0;
+            U32 OuterSize = 0, FirstSize = 0, InnerSize = 0;
+            for (size_t i = 0; i < aAll.size(); i++) {
+                const INTERVAL& I = aAll[i];
+                const U32 Size = I.High - I.Low;
+                if (Addr < I.Low || Addr > I.High) continue;
+                if (!hFirst || Size > FirstSize) hFirst = 100 + i, FirstSize = Size;
+                if (I.Kind == CFunctionMap::KIND::FUNCTION && (!hOuter || Size > OuterSize)) hOuter = 100 + i, OuterSize = Size;
+                if (I.Kind == CFunctionMap::KIND::EXPANSION && (!hInner || Size <= InnerSize)) hInner = 100 + i, InnerSize = Size;
+            }
+            if (!hOuter) hOuter = hFirst;
+            if (!hInner) hInner = hOuter;
+            const CFunctionMap::STRETCH* p = Map.Find(Addr);
+            QCOMPARE(p ? Map.Handle(p->Outer) : 0, hOuter);
+            QCOMPARE(p ? Map.Handle(p->Inner) : 0, hInner);
+        }
+    }
+    CFunctionMap Top;
+    Top.Add(0xFFFFFF00, 0xFFFFFFFE, 7, CFunctionMap::KIND::FUNCTION);
+    Top.Build();
+    QCOMPARE(Top.Handle(Top.Find(0xFFFFFFFE)->Outer), U64(7));
+    QCOMPARE(Top.Handle(Top.Find(0xFFFFFFFF)->Outer), U64(0));
+    QVERIFY(!Top.Find(0xFFFFFEFF));
+}
+
+void tst_tables::addrIndex()
+{
+    struct ROW {
+        U32 Addr;
+    };
+    QRandomGenerator Random(5);
+    for (const U32 Blocks : {1u, 3u, 4000u}) {
+        std::vector<ROW> aRow;
+        for (int i = 0; i < 20000; i++) aRow.push_back({(Random.bounded(Blocks) << 20) + Random.bounded(i % 2 ? 0x100000 : 0x400)});
+        auto IsBelow = [](const ROW& a, const ROW& b) { return a.Addr < b.Addr; };
+        std::sort(aRow.begin(), aRow.end(), IsBelow);
+        CAddrIndex Index;
+        Index.Build(aRow.data(), aRow.size());
+        for (int i = 0; i < 20000; i++) {
+            const U32 Addr = i % 3 ? aRow[Random.bounded(20000)].Addr + Random.bounded(3) - 1 : Random.generate();
+            QCOMPARE(Index.LowerBound(aRow.data(), aRow.size(), Addr) - aRow.data(),
+                     std::lower_bound(aRow.begin(), aRow.end(), ROW{Addr}, IsBelow) - aRow.begin());
+            QCOMPARE(Index.UpperBound(aRow.data(), aRow.size(), Addr) - aRow.data(),
+                     std::upper_bound(aRow.begin(), aRow.end(), ROW{Addr}, IsBelow) - aRow.begin());
+        }
+    }
+    CAddrIndex Empty;
+    Empty.Build(static_cast<const ROW*>(nullptr), 0);
+    QVERIFY(!Empty.LowerBound(static_cast<const ROW*>(nullptr), 0, 5));
+}
+
 void tst_tables::threads()
 {
     // Readers on other threads get whole answers or neutral ones while the program is loaded again and again.
@@ -434,6 +512,63 @@ void tst_tables::threads()
     Stop = true;
     for (std::thread& Thread : aThread) Thread.join();
     QCOMPARE(NumWrong.load(), 0);
+}
+
+void tst_tables::loadBeside()
+{
+    // What a load on another thread gives must be what a plain one gives, and nobody sees it before it is published.
+    const QString sElf = CTestBuild::Get(CTestBuild::All()[0]);
+    QCOMPARE(PROG_Load(sElf), 0);
+    auto Names = [] {
+        QStringList asName;
+        for (const ELF_SYM_HANDLE h : PROG_GetFunctions() + PROG_GetGlobals()) asName.append(PROG_GetSymName(h, PROG_NAME_QUALIFIED));
+        for (const U32 Addr : MappedAddrs()) asName.append(PROG_GetSrcLocText(PROG_GetFirstSrcLoc(Addr)));
+        return asName;
+    };
+    const QStringList asPlain = Names();
+    PROG_Unload();
+    CProgLoad Load(sElf);
+    std::atomic<bool> Done = false;
+    bool Good = false;
+    auto Beside = [&](const std::function<bool()>& Job) {
+        Done = false;
+        std::thread Thread([&] {
+            Good = Job();
+            Done = true;
+        });
+        do {
+            QVERIFY(!PROG_IsLoaded() && PROG_GetFunctions().isEmpty() && !PROG_GetFirstSrcLoc(0x8000).IsValid());
+            QVERIFY(!ELF_GetCurrentFile());
+        } while (!Done);
+        Thread.join();
+        QVERIFY(Good);
+    };
+    Beside([&Load] { return Load.ReadFile(); });
+    QVERIFY(Load.BindCore());
+    Beside([&Load] { return Load.BuildTables(); });
+    QVERIFY(!PROG_IsLoaded());
+    QCOMPARE(Load.Publish(), 0);
+    QVERIFY(Load.Progress().Permille > 900);
+    QCOMPARE(PROG_GetPath(), sElf);
+    QCOMPARE(Names(), asPlain);
+}
+
+void tst_tables::cancel()
+{
+    const QString sElf = CTestBuild::Get(CTestBuild::All()[0]);
+    for (int When = 0; When < 3; When++) {
+        CProgLoad Load(sElf);
+        if (When == 0) Load.Progress().Cancel = true;
+        QCOMPARE(Load.ReadFile(), When != 0);
+        if (When == 1) Load.Progress().Cancel = true;
+        QCOMPARE(Load.BindCore(), When != 0);
+        QCOMPARE(Load.BuildTables(), When == 2);
+        Load.Progress().Cancel = true;
+        QCOMPARE(Load.Publish(), -1);
+        QVERIFY(!PROG_IsLoaded());
+    }
+    // Its place in the table of open files is free again.
+    for (int i = 0; i < 5; i++) QCOMPARE(PROG_Load(sElf), 0);
 }
 
 QTEST_GUILESS_MAIN(tst_tables)

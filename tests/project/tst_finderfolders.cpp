@@ -94,14 +94,17 @@ void tst_finderfolders::Changes_data()
     Row("renamed from", "C:/b/found.c", "search/found.c", {"search/found.c>search/other.c"}, "");
     Row("moved out", "C:/b/found.c", "search/found.c", {"search/found.c>cwd/found.c"}, "");
     Row("folder goes", "C:/b/found.c", "search/found.c", {"-search"}, "");
-    Row("folder comes back", "C:/b/found.c", "search/found.c", {"-search", "+search/found.c"}, "search/found.c");
+    Row("folder comes back", "C:/b/found.c", "search/found.c", {"-search", "+search/found.c"},
+        "search/found.c");
     Row("folder is renamed", "C:/b/found.c", "search/found.c", {"search>search2"}, "");
-    Row("folder is replaced", "C:/b/new.c", "", {"+other/new.c", "search>old", "other>search"}, "search/new.c");
+    Row("folder is replaced", "C:/b/new.c", "", {"+other/new.c", "search>old", "other>search"},
+        "search/new.c");
     Row("folder of a path comes", "@/a/b/c/x.c", "", {"+a/b/c/x.c"}, "a/b/c/x.c");
     Row("folder above is renamed", "@/up/low/x.c", "", {"+from/low/x.c", "from>up"}, "up/low/x.c");
     Row("folder above goes by renaming", "src/main.c", "proj/src/main.c", {"proj>gone"}, "");
     Row("folder becomes file", "@/proj/src/main.c", "proj/src/main.c", {"-proj/src", "+proj/src"}, "");
-    Row("file becomes folder", "C:/b/found.c", "search/found.c", {"-search/found.c", "+search/found.c/x"}, "");
+    Row("file becomes folder", "C:/b/found.c", "search/found.c", {"-search/found.c", "+search/found.c/x"},
+        "");
     Row("link comes", "@/link/main.c", "", {"link@proj/src"}, "link/main.c");
     Row("link leads elsewhere", "@/link/here.c", "", {"link@proj/src", "?@/link/main.c", "-link", "link@cwd"},
         "link/here.c");
@@ -110,14 +113,16 @@ void tst_finderfolders::Changes_data()
 }
 
 namespace {
-void Do(const QString& sStep, const QString& sDir, const std::function<void(QString)>& fTouch, CFileFinder& Finder)
+void Do(const QString& sStep, const QString& sDir, const std::function<void(QString)>& fTouch,
+        CFileFinder& Finder)
 {
     const QString s = sStep.mid(1);
     if (sStep.startsWith('+')) {
         fTouch(s);
     } else if (sStep.startsWith('-')) {
         const QFileInfo Info(sDir + s);
-        QVERIFY(Info.isDir() && !Info.isSymLink() ? QDir(sDir + s).removeRecursively() : QFile::remove(sDir + s));
+        QVERIFY(Info.isDir() && !Info.isSymLink() ? QDir(sDir + s).removeRecursively()
+                                                  : QFile::remove(sDir + s));
     } else if (sStep.startsWith('?')) {
         QVERIFY(!Finder.Resolve(QString(s).replace("@/", sDir)).isEmpty());
     } else if (sStep.contains('>')) {
@@ -140,7 +145,8 @@ void tst_finderfolders::Changes()
     QCOMPARE(m_pFinder->Resolve(sPath), Full(Before));
     QCOMPARE(m_pFinder->Resolve(sPath), Full(Before)); // out of the memory
     for (const QString& sStep : Steps) {
-        Do(sStep, sDir, [this](const QString& s) { Touch(s); }, *m_pFinder);
+        Do(
+            sStep, sDir, [this](const QString& s) { Touch(s); }, *m_pFinder);
     }
     QCOMPARE(m_pFinder->Resolve(sPath), Full(After));
     QCOMPARE(m_pFinder->GetNumResolved(), After.isEmpty() ? 0u : m_pFinder->GetNumResolved());
@@ -229,12 +235,12 @@ void tst_finderfolders::CurrentFolderChanges()
 
 void tst_finderfolders::Links()
 {
-    QVERIFY(QFile::link("loop", In("search/loop")));          // to itself
-    QVERIFY(QFile::link("loop2", In("search/loop.c")));       // round and round
+    QVERIFY(QFile::link("loop", In("search/loop")));    // to itself
+    QVERIFY(QFile::link("loop2", In("search/loop.c"))); // round and round
     QVERIFY(QFile::link("loop.c", In("search/loop2")));
     QVERIFY(QFile::link("gone.c", In("search/dangling.c")));
     QVERIFY(QFile::link("found.c", In("search/linked.c")));
-    QVERIFY(QFile::link("..", In("search/up")));              // a folder that contains itself
+    QVERIFY(QFile::link("..", In("search/up"))); // a folder that contains itself
     QVERIFY(QFile::link("search", In("linked")));
     QCOMPARE(m_pFinder->Resolve("loop.c"), QString());
     QCOMPARE(m_pFinder->Resolve(In("search/loop/x.c")), QString());
@@ -301,7 +307,7 @@ void tst_finderfolders::CaseDifferences_data()
     Row("C:\\WORK\\SRC\\Main.c", "proj/src/main.c"); // through a substitute
     Row("@/PROJ/Src/main.C", "proj/src/main.c");
     Row("C:\\x\\FOUND.C", "search/found.c");
-    Row("STRASSE.C", "");                 // one letter doesn't become two
+    Row("STRASSE.C", ""); // one letter doesn't become two
     Row("\xC3\x84RGER.C", "search/\xC3\xA4rger.c");
     Row("IMG.BIN", "search/img.bin");
     Row("X", "install/x");
@@ -313,7 +319,8 @@ void tst_finderfolders::CaseDifferences()
     QFETCH(QString, Path);
     QFETCH(QString, Expected);
     Touch(QString::fromUtf8("search/\xC3\xA4rger.c"));
-    Touch(QString::fromUtf8("search/stra\xC3\x9F""e.c"));
+    Touch(QString::fromUtf8("search/stra\xC3\x9F"
+                            "e.c"));
     Touch("search/img.bin");
     m_pFinder->AddPathSubstitute("c:\\work", "$(ProjectDir)");
     Path.replace('@', m_pDir->path());
@@ -446,10 +453,10 @@ void tst_finderfolders::KindsAgreeWithSystem()
     QVERIFY(mkfifo(QFile::encodeName(In("search/pipe")).constData(), 0600) == 0);
     QVERIFY(QFile::link("pipe", In("search/pipelink")));
     CDirCache Dirs;
-    for (const QString& s : {QString("/"), QString("/etc"), QString("/etc/passwd"), QString("/etc/passwd/x"),
-                             QString("/dev/null"), QString("/nothing/at/all"), In("search"), In("search/found.c"),
-                             In("search/pipe"), In("search/pipelink"), In("search/found.c/x"), QString("relative"),
-                             QString()}) {
+    for (const QString& s :
+         {QString("/"), QString("/etc"), QString("/etc/passwd"), QString("/etc/passwd/x"),
+          QString("/dev/null"), QString("/nothing/at/all"), In("search"), In("search/found.c"),
+          In("search/pipe"), In("search/pipelink"), In("search/found.c/x"), QString("relative"), QString()}) {
         Dirs.Poll();
         const QFileInfo Info(s);
         const bool IsHere = s.startsWith('/') && Info.exists();

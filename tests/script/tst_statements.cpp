@@ -16,17 +16,20 @@ const QStringList SECTION_NAMES{"[expressions]", "[statements]", "[scripts]", "[
 constexpr int MIN_CASES[] = {280, 390, 80, 70};
 
 /// The function that a case of the first two sections stands in; the case begins the last line.
-const char* const BEFORE = "int Two(void) { return 2; }\n"
-                           "int Add(int x, int y) { return x + y; }\n"
-                           "void f(void) { int a; int b; int c; int i; __int64 n; int arr[3]; char ch; __int64 x; "
-                           "a = 1; b = 2; c = 3; i = -1; n = -1; arr[0] = 10; arr[1] = 20; arr[2] = 30; "
-                           "ch = 255; x = 0;\n";
+const char* const BEFORE =
+    "int Two(void) { return 2; }\n"
+    "int Add(int x, int y) { return x + y; }\n"
+    "void f(void) { int a; int b; int c; int i; __int64 n; int arr[3]; char ch; __int64 x; "
+    "a = 1; b = 2; c = 3; i = -1; n = -1; arr[0] = 10; arr[1] = 20; arr[2] = 30; "
+    "ch = 255; x = 0;\n";
 const char* const AFTER = "\n}\n";
 
 QString Unmark(QString s)
 {
-    return s.replace(QChar(0x00B6), '\n').replace(QChar(0x240D), '\r').replace(QChar(0x2409), '\t').replace(
-        QChar(0x2408), '\b');
+    return s.replace(QChar(0x00B6), '\n')
+        .replace(QChar(0x240D), '\r')
+        .replace(QChar(0x2409), '\t')
+        .replace(QChar(0x2408), '\b');
 }
 
 QByteArray MakeScript(int Section, const QString& sCase)
@@ -52,7 +55,8 @@ QString Describe(const CScriptRig& Rig, int FirstLine)
         QString sText = Rig.Errors[i].left(At);
         const QRegularExpressionMatch Match = MissingWhile.match(sText);
         if (Match.hasMatch()) { // names the line of the whole script
-            sText = sText.left(Match.capturedStart(2)) + QString::number(Match.captured(2).toInt() - FirstLine + 1);
+            sText = sText.left(Match.capturedStart(2)) +
+                    QString::number(Match.captured(2).toInt() - FirstLine + 1);
         }
         const bool IsLast = i + 1 == Rig.Errors.size() && Rig.Ctx->Error;
         s += QString(s.isEmpty() ? "%1 %2: %3" : " %1 %2: %3").arg(IsLast ? "!!" : "!").arg(Line).arg(sText);
@@ -95,7 +99,8 @@ void tst_statements::Case_data()
             << Section << Unmark(sLine.left(Arrow)) << Unmark(sLine.mid(Arrow + 5));
     }
     for (int i = 0; i < 4; ++i) {
-        QVERIFY2(Counts[i] >= MIN_CASES[i], qPrintable(QString("%1 has %2 cases").arg(SECTION_NAMES[i]).arg(Counts[i])));
+        QVERIFY2(Counts[i] >= MIN_CASES[i],
+                 qPrintable(QString("%1 has %2 cases").arg(SECTION_NAMES[i]).arg(Counts[i])));
     }
 }
 
@@ -124,8 +129,8 @@ struct OPERATOR {
     int Precedence;
 };
 constexpr OPERATOR OPERATORS[] = {
-    {"*", 21}, {"/", 20}, {"+", 18}, {"-", 17}, {"<<", 16}, {">>", 15}, {"<", 14}, {"<=", 13}, {">", 12},
-    {">=", 11}, {"==", 10}, {"!=", 9}, {"&", 8}, {"^", 7}, {"|", 6}, {"&&", 5}, {"||", 4},
+    {"*", 21},  {"/", 20},  {"+", 18}, {"-", 17}, {"<<", 16}, {">>", 15}, {"<", 14}, {"<=", 13}, {">", 12},
+    {">=", 11}, {"==", 10}, {"!=", 9}, {"&", 8},  {"^", 7},   {"|", 6},   {"&&", 5}, {"||", 4},
 };
 
 /// The value of Operands[0] Ops[0] Operands[1] ..., found from the root of its tree: the operator
@@ -155,7 +160,8 @@ std::optional<qint64> ValueOf(const QList<qint64>& Operands, const QList<int>& O
     case 21:
         return Wrap(a * b);
     case 20:
-        return b == 0 || a / b > std::numeric_limits<qint64>::max() ? std::nullopt : std::optional(Wrap(a / b));
+        return b == 0 || a / b > std::numeric_limits<qint64>::max() ? std::nullopt
+                                                                    : std::optional(Wrap(a / b));
     case 18:
         return Wrap(a + b);
     case 17:

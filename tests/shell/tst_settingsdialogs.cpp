@@ -1,5 +1,5 @@
-// The settings dialogs in the main window, through keys and clicks: every change is a command that is echoed, acts in
-// the open windows, and can be taken back.
+// The settings dialogs in the main window, through keys and clicks: every change is a command that is echoed,
+// acts in the open windows, and can be taken back.
 #include "app/actions/actions.h"
 #include "app/console/consolewindow.h"
 #include "app/services/cmdline.h"
@@ -68,7 +68,8 @@ private:
         ::PerformAction(ACT_TOOLS_PREFERENCES);
         TakeLines();
         auto* pDialog = CMainWindow::Get().findChild<CPreferencesDialog*>();
-        if (!pDialog || !QTest::qWaitFor([pDialog] { return QApplication::activeWindow() == pDialog; })) return nullptr;
+        if (!pDialog || !QTest::qWaitFor([pDialog] { return QApplication::activeWindow() == pDialog; }))
+            return nullptr;
         pDialog->ShowPage(Page);
         return pDialog;
     }
@@ -135,10 +136,12 @@ void tst_settingsdialogs::everyPreferenceHasAControl()
     }
     QStringList Titles;
     const auto* pTree = pDialog->findChild<QTreeWidget*>("treePages");
-    for (QTreeWidgetItemIterator it(const_cast<QTreeWidget*>(pTree)); *it; ++it) Titles.append((*it)->text(0));
-    QCOMPARE(Titles.join(';'), "General;Application;Callstack Window;Callgraph Window;Console Window;Disassembly Window;"
-                               "Functions Window;Instruction Trace Window;Power Graph Window;Source Viewer;Table Windows;"
-                               "Terminal Window;Timeline Window;Appearance;Fonts;Colors");
+    for (QTreeWidgetItemIterator it(const_cast<QTreeWidget*>(pTree)); *it; ++it)
+        Titles.append((*it)->text(0));
+    QCOMPARE(Titles.join(';'),
+             "General;Application;Callstack Window;Callgraph Window;Console Window;Disassembly Window;"
+             "Functions Window;Instruction Trace Window;Power Graph Window;Source Viewer;Table Windows;"
+             "Terminal Window;Timeline Window;Appearance;Fonts;Colors");
 }
 
 /// Each kind of control, by the keys and clicks of a user.
@@ -266,7 +269,8 @@ void tst_settingsdialogs::recentPage()
     QCOMPARE(CMainWindow::Get().findChildren<CPreferencesDialog*>().size(), 1);
     QCOMPARE(CMainWindow::Get().findChild<CPreferencesDialog*>(), pDialog);
     Press(pDialog, QDialogButtonBox::Ok);
-    QCOMPARE(CSettingsStore::Get().Read("AppData/PreferencesDialog/RecentPageID").toInt(), int(PAGE_TIMELINE));
+    QCOMPARE(CSettingsStore::Get().Read("AppData/PreferencesDialog/RecentPageID").toInt(),
+             int(PAGE_TIMELINE));
     ::PerformAction(ACT_TOOLS_PREFERENCES);
     QCOMPARE(CMainWindow::Get().findChild<CPreferencesDialog*>()->GetPage(), int(PAGE_TIMELINE));
     // A page that this version doesn't have.
@@ -385,7 +389,8 @@ void tst_settingsdialogs::fonts()
     pSize->selectAll();
     QTest::keyClicks(pSize, "17");
     QTest::keyClick(pSize, Qt::Key_Tab);
-    QCOMPARE(TakeLines(), QStringList{QString("Edit.Font (FONT_SRC_CODE, \"%1,  17pt,  Normal\");").arg(sFamily)});
+    QCOMPARE(TakeLines(),
+             QStringList{QString("Edit.Font (FONT_SRC_CODE, \"%1,  17pt,  Normal\");").arg(sFamily)});
     QCOMPARE(GetFontStored(FONT_SRC_CODE).pointSize(), 17);
     QCOMPARE(pDialog->findChild<QLabel*>("labelFontSample")->font().pointSize(), 17);
     QVERIFY(CMainWindow::Get().findChild<CSourceEditor*>()->GetRowHeight() > RowHeight);
@@ -416,10 +421,13 @@ void tst_settingsdialogs::keyboardReachesEverything()
         pDialog->ShowPage(Page);
         QSet<QWidget*> Wanted;
         for (QWidget* pWidget : pDialog->findChildren<QWidget*>()) {
-            const bool IsControl = qobject_cast<QAbstractButton*>(pWidget) || qobject_cast<QComboBox*>(pWidget) ||
-                                   qobject_cast<QAbstractSpinBox*>(pWidget) || qobject_cast<QTreeWidget*>(pWidget) ||
-                                   (qobject_cast<QLineEdit*>(pWidget) && !qobject_cast<QAbstractSpinBox*>(pWidget->parent()));
-            if (!IsControl || !pWidget->isVisible() || !pWidget->isEnabled() || pWidget->focusPolicy() == Qt::NoFocus) continue;
+            const bool IsControl =
+                qobject_cast<QAbstractButton*>(pWidget) || qobject_cast<QComboBox*>(pWidget) ||
+                qobject_cast<QAbstractSpinBox*>(pWidget) || qobject_cast<QTreeWidget*>(pWidget) ||
+                (qobject_cast<QLineEdit*>(pWidget) && !qobject_cast<QAbstractSpinBox*>(pWidget->parent()));
+            if (!IsControl || !pWidget->isVisible() || !pWidget->isEnabled() ||
+                pWidget->focusPolicy() == Qt::NoFocus)
+                continue;
             Wanted.insert(pWidget);
             const auto* pButton = qobject_cast<QAbstractButton*>(pWidget);
             QVERIFY2(!pWidget->accessibleName().isEmpty() || (pButton && !pButton->text().isEmpty()),
@@ -454,11 +462,13 @@ void tst_settingsdialogs::textsFit()
         pDialog->ShowPage(Page);
         QTest::qWait(1);
         for (QWidget* pWidget : pDialog->findChildren<QWidget*>()) {
-            const bool HasText = qobject_cast<QAbstractButton*>(pWidget) || qobject_cast<QComboBox*>(pWidget) ||
-                                 (qobject_cast<QLabel*>(pWidget) && !pWidget->objectName().endsWith("Sample"));
+            const bool HasText =
+                qobject_cast<QAbstractButton*>(pWidget) || qobject_cast<QComboBox*>(pWidget) ||
+                (qobject_cast<QLabel*>(pWidget) && !pWidget->objectName().endsWith("Sample"));
             if (!HasText || !pWidget->isVisible()) continue;
             const QString sWhat = QString("%1: %2 needs %3, has %4").arg(Page).arg(pWidget->objectName());
-            QVERIFY2(pWidget->width() >= pWidget->minimumSizeHint().width() && pWidget->height() >= pWidget->minimumSizeHint().height(),
+            QVERIFY2(pWidget->width() >= pWidget->minimumSizeHint().width() &&
+                         pWidget->height() >= pWidget->minimumSizeHint().height(),
                      qPrintable(sWhat.arg(pWidget->minimumSizeHint().width()).arg(pWidget->width())));
         }
     }
@@ -476,10 +486,12 @@ void tst_settingsdialogs::commandErrors_data()
     Row("Edit.SysVar (VAR_RESET_MODE, 3)", ": invalid parameter: 3");
     Row("Edit.SysVar (VAR_TRACE_PORT_DELAY_0, 100001)", ": invalid parameter: 100001");
     Row("Edit.SysVar (VAR_SWO_SPEED, fast)", ": invalid parameter: fast");
-    Row("Edit.SysVar (var_reset_mode, RM_BREAK_AT_MAIN)", "Edit.SysVar (VAR_RESET_MODE, RM_BREAK_AT_SYMBOL);");
+    Row("Edit.SysVar (var_reset_mode, RM_BREAK_AT_MAIN)",
+        "Edit.SysVar (VAR_RESET_MODE, RM_BREAK_AT_SYMBOL);");
     Row("Edit.SysVar (0, 2)", "Edit.SysVar (VAR_RESET_MODE, RM_RESET_AND_RUN);");
     Row("Edit.SysVar (VAR_SWO_SPEED, 2 MHz)", "Edit.SysVar (VAR_SWO_SPEED, FREQ_2_MHZ);");
-    Row("Edit.SysVar (VAR_TRACE_CORE_CLOCK, 0xFFFFFFFFFFFFFFFF)", "Edit.SysVar (VAR_TRACE_CORE_CLOCK, 18446744073709551615);");
+    Row("Edit.SysVar (VAR_TRACE_CORE_CLOCK, 0xFFFFFFFFFFFFFFFF)",
+        "Edit.SysVar (VAR_TRACE_CORE_CLOCK, 18446744073709551615);");
     Row("Edit.SysVar (VAR_BREAK_AT_THIS_SYMBOL, _start)", "Edit.SysVar (VAR_BREAK_AT_THIS_SYMBOL, _start);");
     Row("Edit.Preference (PREF_NOPE, 1)", ": unknown preference: PREF_NOPE");
     Row("Edit.Preference (PREF_TAB_SPACING, 9)", ": invalid parameter: 9");
@@ -514,15 +526,17 @@ void tst_settingsdialogs::sysVars()
     auto* pTable = pEditor->findChild<QTableWidget*>();
     QStringList Names, Head;
     for (int i = 0; i < pTable->rowCount(); i++) Names.append(pTable->item(i, 0)->text());
-    QCOMPARE(Names.join(' '), "VAR_ACCESS_WIDTH VAR_BREAKPOINT_TYPE VAR_VERIFY_DOWNLOAD VAR_BREAK_AT_THIS_SYMBOL "
-                              "VAR_ALLOW_BMA_EMULATION VAR_MEM_ZONE_RUNNING VAR_TARGET_POWER_ON");
+    QCOMPARE(Names.join(' '),
+             "VAR_ACCESS_WIDTH VAR_BREAKPOINT_TYPE VAR_VERIFY_DOWNLOAD VAR_BREAK_AT_THIS_SYMBOL "
+             "VAR_ALLOW_BMA_EMULATION VAR_MEM_ZONE_RUNNING VAR_TARGET_POWER_ON");
     for (int i = 0; i < pTable->columnCount(); i++)
         if (!pTable->isColumnHidden(i)) Head.append(pTable->horizontalHeaderItem(i)->text());
     QCOMPARE(Head, (QStringList{"Name", "Value", "Description"}));
     QCOMPARE(pTable->item(3, 3)->text(), "Break at this symbol on debug session start");
     TakeLines();
     // A click on a value with a list opens the list.
-    QTest::mouseClick(pTable->viewport(), Qt::LeftButton, {}, pTable->visualItemRect(pTable->item(1, 1)).center());
+    QTest::mouseClick(pTable->viewport(), Qt::LeftButton, {},
+                      pTable->visualItemRect(pTable->item(1, 1)).center());
     auto* pMenu = pEditor->findChild<QMenu*>("menuValues");
     QVERIFY(pMenu);
     QStringList Values;
@@ -549,7 +563,8 @@ void tst_settingsdialogs::sysVars()
     // A change from elsewhere shows.
     SetVar(VAR_VERIFY_DOWNLOAD, 0, false);
     QCOMPARE(pTable->item(2, 1)->text(), "no");
-    QTest::mouseClick(pEditor->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Close), Qt::LeftButton);
+    QTest::mouseClick(pEditor->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Close),
+                      Qt::LeftButton);
     QVERIFY(!pEditor->isVisible());
     QCOMPARE(GetVarString(VAR_BREAK_AT_THIS_SYMBOL), "Reset_Handler");
 }

@@ -308,9 +308,18 @@ bool CRemoteBackend::ResetByCommand()
 /// The core's own reset request, caught before the first instruction.
 bool CRemoteBackend::ResetByRegister()
 {
-    const std::string Catch = ValueToHex(DEMCR_VC_CORERESET, 4, m_BigEndian);
-    const std::string Request = ValueToHex(AIRCR_SYSRESETREQ, 4, m_BigEndian);
-    return m_Client.RequestOk(Format("M%x,4:", DEMCR) + Catch) && m_Client.RequestOk(Format("M%x,4:", AIRCR) + Request);
+    U8 aDemcr[4];
+    if (!FindReg("xpsr") || !ReadBytes(DEMCR, 4, aDemcr)) {
+        return false;
+    }
+    // The system space is little-endian always.
+    const auto Write = [this](U32 Addr, U64 Value) {
+        return m_Client.RequestOk(Format("M%x,4:", Addr) + ValueToHex(Value, 4, false));
+    };
+    const U64 Before = HexToValue(ToHex(aDemcr, 4), 4, false).value_or(0);
+    const bool Ok = Write(DEMCR, Before | DEMCR_VC_CORERESET) && Write(AIRCR, AIRCR_SYSRESETREQ);
+    Write(DEMCR, Before); // a reset that the program asks for later isn't caught
+    return Ok;
 }
 
 int CRemoteBackend::Reset()

@@ -212,11 +212,15 @@ std::optional<std::string> CRspClient::ReceivePacket(Clock::time_point Until)
             }
             return std::move(Item->Text);
         case CRspWire::EItem::BadPacket:
-            ++Retry;
+            // Without acknowledgements nothing is sent twice, and what was in it is lost.
+            Retry = m_Acks ? Retry + 1 : MAX_RETRIES + 1;
             if (m_Acks) {
                 Send("-");
             }
             break;
+        case CRspWire::EItem::TooLong:
+            Lose("it sends without end");
+            return std::nullopt;
         case CRspWire::EItem::Nak:
             ++Retry;
             Send(m_LastSent);

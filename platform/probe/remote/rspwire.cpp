@@ -126,7 +126,7 @@ std::optional<CRspWire::CItem> CRspWire::Next()
                 return std::nullopt; // the rest comes
             }
             m_Buffer.clear();
-            return CItem{EItem::BadPacket, {}};
+            return CItem{EItem::TooLong, {}};
         }
         const std::string Raw = m_Buffer.substr(1, End - 1);
         const int High = HexDigit(m_Buffer[End + 1]);

@@ -24,7 +24,7 @@ std::optional<U32> HexNumber(const std::string& Text);
 
 class CRspWire {
 public:
-    enum class EItem { Packet, BadPacket, Ack, Nak };
+    enum class EItem { Packet, BadPacket, TooLong, Ack, Nak };
     struct CItem {
         EItem Kind;
         std::string Text; // of a packet: unescaped, runs expanded

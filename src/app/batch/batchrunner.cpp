@@ -29,11 +29,11 @@ namespace {
 constexpr int SETTLE_MS = 20'000;
 constexpr int DISPLAY_DELAY_MS = 250; ///< longest timer of a display that gathers changes
 
-/// A dialog on the screen by its title; null if there is none.
+/// A dialog, menu or list on the screen by its title; null if there is none.
 QWidget* FindOpenDialog(const QString& sTitle)
 {
     for (QWidget* pWidget : QApplication::topLevelWidgets())
-        if (pWidget->isVisible() && pWidget->inherits("QDialog") && pWidget->windowTitle() == sTitle) return pWidget;
+        if (pWidget->isVisible() && !pWidget->inherits("QMainWindow") && pWidget->windowTitle() == sTitle) return pWidget;
     return nullptr;
 }
 

@@ -34,7 +34,8 @@ bool IsSame(const QVariant& a, const QVariant& b)
     if (a == b) return true;
     if (a.isValid() != b.isValid()) return false;
     const bool IsList = a.typeId() == QMetaType::QStringList || b.typeId() == QMetaType::QStringList;
-    return IsList ? a.toStringList() == b.toStringList() : a.canConvert<QString>() && a.toString() == b.toString();
+    return IsList ? a.toStringList() == b.toStringList()
+                  : a.canConvert<QString>() && a.toString() == b.toString();
 }
 
 QMap<QString, QVariant> ReadAll(const QSettings& Store)
@@ -70,8 +71,10 @@ void CSettingsStore::SetAside(const QString& sReason)
     const QString sPath = GetFilePath();
     const QString sAside = sPath + QLatin1String(SUFFIX_ASIDE);
     QFile::remove(sAside);
-    m_sProblem = QStringLiteral("The settings file %1 %2. Starting with default settings").arg(sPath, sReason);
-    if (QFile::rename(sPath, sAside)) m_sProblem += QStringLiteral(", the file was kept as ") + QFileInfo(sAside).fileName();
+    m_sProblem =
+        QStringLiteral("The settings file %1 %2. Starting with default settings").arg(sPath, sReason);
+    if (QFile::rename(sPath, sAside))
+        m_sProblem += QStringLiteral(", the file was kept as ") + QFileInfo(sAside).fileName();
 }
 
 void CSettingsStore::Load()
@@ -81,14 +84,16 @@ void CSettingsStore::Load()
     if (Info.exists() && !Info.isReadable()) {
         m_Map.clear();
         m_Loaded.clear();
-        m_sProblem = QStringLiteral("The settings file %1 can't be read. Starting with default settings").arg(Info.filePath());
+        m_sProblem = QStringLiteral("The settings file %1 can't be read. Starting with default settings")
+                         .arg(Info.filePath());
         return;
     }
     const auto pStore = OpenStore(m_sDir);
     m_Map = ReadAll(*pStore);
     m_Loaded = m_Map;
-    const bool IsOurs = std::any_of(m_Map.keyBegin(), m_Map.keyEnd(),
-                                    [](const QString& sKey) { return sKey.startsWith(QLatin1String(ROOT_GROUP)); });
+    const bool IsOurs = std::any_of(m_Map.keyBegin(), m_Map.keyEnd(), [](const QString& sKey) {
+        return sKey.startsWith(QLatin1String(ROOT_GROUP));
+    });
     if (pStore->status() != QSettings::NoError)
         SetAside(QStringLiteral("is damaged"));
     else if (Info.size() > 0 && !IsOurs)
@@ -104,7 +109,8 @@ bool CSettingsStore::Save()
     for (auto it = Now.cbegin(); it != Now.cend(); ++it) {
         const QString& sKey = it.key();
         const bool IsTheirs = !IsSame(m_Loaded.value(sKey), it.value());
-        const bool IsOurs = m_Map.contains(sKey) != m_Loaded.contains(sKey) || !IsSame(m_Map.value(sKey), m_Loaded.value(sKey));
+        const bool IsOurs = m_Map.contains(sKey) != m_Loaded.contains(sKey) ||
+                            !IsSame(m_Map.value(sKey), m_Loaded.value(sKey));
         if (IsTheirs && !IsOurs) m_Map.insert(sKey, it.value());
     }
     pStore->clear();

@@ -5,9 +5,9 @@
 //   s.Write("AppData/MainWindow", "Geometry", saveGeometry());
 //   s.Save();
 //
-// The file belongs to all versions of the program and to all that run at a time: what one doesn't know it leaves, and
-// what another has written meanwhile stays, as far as this one has not changed it itself. It is replaced as a whole,
-// so that a write that is cut off leaves the old one.
+// The file belongs to all versions of the program and to all that run at a time: what one doesn't know it
+// leaves, and what another has written meanwhile stays, as far as this one has not changed it itself. It is
+// replaced as a whole, so that a write that is cut off leaves the old one.
 #pragma once
 #include <QMap>
 #include <QString>
@@ -21,8 +21,8 @@ public:
 
     /// Keeps the store in a file in this folder instead of the user's own place; before Load().
     void SetDir(const QString& sDir);
-    /// Replaces the map by the content of the store. A file that is damaged or isn't one of this program gives an empty
-    /// map, is kept under another name, and is told by GetProblem().
+    /// Replaces the map by the content of the store. A file that is damaged or isn't one of this program
+    /// gives an empty map, is kept under another name, and is told by GetProblem().
     void Load();
     /// Replaces the content of the store by the map; keys that were taken out of the map disappear.
     /// False if the store could not be written.

@@ -39,7 +39,9 @@ void OnSysVarEdited(int VarID, I64 Value)
     constexpr struct {
         int VarID;
         DEV_CONFIG_PARAMS Param;
-    } ROWS[] = {{VAR_TIF_SPEED, DCP_SPEED}, {VAR_TIF_SCAN_CHAIN_POS, DCP_DR_PRE}, {VAR_TIF_SCAN_CHAIN_LEN, DCP_IR_PRE}};
+    } ROWS[] = {{VAR_TIF_SPEED, DCP_SPEED},
+                {VAR_TIF_SCAN_CHAIN_POS, DCP_DR_PRE},
+                {VAR_TIF_SCAN_CHAIN_LEN, DCP_IR_PRE}};
     for (const auto& Row : ROWS)
         if (Row.VarID == VarID) CDevice::Get().SetConfigParamAsync(Row.Param, int(Value));
 }
@@ -85,6 +87,8 @@ void WireSettings(CMainWindow& Main)
 {
     QObject::connect(&Main, &CMainWindow::SysVarEdited, &Main, OnSysVarEdited);
     const CSettingsNotifier& Notifier = CSettingsNotifier::Get();
-    QObject::connect(&Notifier, &CSettingsNotifier::FontChanged, &Main, [&Main](int Id) { OnFontChanged(Main, Id); });
-    QObject::connect(&Notifier, &CSettingsNotifier::ColorChanged, &Main, [&Main](int Id) { OnColorChanged(Main, Id); });
+    QObject::connect(&Notifier, &CSettingsNotifier::FontChanged, &Main,
+                     [&Main](int Id) { OnFontChanged(Main, Id); });
+    QObject::connect(&Notifier, &CSettingsNotifier::ColorChanged, &Main,
+                     [&Main](int Id) { OnColorChanged(Main, Id); });
 }

@@ -231,6 +231,7 @@ void OnPowerOn(int Id)
     I64 On = 0;
     if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &On)) return;
     SetVar(VAR_TARGET_POWER_ON, On != 0, false);
+    if (CDevice::Get().IsConnected()) CDevice::Get().ExecBrylloCmdAsync(On ? "SupplyPower=1" : "SupplyPower=0");
 }
 
 // ---- Program -------------------------------------------------------------------------------------------
@@ -303,7 +304,7 @@ void OnUtilLog(int Id)
 {
     if (!CheckParamCount(Id)) return;
     const QString sText = GetActionParam(Id);
-    CConsoleWindow::Get().Print(sText, GetColor(COLOR_LOGGING_SCRIPT), false);
+    CConsoleWindow::Get().PrintInColor(sText, COLOR_LOGGING_SCRIPT);
     Log(sText, MSG_INFO | MSG_FILE);
 }
 
@@ -314,7 +315,7 @@ void OnUtilLogHex(int Id)
     I64 Value = 0;
     if (!ParseNumber(Id, Params[1], &Value)) return;
     const QString sText = QStringLiteral("%1 0x%2").arg(Params[0]).arg(U32(Value), 8, 16, QLatin1Char('0'));
-    CConsoleWindow::Get().Print(sText, GetColor(COLOR_LOGGING_SCRIPT), false);
+    CConsoleWindow::Get().PrintInColor(sText, COLOR_LOGGING_SCRIPT);
     Log(sText, MSG_INFO | MSG_FILE);
 }
 

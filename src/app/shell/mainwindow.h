@@ -145,6 +145,7 @@ public:
     void OnDeviceConnectCanceled(CONNECT_MODES Mode) override;
     void OnDeviceDisconnectDone() override;
     void OnDeviceResetDone(U32 NewPC, RESET_MODES Mode) override;
+    void OnDeviceEndianessChanged(int DataEndian, int InstEndian) override;
     void OnDeviceHaltDone(U32 NewPC, HALT_REASONS Reason) override;
     void OnDeviceStepped(U32 NewPC) override;
     void OnDeviceAboutToDisconnect() override;
@@ -230,7 +231,8 @@ private:
     void OnDownloadDone(DOWNLOAD_MODES Mode);
     void OnDownloadFailed(DOWNLOAD_MODES Mode, int Code);
     void PerformInitialProgramOperation();
-    bool RunToBreakSymbol();
+    enum BREAK_SYMBOL_RUN { BREAK_SYMBOL_UNKNOWN, BREAK_SYMBOL_REACHED, BREAK_SYMBOL_RUNNING };
+    BREAK_SYMBOL_RUN RunToBreakSymbol(); ///< reached: the target stands there already
     void ResolveBreakSymbol();
     void ClearProgramWindows();
     void UpdateConnectionLabel();

@@ -14,10 +14,12 @@
 #include "app/shell/warningsdialog.h"
 #include "app/shell/programdata.h"
 #include "app/shell/sourcestats.h"
+#include "app/shell/programload.h"
 #include "core/cache/core.h"
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
 #include "device/target/datamanager.h"
+#include "device/target/deviceservices.h"
 #include "device/target/devicetarget.h"
 #include "program/tables/prog.h"
 #include "project/file/project.h"
@@ -94,6 +96,7 @@ void CMainWindow::OnProjectFileOpened(QString sPath)
 
 void CMainWindow::OnProjectFileClosed(QString sPath)
 {
+    CDeviceServices::Get().ForgetMemlaneSearchRanges(); // they were the project's
     const QStringList Unsaved = m_W.pSource->GetDocsWithUnsavedChangesFileNames();
     if (m_W.pSource->IsOpen(sPath) && !Unsaved.contains(QFileInfo(sPath).fileName()) && !Unsaved.contains(sPath))
         m_W.pSource->Close(sPath);
@@ -241,18 +244,8 @@ void CMainWindow::OpenElfDataFile(const QString& sPath)
     CDeviceDataManager::Get().Invalidate();
     if (!Dev.IsHalted()) Dev.ResetTargetExecStateAsync();
     ClearProgramWindows();
-    int Result = 0;
-    {
-        const std::lock_guard Lock(Dev.GetDeviceMutex());
-        PROG_Unload();
-        ClearProgramData();
-        Result = PROG_Load(sPath);
-        if (Result == 0) {
-            Core::ClearCache();
-            Core::AnalyzeProgram();
-        }
-    }
-    if (Result < 0) {
+    ClearProgramData();
+    if (LoadProgramFile(sPath) < 0) {
         // The reason is in the console already; the project keeps no program that isn't there.
         CProject::Get().SetProgramFile({});
         m_S.sProgramPath.clear();
@@ -494,7 +487,8 @@ void OnFileSaveProjectAs(int Id)
         return SetActionError(Id, QStringLiteral("invalid project filename"));
     Main.SetDefaultDirOf(true, sPath);
     SetActionParams(Id, sPath);
-    if (!CProject::Get().Save(sPath)) SetActionError(Id, QStringLiteral("invalid project filename"));
+    // A project outlives the folder that a console line is relative to.
+    if (!CProject::Get().Save(QFileInfo(sPath).absoluteFilePath())) SetActionError(Id, QStringLiteral("invalid project filename"));
     Main.UpdateTitle();
     Main.UpdateActions();
 }

@@ -31,5 +31,8 @@ void LookUpProgramSources()
     s_Told = {};
     QStringList Paths = PROG_GetFilePaths();
     Paths.removeDuplicates();
-    for (const QString& sPath : Paths) CFileFinder::Get().Resolve(sPath);
+    CFileFinder& Finder = CFileFinder::Get();
+    Finder.SetLogResolutions(false); // headers of C++ have no extension; they are counted out, not told one by one
+    for (const QString& sPath : Paths) Finder.Resolve(sPath);
+    Finder.SetLogResolutions(true);
 }

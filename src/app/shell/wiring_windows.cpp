@@ -6,6 +6,7 @@
 #include "app/console/consolewindow.h"
 #include "app/services/appdirs.h"
 #include "app/services/log.h"
+#include "app/services/logfile.h"
 #include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/consolesources.h"
@@ -179,7 +180,7 @@ void WireProject(CMainWindow& Main)
     };
     Hooks.SetConsoleLogFile = [](const QString& sPath) {
         CConsoleWindow::Get().SetLogFile(sPath);
-        return true;
+        return sPath.isEmpty() || IsLogFileOpen(LOG_SLOT_CONSOLE);
     };
     Hooks.AskSavePath = [](const QString& sCaption, const QString& sFolder) {
         return AskSavePath(sCaption, sFolder, QStringLiteral("Project Files (*.bdebug)"));

@@ -75,6 +75,7 @@ public:
     void OnDeviceStepped(U32) override { Invalidate(); }
     void OnDeviceHaltDone(U32, HALT_REASONS) override { Invalidate(); }
     void OnDeviceResetDone(U32, RESET_MODES) override;
+    void OnDeviceResetFailed(U32, RESET_MODES) override { Invalidate(); } // it has dropped the reads that waited
     void OnDeviceEvalBPCondition(U32) override { Invalidate(); }
     void OnDeviceEndianessChanged(int, int) override { Invalidate(); }
     void OnDeviceWriteAccess() override { Invalidate(); }

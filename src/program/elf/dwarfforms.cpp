@@ -71,11 +71,11 @@ DWARF_VALUE CDwarfInfo::_ReadForm(CByteCursor& Cur, const DWARF_UNIT& Unit, U32 
             break;
         case DW_FORM_string: V.sText = Cur.GetText(), V.Class = DWARF_CLASS::TEXT; break;
         case DW_FORM_strp:
-            V.sText = _TextAt(m_Sec.Str, Cur.GetUnsigned(Unit.OffsetSize));
+            V.sText = DwarfTextAt(m_Sec.Str, Cur.GetUnsigned(Unit.OffsetSize));
             V.Class = DWARF_CLASS::TEXT;
             break;
         case DW_FORM_line_strp:
-            V.sText = _TextAt(m_Sec.LineStr, Cur.GetUnsigned(Unit.OffsetSize));
+            V.sText = DwarfTextAt(m_Sec.LineStr, Cur.GetUnsigned(Unit.OffsetSize));
             V.Class = DWARF_CLASS::TEXT;
             break;
         case DW_FORM_strx:

@@ -9,6 +9,11 @@ namespace {
 
 /// A damaged file can give each unit another place in one large table; the total is bounded by this factor.
 constexpr U64 MAX_ABBREV_PASSES = 64;
+/// Attributes of one abbreviation; compilers use some twenty. Each look for an attribute goes through them.
+constexpr U32 MAX_ATTRS = 1000;
+/// Length of a text; names of templates come near a tenth of it. Without a limit, damaged input could make each name
+/// as long as the section.
+constexpr U64 MAX_TEXT = 256 * 1024;
 
 /// How to step over one value of a form.
 DWARF_SKIP SkipOfForm(U32 Form, const DWARF_SIZES& Sizes)
@@ -260,6 +265,10 @@ const DWARF_ABBREV_TABLE* CDwarfInfo::_GetAbbrevs(U64 Offset, const DWARF_SIZES&
             const U64 Form = Cur.GetULeb();
             const I64 Implicit = Form == DW_FORM_implicit_const ? Cur.GetSLeb() : 0;
             if (!Cur.IsOk() || (Name == 0 && Form == 0)) break;
+            if (pTable->aSpec.size() - Abbrev.FirstAttr >= MAX_ATTRS) {
+                Cur.Fail();
+                break;
+            }
             AddAttr(*pTable, Abbrev, Name > 0xFFFF ? 0 : static_cast<U32>(Name), Form > 0xFFFF ? 0 : static_cast<U32>(Form), Implicit, Sizes);
         }
         if (!Cur.IsOk()) break;
@@ -390,9 +399,10 @@ const char* CDwarfInfo::GetText(const DWARF_DIE& Die, U32 Attr) const
     return GetAttr(Die, Attr).sText;
 }
 
-const char* CDwarfInfo::_TextAt(const ELF_BYTES& Section, U64 Offset) const
+const char* DwarfTextAt(const ELF_BYTES& Section, U64 Offset)
 {
     CByteCursor Cur(Section.pData, Section.Size, false, Offset);
+    if (Cur.Remaining() > MAX_TEXT) Cur.Limit(Offset + MAX_TEXT);
     return Cur.GetText();
 }
 
@@ -402,7 +412,7 @@ const char* CDwarfInfo::_IndexedText(const DWARF_UNIT& Unit, U64 Index) const
     CByteCursor Cur(m_Sec.StrOffsets.pData, m_Sec.StrOffsets.Size, m_Sec.BigEndian, Unit.StrOffsetsBase);
     Cur.Skip(Index * Unit.OffsetSize);
     const U64 Offset = Cur.GetUnsigned(Unit.OffsetSize);
-    return Cur.IsOk() ? _TextAt(m_Sec.Str, Offset) : "";
+    return Cur.IsOk() ? DwarfTextAt(m_Sec.Str, Offset) : "";
 }
 
 bool CDwarfInfo::GetIndexedAddr(const DWARF_UNIT& Unit, U64 Index, U32& Addr) const

@@ -13,6 +13,7 @@
 #include "program/elf/bytecursor.h"
 #include "program/elf/elfimage.h"
 
+#include <atomic>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -140,8 +141,12 @@ public:
     bool GetIndexedAddr(const DWARF_UNIT& Unit, U64 Index, U32& Addr) const;
     /// Address ranges that DW_AT_ranges names, empty ones left out.
     bool GetRanges(const DWARF_UNIT& Unit, const DWARF_VALUE& Value, std::vector<std::pair<U32, U32>>& aRange) const;
+    /// Counts entries of range lists that the first pass has read; false when they are more than a sound file can hold,
+    /// however often its entries name the same lists. Any thread.
+    bool CountRanges(size_t Count) const { return (m_NumRangesRead += Count) <= MAX_LIST_PASSES * (1000 + m_Sec.Ranges.Size + m_Sec.Rnglists.Size); }
 
 private:
+    static constexpr U64 MAX_LIST_PASSES = 4;
     const DWARF_ATTR_SPEC* _FindSpec(const DWARF_DIE& Die, U32 Attr) const;
     ELF_BYTES _Section(bool InTypes) const { return InTypes ? m_Sec.Types : m_Sec.Info; }
     bool _ReadUnits(bool InTypes);
@@ -149,7 +154,6 @@ private:
     void _ReadRoot(DWARF_UNIT& Unit);
     const DWARF_ABBREV_TABLE* _GetAbbrevs(U64 Offset, const DWARF_SIZES& Sizes);
     DWARF_VALUE _ReadForm(CByteCursor& Cur, const DWARF_UNIT& Unit, U32 Form, I64 Implicit) const;
-    const char* _TextAt(const ELF_BYTES& Section, U64 Offset) const;
     const char* _IndexedText(const DWARF_UNIT& Unit, U64 Index) const;
     bool _GetRanges2(const DWARF_UNIT& Unit, U64 Offset, std::vector<std::pair<U32, U32>>& aRange) const;
     bool _GetRanges5(const DWARF_UNIT& Unit, U64 Offset, std::vector<std::pair<U32, U32>>& aRange) const;
@@ -159,6 +163,7 @@ private:
     size_t m_NumInfoUnits = 0;
     std::unordered_map<U64, size_t> m_TypeUnits;
     std::unordered_map<U64, std::unique_ptr<DWARF_ABBREV_TABLE>> m_AbbrevTables;
+    mutable std::atomic<U64> m_NumRangesRead{0};
     U64 m_AbbrevBytesRead = 0;
     U32 m_NumBadUnits = 0;
 };
@@ -178,6 +183,9 @@ void DwarfSkipForm(CByteCursor& Cur, U32 Form, const DWARF_SIZES& Sizes);
 /// Steps over attribute values. The address behind them, null if they don't fit before pEnd.
 const U8* DwarfSkipAttrs(const DWARF_SKIP* pSkip, U32 NumSkips, const U8* p, const U8* pEnd, const DWARF_SIZES& Sizes,
                          bool BigEndian);
+
+/// Text at an offset of a string section; the empty text if it doesn't end there or is longer than any name.
+const char* DwarfTextAt(const ELF_BYTES& Section, U64 Offset);
 
 /// A number in the ULEB128 form; false if it doesn't end before pEnd. Bits above the 64th are dropped.
 inline bool DwarfGetULeb(const U8*& p, const U8* pEnd, U64& Value)

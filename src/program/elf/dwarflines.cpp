@@ -1,6 +1,7 @@
 // The line number program and its header.
 #include "program/elf/dwarflines.h"
 
+#include <algorithm>
 #include <cctype>
 #include <libdwarf/dwarf.h>
 
@@ -266,4 +267,12 @@ bool DwarfReadLineTable(const DWARF_SECTIONS& Sec, U64 Offset, const char* sComp
 {
     CLineReader Reader(Sec, Offset, Table);
     return Reader.ReadHeader(sCompDir, AddrSize) && Reader.RunProgram();
+}
+
+U64 DwarfLineTableSize(const DWARF_SECTIONS& Sec, U64 Offset)
+{
+    CByteCursor Cur(Sec.Line.pData, Sec.Line.Size, Sec.BigEndian, Offset);
+    U64 Length = Cur.GetU32();
+    if (Length == 0xFFFFFFFFu) Length = Cur.GetU64();
+    return std::min(Length, Cur.Remaining());
 }

@@ -27,3 +27,5 @@ struct DWARF_LINE_TABLE {
 /// False if the header can't be read, or the rows end in damage; what was read before stays in Table.
 bool DwarfReadLineTable(const DWARF_SECTIONS& Sec, U64 Offset, const char* sCompDir, U32 AddrSize,
                         DWARF_LINE_TABLE& Table);
+/// Bytes of the table that begins at an offset, as its header tells them; at most what the section holds.
+U64 DwarfLineTableSize(const DWARF_SECTIONS& Sec, U64 Offset);

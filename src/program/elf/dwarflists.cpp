@@ -8,6 +8,8 @@ namespace {
 
 /// No list of a real program comes near; a damaged one can't keep the reader busy.
 constexpr size_t MAX_LIST_ENTRIES = 100000;
+/// Where the first expression of a list must stand, when only that is asked for.
+constexpr size_t MAX_FIRST_ENTRIES = 64;
 
 /// Offset of a list given by its index in the unit's offset table.
 bool ListOffset(const ELF_BYTES& Section, const DWARF_UNIT& Unit, bool BigEndian, U64 Base, U64 Index, U64& Offset)
@@ -28,7 +30,7 @@ bool ReadLoc2(const DWARF_SECTIONS& Sec, const DWARF_UNIT& Unit, U64 Offset, std
 {
     CByteCursor Cur(Sec.Loc.pData, Sec.Loc.Size, Sec.BigEndian, Offset);
     U64 Base = Unit.LowPc;
-    while (aEntry.size() < MAX_LIST_ENTRIES) {
+    for (size_t n = FirstOnly ? MAX_FIRST_ENTRIES : MAX_LIST_ENTRIES; n > 0; n--) {
         const U64 Low = Cur.GetUnsigned(Unit.AddrSize);
         const U64 High = Cur.GetUnsigned(Unit.AddrSize);
         if (!Cur.IsOk()) return !aEntry.empty();
@@ -57,7 +59,7 @@ bool ReadLoc5(const CDwarfInfo& Info, const DWARF_UNIT& Unit, U64 Offset, std::v
         if (!Info.GetIndexedAddr(Unit, Index, Addr)) Cur.Fail();
         return static_cast<U64>(Addr);
     };
-    for (size_t n = 0; n < MAX_LIST_ENTRIES; n++) {
+    for (size_t n = FirstOnly ? MAX_FIRST_ENTRIES : MAX_LIST_ENTRIES; n > 0; n--) {
         U64 Low = 0, High = 0;
         bool HasExpr = true;
         switch (Cur.GetU8()) {
@@ -114,7 +116,7 @@ bool CDwarfInfo::_GetRanges2(const DWARF_UNIT& Unit, U64 Offset, std::vector<std
 {
     CByteCursor Cur(m_Sec.Ranges.pData, m_Sec.Ranges.Size, m_Sec.BigEndian, Offset);
     U64 Base = Unit.LowPc;
-    while (aRange.size() < MAX_LIST_ENTRIES) {
+    for (size_t n = 0; n < MAX_LIST_ENTRIES; n++) {
         const U64 Low = Cur.GetUnsigned(Unit.AddrSize);
         const U64 High = Cur.GetUnsigned(Unit.AddrSize);
         if (!Cur.IsOk()) return !aRange.empty();

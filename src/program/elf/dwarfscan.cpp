@@ -55,6 +55,7 @@ private:
     void _Offer(const DWARF_DIE& Die);
     void _Code(const DWARF_DIE& Die, std::vector<DWARF_CODE>& aCode);
     bool _IsStatic(const DWARF_DIE& Die);
+    bool _IsLambda(const DWARF_DIE& Die) const;
     U32 _Reference(const DWARF_DIE& Die, U32 Attr)
     {
         const DWARF_VALUE Value = m_Info.GetAttr(Die, Attr);
@@ -66,6 +67,7 @@ private:
     DWARF_SCAN& m_Scan;
     std::vector<U32> m_aTag;   ///< tags of the entries around the present one
     U32 m_NumFunctions = 0;    ///< how many of them are functions
+    size_t m_DeadLevel = ~0ull; ///< entries around a function that the linker has dropped; what lies deeper has no code
     std::vector<std::pair<U32, U32>> m_aRange;
     std::vector<DWARF_LOC_ENTRY> m_aEntry;
 };
@@ -73,12 +75,16 @@ private:
 void CScanner::_Code(const DWARF_DIE& Die, std::vector<DWARF_CODE>& aCode)
 {
     m_aRange.clear();
-    DwarfGetDieRanges(m_Info, Die, m_aRange);
+    if (m_Info.CountRanges(0)) DwarfGetDieRanges(m_Info, Die, m_aRange);
+    m_Info.CountRanges(m_aRange.size());
     DWARF_CODE Code{Die.Id, DIE_ID_NONE, 0xFFFFFFFFu, 0, static_cast<U32>(m_aRange.size())};
     for (const auto& [Low, High] : m_aRange) {
         Code.Low = std::min(Code.Low, Low);
         Code.High = std::max(Code.High, High);
     }
+    // The linker leaves dropped functions at address 0, and their expansions at the addresses of other code.
+    if (Die.Tag() == DW_TAG_subprogram && Code.Low == 0) m_DeadLevel = std::min(m_DeadLevel, m_aTag.size());
+    if (Die.Tag() == DW_TAG_inlined_subroutine && m_aTag.size() > m_DeadLevel) Code = {Die.Id, DIE_ID_NONE, 0xFFFFFFFFu, 0, 0};
     if (Die.Tag() == DW_TAG_inlined_subroutine || !Die.pAbbrev->HasName) Code.Origin = _Reference(Die, DW_AT_abstract_origin);
     aCode.push_back(Code);
 }
@@ -100,6 +106,13 @@ bool CScanner::_IsStatic(const DWARF_DIE& Die)
     return IsAddr && pExpr[Size - 1] != DW_OP_stack_value;
 }
 
+/// The code of a lambda counts as made by the compiler for some of them; it is the user's.
+bool CScanner::_IsLambda(const DWARF_DIE& Die) const
+{
+    return Die.pAbbrev->HasName && !Die.pAbbrev->HasDeclaration && !m_aTag.empty() && IsRecord(m_aTag.back()) &&
+           std::strcmp(m_Info.GetText(Die, DW_AT_name), "operator()") == 0;
+}
+
 void CScanner::_Offer(const DWARF_DIE& Die)
 {
     const DWARF_ABBREV& Abbrev = *Die.pAbbrev;
@@ -115,9 +128,12 @@ void CScanner::_Offer(const DWARF_DIE& Die)
         if (IsTypeUnit || !IsOwn || (!m_aTag.empty() && IsRecord(m_aTag.back()))) break;
         if (m_NumFunctions && (!Abbrev.HasLocation || !_IsStatic(Die))) break;
         m_Scan.aVariable.push_back(Die.Id);
+        // Optimisation at link time tells name and type in one entry and the place in another, which is the variable then.
+        if (!Abbrev.HasName)
+            if (const U32 Origin = _Reference(Die, DW_AT_abstract_origin); Origin != DIE_ID_NONE) m_Scan.aAbstract.push_back(Origin);
         break;
     case DW_TAG_subprogram:
-        if (IsTypeUnit || !IsOwn) break;
+        if (IsTypeUnit || !(IsOwn || _IsLambda(Die))) break;
         _Code(Die, m_Scan.aFunction);
         if (Abbrev.IsMain && m_Scan.MainById == DIE_ID_NONE) m_Scan.MainById = Die.Id;
         if (Abbrev.HasName && m_Scan.MainByName == DIE_ID_NONE && std::strcmp(m_Info.GetText(Die, DW_AT_name), "main") == 0) {
@@ -157,6 +173,7 @@ bool CScanner::Run()
             return !m_aTag.empty();
         }
         m_Scan.NumDies++;
+        if (m_aTag.size() <= m_DeadLevel) m_DeadLevel = ~0ull;
         _Offer(Die);
         if (!Die.pAbbrev->HasChildren) return !m_aTag.empty();
         m_aTag.push_back(Die.Tag());

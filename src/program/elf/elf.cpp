@@ -67,6 +67,7 @@ ELF_STATE& ElfState()
 /// The file that this thread alone knows.
 static thread_local ELF_FILE* s_pPrivate = nullptr;
 
+ELF_FILE* ElfPrivate() { return s_pPrivate; }
 CElfPrivate::CElfPrivate(ELF_HANDLE hFile) : m_hPrev(s_pPrivate) { s_pPrivate = hFile; }
 CElfPrivate::~CElfPrivate() { s_pPrivate = m_hPrev; }
 
@@ -158,30 +159,40 @@ static U32 ReserveSlot()
     return Slot;
 }
 
-ELF_HANDLE ELF_OpenPrivate(const char* sPath, bool ParseDebugInfo, ELF_PROGRESS* pProgress, U32* pError)
+ELF_HANDLE ELF_OpenPrivate(const char* sPath, bool ParseDebugInfo, ELF_PROGRESS* pProgress, ELF_OPEN_ERROR* pError)
 {
-    *pError = ELF_ERR_TOO_MANY_FILES;
+    *pError = {ELF_ERR_TOO_MANY_FILES, ""};
     const U32 Slot = ReserveSlot();
     if (Slot == ELF_MAX_OPEN_FILES) return nullptr;
     ELF_FILE* pFile = new (std::nothrow) ELF_FILE;
-    *pError = ELF_ERR_MEMORY;
+    pError->Code = ELF_ERR_MEMORY;
     if (pFile) {
         pFile->Slot = Slot;
         pFile->Serial = ElfState().NextSerial++;
         const CElfPrivate Private(pFile);
         try {
-            *pError = pFile->Open(sPath, ParseDebugInfo, pProgress);
+            pError->Code = pFile->Open(sPath, ParseDebugInfo, pProgress);
+            if (pError->Code == ELF_ERR_NOT_EXECUTABLE) pFile->Image.Describe(pError->acWhat, sizeof(pError->acWhat));
         } catch (const std::bad_alloc&) {
         }
         const bool IsCancelled = pProgress && pProgress->Cancel;
-        if (!*pError && !IsCancelled) return pFile;
-        if (IsCancelled) *pError = 0;
+        if (!pError->Code && !IsCancelled) return pFile;
+        if (IsCancelled) *pError = {};
     }
     delete pFile;
     const CElfLock Lock;
     ElfState().aReserved[Slot] = false;
     return nullptr;
 }
+
+void ELF_ReportOpenError(const ELF_OPEN_ERROR& Error)
+{
+    if (!Error.Code) return;
+    ElfReport(Error.Code, FLAGS_OPEN_FAILED);
+    if (*Error.acWhat) ElfReport(0, FLAGS_OPEN_FAILED, Error.acWhat);
+}
+
+void ELF_EvalRelocations() { ElfEvalRelocations(); }
 
 void ELF_Publish(ELF_HANDLE hFile)
 {
@@ -201,12 +212,12 @@ void ELF_Discard(ELF_HANDLE hFile)
 ELF_HANDLE ELF_Open(const char* sPath, bool ParseDebugInfo)
 {
     ELF_HANDLE hFile;
-    U32 Error;
+    ELF_OPEN_ERROR Error;
     {
         CFlagScope Opening(ElfState().Opening);
         hFile = ELF_OpenPrivate(sPath, ParseDebugInfo, nullptr, &Error);
         if (!hFile) {
-            ElfReport(Error, FLAGS_OPEN_FAILED);
+            ELF_ReportOpenError(Error);
             return nullptr;
         }
         ELF_Publish(hFile);

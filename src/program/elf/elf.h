@@ -100,10 +100,18 @@ struct ELF_PROGRESS {
 /// Reads and parses a file (UTF-8 path) and makes it the current file. Null on failure, after one diagnostic.
 /// A failure to parse the debug information is reported, but the file stays open without it.
 ELF_HANDLE ELF_Open(const char* sPath, bool ParseDebugInfo);
+/// Why a file could not be opened.
+struct ELF_OPEN_ERROR {
+    U32 Code = 0;          ///< ELF_ERROR, 0 if the open was cancelled
+    char acWhat[96] = "";  ///< what the file is, if that is the reason; else empty
+};
+
 /// The first half of an open, for a thread of its own and without the mutex: the file that comes back is known to
-/// nobody but threads that hold a CElfPrivate for it, one at a time. *pError gets the ELF_ERROR of a failure (nothing
-/// is reported), 0 if the open was cancelled. End it with ELF_Publish or ELF_Discard.
-ELF_HANDLE ELF_OpenPrivate(const char* sPath, bool ParseDebugInfo, ELF_PROGRESS* pProgress, U32* pError);
+/// nobody but threads that hold a CElfPrivate for it, one at a time. *pError tells of a failure, which is not reported.
+/// End it with ELF_Publish or ELF_Discard.
+ELF_HANDLE ELF_OpenPrivate(const char* sPath, bool ParseDebugInfo, ELF_PROGRESS* pProgress, ELF_OPEN_ERROR* pError);
+/// Reports why a file could not be opened, as ELF_Open does.
+void ELF_ReportOpenError(const ELF_OPEN_ERROR& Error);
 /// Makes a private file known to all and the current one. Under the mutex.
 void ELF_Publish(ELF_HANDLE hFile);
 /// Frees a private file.
@@ -147,6 +155,8 @@ U32 ELF_GetFileSize(ELF_HANDLE hFile);
 U32 ELF_GetClass(ELF_HANDLE hFile);         ///< e_ident[EI_CLASS]; 3 on a bad handle
 int ELF_GetByteOrder(ELF_HANDLE hFile);     ///< ELF_BYTE_ORDER
 U32 ELF_GetMachine(ELF_HANDLE hFile);       ///< e_machine (40 ARM, 243 RISC-V); 0 on a bad handle
+/// Name of a machine (e_machine), such as "ARM"; "machine 99" in the scratch buffer of the thread for an unknown one.
+const char* ELF_GetMachineName(U32 Machine);
 U32 ELF_GetHeaderFlags(ELF_HANDLE hFile);   ///< e_flags
 U32 ELF_GetEntryPoint(ELF_HANDLE hFile);    ///< rounded down to the code alignment; 0xFFFFFFFF stays
 I64 ELF_GetLowestCodeAddr(ELF_HANDLE hFile);///< lowest physical address of a non-empty PT_LOAD; -1 if none
@@ -294,6 +304,8 @@ I32 ELF_GetFrameSize(U32 PC);
 /// 0, or -1 if the text can't be resolved now.
 int ELF_AddRelocation(const char* sSpec, I32 Offset);
 void ELF_ClearRelocations();
+/// Resolves all records against the current file; done by ELF_Open, and by whoever holds a private file, under the mutex.
+void ELF_EvalRelocations();
 bool ELF_HasRelocations(); ///< some record is in effect
 U32 ELF_ToRuntimeAddr(U32 Addr, U32 LowSlack, U32 HighSlack);
 U32 ELF_FromRuntimeAddr(U32 Addr, U32 LowSlack, U32 HighSlack);

@@ -23,7 +23,7 @@ constexpr ELF_SYM_HANDLE MakeSymHandle(U32 Slot, U32 Kind, U32 Id)
 
 struct ELF_MACRO {
     U32 Line;
-    std::string sText;
+    const char* sText; ///< name, a blank and the definition, in the file's sections
 };
 
 /// Files of one line table by the table's own index.
@@ -32,7 +32,16 @@ struct ELF_CU_FILES {
     std::vector<U32> aFile; ///< indices into the source file names
 };
 
+/// Addresses in [Low, High) have moved by Offset.
+struct ELF_RELOC {
+    std::string sSpec;
+    U32 Low = 0, High = 0;
+    I32 Offset = 0;
+    bool Resolved = false;
+};
+
 struct ELF_FILE {
+    std::vector<ELF_RELOC> aReloc; ///< while the file is private: the relocations that it is read with
     U32 Slot = 0;
     U64 Serial = 0; ///< differs between any two opens of the process
     U64 OpenTime = 0;
@@ -50,12 +59,12 @@ struct ELF_FILE {
     std::vector<U32> aList[ELF_NUM_LISTS];     ///< those of functions and expansions stay empty: they are below
     std::vector<DWARF_CODE> aFunction, aInlined;
     std::vector<std::pair<U32, U32>> aDefinition; ///< specified DIE and the DIE that specifies it, sorted
+    std::vector<U32> aAbstract;                   ///< variables to leave out, while the units are read
     std::vector<std::pair<U32, U32>> aExtension;  ///< namespace DIE and its extension, sorted
     mutable std::vector<std::vector<DWARF_SCOPE>> aaScope; ///< by unit, read when asked for
     mutable bool HasNameIndex = false;
-    mutable std::unordered_map<U32, U32> TypeByName; ///< hash of a name to the id that defines it: types,
-    mutable std::unordered_map<U32, U32> VarByName;  ///< global variables
-    mutable std::unordered_map<U32, U32> FuncByName; ///< and functions; made when first asked for
+    /// Hash of a name and the id that defines it: types, global variables and functions. Sorted; made when first asked for.
+    mutable std::vector<std::pair<U32, U32>> aTypeByName, aVarByName, aFuncByName;
     U32 MainFunction = DIE_ID_NONE;
     ELF_SRC_LANG Lang = ELF_SRC_LANG_C;
     U32 DwarfVersion = 0, NumDies = 0, NumTypeUnits = 0;
@@ -68,7 +77,8 @@ struct ELF_FILE {
     std::unordered_map<std::string, U32> SrcFileIndex;
     std::unordered_map<U64, ELF_CU_FILES> CuFiles;            ///< by offset of the line table
     std::vector<std::vector<U32>> aaFileCus;                  ///< source file index to ids of the units
-    std::vector<ELF_MACRO> aMacro;
+    mutable std::vector<ELF_MACRO> aMacro; ///< through Macros()
+    mutable bool HasMacros = false;
 
     /// Opens a file and parses everything; 0 or an ELF_ERROR.
     U32 Open(const char* sPath, bool ParseDebugInfo, ELF_PROGRESS* pProgress);
@@ -79,11 +89,14 @@ struct ELF_FILE {
     bool ParseDebugInfo(ELF_PROGRESS* pProgress);
     void ScanUnits(ELF_PROGRESS* pProgress);
     void MergeScan(const DWARF_SCAN& Scan);
+    void DropAbstractVariables();
     void ReadLineTables(ELF_PROGRESS* pProgress);
     /// Reads the rows of all line tables again.
     void ReadLinesAgain() const;
     void AppendLines(const DWARF_LINE_TABLE& Table, const ELF_CU_FILES& Files) const;
-    bool ReadMacros();
+    bool ReadMacros() const;
+    /// The macro definitions, read when first asked for.
+    const std::vector<ELF_MACRO>& Macros() const;
     void BuildNameIndex() const;
     U32 InternSrcFile(const std::string& sPath);
     void LogSummary(const U64* paMs) const;
@@ -120,6 +133,8 @@ ELF_STATE& ElfState();
 /// The record behind a handle, null unless it is open.
 ELF_FILE* ElfFind(ELF_HANDLE hFile);
 ELF_FILE* ElfCurrent();
+/// The private file of this thread, null if it has none.
+ELF_FILE* ElfPrivate();
 /// The record behind a symbol handle, null for anything but a symbol of an open file.
 ELF_FILE* ElfFindSym(ELF_SYM_HANDLE hSym);
 void ElfReport(U32 Code, U32 Flags, const char* sText = nullptr, const char* sArg = nullptr);

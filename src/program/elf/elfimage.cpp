@@ -80,8 +80,9 @@ U32 CElfImage::_ParseHeader()
     m_BigEndian = p[EI_DATA] == ELFDATA2MSB;
     CByteCursor Cur(p, m_Size, m_BigEndian, EI_NIDENT);
     // The type lies at the same place in both classes, so that a 64-bit file is judged by it as well.
-    if (Cur.GetU16() != ET_EXEC) return ELF_ERR_NOT_EXECUTABLE;
+    m_Type = Cur.GetU16();
     m_Machine = Cur.GetU16();
+    if (m_Type != ET_EXEC) return ELF_ERR_NOT_EXECUTABLE;
     if (m_Class == ELFCLASSNONE) return ELF_ERR_CLASS_NONE;
     if (p[EI_DATA] != ELFDATA2LSB && p[EI_DATA] != ELFDATA2MSB) return ELF_ERR_DATA_NONE;
     if (p[EI_VERSION] != EV_CURRENT) return ELF_ERR_HEADER_VERSION;
@@ -99,6 +100,45 @@ U32 CElfImage::_ParseHeader()
     m_ShNum = Cur.GetU16();
     m_ShStrNdx = Cur.GetU16();
     return 0;
+}
+
+namespace {
+
+struct MACHINE_ROW {
+    U32 Machine;
+    const char* sName;
+};
+constexpr MACHINE_ROW MACHINES[] = {
+    {EM_386, "x86"},       {EM_68K, "68000"},     {EM_MIPS, "MIPS"},     {EM_PPC, "PowerPC"},   {EM_ARM, "ARM"},
+    {EM_SH, "SuperH"},     {EM_SPARC, "SPARC"},   {EM_TRICORE, "TriCore"}, {EM_X86_64, "x86-64"}, {EM_AVR, "AVR"},
+    {EM_V850, "V850"},     {EM_XTENSA, "Xtensa"}, {EM_MSP430, "MSP430"}, {EM_AARCH64, "AArch64"}, {EM_RX, "RX"},
+    {EM_RISCV, "RISC-V"},  {EM_ARC_COMPACT, "ARC"},
+};
+
+} // namespace
+
+const char* ELF_GetMachineName(U32 Machine)
+{
+    for (const MACHINE_ROW& Row : MACHINES) {
+        if (Row.Machine == Machine) return Row.sName;
+    }
+    static thread_local char s_acName[24];
+    std::snprintf(s_acName, sizeof(s_acName), "machine %u", Machine);
+    return s_acName;
+}
+
+void CElfImage::Describe(char* sText, size_t Size) const
+{
+    const char* sKind = "ELF file of an unknown type";
+    switch (m_Type) {
+    case ET_NONE: sKind = "ELF file without a type"; break;
+    case ET_REL: sKind = "relocatable object, which is not linked yet,"; break;
+    case ET_EXEC: sKind = "program"; break;
+    case ET_DYN: sKind = "shared object or position independent program"; break;
+    case ET_CORE: sKind = "core dump"; break;
+    default: break;
+    }
+    std::snprintf(sText, Size, "The file is a %u-bit %s for %s", m_Class == ELFCLASS64 ? 64u : 32u, sKind, ELF_GetMachineName(m_Machine));
 }
 
 bool CElfImage::_ParseSegments()

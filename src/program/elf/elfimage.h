@@ -55,6 +55,8 @@ public:
     /// The whole file, up to 4 GB.
     const U8* Data() const { return m_pImage.get(); }
     U64 Size() const { return m_Size; }
+    /// What kind of ELF file it is, as a sentence; for files that Load has refused as no executable.
+    void Describe(char* sText, size_t Size) const;
     bool IsBigEndian() const { return m_BigEndian; }
     U32 Class() const { return m_Class; }
     U32 Machine() const { return m_Machine; }
@@ -83,7 +85,7 @@ private:
     std::unique_ptr<U8[], FREE_BYTES> m_pImage;
     U64 m_Size = 0;
     bool m_BigEndian = false;
-    U32 m_Class = 0, m_Machine = 0, m_Flags = 0, m_Entry = 0;
+    U32 m_Class = 0, m_Type = 0, m_Machine = 0, m_Flags = 0, m_Entry = 0;
     U32 m_PhOff = 0, m_ShOff = 0, m_PhEntSize = 0, m_PhNum = 0, m_ShEntSize = 0, m_ShNum = 0, m_ShStrNdx = 0;
     std::vector<ELF_SEGMENT> m_Segments;
     std::vector<ELF_SECTION> m_Sections;

@@ -6,8 +6,11 @@
 
 namespace {
 
+constexpr U32 FLAGS_INTERNAL = 28; ///< error to standard output and the log file
 /// Far above any program; a damaged section can't fill the memory.
 constexpr size_t MAX_MACROS = 2000000;
+/// How often the bytes of a section may be read in all, by parts that overlap in a damaged one.
+constexpr U64 MAX_PASSES = 8;
 
 class CMacroReader {
 public:
@@ -25,8 +28,7 @@ private:
     }
     const char* _Text(const ELF_BYTES& Section, U64 Offset)
     {
-        CByteCursor Cur(Section.pData, Section.Size, false, Offset);
-        return Cur.GetText();
+        return DwarfTextAt(Section, Offset);
     }
     const char* _IndexedText(const DWARF_UNIT& Unit, U64 Index)
     {
@@ -37,14 +39,19 @@ private:
         return Cur.IsOk() ? _Text(m_Sec.Str, Offset) : "";
     }
 
+    /// Notes what was read from a place on; false when it is too much for a sound file.
+    bool _CountBytes(U64 Count) { return (m_NumBytes += Count) <= MAX_PASSES * (static_cast<U64>(m_Sec.Macro.Size) + m_Sec.Macinfo.Size); }
+
     const DWARF_SECTIONS& m_Sec;
     std::vector<ELF_MACRO>& m_aMacro;
+    U64 m_NumBytes = 0;
     std::unordered_set<U64> m_Done; ///< parts already read: they are imported by many units
 };
 
 bool CMacroReader::ReadMacinfo(U64 Offset)
 {
     CByteCursor Cur(m_Sec.Macinfo.pData, m_Sec.Macinfo.Size, m_Sec.BigEndian, Offset);
+    if (!_CountBytes(0)) return false;
     while (Cur.IsOk() && m_aMacro.size() < MAX_MACROS) {
         const U32 Op = Cur.GetU8();
         if (Op == 0) break;
@@ -68,6 +75,7 @@ bool CMacroReader::ReadMacinfo(U64 Offset)
         default: return false;
         }
     }
+    _CountBytes(Cur.Pos() - Offset);
     return Cur.IsOk();
 }
 
@@ -80,6 +88,7 @@ bool CMacroReader::ReadMacro(U64 Start, const DWARF_UNIT& Unit)
         const U64 Offset = aPending.back();
         aPending.pop_back();
         if (!m_Done.insert(Offset).second) continue;
+        if (!_CountBytes(0)) return false;
         CByteCursor Cur(m_Sec.Macro.pData, m_Sec.Macro.Size, m_Sec.BigEndian, Offset);
         const U32 Version = Cur.GetU16();
         const U32 Flags = Cur.GetU8();
@@ -133,13 +142,23 @@ bool CMacroReader::ReadMacro(U64 Start, const DWARF_UNIT& Unit)
             }
         }
         if (!Cur.IsOk()) Good = false;
+        _CountBytes(Cur.Pos() - Offset);
     }
     return Good;
 }
 
 } // namespace
 
-bool ELF_FILE::ReadMacros()
+const std::vector<ELF_MACRO>& ELF_FILE::Macros() const
+{
+    if (!HasMacros && HasDebugInfo) {
+        HasMacros = true;
+        if (!ReadMacros()) ElfReport(ELF_ERR_MACROS, FLAGS_INTERNAL);
+    }
+    return aMacro;
+}
+
+bool ELF_FILE::ReadMacros() const
 {
     CMacroReader Reader(Info.Sections(), aMacro);
     bool Good = true;

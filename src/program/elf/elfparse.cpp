@@ -37,6 +37,10 @@ ELF_SRC_LANG LangOf(const CDwarfInfo& Info, const DWARF_UNIT& Unit)
     return std::strstr(Info.GetText(Root, DW_AT_name), ".cpp") ? ELF_SRC_LANG_CPP : ELF_SRC_LANG_C;
 }
 
+constexpr U32 MAX_HASHED = 1024; ///< characters of a text that count for its hash
+/// Line tables are read once each; tables that overlap in a damaged section may be read this often in all.
+constexpr U64 MAX_LINE_PASSES = 8;
+
 /// Thousandths of the progress that the parts of an open make up.
 constexpr U32 SHARE_READ = 100, SHARE_SCAN = 400, SHARE_LINES = 200, SHARE_REST = 50;
 
@@ -50,7 +54,8 @@ void Advance(ELF_PROGRESS* pProgress, U32 Share)
 U32 ElfHash(const char* sText)
 {
     U32 Hash = 5381;
-    for (; *sText; sText++) Hash = Hash * 33 + static_cast<U32>(static_cast<I32>(static_cast<I8>(*sText)));
+    // Longer texts differ before; the whole of each name would take time that damaged input can multiply.
+    for (const char* pEnd = sText + MAX_HASHED; *sText && sText != pEnd; sText++) Hash = Hash * 33 + static_cast<U32>(static_cast<I32>(static_cast<I8>(*sText)));
     return Hash;
 }
 
@@ -103,8 +108,7 @@ bool ELF_FILE::ParseDebugInfo(ELF_PROGRESS* pProgress)
     ReadLineTables(pProgress);
     Lap(STEP_LINES);
     if (pProgress && pProgress->Cancel) return true;
-    if (!ReadMacros()) ElfReport(ELF_ERR_MACROS, FLAGS_INTERNAL);
-    Lap(STEP_MACROS);
+    Lap(STEP_MACROS); // read when first asked for
     const int EhFrame = Image.FindSection(".eh_frame");
     if (!Adapter.Init(Sec, EhFrame >= 0 ? Image.Sections()[static_cast<size_t>(EhFrame)].Addr : 0)) {
         ElfReport(ELF_ERR_CALL_FRAMES, FLAGS_INTERNAL);
@@ -146,8 +150,16 @@ void ELF_FILE::ScanUnits(ELF_PROGRESS* pProgress)
         aScan[i] = DWARF_SCAN();
     }
     if (MainFunction == DIE_ID_NONE) MainFunction = MainByName;
+    DropAbstractVariables();
     // Of several entries that specify one, the first counts.
     for (auto* pPairs : {&aDefinition, &aExtension}) std::sort(pPairs->begin(), pPairs->end());
+}
+
+void ELF_FILE::DropAbstractVariables()
+{
+    std::sort(aAbstract.begin(), aAbstract.end());
+    std::erase_if(aList[ELF_LIST_GLOBAL_VARS], [this](U32 Id) { return std::binary_search(aAbstract.begin(), aAbstract.end(), Id); });
+    aAbstract = {};
 }
 
 void ELF_FILE::MergeScan(const DWARF_SCAN& Scan)
@@ -161,6 +173,7 @@ void ELF_FILE::MergeScan(const DWARF_SCAN& Scan)
     for (const auto& Pair : Scan.aExtension) aList[ELF_LIST_NAMESPACE_EXTENSIONS].push_back(Pair.second);
     Append(aDefinition, Scan.aDefinition);
     Append(aExtension, Scan.aExtension);
+    Append(aAbstract, Scan.aAbstract);
     NumDies += Scan.NumDies;
 }
 
@@ -191,7 +204,13 @@ static std::vector<DWARF_LINE_TABLE> ReadTables(const CDwarfInfo& Info, const st
 {
     std::vector<DWARF_LINE_TABLE> aTable(apUnit.size());
     aGood.assign(apUnit.size(), 1);
+    U64 Total = 0;
+    for (size_t i = 0; i < apUnit.size(); i++) {
+        Total += DwarfLineTableSize(Info.Sections(), apUnit[i]->StmtList);
+        if (Total > MAX_LINE_PASSES * Info.Sections().Line.Size) aGood[i] = 0;
+    }
     RunParallel(apUnit.size(), [&](size_t i) {
+        if (!aGood[i]) return;
         const DWARF_UNIT& Unit = *apUnit[i];
         DWARF_DIE Root;
         const char* sDir = Info.ReadDie(Unit, Unit.DieOffset, Root) ? Info.GetText(Root, DW_AT_comp_dir) : "";
@@ -246,15 +265,21 @@ const ELF_CU_FILES* ELF_FILE::GetCuFiles(const DWARF_UNIT& Unit) const
 void ELF_FILE::BuildNameIndex() const
 {
     HasNameIndex = true;
-    auto Add = [this](std::unordered_map<U32, U32>& Index, U32 Id) {
+    auto Add = [this](std::vector<std::pair<U32, U32>>& aIndex, U32 Id) {
         DWARF_DIE Die;
         if (!ReadDie(Id, Die) || Die.IsNull() || Die.Tag() == DW_TAG_typedef) return;
+        if (!Die.pAbbrev->HasName && Die.pAbbrev->HasSpecification) {
+            // What is defined outside of its class has its name there.
+            const DWARF_VALUE Target = Info.GetAttr(Die, DW_AT_specification);
+            if (Target.Class != DWARF_CLASS::REFERENCE || !ReadDie(static_cast<U32>(Target.Value), Die) || Die.IsNull()) return;
+        }
         const char* sName = Info.GetText(Die, DW_AT_name);
-        if (*sName) Index.emplace(ElfHash(sName), Id);
+        if (*sName) aIndex.emplace_back(ElfHash(sName), Id);
     };
-    for (const U32 Id : aList[ELF_LIST_TYPES]) Add(TypeByName, Id);
-    for (const U32 Id : aList[ELF_LIST_GLOBAL_VARS]) Add(VarByName, Id);
-    for (const DWARF_CODE& Code : aFunction) Add(FuncByName, Code.Id);
+    for (const U32 Id : aList[ELF_LIST_TYPES]) Add(aTypeByName, Id);
+    for (const U32 Id : aList[ELF_LIST_GLOBAL_VARS]) Add(aVarByName, Id);
+    for (const DWARF_CODE& Code : aFunction) Add(aFuncByName, Code.Id);
+    for (auto* pIndex : {&aTypeByName, &aVarByName, &aFuncByName}) std::sort(pIndex->begin(), pIndex->end());
 }
 
 void ELF_FILE::LogSummary(const U64* paMs) const

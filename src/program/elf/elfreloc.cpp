@@ -6,22 +6,22 @@
 
 namespace {
 
-struct RELOC {
-    std::string sSpec;
-    U32 Low = 0, High = 0;
-    I32 Offset = 0;
-    bool Resolved = false;
-};
-
 constexpr size_t MAX_SPEC_LENGTH = 63;
 
-std::vector<RELOC>& Relocs()
+std::vector<ELF_RELOC>& Relocs()
 {
-    static std::vector<RELOC> aReloc;
+    static std::vector<ELF_RELOC> aReloc;
     return aReloc;
 }
 
-bool Resolve(RELOC& Rel)
+/// The records that count on this thread: those that a private file has taken along, else the ones of all.
+const std::vector<ELF_RELOC>& Active()
+{
+    const ELF_FILE* pPrivate = ElfPrivate();
+    return pPrivate ? pPrivate->aReloc : Relocs();
+}
+
+bool Resolve(ELF_RELOC& Rel)
 {
     const char* sSpec = Rel.sSpec.c_str();
     if (std::strcmp(sSpec, "*") == 0) {
@@ -66,13 +66,14 @@ bool Apply(I64 Low, I64 High, I64 Offset, U32& Addr, U32 LowSlack, U32 HighSlack
 
 void ElfEvalRelocations()
 {
-    for (RELOC& Rel : Relocs()) Rel.Resolved = Resolve(Rel);
+    for (ELF_RELOC& Rel : Relocs()) Rel.Resolved = Resolve(Rel);
+    if (ELF_FILE* pPrivate = ElfPrivate()) pPrivate->aReloc = Relocs();
 }
 
 int ELF_AddRelocation(const char* sSpec, I32 Offset)
 {
     if (!sSpec || !*sSpec) return -1;
-    RELOC Rel;
+    ELF_RELOC Rel;
     Rel.sSpec = std::string(sSpec).substr(0, MAX_SPEC_LENGTH);
     Rel.Offset = Offset;
     Rel.Resolved = Resolve(Rel);
@@ -87,7 +88,7 @@ void ELF_ClearRelocations()
 
 bool ELF_HasRelocations()
 {
-    for (const RELOC& Rel : Relocs()) {
+    for (const ELF_RELOC& Rel : Active()) {
         if (Rel.Resolved) return true;
     }
     return false;
@@ -95,7 +96,7 @@ bool ELF_HasRelocations()
 
 U32 ELF_ToRuntimeAddr(U32 Addr, U32 LowSlack, U32 HighSlack)
 {
-    for (const RELOC& Rel : Relocs()) {
+    for (const ELF_RELOC& Rel : Active()) {
         if (Rel.Resolved && Apply(Rel.Low, Rel.High, Rel.Offset, Addr, LowSlack, HighSlack)) break;
     }
     return Addr;
@@ -103,7 +104,7 @@ U32 ELF_ToRuntimeAddr(U32 Addr, U32 LowSlack, U32 HighSlack)
 
 U32 ELF_FromRuntimeAddr(U32 Addr, U32 LowSlack, U32 HighSlack)
 {
-    for (const RELOC& Rel : Relocs()) {
+    for (const ELF_RELOC& Rel : Active()) {
         if (!Rel.Resolved) continue;
         const I64 Low = static_cast<I64>(Rel.Low) + Rel.Offset;
         const I64 High = static_cast<I64>(Rel.High) + Rel.Offset;

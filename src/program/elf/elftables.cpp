@@ -423,15 +423,15 @@ U32 ELF_GetCuFile(ELF_SYM_HANDLE hCu, U32 Index)
 U32 ELF_GetMacroCount(ELF_HANDLE hFile)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
-    return pFile ? static_cast<U32>(pFile->aMacro.size()) : 0;
+    return pFile ? static_cast<U32>(pFile->Macros().size()) : 0;
 }
 const char* ELF_GetMacroText(ELF_HANDLE hFile, U32 Index)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
-    return pFile && Index < pFile->aMacro.size() ? pFile->aMacro[Index].sText.c_str() : "";
+    return pFile && Index < pFile->Macros().size() ? pFile->aMacro[Index].sText : "";
 }
 U32 ELF_GetMacroLine(ELF_HANDLE hFile, U32 Index)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
-    return pFile && Index < pFile->aMacro.size() ? pFile->aMacro[Index].Line : 0;
+    return pFile && Index < pFile->Macros().size() ? pFile->aMacro[Index].Line : 0;
 }

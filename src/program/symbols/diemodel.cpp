@@ -10,6 +10,7 @@ namespace {
 
 constexpr U32 ATTR_LEVELS = 5;           ///< origins that an attribute is inherited through
 constexpr U32 MAX_ARRAY_CHILDREN = 100;
+constexpr U32 MAX_NAMESAKES = 1000;      ///< definitions of one name that are looked at
 constexpr U64 MAX_SYMBOL_SIZE = 10000000;
 
 bool IsInheritable(U32 Attr)
@@ -18,12 +19,56 @@ bool IsInheritable(U32 Attr)
            Attr != DW_AT_extension;
 }
 
-const std::unordered_map<U32, U32>* NameIndexFor(const ELF_FILE& File, U32 Tag)
+const std::vector<std::pair<U32, U32>>* NameIndexFor(const ELF_FILE& File, U32 Tag)
 {
     if (!File.HasNameIndex) File.BuildNameIndex();
-    if (IsRecordTag(Tag) || Tag == DW_TAG_enumeration_type) return &File.TypeByName;
-    if (Tag == DW_TAG_variable || Tag == DW_TAG_member) return &File.VarByName;
-    return Tag == DW_TAG_subprogram ? &File.FuncByName : nullptr;
+    if (IsRecordTag(Tag) || Tag == DW_TAG_enumeration_type) return &File.aTypeByName;
+    if (Tag == DW_TAG_variable || Tag == DW_TAG_member) return &File.aVarByName;
+    return Tag == DW_TAG_subprogram ? &File.aFuncByName : nullptr;
+}
+
+/// The entry that tells where a definition belongs: what it specifies, else itself.
+DWARF_DIE Declared(const ELF_FILE& File, const DWARF_DIE& Die)
+{
+    DWARF_DIE Target;
+    if (!Die.pAbbrev->HasSpecification) return Die;
+    const DWARF_VALUE Value = File.Info.GetAttr(Die, DW_AT_specification);
+    const bool Has = Value.Class == DWARF_CLASS::REFERENCE && File.ReadDie(static_cast<U32>(Value.Value), Target) && !Target.IsNull();
+    return Has ? Target : Die;
+}
+
+/// Name of the class or namespace around an entry; empty at the level of the unit.
+const char* ScopeName(const ELF_FILE& File, const DWARF_DIE& Die)
+{
+    const DWARF_SCOPE* pScope = File.FindParentScope(Die.Id);
+    DWARF_DIE Scope;
+    if (!pScope || (!IsRecordTag(pScope->Tag) && pScope->Tag != DW_TAG_namespace) || !File.ReadDie(pScope->Id, Scope)) return "";
+    return File.Info.GetText(Scope, DW_AT_name);
+}
+
+/// The definition that has the name of a declaration. One in the same class or namespace goes first; for a type, any of
+/// the name is better than none.
+bool FindByName(const ELF_FILE& File, const DWARF_DIE& Die, DWARF_DIE& Found)
+{
+    const char* sName = File.Info.GetText(Die, DW_AT_name);
+    const auto* pIndex = *sName ? NameIndexFor(File, Die.Tag()) : nullptr;
+    if (!pIndex) return false;
+    const char* sScope = ScopeName(File, Die);
+    const U32 Hash = ElfHash(sName);
+    bool HasAny = false;
+    auto it = std::lower_bound(pIndex->begin(), pIndex->end(), std::pair<U32, U32>(Hash, 0));
+    for (U32 Tries = 0; it != pIndex->end() && it->first == Hash && Tries < MAX_NAMESAKES; ++it, Tries++) {
+        DWARF_DIE Other;
+        if (it->second == Die.Id || !File.ReadDie(it->second, Other) || Other.IsNull()) continue;
+        // The hash alone could lead to a stranger of another name.
+        const DWARF_DIE Place = Declared(File, Other);
+        if (std::strcmp(File.Info.GetText(Place, DW_AT_name), sName) != 0) continue;
+        const bool IsSameScope = std::strcmp(ScopeName(File, Place), sScope) == 0;
+        if (IsSameScope || !HasAny) Found = Other;
+        HasAny = true;
+        if (IsSameScope) return true;
+    }
+    return HasAny && (IsRecordTag(Die.Tag()) || Die.Tag() == DW_TAG_enumeration_type);
 }
 
 } // namespace
@@ -100,13 +145,7 @@ DWARF_DIE DieDefinition(const ELF_FILE& File, const DWARF_DIE& Die)
     if (Definition != DIE_ID_NONE && Definition != Die.Id && File.ReadDie(Definition, Other) && !Other.IsNull()) {
         return Other;
     }
-    const std::unordered_map<U32, U32>* pIndex = NameIndexFor(File, Tag);
-    const char* sName = File.Info.GetText(Die, DW_AT_name);
-    if (!pIndex || !*sName) return Die;
-    const auto itName = pIndex->find(ElfHash(sName));
-    if (itName == pIndex->end() || itName->second == Die.Id || !File.ReadDie(itName->second, Other)) return Die;
-    // The hash alone could lead to a stranger of another name.
-    return std::strcmp(File.Info.GetText(Other, DW_AT_name), sName) == 0 ? Other : Die;
+    return FindByName(File, Die, Other) ? Other : Die;
 }
 
 bool DieArray(const ELF_FILE& File, const DWARF_DIE& Die, ELF_ARRAY_INFO& Info)
@@ -120,7 +159,8 @@ bool DieArray(const ELF_FILE& File, const DWARF_DIE& Die, ELF_ARRAY_INFO& Info)
         if (Child.Tag() == DW_TAG_subrange_type) {
             U64 Dim;
             if (const DWARF_VALUE Count = File.Info.GetAttr(Child, DW_AT_count)) {
-                Dim = Count.pBlock || Count.Class == DWARF_CLASS::REFERENCE ? 0 : Count.Value;
+                // A length that is only known at run time counts as none, like an open one.
+                Dim = Count.pBlock || Count.Class == DWARF_CLASS::REFERENCE ? 1 : Count.Value;
             } else {
                 const DWARF_VALUE Upper = File.Info.GetAttr(Child, DW_AT_upper_bound);
                 const DWARF_VALUE Lower = File.Info.GetAttr(Child, DW_AT_lower_bound);
@@ -153,6 +193,12 @@ U64 DieOwnSize(const ELF_FILE& File, const DWARF_DIE& Die)
     case DW_TAG_pointer_type:
     case DW_TAG_reference_type:
     case DW_TAG_rvalue_reference_type: return Die.pUnit->AddrSize;
+    case DW_TAG_ptr_to_member_type: {
+        // A pointer to a member function has an adjustment of the object beside the address.
+        DWARF_DIE Target;
+        const bool IsFunction = DieTarget(File, Die, DW_AT_type, Target) && Target.Tag() == DW_TAG_subroutine_type;
+        return Die.pUnit->AddrSize * (IsFunction ? 2u : 1u);
+    }
     case DW_TAG_array_type: {
         ELF_ARRAY_INFO Info;
         DieArray(File, Die, Info);

@@ -3,6 +3,7 @@
 #include "program/symbols/diemodel.h"
 #include "program/symbols/symcache.h"
 
+#include <cstring>
 #include <elf.h>
 
 namespace {
@@ -36,6 +37,25 @@ ELF_SYM_HANDLE TargetHandle(ELF_SYM_HANDLE hSym, U32 Attr)
     DIE_REF Ref;
     DWARF_DIE Target;
     return DieFind(hSym, Ref) && DieTarget(*Ref.pFile, Ref.Die, Attr, Target) ? Ref.pFile->DebugHandle(Target.Id) : 0;
+}
+
+bool HasNegative(const ELF_FILE& File, const DWARF_DIE& Enum)
+{
+    DWARF_DIE Child, Next;
+    for (bool Has = File.FirstChild(Enum, Child); Has; Child = Next) {
+        const DWARF_VALUE Value = File.Info.GetAttr(Child, DW_AT_const_value);
+        if (Value.Class == DWARF_CLASS::SIGNED && static_cast<I64>(Value.Value) < 0) return true;
+        Has = File.NextSibling(Child, Next);
+    }
+    return false;
+}
+
+/// GCC takes members of classes for public by default in the oldest version, and leaves out what is the default.
+bool IsPublicByDefault(const ELF_FILE& File, const DWARF_DIE& Member)
+{
+    DWARF_DIE Root;
+    if (Member.pUnit->Version > 2 || Member.Tag() == DW_TAG_inheritance) return false;
+    return File.Info.ReadDie(*Member.pUnit, Member.pUnit->DieOffset, Root) && std::strncmp(File.Info.GetText(Root, DW_AT_producer), "GNU", 3) == 0;
 }
 
 ELF_SYM_HANDLE ListItem(const std::vector<U32>* pList, ELF_SYM_HANDLE hSym, U32 Index)
@@ -234,7 +254,7 @@ U32 ELF_GetSymAccess(ELF_SYM_HANDLE hSym)
         switch (pScope->Tag) {
         case DW_TAG_structure_type:
         case DW_TAG_union_type: return 1;
-        case DW_TAG_class_type: return 3;
+        case DW_TAG_class_type: return IsPublicByDefault(*Ref.pFile, Declared) ? 1 : 3;
         default: break;
         }
     }
@@ -253,7 +273,11 @@ bool ELF_SymIsSigned(ELF_SYM_HANDLE hSym)
     if (!DieFind(ELF_GetSymType(hSym, true), Ref)) return false;
     DWARF_DIE Die = Ref.Die;
     DWARF_DIE Next;
-    if (Die.Tag() == DW_TAG_enumeration_type && DieTarget(*Ref.pFile, Die, DW_AT_type, Next)) Die = Next;
+    if (Die.Tag() == DW_TAG_enumeration_type) {
+        // Older versions don't tell how it is stored; one with a negative value must be signed.
+        if (!DieTarget(*Ref.pFile, Die, DW_AT_type, Next)) return HasNegative(*Ref.pFile, Die);
+        Die = Next;
+    }
     if (Die.Tag() != DW_TAG_base_type) return false;
     const U64 Encoding = DieAttr(*Ref.pFile, Die, DW_AT_encoding).Value;
     return Encoding == DW_ATE_signed || Encoding == DW_ATE_signed_char || Encoding == DW_ATE_float;

@@ -39,7 +39,9 @@ void CollectLocals(const ELF_FILE& File, const DWARF_DIE& Function, std::vector<
         U32 Next = File.Info.EndOfDie(Die);
         const U32 Tag = Die.Tag();
         if (Tag == DW_TAG_variable || Tag == DW_TAG_formal_parameter) {
-            if (!Die.pAbbrev->HasDeclaration) aLocal.push_back(Die.Id);
+            // The bound of a variable length array is a variable that nobody wrote.
+            const bool IsHidden = Tag == DW_TAG_variable && Die.pAbbrev->HasArtificial && !Die.pAbbrev->HasName;
+            if (!Die.pAbbrev->HasDeclaration && !IsHidden) aLocal.push_back(Die.Id);
         } else if (Tag != DW_TAG_lexical_block && Tag != DW_TAG_try_block && Tag != DW_TAG_catch_block &&
                    !Die.IsNull() && Die.pAbbrev->HasChildren) {
             // Functions keep their own locals, types their members.

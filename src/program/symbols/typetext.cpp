@@ -71,6 +71,12 @@ std::string BuildText(const ELF_FILE& File, const DWARF_DIE& Symbol, U32 Nesting
         case DW_TAG_pointer_type: sText = "*" + sText; break;
         case DW_TAG_reference_type: sText = "&" + sText; break;
         case DW_TAG_rvalue_reference_type: sText = "&&" + sText; break;
+        case DW_TAG_ptr_to_member_type: {
+            DWARF_DIE Class;
+            const bool Has = DieTarget(File, Die, DW_AT_containing_type, Class);
+            sText = (Has ? " " + std::string(DieName(File, Class)) + "::*" : std::string("*")) + sText;
+            break;
+        }
         case DW_TAG_structure_type:
         case DW_TAG_union_type:
         case DW_TAG_class_type:

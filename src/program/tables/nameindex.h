@@ -24,8 +24,12 @@ public:
         if (!IsBuilt()) return;
         const U32 Key = Hash(sName);
         const size_t Bucket = Key & (m_aFirst.size() - 2);
+        const char* sSame = nullptr; // linkers keep one copy of each text
         for (U32 i = m_aFirst[Bucket]; i < m_aFirst[Bucket + 1]; i++) {
-            if (m_aEntry[i].Hash == Key && std::strcmp(m_aEntry[i].sName, sName) == 0) Visit(m_aEntry[i].hSym);
+            const ENTRY& Entry = m_aEntry[i];
+            if (Entry.Hash != Key || (Entry.sName != sSame && std::strcmp(Entry.sName, sName) != 0)) continue;
+            sSame = Entry.sName;
+            Visit(Entry.hSym);
         }
     }
 
@@ -35,10 +39,11 @@ private:
         const char* sName;
         U64 hSym;
     };
+    static constexpr size_t MAX_HASHED = 256; ///< characters; longer names differ before
     static U32 Hash(const char* sName)
     {
         U32 Value = 2166136261u;
-        for (; *sName; sName++) Value = (Value ^ static_cast<U8>(*sName)) * 16777619u;
+        for (const char* pEnd = sName + MAX_HASHED; *sName && sName != pEnd; sName++) Value = (Value ^ static_cast<U8>(*sName)) * 16777619u;
         return Value ^ Value >> 15;
     }
     std::vector<ENTRY> m_aEntry; ///< by bucket, in each in the order of the adding

@@ -1,6 +1,8 @@
 // Load and unload of the program, and what identifies it.
 #include "program/tables/prog.h"
 #include "app/services/log.h"
+#include "app/services/mainthread.h"
+#include "app/services/messages.h"
 #include "program/tables/progtables.h"
 
 #include <QElapsedTimer>
@@ -31,6 +33,7 @@ constexpr STEP_ROW LOAD_STEPS[] = {
     {"parsed call frame information: ", ProgLoadFrames},
 };
 static_assert(sizeof(LOAD_STEPS) / sizeof(LOAD_STEPS[0]) == 16);
+constexpr U32 STEP_SHARE = 15; ///< thousandths of the whole progress that a step makes up
 
 PROG_TABLES& Tables()
 {
@@ -49,10 +52,27 @@ QString TimeText(qint64 Ns)
     return QString::asprintf("%d:%03d ms", static_cast<int>(Ns / 1000000), static_cast<int>(Ns / 1000 % 1000));
 }
 
+constexpr U32 MACHINE_ARM = 40, MACHINE_RISCV = 243;
+constexpr int MSG_CANNOT_EXECUTE = 35;
+
+/// A program for a machine that no core of the debugger has is refused; whether it fits the selected one is asked when a
+/// session starts.
+bool CheckMachine(ELF_HANDLE hFile)
+{
+    const U32 Machine = ELF_GetMachine(hFile);
+    if (Machine == MACHINE_ARM || Machine == MACHINE_RISCV) return true;
+    char acText[256];
+    InitMessageTable();
+    FormatMessage(MSG_CANNOT_EXECUTE, acText, sizeof(acText));
+    ProgLogMessage({QString::fromUtf8(acText), GetMessageRow(MSG_CANNOT_EXECUTE)->Flags, true});
+    ProgLogMessage({QStringLiteral("The file is a program for %1").arg(QLatin1String(ELF_GetMachineName(Machine))),
+                    GetMessageRow(MSG_CANNOT_EXECUTE)->Flags, true});
+    return false;
+}
+
 /// Without a core plug-in the machine of the file tells enough to make addresses out of Thumb symbols.
 void SetDefaultCore(ELF_HANDLE hFile)
 {
-    constexpr U32 MACHINE_ARM = 40, MACHINE_RISCV = 243;
     switch (ELF_GetMachine(hFile)) {
     case MACHINE_ARM: ELF_SetCoreParameters(2, 13); break;
     case MACHINE_RISCV: ELF_SetCoreParameters(2, 2); break;
@@ -68,7 +88,6 @@ void Unload(PROG_TABLES& Tab)
     }
     QElapsedTimer Timer;
     Timer.start();
-    Tab.Unloading = true;
     Tab.Loaded = false;
     if (Hooks().UnbindCore) Hooks().UnbindCore();
     ELF_Close(Tab.hFile);
@@ -104,34 +123,102 @@ void PROG_SetHooks(const PROG_HOOKS& NewHooks)
 int PROG_Load(const QString& sPath)
 {
     const CProgLock Lock;
-    PROG_TABLES& Tab = Tables();
-    Unload(Tab);
+    Unload(Tables());
+    CProgLoad Load(sPath);
+    Load.ReadFile();
+    Load.BindCore();
+    Load.BuildTables();
+    return Load.Publish();
+}
+
+CProgLoad::CProgLoad(const QString& sPath) : m_sPath(sPath), m_pTab(std::make_unique<PROG_TABLES>())
+{
+    ELF_SetDiagCallback(ProgDiag);
+}
+
+CProgLoad::~CProgLoad()
+{
+    if (!m_hFile) return;
+    if (m_IsBound && Hooks().UnbindCore) Hooks().UnbindCore();
+    ELF_Discard(m_hFile);
+}
+
+bool CProgLoad::ReadFile()
+{
+    QElapsedTimer Timer;
+    Timer.start();
+    g_paHeldMessages = IsMainThread() ? nullptr : &m_aHeld;
+    m_hFile = ELF_OpenPrivate(m_sPath.toUtf8().constData(), true, &m_Progress, &m_Error);
+    g_paHeldMessages = nullptr;
+    m_StartNs = Timer.nsecsElapsed();
+    return m_hFile;
+}
+
+void CProgLoad::_Report()
+{
+    for (const PROG_MESSAGE& Message : std::as_const(m_aHeld)) ProgLogMessage(Message);
+    m_aHeld.clear();
+    ELF_ReportOpenError(m_Error);
+    m_Error = {};
+}
+
+bool CProgLoad::BindCore()
+{
+    const CProgLock Lock;
+    _Report();
+    if (!m_hFile) return false;
+    const CElfPrivate Private(m_hFile);
+    const bool IsKnown = CheckMachine(m_hFile);
+    m_IsBound = IsKnown;
+    if (!IsKnown || (Hooks().BindCore && Hooks().BindCore(m_hFile) < 0)) {
+        if (m_IsBound && Hooks().UnbindCore) Hooks().UnbindCore();
+        m_IsBound = false;
+        ELF_Discard(m_hFile);
+        m_hFile = nullptr;
+        return false;
+    }
+    if (ELF_GetCodeAlign() == 1) SetDefaultCore(m_hFile);
+    ELF_EvalRelocations();
+    m_pTab->hFile = m_hFile;
+    m_pTab->sPath = m_sPath;
+    m_pTab->Lang = ELF_GetSrcLang(m_hFile);
+    return true;
+}
+
+bool CProgLoad::BuildTables()
+{
+    if (!m_hFile) return false;
+    const CElfPrivate Private(m_hFile);
     QElapsedTimer Total;
     Total.start();
-    Tab.Loading = true;
-    ELF_SetDiagCallback(ProgDiag);
-    Tab.hFile = ELF_Open(sPath.toUtf8().constData(), true);
-    if (!Tab.hFile) {
-        Tab.Loading = false;
-        return -1;
-    }
-    if (Hooks().BindCore && Hooks().BindCore(Tab.hFile) < 0) {
-        Unload(Tab);
-        return -1;
-    }
-    if (ELF_GetCodeAlign() == 1) SetDefaultCore(Tab.hFile);
-    Tab.sPath = sPath;
-    Tab.Lang = ELF_GetSrcLang(Tab.hFile);
+    g_paHeldMessages = IsMainThread() ? nullptr : &m_aHeld;
     for (const STEP_ROW& Step : LOAD_STEPS) {
+        if (m_Progress.Cancel) break;
         QElapsedTimer Timer;
         Timer.start();
-        Step.pfRun(Tab);
+        Step.pfRun(*m_pTab);
         LogDebug(QLatin1String(Step.sText) + TimeText(Timer.nsecsElapsed()));
+        m_Progress.Permille += STEP_SHARE;
     }
+    g_paHeldMessages = nullptr;
+    m_StartNs += Total.nsecsElapsed();
+    return !m_Progress.Cancel;
+}
+
+int CProgLoad::Publish()
+{
+    const CProgLock Lock;
+    _Report();
+    if (!m_hFile || m_Progress.Cancel) return -1;
+    PROG_TABLES& Tab = Tables();
+    Unload(Tab);
+    Tab = std::move(*m_pTab);
+    ELF_Publish(m_hFile);
+    m_hFile = nullptr;
+    if (Hooks().SetBlocks) Hooks().SetBlocks(Tab.aBlock.constData(), static_cast<U32>(Tab.aBlock.size()));
     Tab.Loaded = true;
-    Tab.Loading = false;
     Tab.hControlBlock = FindControlBlock(Tab);
-    LogDebug(QStringLiteral("ELF-API wrapper initialized in ") + TimeText(Total.nsecsElapsed()));
+    LogDebug(QStringLiteral("ELF-API wrapper initialized in ") + TimeText(m_StartNs));
     LogDebug(QStringLiteral("Function count: ") + QString::number(Tab.aFunction.size()));
     LogDebug(QStringLiteral("Global variable count: ") + QString::number(Tab.aGlobal.size()));
     return 0;
@@ -216,5 +303,4 @@ int PROG_ReadBytes(U32 Addr, U32 Size, void* pBuffer)
 void ProgLoadBlocks(PROG_TABLES& Tab)
 {
     Tab.aBlock = BFile::GetElfBlocks(Tab.hFile);
-    if (Hooks().SetBlocks) Hooks().SetBlocks(Tab.aBlock.constData(), static_cast<U32>(Tab.aBlock.size()));
 }

@@ -21,6 +21,7 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <memory>
 
 /// Holds the program table mutex; for callers that make several ELF_ calls belong together, or keep texts.
 class CProgLock {
@@ -49,6 +50,43 @@ void PROG_SetHooks(const PROG_HOOKS& Hooks);
 
 int PROG_Load(const QString& sPath); ///< 0, or -1 if the file can't be opened or bound to the core
 void PROG_Unload();
+
+struct PROG_TABLES;
+/// A message that waits for the main thread.
+struct PROG_MESSAGE {
+    QString sText;
+    U32 Flags;   ///< MSG_FLAGS
+    bool Always; ///< also when the text was shown for this program before
+    bool operator==(const PROG_MESSAGE&) const = default;
+};
+/// A load in parts, so that the long ones can run on a thread of their own while everybody else works on: until
+/// Publish the program that is being loaded is known to nobody. The parts run in the order of their declaration, each
+/// once and one at a time; all but the first are left out after a failure.
+class CProgLoad {
+public:
+    explicit CProgLoad(const QString& sPath);
+    ~CProgLoad(); ///< drops what was not published
+    CProgLoad(const CProgLoad&) = delete;
+    CProgLoad& operator=(const CProgLoad&) = delete;
+
+    bool ReadFile();    ///< any thread, without the mutex. False if the file can't be opened or after a cancel
+    bool BindCore();    ///< main thread, nothing loaded. False if the file doesn't fit the core; reports what ReadFile met
+    bool BuildTables(); ///< any thread, without the mutex. False after a cancel
+    int Publish();      ///< main thread, nothing loaded: the program is loaded. 0, or -1 if a part before has failed
+    ELF_PROGRESS& Progress() { return m_Progress; } ///< any thread
+
+private:
+    void _Report();
+
+    QString m_sPath;
+    ELF_PROGRESS m_Progress;
+    ELF_HANDLE m_hFile = nullptr;
+    ELF_OPEN_ERROR m_Error;
+    std::unique_ptr<PROG_TABLES> m_pTab;
+    QList<PROG_MESSAGE> m_aHeld; ///< what other threads had to report
+    qint64 m_StartNs = 0;
+    bool m_IsBound = false;
+};
 QString PROG_GetPath();              ///< empty if none
 bool PROG_IsLoaded();
 int PROG_GetByteOrder();             ///< ELF_BYTE_ORDER; 2 if none

@@ -56,6 +56,19 @@ bool IsNew(const QString& sText)
 
 } // namespace
 
+thread_local QList<PROG_MESSAGE>* g_paHeldMessages = nullptr;
+
+void ProgLogMessage(const PROG_MESSAGE& Message)
+{
+    if (g_paHeldMessages) {
+        // A damaged program has the same to say about each of its symbols.
+        if (g_paHeldMessages->isEmpty() || !(g_paHeldMessages->last() == Message)) g_paHeldMessages->append(Message);
+        return;
+    }
+    if (IsMainThread() && !Message.Always && !IsNew(Message.sText)) return;
+    Log(Message.sText, Message.Flags);
+}
+
 void ProgDiag(const ELF_DIAG* pDiag)
 {
     QString sText;
@@ -77,7 +90,5 @@ void ProgDiag(const ELF_DIAG* pDiag)
         Flags = pRow->Flags;
     }
     // Texts of an open that failed come again at the next attempt: the user has asked again.
-    const bool IsOpenFailure = pDiag->Code >= ELF_ERR_MAGIC;
-    if (IsMainThread() && !IsOpenFailure && !IsNew(sText)) return;
-    Log(sText, Flags);
+    ProgLogMessage({sText, Flags, pDiag->Code >= ELF_ERR_MAGIC});
 }

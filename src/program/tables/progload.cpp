@@ -126,11 +126,11 @@ static void CollectRows(PROG_TABLES& Tab)
     std::vector<SEQUENCE> aSeq;
     for (U32 First = 0, i = 0; i < Count; i++) {
         if (!pLine[i].EndSequence && i + 1 < Count) continue;
-        // The end of a sequence only marks where its last record stops. The linker leaves the line records of code
-        // that it has dropped at address 0; such a sequence may reach up into the addresses of real code.
+        // The end of a sequence only marks where its last record stops. Linkers leave the line records of code that they
+        // have dropped at address 0 or -1; such a sequence may reach up into the addresses of real code.
         const U32 Addr = AddrOf(First);
         const U32 End = pLine[i].EndSequence ? i : i + 1;
-        if (End > First && (Addr != 0 || Tab.LowLimit == 0)) aSeq.push_back({Addr, First, End});
+        if (End > First && (Addr != 0 || Tab.LowLimit == 0) && Addr < 0xFFFFFFFEu) aSeq.push_back({Addr, First, End});
         First = i + 1;
     }
     std::sort(aSeq.begin(), aSeq.end());

@@ -11,6 +11,7 @@ constexpr U32 ATTR_DECL_FILE = 0x3A, ATTR_DECL_LINE = 0x3B, ATTR_DECL_COLUMN = 0
 constexpr U32 ATTR_CALL_COLUMN = 0x57, ATTR_CALL_FILE = 0x58, ATTR_CALL_LINE = 0x59;
 constexpr U32 ATTR_SPECIFICATION = 0x47;
 constexpr int MAX_SCOPES = 64;
+constexpr qsizetype MAX_KEPT_LOCS = 100000; ///< a long session asks for the same symbols at ever new PCs
 
 QString PlainName(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym)
 {
@@ -365,6 +366,7 @@ ELF_SYM_LOC PROG_GetSymLoc(ELF_SYM_HANDLE hSym, U32 PC)
     const QPair<ELF_SYM_HANDLE, U32> Key(hSym, PC);
     const auto it = Tab.Locs.constFind(Key);
     if (it != Tab.Locs.constEnd()) return it.value();
+    if (Tab.Locs.size() >= MAX_KEPT_LOCS) Tab.Locs.clear();
     return *Tab.Locs.insert(Key, ELF_GetSymLoc(hSym, PC));
 }
 

@@ -50,7 +50,7 @@ struct PROG_FDE_ROW {
 };
 
 struct PROG_TABLES {
-    bool Loading = false, Loaded = false, Unloading = false;
+    bool Loaded = false;
     QString sPath;
     ELF_HANDLE hFile = nullptr;
     ELF_SRC_LANG Lang = ELF_SRC_LANG_C;
@@ -160,3 +160,7 @@ void ProgLoadFrames(PROG_TABLES& Tab);
 
 /// Receiver of the diagnostics of the ELF layer.
 void ProgDiag(const ELF_DIAG* pDiag);
+/// While it is not null, what this thread has to report goes there instead of to the log.
+extern thread_local QList<PROG_MESSAGE>* g_paHeldMessages;
+/// Logs a message of the ELF layer, on the main thread only the first time that it comes for a program.
+void ProgLogMessage(const PROG_MESSAGE& Message);

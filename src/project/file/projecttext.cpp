@@ -139,10 +139,15 @@ bool EditProjectText(QString* psText, const PROJECT_EDIT& Edit, QStringList* pWa
     if (!FindProjectLoadBody(*psText, &Begin, &End)) {
         return false;
     }
+    // A brace on a line that goes or comes would move the end of the body into the functions behind it.
     QString sEdited = *psText;
+    const qsizetype Behind = psText->size() - End;
+    const auto EndsAsBefore = [&] {
+        return FindProjectLoadBody(sEdited, &Begin, &End) && sEdited.size() - End == Behind;
+    };
     RemoveLines(&sEdited, Edit.Names);
-    if (!FindProjectLoadBody(sEdited, &Begin, &End)) {
-        return false; // a line that went held the brace of the body
+    if (!EndsAsBefore()) {
+        return false;
     }
     QStringList Dialog;
     QStringList User;
@@ -150,8 +155,11 @@ bool EditProjectText(QString* psText, const PROJECT_EDIT& Edit, QStringList* pWa
         (IsDialogCommand(sCommand) ? Dialog : User).append(sCommand);
     }
     InsertLines(&sEdited, User, false, Edit.Merge, pWarnings);
+    if (!EndsAsBefore()) {
+        return false;
+    }
     InsertLines(&sEdited, Dialog, true, Edit.Merge, pWarnings);
-    if (!FindProjectLoadBody(sEdited, &Begin, &End)) {
+    if (!EndsAsBefore()) {
         return false;
     }
     *psText = sEdited;

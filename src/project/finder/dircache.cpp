@@ -245,13 +245,12 @@ bool CDirCache::_IsValid(FOLDER& Folder, const QString& sFolder) const
     }
     Folder.CheckedMs = m_Now;
     struct stat Info = {};
-    const bool IsThere =
-        stat(QFile::encodeName(sFolder).constData(), &Info) == 0 && S_ISDIR(Info.st_mode);
+    const bool IsThere = stat(QFile::encodeName(sFolder).constData(), &Info) == 0 && S_ISDIR(Info.st_mode);
     if (!IsThere || Folder.State == FOLDER_MISSING) {
         return !IsThere && Folder.State == FOLDER_MISSING;
     }
-    return Info.st_dev == Folder.Device && Info.st_ino == Folder.Inode && ToNs(Info.st_mtim) == Folder.StampNs &&
-           (!Folder.Fresh || WallNs() - Folder.StampNs < STAMP_NS);
+    return Info.st_dev == Folder.Device && Info.st_ino == Folder.Inode &&
+           ToNs(Info.st_mtim) == Folder.StampNs && (!Folder.Fresh || WallNs() - Folder.StampNs < STAMP_NS);
 }
 
 CDirCache::FOLDER& CDirCache::_GetFolder(const QString& sFolder)
@@ -299,7 +298,8 @@ bool CDirCache::HasFile(const QString& sFolder, const QString& sName, const QByt
         return false;
     }
     const FOLDER& Folder = _GetFolder(sFolder);
-    if (Folder.State == FOLDER_MISSING || (Folder.State == FOLDER_READ && !Folder.Entries.contains(Encoded))) {
+    if (Folder.State == FOLDER_MISSING ||
+        (Folder.State == FOLDER_READ && !Folder.Entries.contains(Encoded))) {
         return false;
     }
     return _GetKindIn(Folder, Encoded, sFolder + QLatin1Char('/') + sName) == PATH_FILE;

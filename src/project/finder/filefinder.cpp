@@ -204,7 +204,8 @@ QString CFileFinder::_ExpandEnvironment(const QString& sText) const
     qsizetype End = 0;
     QString sName;
     while (FindToken(s, Pos, &Start, &End, &sName)) {
-        const QString sValue = sName.isEmpty() ? QString() : qEnvironmentVariable(sName.toLocal8Bit().constData());
+        const QString sValue =
+            sName.isEmpty() ? QString() : qEnvironmentVariable(sName.toLocal8Bit().constData());
         if (sValue.isEmpty()) {
             Pos = End; // the token stays in the text
             continue;

@@ -20,13 +20,13 @@ struct EXTENSION_ROW {
     FILE_CLASSES Class;
 };
 constexpr EXTENSION_ROW EXTENSION_ROWS[] = {
-    {"h", FILE_CLASS_SOURCE},     {"c", FILE_CLASS_SOURCE},      {"hpp", FILE_CLASS_SOURCE},
-    {"cpp", FILE_CLASS_SOURCE},   {"s", FILE_CLASS_SOURCE},      {"svd", FILE_CLASS_REGISTERS},
+    {"h", FILE_CLASS_SOURCE},      {"c", FILE_CLASS_SOURCE},     {"hpp", FILE_CLASS_SOURCE},
+    {"cpp", FILE_CLASS_SOURCE},    {"s", FILE_CLASS_SOURCE},     {"svd", FILE_CLASS_REGISTERS},
     {"xml", FILE_CLASS_REGISTERS}, {"dll", FILE_CLASS_PLUGIN},   {"so", FILE_CLASS_PLUGIN},
-    {"dylib", FILE_CLASS_PLUGIN}, {"bin", FILE_CLASS_DATA},      {"mot", FILE_CLASS_DATA},
-    {"srec", FILE_CLASS_DATA},    {"hex", FILE_CLASS_DATA},      {"elf", FILE_CLASS_DATA},
-    {"out", FILE_CLASS_DATA},     {"axf", FILE_CLASS_DATA},      {"bdebug", FILE_CLASS_PROJECT},
-    {"txt", FILE_CLASS_DOCUMENT}, {"pdf", FILE_CLASS_DOCUMENT},  {"html", FILE_CLASS_DOCUMENT},
+    {"dylib", FILE_CLASS_PLUGIN},  {"bin", FILE_CLASS_DATA},     {"mot", FILE_CLASS_DATA},
+    {"srec", FILE_CLASS_DATA},     {"hex", FILE_CLASS_DATA},     {"elf", FILE_CLASS_DATA},
+    {"out", FILE_CLASS_DATA},      {"axf", FILE_CLASS_DATA},     {"bdebug", FILE_CLASS_PROJECT},
+    {"txt", FILE_CLASS_DOCUMENT},  {"pdf", FILE_CLASS_DOCUMENT}, {"html", FILE_CLASS_DOCUMENT},
 };
 
 QString FileName(const QString& sPath)
@@ -194,7 +194,8 @@ QList<CFileFinder::SEARCH_FOLDER> CFileFinder::_ToSearchFolders(const QStringLis
 }
 
 /// Encoded: the name as the system writes it, worked out once for all folders.
-QString CFileFinder::_SearchFolder(const QString& sFolder, const QString& sFileName, const QByteArray& Encoded)
+QString CFileFinder::_SearchFolder(const QString& sFolder, const QString& sFileName,
+                                   const QByteArray& Encoded)
 {
     if (!m_IgnoreCase && !m_Dirs.HasFile(sFolder, sFileName, Encoded)) {
         return QString();
@@ -280,7 +281,8 @@ QString CFileFinder::_ResolveData(const QString& sPath, const QStringList& MoreF
 QString CFileFinder::_ResolveRegisters(const QString& sPath)
 {
     const QString sConfig = _Folder("Config");
-    const QStringList Own{sConfig, sConfig + QStringLiteral("/CPU"), sConfig + QStringLiteral("/Peripherals")};
+    const QStringList Own{sConfig, sConfig + QStringLiteral("/CPU"),
+                          sConfig + QStringLiteral("/Peripherals")};
     const QList<SEARCH_FOLDER> Folders = _ToSearchFolders(Own) + _GetSearchFolders();
     for (const char* sExtension : {"svd", "xml"}) {
         const QString s = WithExtension(sPath, sExtension);
