@@ -25,7 +25,7 @@ constexpr int NUM_RUNS = 3;
 
 struct INPUT {
     std::vector<std::string> Folders;
-    QStringList Paths;       ///< as debug information has them
+    QStringList Paths;              ///< as debug information has them
     std::vector<std::string> Names; ///< file name of each path
 };
 
@@ -107,7 +107,9 @@ void BenchFinder(const INPUT& In)
     Print("finder: first time", Best(Prepare, ResolveAll));
     Print("finder: second time", Best([] {}, ResolveAll));
     int Number = 0;
-    const auto ChangeOne = [&] { Touch(fs::path(In.Folders.front()) / ("new" + std::to_string(++Number) + ".c")); };
+    const auto ChangeOne = [&] {
+        Touch(fs::path(In.Folders.front()) / ("new" + std::to_string(++Number) + ".c"));
+    };
     Print("finder: after a change in one folder", Best(ChangeOne, ResolveAll));
     std::printf("%-52s %10d of %d\n", "finder: found", NumFound, static_cast<int>(In.Paths.size()));
 }
@@ -152,10 +154,11 @@ void BenchIndex(const INPUT& In)
             NumFound += IsHere || Index.count(In.Names[i]) != 0 ? 1 : 0;
         }
     };
-    Print("peer, index by name: first time", Best([] {}, [&] {
-              Build();
-              Look();
-          }));
+    Print("peer, index by name: first time", Best([] {},
+                                                  [&] {
+                                                      Build();
+                                                      Look();
+                                                  }));
     Print("peer, index by name: second time, changes not seen", Best([] {}, Look));
     std::printf("%-52s %10d\n", "peer, index: found", NumFound);
 }

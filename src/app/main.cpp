@@ -58,6 +58,7 @@ int RunApplication(const CmdLineArgs& Args)
     else
         CAppConsole::Get().Detach();
     InstallQtMessageHandler();
+    if (const QString& sProblem = CSettingsStore::Get().GetProblem(); !sProblem.isEmpty()) LogError(sProblem);
     std::unique_ptr<CBatchRunner> pBatch;
     if (!Args.BatchFile.isEmpty()) {
         pBatch = std::make_unique<CBatchRunner>(Args.BatchFile, Args.KeepGoing);
@@ -100,7 +101,7 @@ int main(int argc, char** argv)
 
     CDevice::Get().Shutdown();
     CMainWindow::Destroy();
-    Settings.Save();
+    if (!Settings.Save()) std::fprintf(stderr, "vantrel: settings could not be written to %s\n", qPrintable(Settings.GetFilePath()));
     ShutdownLog();
     return Result;
 }

@@ -1,5 +1,6 @@
-// The action table in the main window: every row has its action, the menus hold what they shall, and keys reach the row
-// that they belong to. Keys are pressed in the window system's way, so that all that stands before the dispatch is passed.
+// The action table in the main window: every row has its action, the menus hold what they shall, and keys
+// reach the row that they belong to. Keys are pressed in the window system's way, so that all that stands
+// before the dispatch is passed.
 //
 // With VANTREL_MENU_PICTURES set to a folder, pictures of all menus are left there.
 #include "app/actions/actions.h"
@@ -22,10 +23,12 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QFile>
 #include <QLineEdit>
 #include <QMenu>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolBar>
 
 class tst_ActionsWindow : public QObject {
     Q_OBJECT
@@ -43,6 +46,7 @@ private slots:
     void KeysOfFocusedWindow();
     void Escape();
     void Copy();
+    void SaveByKey();
     void Search();
 
 private:
@@ -131,7 +135,9 @@ void tst_ActionsWindow::Menus()
     QCOMPARE(pMenu->title(), Text);
     QStringList Names;
     for (const QAction* pAction : pMenu->actions())
-        Names << (pAction->isSeparator() ? "---" : pAction->menu() ? pAction->menu()->objectName() : pAction->objectName());
+        Names << (pAction->isSeparator() ? "---"
+                  : pAction->menu()      ? pAction->menu()->objectName()
+                                         : pAction->objectName());
     if (!Entries.isEmpty()) QCOMPARE(Names.join(' '), Entries);
     const QString sFolder = qEnvironmentVariable("VANTREL_MENU_PICTURES");
     if (sFolder.isEmpty()) return;
@@ -139,7 +145,9 @@ void tst_ActionsWindow::Menus()
         CTheme::SetScheme(Scheme);
         emit pMenu->aboutToShow();
         pMenu->adjustSize();
-        QVERIFY(pMenu->grab().save(QStringLiteral("%1/%2_%3.png").arg(sFolder, pMenu->objectName(), Scheme == THEME_DARK ? "dark" : "light")));
+        QVERIFY(pMenu->grab().save(
+            QStringLiteral("%1/%2_%3.png")
+                .arg(sFolder, pMenu->objectName(), Scheme == THEME_DARK ? "dark" : "light")));
     }
     CTheme::SetScheme(THEME_LIGHT);
 }
@@ -153,8 +161,10 @@ void tst_ActionsWindow::AbsentCommands()
     };
     QCOMPARE(Run("View.Memory"), QString()); // told by its state: there is no session
     QCOMPARE(Run("Profile.ExportCSV (\"a.csv\")"), "Profile.ExportCSV (\"a.csv\"): wrong parameter count");
-    QCOMPARE(Run("Profile.ExportCSV (\"a.csv\", nothing)"), "Profile.ExportCSV (\"a.csv\", nothing): invalid parameter");
-    QCOMPARE(Run("Profile.ExportCSV (\"a.csv\", CSV_FUNCS)"), "Profile.ExportCSV (\"a.csv\", CSV_FUNCS): unknown window");
+    QCOMPARE(Run("Profile.ExportCSV (\"a.csv\", nothing)"),
+             "Profile.ExportCSV (\"a.csv\", nothing): not a number");
+    QCOMPARE(Run("Profile.ExportCSV (\"a.csv\", CSV_FUNCS)"),
+             "Profile.ExportCSV (\"a.csv\", CSV_FUNCS): unknown window");
     QCOMPARE(GetActionResult(ACT_PROFILE_EXPORT_CSV), -1);
     QVERIFY(!GetAction(ACT_WINDOW_SHOW_TIMELINE)->isEnabled());
     QVERIFY(GetAction(ACT_WINDOW_SHOW_CONSOLE)->isEnabled());
@@ -171,7 +181,8 @@ void tst_ActionsWindow::Keys_data()
     QTest::newRow("the first of two that can't run") << "F5" << QStringList{"Debug.Start: Command disabled"};
     QTest::newRow("disabled, and consumed") << "Ctrl+S" << QStringList{"File.Save: Command disabled"};
     QTest::newRow("window that isn't there")
-        << "Shift+Alt+N" << QStringList{"Window.Show (\"Timeline\");", "Window.Show (\"Timeline\"): unknown window"};
+        << "Shift+Alt+N"
+        << QStringList{"Window.Show (\"Timeline\");", "Window.Show (\"Timeline\"): unknown window"};
     QTest::newRow("old order of modifiers") << "Alt+Shift+C" << QStringList{"Window.Show (\"Console\");"};
     QTest::newRow("command without its window")
         << "Ctrl+H" << QStringList{"View.CallGraph();", "View.CallGraph(): wrong parameter count"};
@@ -234,6 +245,41 @@ void tst_ActionsWindow::Copy()
     CConsoleWindow::Get().ExecuteCommand("Edit.Copy (\"a  b\")");
     QCOMPARE(QApplication::clipboard()->text(), "a  b");
     QCOMPARE(TakeLines(), QStringList());
+}
+
+void tst_ActionsWindow::SaveByKey()
+{
+    const QString sPath = m_Dir.filePath("text.c"), sOther = m_Dir.filePath("other.c");
+    for (const QString& s : {sPath, sOther}) {
+        QFile File(s);
+        QVERIFY(File.open(QIODevice::WriteOnly) && File.write("int a;\n") > 0);
+    }
+    CSourceWindow& Source = *CMainWindow::Get().GetSessionWindows().pSource;
+    QVERIFY(Source.Open(sOther) && Source.Open(sPath));
+    Source.GetEditor()->setFocus();
+    QVERIFY(!IsCommandEnabled(ACT_FILE_SAVE));
+    QTest::keyClick(CMainWindow::Get().windowHandle(), Qt::Key_X);
+    QVERIFY(IsCommandEnabled(ACT_FILE_SAVE) && IsCommandEnabled(ACT_FILE_SAVE_ALL));
+    Source.SetCurrentTab(Source.GetTabNumber(sOther));
+    QVERIFY(!IsCommandEnabled(ACT_FILE_SAVE) && IsCommandEnabled(ACT_FILE_SAVE_ALL));
+    Source.SetCurrentTab(Source.GetTabNumber(sPath));
+    Press("Ctrl+S");
+    QCOMPARE(TakeLines(), QStringList{QStringLiteral("File.Save (\"%1\");").arg(sPath)});
+    QVERIFY(!IsCommandEnabled(ACT_FILE_SAVE));
+    QFile File(sPath);
+    QVERIFY(File.open(QIODevice::ReadOnly));
+    QCOMPARE(File.readAll(), "xint a;\n");
+    // A tool button's command works on the cursor's line; no program knows this one.
+    auto* pBar = CMainWindow::Get().GetToolBar(TOOLBAR_BREAKPOINTS);
+    pBar->show();
+    QTest::mouseClick(pBar->widgetForAction(GetAction(ACT_BREAK_SET_ON_SRC)), Qt::LeftButton);
+    QCOMPARE(TakeLines(), (QStringList{"Break.SetOnSrc (\"text.c:1\");",
+                                       "Break.SetOnSrc (\"text.c:1\"): invalid parameter"}));
+    Press("Ctrl+Shift+F4");
+    QCOMPARE(Source.GetFilePaths(), QStringList{sPath});
+    Press("Ctrl+F4");
+    QVERIFY(Source.IsEmpty());
+    QCOMPARE(TakeLines().last(), QStringLiteral("File.Close (\"%1\");").arg(sPath));
 }
 
 void tst_ActionsWindow::Search()

@@ -13,6 +13,7 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QRegularExpression>
+#include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
@@ -52,6 +53,7 @@ private slots:
     void init();
     void lines();
     void drainLimit();
+    void manyLines();
     void timeStampAlignment();
     void plainText();
     void colorsAndFonts();
@@ -129,6 +131,21 @@ void tst_console::drainLimit()
     Console().Print("later");
     QTRY_COMPARE(Console().GetLines().last(), "later");
     QTRY_VERIFY(!Console().IsUpdatePending());
+}
+
+/// The oldest lines go, in both columns alike.
+void tst_console::manyLines()
+{
+    const int NumLines = CONSOLE_MAX_LINES + 7000;
+    for (int i = 0; i < NumLines; i++) {
+        Console().Print(QString::number(i));
+        if (i % 900 == 899) Console().Flush();
+    }
+    const QStringList Lines = Flushed();
+    QVERIFY(Lines.size() >= CONSOLE_MAX_LINES && Lines.size() < NumLines);
+    QCOMPARE(Lines.last(), QString::number(NumLines - 1));
+    QCOMPARE(Lines.first(), QString::number(NumLines - Lines.size()));
+    QCOMPARE(Console().GetSidebarLines().size(), Lines.size());
 }
 
 void tst_console::timeStampAlignment()
@@ -255,6 +272,15 @@ void tst_console::inputLine()
     QCOMPARE(pInput->text(), "no.such");
     Key(Qt::Key_Down);
     pInput->clear();
+    // The page keys scroll what is above.
+    for (int i = 0; i < 100; i++) Console().Print("line");
+    Console().Flush();
+    const QScrollBar* pBar = Text()->verticalScrollBar();
+    QCOMPARE(pBar->value(), pBar->maximum());
+    Key(Qt::Key_PageUp);
+    QVERIFY(pBar->value() < pBar->maximum());
+    Key(Qt::Key_PageDown);
+    QCOMPARE(pBar->value(), pBar->maximum());
 }
 
 void tst_console::enteredCommands()

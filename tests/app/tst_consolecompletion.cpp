@@ -68,11 +68,14 @@ void tst_consolecompletion::initTestCase()
     InitSysVars();
     InitColorsAndFonts(QFont());
     ACTION_HOOKS Hooks;
-    Hooks.PrintError = [this](const QString& sText, const QString& sError) { Console().PrintError(sText, sError); };
+    Hooks.PrintError = [this](const QString& sText, const QString& sError) {
+        Console().PrintError(sText, sError);
+    };
     SetActionHooks(Hooks);
     const QDir Dir(m_Dir.path());
     QVERIFY(Dir.mkpath("build/sub folder"));
-    for (const char* s : {"build/app.elf", "build/app.map", "build/sub folder/x.bin", "project.bdebug", ".hidden"}) {
+    for (const char* s :
+         {"build/app.elf", "build/app.map", "build/sub folder/x.bin", "project.bdebug", ".hidden"}) {
         QFile File(Dir.filePath(s));
         QVERIFY(File.open(QIODevice::WriteOnly));
     }
@@ -118,15 +121,15 @@ void tst_consolecompletion::completed_data()
     Row("Debug.Step", "Debug.Step", 3);
     Row("  file.sa", "  File.Save", 3);
     Row("File.O", "File.Open", 2);
-    Row("edit.sysvars", "Tools.SysVars", 1);                // by its older name
-    Row("stepov", "Debug.StepOver", 1);                     // by what follows the family
-    Row("SetOn", "SetOn", 4);                               // several of these: nothing is certain
+    Row("edit.sysvars", "Tools.SysVars", 1); // by its older name
+    Row("stepov", "Debug.StepOver", 1);      // by what follows the family
+    Row("SetOn", "SetOn", 4);                // several of these: nothing is certain
     Row("xyz", "xyz", 0);
     Row("Debug.SetResetMode (rm_r", "Debug.SetResetMode (RM_RESET_", 2);
     Row("Debug.SetConnectMode (RM_", "Debug.SetConnectMode (RM_", 0); // a constant of another command
     Row("Break.SetEx 0x100 bp_type_f", "Break.SetEx 0x100 BP_TYPE_FLASH", 1);
     Row("Break.SetEx 0x100   bp_type_f", "Break.SetEx 0x100   BP_TYPE_FLASH", 1);
-    Row("Util.Log (Debug.Ha", "Util.Log (Debug.Ha", 0);     // free text
+    Row("Util.Log (Debug.Ha", "Util.Log (Debug.Ha", 0); // free text
     Row("Debug.Halt (", "Debug.Halt (", 0);
     Row("No.Such (m", "No.Such (m", 0);
     Row("Edit.SysVar (var_reset", "Edit.SysVar (VAR_RESET_MODE", 1);
@@ -134,7 +137,8 @@ void tst_consolecompletion::completed_data()
     Row("Edit.Preference (pref_tab", "Edit.Preference (PREF_TAB_SPACING", 1);
     Row("Edit.SysVar (VAR_ACCESS_WIDTH, h", "Edit.SysVar (VAR_ACCESS_WIDTH, HalfWord", 1);
     Row("Edit.SysVar VAR_RESET_MODE \"reset & r", "Edit.SysVar VAR_RESET_MODE \"Reset & Run\"", 1);
-    Row("Edit.SysVar VAR_ACCESS_WIDTH au", "Edit.SysVar VAR_ACCESS_WIDTH \"Auto Access\"", 1); // blanks need quotes
+    Row("Edit.SysVar VAR_ACCESS_WIDTH au", "Edit.SysVar VAR_ACCESS_WIDTH \"Auto Access\"",
+        1); // blanks need quotes
     Row("Edit.Color (COLOR_PC_ACTIVE, darkv", "Edit.Color (COLOR_PC_ACTIVE, \"darkviolet\"", 1);
     Row("Edit.Font font_con", "Edit.Font FONT_CONSOLE", 1);
     Row("Window.Show con", "Window.Show Console", 1);
@@ -152,7 +156,7 @@ void tst_consolecompletion::completed_data()
     Row("File.Open build/sub", "File.Open \"build/sub folder/", 1); // the quote stays open
     Row("File.Open \"build/sub folder/x", "File.Open \"build/sub folder/x.bin\"", 1);
     Row("File.Open $(ProjectDir)/app.m", "File.Open $(ProjectDir)/app.map", 1);
-    Row("Project.AddRootPath (p", "Project.AddRootPath (p", 0);      // only folders
+    Row("Project.AddRootPath (p", "Project.AddRootPath (p", 0); // only folders
     Row("File.Open .h", "File.Open .hidden", 1);
     Row("help break.setone", "help break.setone", 0);
     Row("? util.logh", "? Util.LogHex", 1);
@@ -173,12 +177,13 @@ void tst_consolecompletion::offered_data()
 {
     QTest::addColumn<QString>("Text");
     QTest::addColumn<QStringList>("Items");
-    QTest::newRow("in the table's order") << "Debug.SetResetMode "
-                                          << QStringList{"RM_RESET_HALT", "RM_BREAK_AT_SYMBOL", "RM_RESET_AND_RUN"};
+    QTest::newRow("in the table's order")
+        << "Debug.SetResetMode " << QStringList{"RM_RESET_HALT", "RM_BREAK_AT_SYMBOL", "RM_RESET_AND_RUN"};
     QTest::newRow("files") << "File.Open (" << QStringList{"build/", "project.bdebug"};
     QTest::newRow("words") << "Project.SetTargetIF (\"" << QStringList{"SWD", "JTAG", "cJTAG", "FINE"};
     QTest::newRow("a number") << "Target.FillMemory 0x20000000 " << QStringList();
-    QTest::newRow("values of a switch") << "Edit.Preference (PREF_SHOW_TOOLTIPS, " << QStringList{"no", "yes"};
+    QTest::newRow("values of a switch")
+        << "Edit.Preference (PREF_SHOW_TOOLTIPS, " << QStringList{"no", "yes"};
     QTest::newRow("a range has no list") << "Edit.Preference (PREF_CALLSTACK_DEPTH_LIMIT, " << QStringList();
     QTest::newRow("too many arguments") << "Debug.SetResetMode (0, " << QStringList();
     QTest::newRow("behind the bracket") << "Window.Show (\"Console\")" << QStringList();
@@ -195,7 +200,8 @@ void tst_consolecompletion::everyParameterHasAName()
 {
     for (int Id = 0; Id < NUM_ACTIONS; Id++)
         for (int i = 0; i < GetParamCount(Id); i++)
-            QVERIFY2(!GetArgumentName(Id, i).isEmpty() && !GetArgumentName(Id, i).contains(' '), GetActionRow(Id)->Prototype);
+            QVERIFY2(!GetArgumentName(Id, i).isEmpty() && !GetArgumentName(Id, i).contains(' '),
+                     GetActionRow(Id)->Prototype);
     QCOMPARE(GetArgumentName(ACT_DEBUG_HALT, 0), QString());
 }
 
@@ -379,7 +385,8 @@ void tst_consolecompletion::help()
     QVERIFY(Lines.contains("    Other name: Edit.SysVars"));
     Console().Clear();
     QCOMPARE(Console().ExecuteCommand("help no.such"), int(EXECUTE_UNKNOWN));
-    QCOMPARE(Flushed(), QStringList{"help no.such: unknown command. Type ? or help for a list of available commands."});
+    QCOMPARE(Flushed(),
+             QStringList{"help no.such: unknown command. Type ? or help for a list of available commands."});
 }
 
 QTEST_MAIN(tst_consolecompletion)

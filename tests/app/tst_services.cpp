@@ -12,6 +12,7 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
+#include <memory>
 
 class tst_services : public QObject {
     Q_OBJECT
@@ -25,6 +26,10 @@ private slots:
     void windowTitle();
     void defaultDir();
     void settingsStore();
+    void settingsOfOthers();
+    void damagedSettings_data();
+    void damagedSettings();
+    void unwritableSettings();
     void timeText_data();
     void timeText();
     void messageRows();
@@ -210,6 +215,105 @@ void tst_services::settingsStore()
     QCOMPARE(Again.Read("AppData/Gone", 7).toInt(), 7);
     QCOMPARE(Again.GetKeys("AppData/Group"), QStringList());
     QCOMPARE(Again.GetKeys("AppData/MainWindow"), (QStringList{"Geometry", "RecentProjects"}));
+}
+
+void tst_services::settingsOfOthers()
+{
+    QTemporaryDir Dir;
+    const auto Open = [&Dir] {
+        auto pStore = std::make_unique<CSettingsStore>();
+        pStore->SetDir(Dir.path());
+        pStore->Load();
+        return pStore;
+    };
+    auto pFirst = Open();
+    pFirst->Write("AppData/Window/Width", 100);
+    pFirst->Write("AppData/Window/Height", 50);
+    pFirst->Write("AppData/Window/Gone", 1);
+    pFirst->Write("AppData/Window/List", QStringList{"a", "b"});
+    QVERIFY(pFirst->Save());
+
+    // Two at a time: each keeps what it has changed, whoever ends last.
+    auto pOne = Open();
+    auto pTwo = Open();
+    pOne->Write("AppData/Window/Width", 200);
+    pOne->Write("AppData/Later/Key", "of a later version");
+    pOne->Remove("AppData/Window/Gone");
+    QVERIFY(pOne->Save());
+    pTwo->Write("AppData/Window/Width", 100); // as it was read: no change
+    pTwo->Write("AppData/Window/Height", 60);
+    pTwo->Write("AppData/Window/List", QStringList{"a", "b"});
+    QVERIFY(pTwo->Save());
+    auto pLast = Open();
+    QCOMPARE(pLast->Read("AppData/Window/Width").toInt(), 200);
+    QCOMPARE(pLast->Read("AppData/Window/Height").toInt(), 60);
+    QCOMPARE(pLast->Read("AppData/Later/Key").toString(), "of a later version");
+    QCOMPARE(pLast->Read("AppData/Window/List").toStringList(), (QStringList{"a", "b"}));
+    QVERIFY(pLast->GetProblem().isEmpty());
+    // What this one took out goes, also when it never knew the rest.
+    pLast->Remove("AppData/Later/Key");
+    QVERIFY(pLast->Save());
+    QVERIFY(!Open()->Contains("AppData/Later/Key"));
+}
+
+void tst_services::damagedSettings_data()
+{
+    QTest::addColumn<QByteArray>("Content");
+    QTest::addColumn<bool>("Good");
+    QTest::newRow("empty") << QByteArray() << true;
+    QTest::newRow("good") << QByteArray("[AppData]\nKey=1\n") << true;
+    QTest::newRow("no settings") << QByteArray("once upon a time\n") << false;
+    QTest::newRow("cut off") << QByteArray("[AppData]\nKey=1\nOth") << false;
+    QTest::newRow("bytes") << QByteArray("\x7F""ELF\0\1\2\3\xFF\xFE\n\0\0\x80", 14) << false;
+    QTest::newRow("somebody else's") << QByteArray("[Desktop Entry]\nName=x\n") << false;
+}
+
+void tst_services::damagedSettings()
+{
+    QFETCH(QByteArray, Content);
+    QFETCH(bool, Good);
+    QTemporaryDir Dir;
+    CSettingsStore Store;
+    Store.SetDir(Dir.path());
+    const QString sPath = Store.GetFilePath();
+    {
+        QFile File(sPath);
+        QVERIFY(File.open(QIODevice::WriteOnly));
+        File.write(Content);
+    }
+    Store.Load();
+    QCOMPARE(Store.GetProblem().isEmpty(), Good);
+    if (Good) return;
+    QVERIFY(Store.GetProblem().contains(sPath));
+    QCOMPARE(Store.GetKeys("AppData"), QStringList());
+    QFile Aside(sPath + ".damaged");
+    QVERIFY(Aside.open(QIODevice::ReadOnly));
+    QCOMPARE(Aside.readAll(), Content);
+    Store.Write("AppData/Key", 2);
+    QVERIFY(Store.Save());
+    CSettingsStore Again;
+    Again.SetDir(Dir.path());
+    Again.Load();
+    QVERIFY2(Again.GetProblem().isEmpty(), qPrintable(Again.GetProblem()));
+    QCOMPARE(Again.Read("AppData/Key").toInt(), 2);
+}
+
+/// A write that fails leaves the file as it was.
+void tst_services::unwritableSettings()
+{
+    QTemporaryDir Dir;
+    CSettingsStore Store;
+    Store.SetDir(Dir.filePath("x"));
+    Store.Write("AppData/Key", 1);
+    QVERIFY(Store.Save());
+    CSettingsStore Other;
+    Other.SetDir("/proc/self/no-such-folder");
+    Other.Write("AppData/Key", 2);
+    QVERIFY(!Other.Save());
+    Store.Load();
+    QCOMPARE(Store.Read("AppData/Key").toInt(), 1);
+    // Nothing but the one file is left behind.
+    QCOMPARE(QDir(Dir.filePath("x")).entryList(QDir::Files), QStringList{QFileInfo(Store.GetFilePath()).fileName()});
 }
 
 void tst_services::timeText_data()

@@ -2,6 +2,7 @@
    exports left out by the macros NO_GETAPI and NO_NAMES. */
 #include "core/plugin/coreplugin.h"
 
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -54,6 +55,43 @@ static int GetCPUModeName(uint32_t Mode, char* pBuffer, uint32_t Size) {
     return 0;
 }
 
+/* An answer to a stop, which the environment variable CORE_TEST_SEMIHOST holds: answer, operation, parameter. */
+static int HandleSemihosting(uint64_t Addr, uint32_t* pOpCode, uint64_t* pParam) {
+    const char* s = getenv("CORE_TEST_SEMIHOST");
+    unsigned Param = 0;
+    int Answer = 0;
+    (void)Addr;
+    if (s) sscanf(s, "%d %u %x", &Answer, pOpCode, &Param);
+    *pParam = Param;
+    return Answer;
+}
+
+static int FinishSemihosting(int64_t Result, int64_t Result2) {
+    char ac[32];
+    if (Result != Result2) return -1;
+    snprintf(ac, sizeof ac, "%lld", (long long)Result);
+    setenv("CORE_TEST_FINISHED", ac, 1);
+    return 0;
+}
+
+static int InitSemihosting(const char* sConfig) {
+    setenv("CORE_TEST_CONFIG", sConfig, 1);
+    return IsFault("semihosting");
+}
+
+static int DeinitSemihosting(void) {
+    setenv("CORE_TEST_CONFIG", "off", 1);
+    return 0;
+}
+
+static int GetPeriphRegFile(int32_t CoreId, char* pBuffer, uint32_t Size) {
+    return snprintf(pBuffer, Size, "Core%X.svd", (unsigned)CoreId) < 0;
+}
+
+static int GetEventBody(uint32_t EventId, char* pBuffer, uint32_t Size) {
+    return EventId != 4 || snprintf(pBuffer, Size, "  Exec.Reset();\n") < 0;
+}
+
 #ifndef NO_GETAPI
 EXPORT int CORE_PLUGIN_GetAPI(CORE_PLUGIN_API* pAPI, uint32_t Size) {
     if (Size != 320 || IsFault("getapi")) return -1;
@@ -61,6 +99,12 @@ EXPORT int CORE_PLUGIN_GetAPI(CORE_PLUGIN_API* pAPI, uint32_t Size) {
     if (!IsFault("noreconfigure")) pAPI->pfReconfigure = Reconfigure;
     if (!IsFault("noinfo")) pAPI->pfGetStaticInfo = GetStaticInfo;
     pAPI->pfGetCPUModeName = GetCPUModeName;
+    pAPI->pfGetPeriphRegFile = GetPeriphRegFile;
+    pAPI->pfGetEventBody = GetEventBody;
+    if (!IsFault("noinitsemihosting")) pAPI->pfInitSemihosting = InitSemihosting;
+    pAPI->pfDeinitSemihosting = DeinitSemihosting;
+    if (!IsFault("nosemihosting")) pAPI->pfHandleSemihosting = HandleSemihosting;
+    pAPI->pfFinishSemihosting = FinishSemihosting;
     return 0;
 }
 #endif

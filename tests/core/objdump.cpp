@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QRegularExpression>
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -24,6 +25,13 @@ QString NormaliseNumber(const QString& s) {
     if (Ok) return QString::number(static_cast<quint32>(Value));
     const double Float = s.toDouble(&Ok);
     return Ok ? QString::number(Float) : s;
+}
+
+/// The number that VMOV's constant of 8 bits stands for; objdump prints the bits.
+double ExpandConstant(int Bits) {
+    const int Exponent = ((Bits >> 4) & 3) + ((Bits & 0x40) ? -3 : 1);
+    const double Value = std::ldexp(1.0 + (Bits & 15) / 16.0, Exponent);
+    return (Bits & 0x80) ? -Value : Value;
 }
 
 } // namespace
@@ -53,6 +61,11 @@ QList<LINE> ReadObjdump(const QString& sPath) {
         if (Line.sOperands.isEmpty()) { // "cpsid i" comes without a tab
             Line.sOperands = Line.sMnemonic.section(' ', 1);
             Line.sMnemonic = Line.sMnemonic.section(' ', 0, 0);
+        }
+        static const QRegularExpression Constant(QStringLiteral("^(s|d)\\d+, #(\\d+)"));
+        if (const auto Move = Constant.match(Line.sOperands); Line.sMnemonic.startsWith("vmov") && Move.hasMatch()) {
+            const QString sValue = QString::number(ExpandConstant(Move.captured(2).toInt()), 'e', 8);
+            Line.sOperands = Line.sOperands.section(',', 0, 0) + ", #" + sValue;
         }
         if (Line.sMnemonic.startsWith('.') || Line.sMnemonic.startsWith('<')) continue;
         aLine.append(Line);
@@ -110,8 +123,6 @@ QString NormaliseText(const QString& sMnemonic, const QString& sOperands) {
     if (const auto Match = Move.match(m); Match.hasMatch() && aOperand.size() > 2 && asShift.contains(aOperand[2])) {
         m = aOperand.takeAt(2) + Match.captured(1);
     }
-    // The constants of VMOV are written as they are encoded by the one and as numbers by the other.
-    if (m.startsWith("vmov.f") && aOperand.size() == 2 && aOperand[1][0] != 's' && aOperand[1][0] != 'd') aOperand.removeLast();
     if (aOperand.size() == 3 && aOperand[0] == aOperand[2] && aOperand[1] != "[") aOperand.removeLast();
     if (aOperand.size() == 3 && aOperand[0] == aOperand[1]) aOperand.removeAt(1);
     return m + ' ' + aOperand.join(',');

@@ -8,7 +8,9 @@
 #include "objdump.h"
 #include "program/tables/prog.h"
 
+#include <QMap>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <atomic>
@@ -24,6 +26,45 @@ QString GetElf(const char* sName) {
 U32 GetAddr(const char* sName) {
     const ELF_SYM_LIST aSym = PROG_FindSymbols(sName, true, true, false, true, false);
     return aSym.isEmpty() ? 0xFFFFFFFF : static_cast<U32>(PROG_GetSymAddr(aSym[0])) & ~1u;
+}
+
+/// The programs that the listings of objdump are compared over.
+void AddPrograms(std::initializer_list<const char*> Decode) {
+    QTest::addColumn<QString>("Path");
+    for (const char* s : Decode) QTest::newRow(s) << GetElf(s);
+    for (const char* s : {"blinky/O0/blinky", "blinky/O2/blinky", "cpp/O0/cpp", "cpp/O2/cpp"}) {
+        QTest::newRow(s) << QStringLiteral(VANTREL_BINARY_DIR "/examples/%1.elf").arg(QLatin1String(s));
+    }
+}
+
+struct CODE_SECTION {
+    U32 Start;
+    U32 End; ///< exclusive
+};
+
+/// Sections with code, by index, as readelf lists them.
+QMap<int, CODE_SECTION> ReadCodeSections(const QString& sPath) {
+    QMap<int, CODE_SECTION> aSection;
+    static const QRegularExpression Row(QStringLiteral("^ +\\[ *(\\d+)\\] \\S+ +PROGBITS +([0-9a-f]+) [0-9a-f]+ ([0-9a-f]+) \\d+ +(\\w+)"));
+    for (const QByteArray& aLine : RunCommand(QStringLiteral("readelf -SW \"%1\"").arg(sPath)).split('\n')) {
+        const auto Match = Row.match(QString::fromUtf8(aLine));
+        if (!Match.hasMatch() || !Match.captured(4).contains('X')) continue;
+        const U32 Start = Match.captured(2).toUInt(nullptr, 16);
+        aSection[Match.captured(1).toInt()] = {Start, Start + Match.captured(3).toUInt(nullptr, 16)};
+    }
+    return aSection;
+}
+
+/// Mapping symbols of the code sections by address, true for data; of several at one address the last counts.
+QMap<U32, bool> ReadMapSymbols(const QString& sPath, const QMap<int, CODE_SECTION>& aSection) {
+    QMap<U32, bool> aMap;
+    static const QRegularExpression Row(QStringLiteral("^ +\\d+: ([0-9a-f]+) +\\d+ NOTYPE +LOCAL +\\w+ +(\\w+) (\\$[atd])(\\.|$)"));
+    for (const QByteArray& aLine : RunCommand(QStringLiteral("readelf -sW \"%1\"").arg(sPath)).split('\n')) {
+        const auto Match = Row.match(QString::fromUtf8(aLine));
+        if (!Match.hasMatch() || !aSection.contains(Match.captured(2).toInt())) continue;
+        aMap[Match.captured(1).toUInt(nullptr, 16) & ~1u] = Match.captured(3) == "$d";
+    }
+    return aMap;
 }
 
 } // namespace
@@ -46,8 +87,7 @@ private slots:
     }
 
     void Listing_data() {
-        QTest::addColumn<QString>("Path");
-        for (const char* s : {"decode_m0_os", "decode_m3", "decode_m4f"}) QTest::newRow(s) << GetElf(s);
+        AddPrograms({"decode_m0_os", "decode_m3", "decode_m4f"});
     }
 
     /// What objdump lists as instructions is in the cache with that length, and nothing else is.
@@ -69,12 +109,17 @@ private slots:
         }
         Core::ClearCache();
         QCOMPARE(Core::AnalyzeProgram(), NumBytes);
-        U32 NumStarts = 0;
-        for (U32 Addr = aLine.first().Addr; Addr <= aLine.last().Addr; Addr += 2) {
-            QCOMPARE(Core::IsInstStart(Addr), aLength.contains(Addr));
-            NumStarts += aLength.contains(Addr);
+        U32 NumAll = 0;
+        for (const CODE_SECTION& Section : ReadCodeSections(Path)) {
+            U32 NumStarts = 0;
+            for (U32 Addr = Section.Start; Addr < Section.End; Addr += 2) {
+                QCOMPARE(Core::IsInstStart(Addr), aLength.contains(Addr));
+                NumStarts += aLength.contains(Addr);
+            }
+            QCOMPARE(Core::CountInsts(Section.Start, Section.End), NumStarts);
+            NumAll += NumStarts;
         }
-        QCOMPARE(Core::CountInsts(aLine.first().Addr, aLine.last().Addr + 2), NumStarts);
+        QCOMPARE(NumAll, U32(aLine.size()));
         // Neighbours.
         for (int i = 1; i < aLine.size(); i++) {
             U64 Addr = 0;
@@ -84,6 +129,40 @@ private slots:
             QCOMPARE(Core::GetNextInst(aLine[i - 1].Addr, &Addr), IsNear ? 0 : -1);
             if (IsNear) QCOMPARE(Addr, U64(aLine[i].Addr));
         }
+    }
+
+    void DataInCode_data() {
+        AddPrograms({"decode_m0_os", "decode_m33", "regions"});
+    }
+
+    /// Literal pools and tables inside of code, against the mapping symbols that readelf lists.
+    void DataInCode() {
+        QFETCH(QString, Path);
+        Load(Path);
+        const QMap<int, CODE_SECTION> aSection = ReadCodeSections(Path);
+        const QMap<U32, bool> aMap = ReadMapSymbols(Path, aSection);
+        QVERIFY(aMap.size() >= 3);
+        int NumItems = 0;
+        for (const CODE_SECTION& Section : aSection) {
+            for (U32 Addr = Section.Start; Addr < Section.End; Addr += 2) {
+                auto Next = aMap.upperBound(Addr);
+                const U32 End = Next == aMap.end() || Next.key() > Section.End ? Section.End : Next.key();
+                const bool IsData = Next != aMap.begin() && *std::prev(Next);
+                QVERIFY2(Core::IsData(Addr) == IsData, qPrintable(QString::number(Addr, 16)));
+                if (!IsData) {
+                    QCOMPARE(Core::GetDataItemSize(Addr), 0u);
+                    continue;
+                }
+                QVERIFY(!Core::IsInstStart(Addr));
+                // The last region of a section runs on to the next one; what is compared ends inside of it.
+                if (Next != aMap.end()) QCOMPARE(Core::GetDataItemSize(Addr), std::min(4u, Next.key() - Addr));
+                char acText[128];
+                if (Addr + 4 <= End) QCOMPARE(Core::GetInstText(Addr, acText, sizeof acText), 4);
+                NumItems++;
+            }
+        }
+        QVERIFY(NumItems > 2);
+        qInfo("%d half words of data", NumItems);
     }
 
     /// Straight runs against the branches that objdump lists, over ranges picked at random.

@@ -12,15 +12,27 @@
 
 namespace {
 
+/// A program, and how much of each kind it holds at least: a test that found less would have compared nothing.
 struct BUILD {
     const char* sName;
     int CoreId;
+    int NumInsts;
+    int NumTargets;
+    int NumStackChanges;
+    int NumLiterals;
 };
-constexpr BUILD aBuild[] = {{"decode_m0", 0x060000FF},  {"decode_m0_os", 0x060100FF}, {"decode_m3", 0x030000FF},
-                            {"decode_m4f", 0x0E0100FF}, {"decode_m7f", 0x0E0200FF},   {"decode_m33", 0x0E0300FF}};
+constexpr BUILD aBuild[] = {
+    {"decode_m0", 0x060000FF, 5000, 500, 100, 50},     {"decode_m0_os", 0x060100FF, 5000, 500, 100, 50},
+    {"decode_m3", 0x030000FF, 5000, 500, 100, 50},     {"decode_m4f", 0x0E0100FF, 5000, 500, 100, 50},
+    {"decode_m7f", 0x0E0200FF, 5000, 500, 100, 50},    {"decode_m33", 0x0E0300FF, 5000, 500, 100, 50},
+    {"blinky/O0/blinky", 0x0E0100FF, 500, 60, 30, 20}, {"blinky/O2/blinky", 0x0E0100FF, 300, 40, 10, 15},
+    {"cpp/O0/cpp", 0x0E0100FF, 500, 60, 30, 10},       {"cpp/O2/cpp", 0x0E0100FF, 300, 40, 10, 10},
+};
 
+/// Examples lie in a folder of their own, all else with the test's data.
 QString GetElfPath(const char* sName) {
-    return QStringLiteral(CORE_TEST_DATA "/%1.elf").arg(QLatin1String(sName));
+    const QLatin1String Name(sName);
+    return (Name.contains('/') ? QStringLiteral(VANTREL_BINARY_DIR "/examples/%1.elf") : QStringLiteral(CORE_TEST_DATA "/%1.elf")).arg(Name);
 }
 
 } // namespace
@@ -51,7 +63,7 @@ private slots:
     void LengthAndText() {
         QFETCH_GLOBAL(int, Index);
         const QList<LINE> aLine = ReadObjdump(GetElfPath(aBuild[Index].sName));
-        QVERIFY(aLine.size() > 5000);
+        QVERIFY2(aLine.size() > aBuild[Index].NumInsts, qPrintable(QString::number(aLine.size())));
         int NumUndecoded = 0;
         int NumTexts = 0;
         QStringList aDifference;
@@ -98,7 +110,7 @@ private slots:
             QCOMPARE(Info.BranchTarget, U64(Match.captured(1).toUInt(nullptr, 16)));
             NumTargets++;
         }
-        QVERIFY(NumTargets > 500);
+        QVERIFY2(NumTargets > aBuild[Index].NumTargets, qPrintable(QString::number(NumTargets)));
         qInfo("%d branch targets", NumTargets);
     }
 
@@ -145,7 +157,7 @@ private slots:
             if (Info.SPChange != Expected) QFAIL(qPrintable(QStringLiteral("%1: %2 %3: %4, expected %5").arg(Line.Addr, 0, 16).arg(aPart[0], aPart[1]).arg(Info.SPChange).arg(Expected)));
             NumChanges += Expected != 0;
         }
-        QVERIFY(NumChanges > 100);
+        QVERIFY2(NumChanges > aBuild[Index].NumStackChanges, qPrintable(QString::number(NumChanges)));
     }
 
     /// Literal loads give the address that objdump computes, and the stored value in the text.
@@ -168,7 +180,7 @@ private slots:
             QVERIFY2(QString::fromUtf8(acText).contains(QStringLiteral("=0x%1").arg(Value, 8, 16, QLatin1Char('0')), Qt::CaseInsensitive), acText);
             NumLiterals++;
         }
-        QVERIFY(NumLiterals > 50);
+        QVERIFY2(NumLiterals > aBuild[Index].NumLiterals, qPrintable(QString::number(NumLiterals)));
     }
 
     /// Two threads decode the same program at once and see what one alone sees.

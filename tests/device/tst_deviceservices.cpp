@@ -139,8 +139,6 @@ public:
     void OnDeviceStopPowerTraceDone() override { Heard << "powerstopped"; }
     void OnDeviceFlushPowerTraceDone() override { Heard << "powerflushed"; }
     void OnDeviceReadPowerTraceDone(U32, I64 n, U64*) override { Heard << QString("power samples %1").arg(n); }
-    void OnDeviceSetSHInputDone(U32 n, const char* s) override { Heard << QString("input %1 %2").arg(n).arg(s); }
-    void OnDeviceSetSHInputFailed(U32, const char*) override { Heard << "inputfailed"; }
     void OnDeviceCapabilityChanged(int Idx, int Value) override { Heard << QString("cap%1=%2").arg(Idx).arg(Value); }
 };
 } // namespace
@@ -423,14 +421,6 @@ private slots:
         Dev().StartPowerTraceAsync(1, 3'000'000);
         QCOMPARE(Heard(), QString("powerfailed 3000000"));
         s_Caps.Flags = 2;
-    }
-
-    void terminalInput()
-    {
-        Dev().SetSemihostingInputTextAsync(3, "abc");
-        QCOMPARE(Heard(), QString("input 3 abc")); // nobody waits for it
-        Dev().SetSemihostingInputTextAsync(4, "abc");
-        QCOMPARE(Heard(), QString("inputfailed"));
     }
 };
 

@@ -301,7 +301,7 @@ private slots:
 
     void userHaltDuringRunTo()
     {
-        const U32 Never = R.AddrOf("end");
+        const U32 Never = R.AddrOf("never");
         Dev().RunToAsync(Never);
         QVERIFY(R.WaitFor([&] { return R.pReports->Heard.contains("resume1"); }));
         QCOMPARE(T().GetBreakpoint(Never).State, U32(BP_STATE_ON_HIDDEN));
@@ -588,6 +588,64 @@ private slots:
         QCOMPARE(Progress.Msgs, QStringList{"Reading Memory..."});
         QCOMPARE(Progress.NumStarts, 1);
         QCOMPARE(Progress.NumEnds, 1);
+    }
+
+    void haltOfStandingTargetKeepsReads()
+    {
+        struct CCount : CDeviceEventListener {
+            int NumDone = 0;
+            void OnDeviceReadMemDone(U32, U32, const char*, U8*, U8*) override { NumDone++; }
+        } Count;
+        QVERIFY(Dev().IsHalted());
+        M().Invalidate();
+        // The first keeps the worker busy while the others wait behind the halt.
+        R.Sim("Sim.Delay 30");
+        for (U32 i = 0; i < 3; i++) QCOMPARE(M().ReadMemCached(&Count, RAM + 0x400 * i, 16, nullptr, 0, AW_ANY, 0), 2);
+        Dev().HaltAsync();
+        QVERIFY(R.WaitSettled());
+        R.Sim("Sim.Delay 0");
+        QCOMPARE(Count.NumDone, 3);
+        QCOMPARE(M().GetNumRequests(), 0);
+    }
+
+    void canceledTransfer()
+    {
+        struct CCancel : CDeviceEventListener {
+            bool Done = false, Failed = false;
+            void OnDeviceSetProgressValue(int Value) override
+            {
+                if (Value >= 2) CDevice::Get().State.TransferCanceled = 1;
+            }
+            void OnDeviceWriteMemDone(U32, U32, U8*) override { Done = true; }
+            void OnDeviceWriteMemFailed(U32, U32, U8*) override { Failed = true; }
+        } Cancel;
+        // A short answer in its first piece sends the write into chunks, each of which takes its time.
+        const std::vector<U8> aData(100'000, 0x5A);
+        R.Sim("Sim.Fail WriteMemEx 1");
+        R.Sim("Sim.Delay 5");
+        Dev().WriteMemAsync(RAM, U32(aData.size()), 500, AW_ANY, 0, aData.data(), nullptr);
+        QVERIFY(R.WaitFor([&] { return Cancel.Done || Cancel.Failed; }));
+        R.Sim("Sim.Delay 0");
+        QVERIFY(Cancel.Failed && !Cancel.Done);
+        U8 Last = 0;
+        QCOMPARE(T().ReadByte(RAM + U32(aData.size()) - 1, &Last), 0);
+        QVERIFY(Last != 0x5A);
+
+        // Of a download nothing is programmed.
+        U32 Before = 0, After = 0;
+        QCOMPARE(T().ReadWord(0x10000, &Before), 0);
+        R.Sim("Sim.Fail WriteMemEx 1");
+        R.Sim("Sim.Delay 5");
+        Cancel.Failed = false;
+        Dev().WriteMemAsync(0x10000, U32(aData.size()), 500, AW_ANY, MEM_FLAG_DOWNLOAD, aData.data(), nullptr);
+        QVERIFY(R.WaitFor([&] { return Cancel.Done || Cancel.Failed; }));
+        R.Sim("Sim.Delay 0");
+        QVERIFY(Cancel.Failed);
+        QVERIFY(R.WaitSettled());
+        QCOMPARE(T().ReadWord(0x10000, &After), 0);
+        QCOMPARE(After, Before);
+        QVERIFY(Before != 0x5A5A5A5A);
+        R.pReports->Faults.clear();
     }
 
     void failedDownload()

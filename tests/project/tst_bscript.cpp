@@ -23,6 +23,7 @@ private slots:
     void ExecCommand();
     void DefinedConstants();
     void NewProjectText();
+    void NewProjectTextOfTheCore();
     void ChangeOnDisk();
     void Wrapper();
 };
@@ -336,6 +337,26 @@ void tst_bscript::NewProjectText()
     Rig.Calls.clear();
     QCOMPARE(BScript::RunEvent(EVENT_AFTER_TARGET_DOWNLOAD), 0);
     QCOMPARE(Rig.Calls.size(), 6);
+}
+
+/// What the core adds: a whole function is taken as it stands, anything else becomes the function's body.
+void tst_bscript::NewProjectTextOfTheCore()
+{
+    CProjectRig Rig;
+    QList<int> Asked;
+    BScript::Hooks().GetEventBody = [&](int Id) -> QString {
+        Asked += Id;
+        if (Id == EVENT_AFTER_TARGET_RESET) return "  Exec.Reset();";
+        return Id == EVENT_AFTER_TARGET_DOWNLOAD ? "void AfterTargetDownload (void) {\n}\n" : "";
+    };
+    const QString s = BScript::GetNewProjectText({});
+    BScript::Hooks().GetEventBody = {};
+    QCOMPARE(Asked, (QList<int>{2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14}));
+    QVERIFY(s.contains("\nvoid AfterTargetReset (void) {\n  Exec.Reset();\n}\n\n/***"));
+    QVERIFY(s.contains("*/\nvoid AfterTargetDownload (void) {\n}\n\n/***"));
+    QVERIFY(s.contains("\n//void TargetReset (void) {\n"));
+    QCOMPARE(BScript::LoadText(s), 0); // and it parses
+    QVERIFY(BScript::HasEvent(EVENT_AFTER_TARGET_RESET) && !BScript::HasEvent(EVENT_TARGET_RESET));
 }
 
 void tst_bscript::ChangeOnDisk()

@@ -191,10 +191,6 @@ void tst_project::WriteKeepsTheRest()
              QByteArray(PROJECT).replace("(\"OLD\");\r\n\tProject.SetTIFSpeed (\"4 MHz\");   // fast",
                                          "(\"NEW\");\r\n  Project.SetTIFSpeed (\"1 MHz\");"));
     QVERIFY(Rig.Console.contains("Bryllo settings were written to the project file"));
-    // A file with plain LF comes out with CR LF and is otherwise the same.
-    Rig.Put("q.bdebug", QByteArray(PROJECT).replace("\r\n", "\n"));
-    QVERIFY(CProject::Get().WriteSettings(Rig.In("q.bdebug"), true, {}, {"NoSuchName"}));
-    QCOMPARE(Rig.Bytes("q.bdebug"), QByteArray(PROJECT));
 }
 
 void tst_project::WriteFailures()

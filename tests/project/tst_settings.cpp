@@ -5,6 +5,7 @@
 #include "project/settings/settingspersist.h"
 #include "project/settings/sysvars.h"
 
+#include <QFile>
 #include <QGuiApplication>
 #include <QPalette>
 #include <QSignalSpy>
@@ -30,12 +31,26 @@ I64 ParseTestFreq(const QString& sText)
     return sText.endsWith(QLatin1String("kHz")) ? sText.chopped(3).trimmed().toLongLong() * 1000 : -1;
 }
 std::atomic<I64> s_Field{0};
+
+/// A reference table: its records without the head, fields separated by tabs.
+QList<QStringList> ReadTable(const char* sName)
+{
+    QFile File(QStringLiteral(VANTREL_SOURCE_DIR "/tests/project/data/") + sName);
+    QList<QStringList> Rows;
+    if (!File.open(QIODevice::ReadOnly)) return Rows;
+    QStringList Lines = QString::fromUtf8(File.readAll()).split('\n', Qt::SkipEmptyParts);
+    for (const QString& sLine : Lines.mid(1)) Rows.append(sLine.split('\t'));
+    return Rows;
+}
 } // namespace
 
 class tst_settings : public QObject {
     Q_OBJECT
 private slots:
     void init();
+    void VariableTable();
+    void ColorTable();
+    void FontTable();
     void Parse_data();
     void Parse();
     void Texts_data();
@@ -49,6 +64,7 @@ private slots:
     void DefaultsAreValid();
     void StoreRoundTrip();
     void BadStoreEntries();
+    void EntriesOfAnotherVersion();
     void Colors();
     void Fonts_data();
     void Fonts();
@@ -64,6 +80,63 @@ void tst_settings::init()
     InitSysVars();
     InitColorsAndFonts(QFont("Sans", 8));
     CSettingsStore::Get().Clear();
+}
+
+void tst_settings::VariableTable()
+{
+    const QMap<QString, QPair<int, QString>> Types{{"selection", {SVT_SELECTION, "string selection"}},
+                                                   {"unsigned int", {SVT_UINT, "unsigned int"}},
+                                                   {"signed int", {SVT_INT, "signed int"}},
+                                                   {"frequency", {SVT_FREQ, "unsigned int"}},
+                                                   {"string", {SVT_STRING, "string"}},
+                                                   {"unsigned long long", {SVT_ULONGLONG, "unsigned long long"}}};
+    const QList<QStringList> Rows = ReadTable("variables.tsv");
+    QCOMPARE(int(Rows.size()), int(NUM_SYS_VARS));
+    for (int i = 0; i < Rows.size(); i++) {
+        const QStringList& Expected = Rows[i];
+        const SYS_VAR& Row = *GetVar(i);
+        const QString sDefault = IsStringVar(i) ? GetVarString(i) : QString::number(GetVarDefault(i));
+        QCOMPARE((QStringList{QString::number(Row.Index), Row.Name, Row.Label, Row.Key, sDefault, Row.Range,
+                              QString::number(Row.Editable)}),
+                 (QStringList{Expected[0], Expected[1], Expected[2], Expected[3], Expected[5], Expected[6], Expected[7]}));
+        QVERIFY2(Types.contains(Expected[4]), qPrintable(Expected[4]));
+        QCOMPARE(int(Row.Type), Types[Expected[4]].first);
+        QCOMPARE(QString(GetVarTypeName(i)), Types[Expected[4]].second);
+        // The three values begin alike, and a row is found by its name and its number.
+        if (!IsStringVar(i)) {
+            QCOMPARE(GetVarValue(i), GetVarDefault(i));
+            QCOMPARE(GetVarStored(i), GetVarDefault(i));
+        }
+        QCOMPARE(FindVar(QString(Row.Name).toLower()), &Row);
+        QCOMPARE(FindVar(QString::number(i)), &Row);
+        QVERIFY(!IsVarChanged(i) && !IsVarSet(i));
+    }
+}
+
+void tst_settings::ColorTable()
+{
+    const QList<QStringList> Rows = ReadTable("colors.tsv");
+    QCOMPARE(int(Rows.size()), int(NUM_COLORS));
+    for (int i = 0; i < Rows.size(); i++) {
+        const COLOR_ROW& Row = *GetColorRow(i);
+        const QString sDefault = QString("0x%1").arg(Row.Default, 8, 16, QChar('0'));
+        QCOMPARE((QStringList{QString::number(Row.ID), Row.Name, Row.Label, sDefault.toUpper()}),
+                 (QStringList{Rows[i][0], Rows[i][1], Rows[i][2], Rows[i][3].toUpper()}));
+        QCOMPARE(FindColor(QString(Row.Name).toLower()), i);
+        QCOMPARE(GetColorValue(i), Row.Default);
+        QVERIFY(GetColor(i).isValid());
+    }
+}
+
+void tst_settings::FontTable()
+{
+    const QList<QStringList> Rows = ReadTable("fonts.tsv");
+    QCOMPARE(int(Rows.size()), int(NUM_FONTS));
+    for (int i = 0; i < Rows.size(); i++) {
+        const FONT_ROW& Row = *GetFontRow(i);
+        QCOMPARE((QStringList{QString::number(Row.ID), Row.Name, Row.Label, Row.Description}), Rows[i]);
+        QCOMPARE(FindFont(QString(Row.Name).toLower()), i);
+    }
 }
 
 void tst_settings::Parse_data()
@@ -345,6 +418,23 @@ void tst_settings::BadStoreEntries()
     QCOMPARE(GetVarString(VAR_BREAK_AT_THIS_SYMBOL), QString("main"));
     QCOMPARE(GetColorValue(COLOR_PC_ACTIVE), 0xFF77FF6Du);
     QCOMPARE(GetFont(FONT_CONSOLE), GetFontDefault(FONT_CONSOLE));
+}
+
+void tst_settings::EntriesOfAnotherVersion()
+{
+    CSettingsStore& Store = CSettingsStore::Get();
+    const QString sMode = "AppData/Preferences/Preferences/VAR_CONNECT_MODE";
+    const QString sDepth = "AppData/Preferences/Preferences/PREF_CALLSTACK_DEPTH_LIMIT";
+    Store.Write(sMode, 17); // a mode that a later version has
+    Store.Write(sDepth, 500000);
+    Store.Write("AppData/Preferences/Preferences/PREF_OF_LATER", 3);
+    LoadPreferences();
+    SetVar(PREF_CALLSTACK_DEPTH_LIMIT, 40, true); // the user has decided anew
+    SavePreferences();
+    QCOMPARE(Store.Read(sMode).toInt(), 17);
+    QCOMPARE(Store.Read(sDepth).toInt(), 40);
+    QCOMPARE(Store.Read("AppData/Preferences/Preferences/PREF_OF_LATER").toInt(), 3);
+    QCOMPARE(Store.Read("AppData/Preferences/Preferences/PREF_TAB_SPACING").toInt(), 2);
 }
 
 void tst_settings::Colors()

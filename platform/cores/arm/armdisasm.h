@@ -1,5 +1,4 @@
-// Decoding of one Thumb instruction to text, by LLVM's instruction tables. This file pair is
-// the only one that knows LLVM; what an instruction does is told by armflags.h.
+// Decoding of one Thumb instruction to text; what an instruction does is told by armflags.h.
 //
 //   char acText[128];
 //   int Length = ARMDIS_Decode(ARM_PROFILE_V7M, Addr, abBytes, 4, ITState, acText, sizeof acText);

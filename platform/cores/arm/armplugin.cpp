@@ -1,8 +1,9 @@
 // The exports of the plug-in, its table and its configuration.
 #include "armplugin.h"
 
+#include "../common/coretext.h"
+
 #include <atomic>
-#include <cstring>
 
 #define EXPORT extern "C" __attribute__((visibility("default")))
 
@@ -109,10 +110,7 @@ bool ARM_IsDataBigEndian() {
 }
 
 int ARM_CopyText(const char* sText, char* pBuffer, uint32_t Size) {
-    const size_t Length = std::strlen(sText);
-    if (!pBuffer || Length >= Size) return -1;
-    std::memcpy(pBuffer, sText, Length + 1);
-    return 0;
+    return CORETEXT_Copy(sText, pBuffer, Size);
 }
 
 EXPORT int CORE_PLUGIN_GetAPI(CORE_PLUGIN_API* pAPI, uint32_t Size) {

@@ -1,74 +1,14 @@
 #include "platform/probe/sim/armadapter.h"
 
+#include "platform/probe/core/armregs.h"
 #include "platform/probe/sim/devicetable.h"
 
-#include <strings.h>
-
-#include <algorithm>
 #include <cstdio>
-#include <iterator>
 #include <optional>
 
 namespace Sim {
 
 namespace {
-
-/// Registers that have a name: those of the core by index, those of the system space by address.
-struct CNamedReg {
-    const char* sName;
-    U32 IndexOrAddr; // below 256: an index
-};
-
-constexpr CNamedReg NAMED_REGS[] = {
-    {"MSP", kRegMsp},
-    {"PSP", kRegPsp},
-    {"PRIMASK", kRegPrimask},
-    {"BASEPRI", kRegBasepri},
-    {"FAULTMASK", kRegFaultmask},
-    {"CONTROL", kRegControl},
-    {"MSPLIM", kRegMsplim},
-    {"PSPLIM", kRegPsplim},
-    {"FPSCR", kRegFpscr},
-    {"XPSR", kRegXpsr},
-    {"ACTLR", 0xE000E008},
-    {"SYST_CSR", 0xE000E010},
-    {"SYST_RVR", 0xE000E014},
-    {"SYST_CVR", 0xE000E018},
-    {"SYST_CALIB", 0xE000E01C},
-    {"CPUID", 0xE000ED00},
-    {"ICSR", 0xE000ED04},
-    {"VTOR", 0xE000ED08},
-    {"AIRCR", 0xE000ED0C},
-    {"SCR", 0xE000ED10},
-    {"CCR", 0xE000ED14},
-    {"SHPR1", 0xE000ED18},
-    {"SHPR2", 0xE000ED1C},
-    {"SHPR3", 0xE000ED20},
-    {"SHCSR", 0xE000ED24},
-    {"CFSR", 0xE000ED28},
-    {"HFSR", 0xE000ED2C},
-    {"DFSR", 0xE000ED30},
-    {"MMFAR", 0xE000ED34},
-    {"BFAR", 0xE000ED38},
-    {"AFSR", 0xE000ED3C},
-    {"CPACR", 0xE000ED88},
-    {"MPU_TYPE", 0xE000ED90},
-    {"MPU_CTRL", 0xE000ED94},
-    {"DHCSR", 0xE000EDF0},
-    {"DEMCR", 0xE000EDFC},
-    {"FPCCR", 0xE000EF34},
-    {"FPCAR", 0xE000EF38},
-    {"FPDSCR", 0xE000EF3C},
-    {"DWT_CTRL", 0xE0001000},
-    {"DWT_CYCCNT", 0xE0001004},
-};
-
-const CNamedReg* FindNamedReg(const std::string& Name)
-{
-    const auto It = std::find_if(std::begin(NAMED_REGS), std::end(NAMED_REGS),
-                                 [&](const CNamedReg& r) { return strcasecmp(r.sName, Name.c_str()) == 0; });
-    return It == std::end(NAMED_REGS) ? nullptr : It;
-}
 
 std::optional<ArmCoreKind> ToKind(U32 Core)
 {
@@ -206,11 +146,11 @@ bool CArmAdapter::WriteReg(U32 Index, U64 Value)
 
 bool CArmAdapter::ReadNamedReg(const std::string& Name, U64* pValue)
 {
-    const CNamedReg* pReg = FindNamedReg(Name);
+    const Probe::CNamedReg* pReg = Probe::FindNamedReg(Name);
     if (!pReg) {
         return false;
     }
-    if (pReg->IndexOrAddr < 256) {
+    if (pReg->IsIndex()) {
         return m_Cpu.GetReg(pReg->IndexOrAddr, pValue);
     }
     U32 Value = 0;
@@ -221,11 +161,11 @@ bool CArmAdapter::ReadNamedReg(const std::string& Name, U64* pValue)
 
 bool CArmAdapter::WriteNamedReg(const std::string& Name, U64 Value)
 {
-    const CNamedReg* pReg = FindNamedReg(Name);
+    const Probe::CNamedReg* pReg = Probe::FindNamedReg(Name);
     if (!pReg) {
         return false;
     }
-    return pReg->IndexOrAddr < 256 ? m_Cpu.SetReg(pReg->IndexOrAddr, Value)
+    return pReg->IsIndex() ? m_Cpu.SetReg(pReg->IndexOrAddr, Value)
                                    : m_Cpu.DebugWrite(pReg->IndexOrAddr, 4, static_cast<U32>(Value));
 }
 

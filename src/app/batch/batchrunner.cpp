@@ -8,6 +8,7 @@
 #include "program/eval/expression.h"
 #include "program/unwind/callstack.h"
 #include "project/file/project.h"
+#include "project/finder/filefinder.h"
 #include "script/host/bscript.h"
 #include "views/framework/messagebox.h"
 
@@ -28,11 +29,11 @@ namespace {
 constexpr int SETTLE_MS = 20'000;
 constexpr int DISPLAY_DELAY_MS = 250; ///< longest timer of a display that gathers changes
 
-/// A dialog on the screen by its title; null if there is none.
+/// A dialog, menu or list on the screen by its title; null if there is none.
 QWidget* FindOpenDialog(const QString& sTitle)
 {
     for (QWidget* pWidget : QApplication::topLevelWidgets())
-        if (pWidget->isVisible() && pWidget->inherits("QDialog") && pWidget->windowTitle() == sTitle) return pWidget;
+        if (pWidget->isVisible() && !pWidget->inherits("QMainWindow") && pWidget->windowTitle() == sTitle) return pWidget;
     return nullptr;
 }
 
@@ -130,6 +131,7 @@ QString CBatchRunner::GetUnsettled() const
     if (!CDevice::Get().IsIdle()) return QStringLiteral("the device is busy");
     for (const CWindow* pWindow : CMainWindow::Get().GetWindows())
         if (pWindow->IsUpdatePending()) return QStringLiteral("window %1 has an update to do").arg(pWindow->GetName());
+    if (CFileFinder::Get().IsTellingPending()) return QStringLiteral("the source files found are about to be told");
     if (CMainWindow::Get().IsMessageBoxPending()) return QStringLiteral("a message is about to be shown");
     return {};
 }
@@ -322,7 +324,8 @@ bool CBatchRunner::DoScreenshot(const BATCH_STEP& Step)
     QWidget* pWidget = &CMainWindow::Get();
     if (Step.Args.size() > 1) {
         const QString sName = Step.Args.mid(1).join(' ');
-        pWidget = FindOpenDialog(sName);
+        QWidget* pPopup = QApplication::activePopupWidget();
+        pWidget = pPopup && pPopup->objectName() == sName ? pPopup : FindOpenDialog(sName);
         if (!pWidget) pWidget = RequireWindow(sName);
         if (!pWidget) return false;
     }

@@ -85,6 +85,7 @@ ARGUMENT_INFO GetArgumentInfo(int ActionId, int Index)
 {
     const QString sName = GetArgumentName(ActionId, Index);
     for (const ARGUMENT_ROW& Row : ROWS)
-        if ((Row.ActionId == ActionId || Row.ActionId < 0) && sName == QLatin1String(Row.Name)) return Row.Info;
+        if ((Row.ActionId == ActionId || Row.ActionId < 0) && sName == QLatin1String(Row.Name))
+            return Row.Info;
     return {IsStringParam(ActionId, Index) ? ARG_TEXT : ARG_PLAIN, ""};
 }

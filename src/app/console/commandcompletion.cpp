@@ -23,9 +23,9 @@ struct INPUT_PLACE {
     int ActionId = -1;
     int ArgIndex = -1;
     QStringList ArgsBefore;
-    QString Word;           ///< without an opening quote
-    int Start = 0;          ///< of the word, an opening quote included
-    bool Quoted = false;    ///< the word stands behind an opening quote
+    QString Word;             ///< without an opening quote
+    int Start = 0;            ///< of the word, an opening quote included
+    bool Quoted = false;      ///< the word stands behind an opening quote
     bool IsHelpTopic = false; ///< the name of a command that help is asked for
     QChar Separator = ' ';
 };
@@ -171,7 +171,8 @@ QString GetFamilyRest(const QString& sName)
     return sName.mid(sName.indexOf('.') + 1);
 }
 
-/// Commands by the start of their name, then by an older name, and if there is none by what follows the family.
+/// Commands by the start of their name, then by an older name, and if there is none by what follows the
+/// family.
 void AddCommands(const INPUT_PLACE& Place, COMPLETION* pOut)
 {
     const auto Collect = [&](auto GetName) {
@@ -225,7 +226,8 @@ void AddVarValues(CCandidates& Candidates, const QString& sVar)
 
 template <typename ROW> void AddRows(CCandidates& Candidates, const ROW* (*pfGetRow)(int), int Count)
 {
-    for (int i = 0; i < Count; i++) Candidates.Add(QLatin1String(pfGetRow(i)->Name), QLatin1String(pfGetRow(i)->Label));
+    for (int i = 0; i < Count; i++)
+        Candidates.Add(QLatin1String(pfGetRow(i)->Name), QLatin1String(pfGetRow(i)->Label));
 }
 
 void AddSymbols(CCandidates& Candidates, const INPUT_PLACE& Place, bool FunctionsOnly)
@@ -245,7 +247,8 @@ void AddPaths(CCandidates& Candidates, const INPUT_PLACE& Place, bool FoldersOnl
     const QDir Dir(Base.absoluteFilePath(sFolder));
     Candidates.KeepHead(Slash + 1);
     const auto Hidden = Candidates.GetWord().startsWith('.') ? QDir::Hidden : QDir::Filters();
-    const auto Filter = QDir::AllDirs | QDir::NoDotAndDotDot | Hidden | (FoldersOnly ? QDir::Filters() : QDir::Files);
+    const auto Filter =
+        QDir::AllDirs | QDir::NoDotAndDotDot | Hidden | (FoldersOnly ? QDir::Filters() : QDir::Files);
     for (const QFileInfo& Info : Dir.entryInfoList(Filter, QDir::Name | QDir::DirsFirst))
         Candidates.Add(Info.fileName() + (Info.isDir() ? QStringLiteral("/") : QString()), {}, Info.isDir());
 }
@@ -261,25 +264,36 @@ void AddArguments(const INPUT_PLACE& Place, COMPLETION* pOut)
     CCandidates Candidates(Place, pOut);
     bool Sort = true;
     switch (Info.Kind) {
-    case ARG_TEXT: break;
+    case ARG_TEXT:
+        break;
     case ARG_PLAIN:
         if (!Place.Word.isEmpty()) AddConstants(Candidates, {});
         break;
     case ARG_FILE:
-    case ARG_FOLDER: AddPaths(Candidates, Place, Info.Kind == ARG_FOLDER); break;
+    case ARG_FOLDER:
+        AddPaths(Candidates, Place, Info.Kind == ARG_FOLDER);
+        break;
     case ARG_EXPRESSION:
-    case ARG_FUNCTION: AddSymbols(Candidates, Place, Info.Kind == ARG_FUNCTION); break;
+    case ARG_FUNCTION:
+        AddSymbols(Candidates, Place, Info.Kind == ARG_FUNCTION);
+        break;
     case ARG_LOCATION:
         for (const QString& sFile : Ask(s_Sources.GetSourceFiles)) Candidates.Add(sFile + ':', {}, true);
         AddSymbols(Candidates, Place, false);
         break;
-    case ARG_WINDOW: Candidates.Add(Ask(s_Sources.GetWindows)); break;
-    case ARG_TOOLBAR: Candidates.Add(Ask(s_Sources.GetToolBars)); break;
+    case ARG_WINDOW:
+        Candidates.Add(Ask(s_Sources.GetWindows));
+        break;
+    case ARG_TOOLBAR:
+        Candidates.Add(Ask(s_Sources.GetToolBars));
+        break;
     case ARG_REGISTER:
         Candidates.Add(Ask(s_Sources.GetRegisters));
         Sort = false;
         break;
-    case ARG_SCRIPT_FUNC: Candidates.Add(Ask(s_Sources.GetScriptFunctions)); break;
+    case ARG_SCRIPT_FUNC:
+        Candidates.Add(Ask(s_Sources.GetScriptFunctions));
+        break;
     case ARG_CONSTANT:
         AddConstants(Candidates, QLatin1String(Info.Words));
         Sort = false;
@@ -288,15 +302,25 @@ void AddArguments(const INPUT_PLACE& Place, COMPLETION* pOut)
         Candidates.Add(QString::fromLatin1(Info.Words).split(' '));
         Sort = false;
         break;
-    case ARG_SYS_VAR: AddVars(Candidates, 0, FIRST_PREFERENCE); break;
-    case ARG_PREFERENCE: AddVars(Candidates, FIRST_PREFERENCE, NUM_SYS_VARS); break;
+    case ARG_SYS_VAR:
+        AddVars(Candidates, 0, FIRST_PREFERENCE);
+        break;
+    case ARG_PREFERENCE:
+        AddVars(Candidates, FIRST_PREFERENCE, NUM_SYS_VARS);
+        break;
     case ARG_VAR_VALUE:
         AddVarValues(Candidates, Place.ArgsBefore.value(0));
         Sort = false;
         break;
-    case ARG_COLOR_ID: AddRows(Candidates, GetColorRow, NUM_COLORS); break;
-    case ARG_COLOR: Candidates.Add(QColor::colorNames()); break;
-    case ARG_FONT_ID: AddRows(Candidates, GetFontRow, NUM_FONTS); break;
+    case ARG_COLOR_ID:
+        AddRows(Candidates, GetColorRow, NUM_COLORS);
+        break;
+    case ARG_COLOR:
+        Candidates.Add(QColor::colorNames());
+        break;
+    case ARG_FONT_ID:
+        AddRows(Candidates, GetFontRow, NUM_FONTS);
+        break;
     }
     Candidates.Finish(Sort);
 }
@@ -319,7 +343,8 @@ COMPLETION CompleteCommand(const QString& sText)
         c.ActionId = Place.ActionId;
         c.ArgIndex = Place.ArgIndex;
         // A closed quote or bracket ends the argument.
-        const bool IsClosed = Place.Word.contains('"') || (!Place.Quoted && Place.Separator == ',' && Place.Word.contains(')'));
+        const bool IsClosed =
+            Place.Word.contains('"') || (!Place.Quoted && Place.Separator == ',' && Place.Word.contains(')'));
         if (!IsClosed) AddArguments(Place, &c);
     }
     // Nothing is left to add when the word is already all that could be put in.

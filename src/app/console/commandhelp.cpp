@@ -56,5 +56,6 @@ QString GetCommandHint(int ActionId, int ArgIndex)
         const QString sDecl = GetParamDecl(ActionId, i).toHtmlEscaped();
         Params.append(i == ArgIndex ? "<b>" + sDecl + "</b>" : sDecl);
     }
-    return GetCommandName(ActionId) + " (" + Params.join(", ") + ")<br>" + GetDescription(ActionId).toHtmlEscaped();
+    return GetCommandName(ActionId) + " (" + Params.join(", ") + ")<br>" +
+           GetDescription(ActionId).toHtmlEscaped();
 }

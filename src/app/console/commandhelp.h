@@ -5,7 +5,8 @@
 
 /// True for "? Name" and "help Name"; *psTopic is then what stands behind the first word.
 bool IsHelpRequest(const QString& sLine, QString* psTopic);
-/// Help for a command by its name or old name, or the commands of a family ("Debug"). Empty if the topic is neither.
+/// Help for a command by its name or old name, or the commands of a family ("Debug"). Empty if the topic is
+/// neither.
 QStringList GetCommandHelp(const QString& sTopic);
 /// How a command is written: "Break.SetEx (unsigned int Addr, int Type)".
 QString GetCommandUsage(int ActionId);

@@ -28,7 +28,8 @@ public:
     using QStyledItemDelegate::QStyledItemDelegate;
     int TextWidth = 0; ///< of the first column
 
-    void paint(QPainter* pPainter, const QStyleOptionViewItem& Option, const QModelIndex& Index) const override
+    void paint(QPainter* pPainter, const QStyleOptionViewItem& Option,
+               const QModelIndex& Index) const override
     {
         const bool Selected = Option.state & QStyle::State_Selected;
         const QPalette& Palette = Option.palette;
@@ -54,14 +55,13 @@ CCompletionPopup::CCompletionPopup(QWidget* pInput)
     : QFrame(pInput, Qt::ToolTip | Qt::FramelessWindowHint), m_pInput(pInput)
 {
     setObjectName(QStringLiteral("ConsoleCompletion"));
+    setWindowTitle(QStringLiteral("Completions"));
     setAccessibleName(QStringLiteral("Completions"));
     setAttribute(Qt::WA_ShowWithoutActivating);
     setFocusPolicy(Qt::NoFocus);
-    setFrameShape(QFrame::Box);
-    setLineWidth(1);
     auto* pColumn = new QVBoxLayout(this);
     pColumn->setContentsMargins(1, 1, 1, 1);
-    pColumn->setSpacing(0);
+    pColumn->setSpacing(1); // the line between list and hint
     m_pList = new QListWidget(this);
     m_pList->setAccessibleName(QStringLiteral("Completions"));
     m_pList->setFocusPolicy(Qt::NoFocus);
@@ -91,6 +91,17 @@ void CCompletionPopup::changeEvent(QEvent* pEvent)
     Palette.setColor(QPalette::WindowText, App.color(QPalette::Text));
     if (Palette != palette()) setPalette(Palette);
     setAutoFillBackground(true);
+}
+
+void CCompletionPopup::paintEvent(QPaintEvent*)
+{
+    QPainter Painter(this);
+    Painter.fillRect(rect(), palette().color(QPalette::Base));
+    Painter.setPen(CTheme::GetCheckBoxColor());
+    Painter.drawRect(rect().adjusted(0, 0, -1, -1));
+    if (m_pList->isHidden() || m_pHint->isHidden()) return;
+    Painter.setPen(CTheme::GetBorderColor());
+    Painter.drawLine(1, m_pHint->y() - 1, width() - 2, m_pHint->y() - 1);
 }
 
 void CCompletionPopup::Show(const QList<COMPLETION_ITEM>& Items, const QString& sHint, int x)
@@ -124,14 +135,20 @@ void CCompletionPopup::Show(const QList<COMPLETION_ITEM>& Items, const QString& 
     m_pHint->setVisible(!m_sHint.isEmpty());
     const int HintWidth = m_sHint.isEmpty() ? 0 : 480;
     setFixedWidth(std::clamp(std::max(Items.isEmpty() ? 0 : ListWidth, HintWidth), MIN_WIDTH, MAX_WIDTH));
-    m_pList->setFixedHeight(int(std::min<qsizetype>(Items.size(), MAX_ROWS)) * (Metrics.height() + TEXT_MARGIN));
+    m_pList->setFixedHeight(int(std::min<qsizetype>(Items.size(), MAX_ROWS)) *
+                            (Metrics.height() + TEXT_MARGIN));
     Place(x);
+}
+
+void CCompletionPopup::FitHeight()
+{
+    const int HintHeight = m_pHint->isHidden() ? 0 : m_pHint->heightForWidth(width() - 2) + 3;
+    setFixedHeight((m_pList->isHidden() ? 0 : m_pList->height()) + HintHeight + 2);
 }
 
 void CCompletionPopup::Place(int x)
 {
-    const int HintHeight = m_pHint->isHidden() ? 0 : m_pHint->heightForWidth(width() - 2);
-    setFixedHeight((m_pList->isHidden() ? 0 : m_pList->height()) + HintHeight + 2);
+    FitHeight();
     const QRect Screen = m_pInput->screen()->availableGeometry();
     QPoint Pos = m_pInput->mapToGlobal(QPoint(x, 0)) - QPoint(0, height() + 2);
     if (Pos.y() < Screen.top()) Pos.setY(m_pInput->mapToGlobal(QPoint(0, m_pInput->height() + 2)).y());
@@ -191,7 +208,7 @@ void CCompletionPopup::ShowHintOfChoice()
     const QPoint Bottom = geometry().bottomLeft();
     m_pHint->setText(sHint);
     m_pHint->setVisible(!sHint.isEmpty());
-    setFixedHeight(m_pList->height() + (sHint.isEmpty() ? 0 : m_pHint->heightForWidth(width() - 2)) + 2);
+    FitHeight();
     if (Bottom.y() < m_pInput->mapToGlobal(QPoint(0, 0)).y()) move(Bottom - QPoint(0, height() - 1));
 }
 

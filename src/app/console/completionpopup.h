@@ -1,7 +1,7 @@
 // The list of completions below the console's input line, and the hint about the command being typed.
 //
-// It never takes the focus: the input line keeps it, and hands over the keys that belong to the list. No row is
-// selected until the user chooses one, so that Enter runs what was typed.
+// It never takes the focus: the input line keeps it, and hands over the keys that belong to the list. No row
+// is selected until the user chooses one, so that Enter runs what was typed.
 #pragma once
 #include "app/console/commandcompletion.h"
 
@@ -15,8 +15,8 @@ class CCompletionPopup : public QFrame {
 public:
     explicit CCompletionPopup(QWidget* pInput);
 
-    /// Shows items (none: no list) and a hint in rich text (empty: no hint) with the left edge at x in the input
-    /// line. Hides itself when there is neither.
+    /// Shows items (none: no list) and a hint in rich text (empty: no hint) with the left edge at x in the
+    /// input line. Hides itself when there is neither.
     void Show(const QList<COMPLETION_ITEM>& Items, const QString& sHint, int x);
     bool HasList() const; ///< on the screen with at least one item
     /// The chosen item, null if the user has chosen none.
@@ -32,9 +32,11 @@ signals:
 
 protected:
     void changeEvent(QEvent* pEvent) override;
+    void paintEvent(QPaintEvent* pEvent) override;
 
 private:
     void Place(int x);
+    void FitHeight();
     void ShowHintOfChoice();
 
     QWidget* m_pInput;

@@ -17,6 +17,7 @@
 namespace {
 constexpr int UPDATE_INTERVAL_MS = 100;
 constexpr int MAX_MESSAGES_PER_UPDATE = 100;
+constexpr int MAX_EXTRA_LINES = 5'000; ///< grow before lines are taken out, which lays out all that stay
 constexpr int PROPERTY_COLOR_ID = QTextFormat::UserProperty + 1; ///< of a text in a colour of the colour table
 
 CConsoleWindow* pInstance = nullptr;
@@ -32,6 +33,13 @@ void AppendText(QTextEdit* pEdit, const QString& sText, const QTextCharFormat& F
     else
         Cursor.setBlockFormat(Block);
     Cursor.insertText(sText, Format);
+}
+
+void RemoveFirstLines(QTextEdit* pEdit, int NumLines)
+{
+    QTextCursor Cursor(pEdit->document());
+    Cursor.setPosition(pEdit->document()->findBlockByNumber(NumLines).position(), QTextCursor::KeepAnchor);
+    Cursor.removeSelectedText();
 }
 
 QStringList GetLinesOf(const QTextEdit* pEdit)
@@ -183,6 +191,10 @@ int CConsoleWindow::_Drain(int MaxMessages)
     }
     Sidebar.endEditBlock();
     Text.endEditBlock();
+    // Both columns have the same lines, so both lose the same. An edit of its own costs a tenth of what it would in the
+    // one above.
+    if (const int NumLines = m_pText->document()->blockCount(); NumLines > CONSOLE_MAX_LINES + MAX_EXTRA_LINES)
+        for (QTextEdit* pEdit : {m_pText, m_pSidebar}) RemoveFirstLines(pEdit, NumLines - CONSOLE_MAX_LINES);
     ResizeSidebarToOptWidth();
     return n;
 }

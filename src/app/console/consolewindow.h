@@ -20,6 +20,9 @@
 #include <atomic>
 #include <functional>
 
+/// The console keeps at least this many lines; older ones go. The log file has them all.
+inline constexpr int CONSOLE_MAX_LINES = 20'000;
+
 class CCompletionPopup;
 class QFrame;
 class QKeyEvent;

@@ -1,7 +1,7 @@
 // The list of completions and the hint of the console's input line, and the keys that belong to them.
 //
-// Tab fills in what is certain, then opens the list, then walks through it; Enter takes a row that was chosen and
-// otherwise runs what was typed; Esc closes.
+// Tab fills in what is certain, then opens the list, then walks through it; Enter takes a row that was chosen
+// and otherwise runs what was typed; Esc closes.
 #include "app/actions/commandtext.h"
 #include "app/console/commandarguments.h"
 #include "app/console/commandhelp.h"
@@ -37,7 +37,8 @@ bool IsShortList(ARGUMENT_KINDS Kind)
 bool IsWorthShowing(const COMPLETION& c, const QString& sWord)
 {
     // A list of what stands there already would only be in the way.
-    if (c.Items.size() == 1 && c.Items[0].Insert.trimmed().compare(sWord.trimmed(), Qt::CaseInsensitive) == 0) return false;
+    if (c.Items.size() == 1 && c.Items[0].Insert.trimmed().compare(sWord.trimmed(), Qt::CaseInsensitive) == 0)
+        return false;
     if (c.ArgIndex < 0) return sWord.size() >= MIN_TYPED;
     return !sWord.isEmpty() || IsShortList(GetArgumentInfo(c.ActionId, c.ArgIndex).Kind);
 }
@@ -76,7 +77,8 @@ bool CConsoleWindow::_HandleCompletionKey(QKeyEvent* pEvent)
     case Qt::Key_PageUp:
     case Qt::Key_PageDown:
         if (HasList)
-            m_pPopup->MoveChoice(pEvent->key() == Qt::Key_PageUp ? -m_pPopup->GetPageRows() : m_pPopup->GetPageRows(), false);
+            m_pPopup->MoveChoice(
+                pEvent->key() == Qt::Key_PageUp ? -m_pPopup->GetPageRows() : m_pPopup->GetPageRows(), false);
         return HasList;
     case Qt::Key_Escape:
         if (!m_pPopup->isVisible()) return false;
@@ -149,7 +151,8 @@ void CConsoleWindow::_UpdateCompletion(bool IsRequested)
     if (!IsRequested && !IsWorthShowing(c, sWord)) c.Items.clear();
     if (m_IsHintClosed && !IsRequested) c.Items.clear();
     m_IsListRequested = IsRequested && !c.Items.isEmpty();
-    const QString sHint = c.ActionId >= 0 && !m_IsHintClosed ? GetCommandHint(c.ActionId, c.ArgIndex) : QString();
+    const QString sHint =
+        c.ActionId >= 0 && !m_IsHintClosed ? GetCommandHint(c.ActionId, c.ArgIndex) : QString();
     const int CursorX = m_pInput->inputMethodQuery(Qt::ImCursorRectangle).toRect().x();
     m_pPopup->Show(c.Items, sHint, CursorX - m_pInput->fontMetrics().horizontalAdvance(sWord));
 }

@@ -9,6 +9,8 @@
 #include <QAction>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QScrollBar>
+#include <QTextEdit>
 
 // ---- Input
 // -------------------------------------------------------------------------------------------------
@@ -40,6 +42,12 @@ void CConsoleWindow::OnInputFieldKeyPressed(QKeyEvent* pEvent)
         break;
     case Qt::Key_Down:
         sLine = m_History.GoNewer();
+        break;
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+        // What is above the line is read without leaving it.
+        m_pText->verticalScrollBar()->triggerAction(pEvent->key() == Qt::Key_PageUp ? QScrollBar::SliderPageStepSub
+                                                                                     : QScrollBar::SliderPageStepAdd);
         break;
     case Qt::Key_Return:
     case Qt::Key_Enter:

@@ -47,6 +47,8 @@ QTextEdit* MakeTextEdit(QWidget* pParent, const char* sName)
     auto* pEdit = new QTextEdit(pParent);
     pEdit->setObjectName(sName);
     pEdit->setReadOnly(true);
+    pEdit->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    pEdit->setTabChangesFocus(true);
     pEdit->setUndoRedoEnabled(false);
     pEdit->setFrameShape(QFrame::NoFrame);
     pEdit->setLineWrapMode(QTextEdit::NoWrap);
@@ -79,6 +81,9 @@ void CConsoleWindow::_BuildWidgets()
     m_pSidebarLine->setFrameShape(QFrame::VLine);
     m_pSidebarLine->setFrameShadow(QFrame::Plain);
     m_pText = MakeTextEdit(pFrame, "textEditConsole");
+    m_pText->setAccessibleName(QStringLiteral("Messages"));
+    m_pSidebar->setAccessibleName(QStringLiteral("Time stamps"));
+    m_pSidebar->setFocusPolicy(Qt::ClickFocus);
     pTextRow->addWidget(m_pSidebar);
     pTextRow->addWidget(m_pSidebarLine);
     pTextRow->addWidget(m_pText, 1);
@@ -116,10 +121,14 @@ void CConsoleWindow::_BuildWidgets()
     setCentralWidget(pCentral);
     setFocusProxy(m_pInput);
 
-    connect(m_pText->verticalScrollBar(), &QScrollBar::valueChanged, m_pSidebar->verticalScrollBar(),
-            &QScrollBar::setValue);
-    connect(m_pSidebar->verticalScrollBar(), &QScrollBar::valueChanged, m_pText->verticalScrollBar(),
-            &QScrollBar::setValue);
+    // A hidden column has another height, so its bar ends elsewhere and must not hold the other one back.
+    const auto Couple = [this](QScrollBar* pFrom, QScrollBar* pTo) {
+        connect(pFrom, &QScrollBar::valueChanged, this, [this, pTo](int Value) {
+            if (!m_pSidebar->isHidden()) pTo->setValue(Value);
+        });
+    };
+    Couple(m_pText->verticalScrollBar(), m_pSidebar->verticalScrollBar());
+    Couple(m_pSidebar->verticalScrollBar(), m_pText->verticalScrollBar());
     connect(m_pText->horizontalScrollBar(), &QScrollBar::rangeChanged, this, &CConsoleWindow::_UpdateHorzBar);
     connect(m_pText->horizontalScrollBar(), &QScrollBar::valueChanged, m_pHorzBar, &QScrollBar::setValue);
     connect(m_pHorzBar, &QScrollBar::valueChanged, m_pText->horizontalScrollBar(), &QScrollBar::setValue);
@@ -219,6 +228,7 @@ void CConsoleWindow::SetSidebarVisible(bool Visible)
     m_pSidebar->setVisible(Visible);
     m_pSidebarLine->setVisible(Visible);
     ResizeSidebarToOptWidth();
+    m_pSidebar->verticalScrollBar()->setValue(m_pText->verticalScrollBar()->value());
 }
 
 void CConsoleWindow::ResizeSidebarToOptWidth()

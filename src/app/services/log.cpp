@@ -4,6 +4,7 @@
 #include "app/services/logfile.h"
 
 #include <QByteArray>
+#include <algorithm>
 #include <cstdio>
 #include <mutex>
 
@@ -34,13 +35,21 @@ struct LOGGER_LOCK {
     std::lock_guard<std::mutex> Guard;
 };
 
+const char* GetPrefix(U32 Flags)
+{
+    if (Flags & MSG_INFO) return " i  ";
+    if (Flags & MSG_WARNING) return "[W] ";
+    if (Flags & MSG_ERROR) return "[E] ";
+    return "";
+}
+
 QString PrepareText(const QString& sText)
 {
-    QString s = sText.left(MAX_LOG_CHARS);
-    qsizetype n = s.size();
-    while (n > 0 && (s[n - 1] == '\n' || s[n - 1] == '\r' || s[n - 1] == ' ')) n--;
-    s.truncate(n);
-    if (n > 0) s[0] = s[0].toUpper();
+    qsizetype n = std::min<qsizetype>(sText.size(), MAX_LOG_CHARS);
+    while (n > 0 && (sText[n - 1] == '\n' || sText[n - 1] == '\r' || sText[n - 1] == ' ')) n--;
+    // Most texts are right as they are, and then nothing is copied.
+    QString s = n == sText.size() ? sText : sText.left(n);
+    if (n > 0 && sText[0] != sText[0].toUpper()) s[0] = sText[0].toUpper();
     return s;
 }
 
@@ -68,11 +77,12 @@ void FlushBatch(LOGGER& Log)
     Log.Batch.clear();
 }
 
-void AppendToBatch(LOGGER& Log, const QString& sLine)
+void AppendToBatch(LOGGER& Log, const char* sPrefix, const QString& sText)
 {
     if (Log.Threshold < 0) Log.Threshold = ReadThreshold();
     if (Log.Batch.size() >= Log.Threshold) FlushBatch(Log);
-    Log.Batch += sLine.toUtf8();
+    Log.Batch += sPrefix;
+    Log.Batch += sText.toUtf8();
     Log.Batch += '\n';
 }
 
@@ -90,10 +100,7 @@ void OnQtMessage(QtMsgType Type, const QMessageLogContext&, const QString& sText
 
 QString GetLogPrefix(U32 Flags)
 {
-    if (Flags & MSG_INFO) return QStringLiteral(" i  ");
-    if (Flags & MSG_WARNING) return QStringLiteral("[W] ");
-    if (Flags & MSG_ERROR) return QStringLiteral("[E] ");
-    return {};
+    return QString::fromLatin1(GetPrefix(Flags));
 }
 
 int Log(const QString& sText, U32 Flags)
@@ -104,9 +111,8 @@ int Log(const QString& sText, U32 Flags)
     const LOGGER_LOCK Lock(Log);
     const QString s = PrepareText(sText);
     if ((Flags & (MSG_CONSOLE | MSG_ALL)) && Log.ConsoleSink) Log.ConsoleSink(s, Flags);
-    const QString sLine = GetLogPrefix(Flags) + s;
-    if ((Flags & (MSG_STDOUT | MSG_ALL)) && IsDebugConsole()) WriteStdout(Log, sLine);
-    if ((Flags & (MSG_FILE | MSG_ALL)) && IsLogFileOpen(LOG_SLOT_APP)) AppendToBatch(Log, sLine);
+    if ((Flags & (MSG_STDOUT | MSG_ALL)) && IsDebugConsole()) WriteStdout(Log, GetLogPrefix(Flags) + s);
+    if ((Flags & (MSG_FILE | MSG_ALL)) && IsLogFileOpen(LOG_SLOT_APP)) AppendToBatch(Log, GetPrefix(Flags), s);
     return 0;
 }
 

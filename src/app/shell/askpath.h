@@ -1,5 +1,5 @@
-// Dialogs that ask for a file or a name. Without hands nobody can answer them: then they are told like a message box,
-// and give nothing.
+// Dialogs that ask for a file or a name. Without hands nobody can answer them: then they are told like a
+// message box, and give nothing.
 #pragma once
 #include <QStringList>
 

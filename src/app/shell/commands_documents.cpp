@@ -1,4 +1,5 @@
-// The commands on documents: opening recent ones, closing, searching in them; the clipboard and the user guide.
+// The commands on documents: opening recent ones, closing, searching in them; the clipboard and the user
+// guide.
 #include "app/actions/actions.h"
 #include "app/services/appdirs.h"
 #include "app/shell/askpath.h"
@@ -39,7 +40,7 @@ CDocumentSearch& Search()
 void OnOpenRecent(int Id)
 {
     I64 Index = 0;
-    if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &Index)) return;
+    if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &Index, ERR_NOT_A_NUMBER)) return;
     const QStringList& Recent = CMainWindow::Get().GetRecentPrograms();
     if (Index < 0 || Index >= Recent.size()) return SetActionError(Id, ERR_INVALID_PARAM);
     // Opening moves the entry to the head of the list.
@@ -52,7 +53,8 @@ void OnCloseAllButThis(int Id)
     if (CheckParamCount(Id)) Source().CloseAllButThis();
 }
 
-/// An include file is looked for beside the document that names it, and then wherever files of the program are.
+/// An include file is looked for beside the document that names it, and then wherever files of the program
+/// are.
 void OnOpenIncludeFile(int Id)
 {
     if (!CheckParamCount(Id)) return;
@@ -67,9 +69,11 @@ void OnOpenIncludeFile(int Id)
 
 void ShowMatch(bool Forward)
 {
-    const SEARCH_MATCH Match = Search().Step(Forward, [](const QString& sPath) { return Source().GetDocText(sPath); });
+    const SEARCH_MATCH Match =
+        Search().Step(Forward, [](const QString& sPath) { return Source().GetDocText(sPath); });
     if (Match.sPath.isEmpty())
-        CStatusBar::Get().SetStatusMessage(QStringLiteral("no occurence of \"%1\" found.").arg(Search().GetText()));
+        CStatusBar::Get().SetStatusMessage(
+            QStringLiteral("no occurence of \"%1\" found.").arg(Search().GetText()));
     else
         Source().SelectText(Match.sPath, Match.Pos, Match.Length);
 }
@@ -95,7 +99,8 @@ void OnFileFind(int Id)
     if (!CheckParamCount(Id, 0)) return;
     if (Source().IsEmpty()) return SetActionError(Id, QLatin1String(ERR_NO_DOCUMENT));
     QString sText = GetActionParam(Id);
-    if (sText.isEmpty()) sText = AskName(QStringLiteral("Find Text"), QStringLiteral("Find what:"), {Search().GetText()});
+    if (sText.isEmpty())
+        sText = AskName(QStringLiteral("Find Text"), QStringLiteral("Find what:"), {Search().GetText()});
     if (sText.isEmpty()) return SetActionSilent(Id);
     SetActionParams(Id, sText);
     StartSearch(sText, Source().GetFilePaths());
@@ -136,7 +141,8 @@ void CopySelection()
     QWidget* pFocus = QApplication::focusWidget();
     if (!pFocus) return;
     if (const auto* pView = qobject_cast<const QTreeView*>(pFocus)) {
-        if (const QString sText = GetRowsText(pView); !sText.isEmpty()) QApplication::clipboard()->setText(sText);
+        if (const QString sText = GetRowsText(pView); !sText.isEmpty())
+            QApplication::clipboard()->setText(sText);
         return;
     }
     QKeyEvent Key(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier);

@@ -1,16 +1,15 @@
-// The commands that lead to a place of the program: View.*, Find.Func and Find.GlobalData, and the reading of code that
-// exists only on the target.
+// The commands that lead to a place of the program: View.*, Find.Func and Find.GlobalData.
 #include "app/actions/actions.h"
 #include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/mainwindow.h"
-#include "core/cache/core.h"
-#include "device/queue/device.h"
 #include "program/eval/expression.h"
 #include "program/tables/prog.h"
+#include "project/finder/filefinder.h"
 #include "views/debug/disassemblywindow.h"
 #include "views/debug/sourcewindow.h"
 
+#include <QFileInfo>
 #include <algorithm>
 
 namespace {
@@ -81,7 +80,8 @@ void OnViewLine(int Id)
     const int Line = GetActionParam(Id).toInt(&Ok, 0);
     CSourceWindow& Source = *Main().GetSessionWindows().pSource;
     const auto NumLines = Source.GetDocText(Source.GetActiveFile()).count('\n') + 1;
-    if (!Ok || Line < 1 || Line > NumLines) return Fail(Id, ERR_INVALID_PARAM);
+    if (!Ok) return Fail(Id, ERR_NOT_A_NUMBER);
+    if (Line < 1 || Line > NumLines) return Fail(Id, ERR_INVALID_PARAM);
     Source.GotoLine(Line);
     SetActionResult(Id, 0);
 }
@@ -104,6 +104,14 @@ void OnViewElsewhere(int Id)
     if (!CheckParamCount(Id)) return;
     const PLACE Place = FindPlace(GetActionParam(Id));
     Fail(Id, Place.Addr < 0 && !Place.Loc.IsValid() ? ERR_INVALID_PARAM : ERR_UNKNOWN_WINDOW);
+}
+
+/// Segments of the target's memory are what the memory map shows; its window isn't part of this program.
+void OnLoadMemoryMap(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    const QString sPath = CFileFinder::Get().Resolve(GetActionParam(Id));
+    Fail(Id, QFileInfo(sPath).isFile() ? ERR_UNKNOWN_WINDOW : ERR_FILE_NOT_FOUND);
 }
 
 // ---- Find ----------------------------------------------------------------------------------------------
@@ -136,7 +144,8 @@ void OnFindFunc(int Id)
     const QString sName = TakeName(Id, QStringLiteral("Find Function"), PROG_GetFunctions());
     if (IsActionSilent(Id)) return;
     const ELF_SYM_LIST Functions = PROG_FindSymbols(sName, true, false, false, true, true);
-    const auto it = std::find_if(Functions.begin(), Functions.end(), [](ELF_SYM_HANDLE h) { return PROG_GetSymAddr(h) >= 0; });
+    const auto it = std::find_if(Functions.begin(), Functions.end(),
+                                 [](ELF_SYM_HANDLE h) { return PROG_GetSymAddr(h) >= 0; });
     if (it == Functions.end()) return Fail(Id, ERR_UNKNOWN_SYMBOL);
     const bool HasSource = PROG_HasExactSrcLoc(U32(PROG_GetSymAddr(*it)));
     SetActionResult(Id, ::PerformAction(HasSource ? ACT_VIEW_SOURCE : ACT_VIEW_DISASSEMBLY, sName));
@@ -149,35 +158,11 @@ void OnFindGlobalData(int Id)
     const QString sName = TakeName(Id, QStringLiteral("Find Global Data"), PROG_GetGlobals());
     if (IsActionSilent(Id)) return;
     const ELF_SYM_LIST Symbols = PROG_FindSymbols(sName, false, true, false, true, true);
-    const auto it = std::find_if(Symbols.begin(), Symbols.end(), [](ELF_SYM_HANDLE h) { return PROG_GetSymAddr(h) >= 0; });
+    const auto it = std::find_if(Symbols.begin(), Symbols.end(),
+                                 [](ELF_SYM_HANDLE h) { return PROG_GetSymAddr(h) >= 0; });
     if (it == Symbols.end()) return Fail(Id, ERR_UNKNOWN_SYMBOL);
-    SetActionResult(Id, ::PerformAction(GetDeclaration(sName).IsValid() ? ACT_VIEW_SOURCE : ACT_VIEW_DATA, sName));
-}
-
-// ---- Instruction cache ---------------------------------------------------------------------------------
-
-/// Decodes what Debug.ReadIntoInstCache asked for when it arrives; the answer to any other read is passed over.
-class CInstCacheReader : public CDeviceEventListener {
-public:
-    void OnDeviceReadMemDone(U32 Addr, U32 nBytes, const char*, U8* paData, U8*) override
-    {
-        if (Core::OnReadDone(Addr, nBytes, paData) > 0) Main().GetSessionWindows().pDisassembly->ScheduleRepaintAll();
-    }
-};
-
-void OnReadIntoInstCache(int Id)
-{
-    constexpr U32 CHUNK = 0x1000, MAX_SIZE = 16u << 20;
-    if (!CheckParamCount(Id)) return;
-    const QStringList Params = GetActionParams(Id);
-    bool AddrOk = false, SizeOk = false;
-    const U32 Addr = Params[0].toUInt(&AddrOk, 0), Size = Params[1].toUInt(&SizeOk, 0);
-    if (!AddrOk || !SizeOk || Size == 0 || Size > MAX_SIZE || U64(Addr) + Size > U64(1) << 32) return Fail(Id, ERR_INVALID_PARAM);
-    if (!CDevice::Get().IsConnected()) return Fail(Id, ERR_NOT_CONNECTED);
-    static auto& Reader = *new CInstCacheReader; // listens to the end of the process
-    (void)Reader;
-    Core::ExpectRead(Addr, Size);
-    SetActionResult(Id, CDevice::Get().ReadMemAsync(Addr, Size, CHUNK, 0, 0, nullptr) < 0 ? -1 : 0);
+    SetActionResult(
+        Id, ::PerformAction(GetDeclaration(sName).IsValid() ? ACT_VIEW_SOURCE : ACT_VIEW_DATA, sName));
 }
 
 } // namespace
@@ -189,8 +174,9 @@ void RegisterPlaceCommands()
     SetCommandHandler(ACT_VIEW_LINE, OnViewLine);
     SetCommandHandler(ACT_VIEW_PC, OnViewPC);
     SetCommandHandler(ACT_VIEW_PC_LINE, OnViewPCLine);
-    for (const int Id : {ACT_VIEW_DATA, ACT_VIEW_MEMORY_MAP, ACT_VIEW_CALL_GRAPH}) SetCommandHandler(Id, OnViewElsewhere);
+    for (const int Id : {ACT_VIEW_DATA, ACT_VIEW_MEMORY_MAP, ACT_VIEW_CALL_GRAPH})
+        SetCommandHandler(Id, OnViewElsewhere);
+    SetCommandHandler(ACT_TARGET_LOAD_MEMORY_MAP, OnLoadMemoryMap);
     SetCommandHandler(ACT_FIND_FUNC, OnFindFunc);
     SetCommandHandler(ACT_FIND_GLOBAL_DATA, OnFindGlobalData);
-    SetCommandHandler(ACT_DEBUG_READ_INTO_INST_CACHE, OnReadIntoInstCache);
 }

@@ -1,9 +1,10 @@
-// The commands that open the settings dialogs, and the way of a changed colour, font or scheme into all windows.
+// The commands that open the settings dialogs, and the way of a change into all windows and to the device.
 #include "app/actions/actions.h"
 #include "app/services/settingsstore.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/mainwindow.h"
 #include "app/shell/wiring.h"
+#include "device/queue/device.h"
 #include "project/file/project.h"
 #include "project/settings/appearance.h"
 #include "project/settings/settingsnotifier.h"
@@ -32,10 +33,27 @@ void OnToolsSysVars(int Id)
         CSysVarsEditor::Open(&CMainWindow::Get(), [] { return CProject::Get().WriteSystemSettings(); });
 }
 
+/// The variables that are settings of the connection as well.
+void OnSysVarEdited(int VarID, I64 Value)
+{
+    constexpr struct {
+        int VarID;
+        DEV_CONFIG_PARAMS Param;
+    } ROWS[] = {{VAR_TIF_SPEED, DCP_SPEED},
+                {VAR_TIF_SCAN_CHAIN_POS, DCP_DR_PRE},
+                {VAR_TIF_SCAN_CHAIN_LEN, DCP_IR_PRE}};
+    for (const auto& Row : ROWS)
+        if (Row.VarID == VarID) CDevice::Get().SetConfigParamAsync(Row.Param, int(Value));
+}
+
 void OnFontChanged(CMainWindow& Main, int FontID)
 {
     QFont Font = GetFont(FontID);
-    if (FontID == FONT_APP) QApplication::setFont(Font);
+    if (FontID == FONT_APP) {
+        QApplication::setFont(Font);
+        // Under a style sheet the widgets that exist ask for the font again only with the sheet.
+        qApp->setStyleSheet(qApp->styleSheet());
+    }
     for (CWindow* pWindow : Main.GetWindows()) {
         pWindow->SetFont(FontID, Font);
         pWindow->Repaint();
@@ -65,9 +83,12 @@ void RestoreAppearance()
     QApplication::setFont(GetFont(FONT_APP));
 }
 
-void WireAppearance(CMainWindow& Main)
+void WireSettings(CMainWindow& Main)
 {
+    QObject::connect(&Main, &CMainWindow::SysVarEdited, &Main, OnSysVarEdited);
     const CSettingsNotifier& Notifier = CSettingsNotifier::Get();
-    QObject::connect(&Notifier, &CSettingsNotifier::FontChanged, &Main, [&Main](int Id) { OnFontChanged(Main, Id); });
-    QObject::connect(&Notifier, &CSettingsNotifier::ColorChanged, &Main, [&Main](int Id) { OnColorChanged(Main, Id); });
+    QObject::connect(&Notifier, &CSettingsNotifier::FontChanged, &Main,
+                     [&Main](int Id) { OnFontChanged(Main, Id); });
+    QObject::connect(&Notifier, &CSettingsNotifier::ColorChanged, &Main,
+                     [&Main](int Id) { OnColorChanged(Main, Id); });
 }

@@ -22,9 +22,10 @@ QString MakePlainName(QString sName)
     return sName.replace(QLatin1String("->"), QLatin1String(".")).remove(u' ');
 }
 
-/// The row of a symbol by its full name; an invalid index if it isn't shown. Unfolds nothing: what stands under a folded
-/// row has no row yet.
-QModelIndex FindSymbolRow(const CTableModel& Model, const QString& sName, const QModelIndex& Parent, const QString& sParent)
+/// The row of a symbol by its full name; an invalid index if it isn't shown. Unfolds nothing: what stands
+/// under a folded row has no row yet.
+QModelIndex FindSymbolRow(const CTableModel& Model, const QString& sName, const QModelIndex& Parent,
+                          const QString& sParent)
 {
     for (int Row = 0; Row < Model.rowCount(Parent); Row++) {
         const QModelIndex Index = Model.index(Row, 0, Parent);
@@ -33,15 +34,16 @@ QModelIndex FindSymbolRow(const CTableModel& Model, const QString& sName, const 
         const QString sFull = IsWhole ? sOwn : sOwn.startsWith(u'[') ? sParent + sOwn : sParent + u'.' + sOwn;
         if (sFull == sName) return Index;
         if (!sName.startsWith(sFull)) continue;
-        if (const QModelIndex Found = FindSymbolRow(Model, sName, Index, sFull); Found.isValid()) return Found;
+        if (const QModelIndex Found = FindSymbolRow(Model, sName, Index, sFull); Found.isValid())
+            return Found;
     }
     return {};
 }
 
 bool IsDisplayFormat(I64 Format)
 {
-    return Format == DISPLAY_FORMAT_AUTO || Format == DISPLAY_FORMAT_BINARY || Format == DISPLAY_FORMAT_CHAR ||
-           Format == DISPLAY_FORMAT_DEC || Format == DISPLAY_FORMAT_HEX;
+    return Format == DISPLAY_FORMAT_AUTO || Format == DISPLAY_FORMAT_BINARY ||
+           Format == DISPLAY_FORMAT_CHAR || Format == DISPLAY_FORMAT_DEC || Format == DISPLAY_FORMAT_HEX;
 }
 
 void OnEditDisplayFormat(int Id)
@@ -82,14 +84,16 @@ void OnEditRefreshRate(int Id)
 
 void OnEditMemZone(int Id)
 {
-    if (CheckParamCount(Id) && RequireSymbol(Id, GetActionParams(Id).value(0))) SetActionError(Id, ERR_UNKNOWN_WINDOW);
+    if (CheckParamCount(Id) && RequireSymbol(Id, GetActionParams(Id).value(0)))
+        SetActionError(Id, ERR_UNKNOWN_WINDOW);
 }
 
 } // namespace
 
 void RegisterSymbolCommands()
 {
-    for (const int Id : {ACT_WINDOW_ADD, ACT_WINDOW_INSERT, ACT_WINDOW_REMOVE}) SetCommandHandler(Id, OnWindowSymbol);
+    for (const int Id : {ACT_WINDOW_ADD, ACT_WINDOW_INSERT, ACT_WINDOW_REMOVE})
+        SetCommandHandler(Id, OnWindowSymbol);
     SetCommandHandler(ACT_EDIT_DISPLAY_FORMAT, OnEditDisplayFormat);
     SetCommandHandler(ACT_EDIT_REFRESH_RATE, OnEditRefreshRate);
     SetCommandHandler(ACT_EDIT_MEM_ZONE, OnEditMemZone);

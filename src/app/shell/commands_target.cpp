@@ -59,6 +59,26 @@ bool RequireRegisters(int Id)
     return false;
 }
 
+bool ParseAddr(int Id, const QString& sText, U32* pAddr)
+{
+    return ParseAddrParam(Id, sText, pAddr, ERR_NOT_A_NUMBER);
+}
+
+bool ParseNumber(int Id, const QString& sText, I64* pValue)
+{
+    return ParseNumberParam(Id, sText, pValue, ERR_NOT_A_NUMBER);
+}
+
+/// A number that a field of so many bytes holds, as a signed or as an unsigned one.
+bool ParseValue(int Id, const QString& sText, U32 NumBytes, I64* pValue)
+{
+    if (!ParseNumber(Id, sText, pValue)) return false;
+    const I64 Range = NumBytes < 8 ? I64(1) << (8 * NumBytes) : 0;
+    if (Range == 0 || (*pValue >= -Range / 2 && *pValue < Range)) return true;
+    SetActionError(Id, ERR_INVALID_PARAM, sText);
+    return false;
+}
+
 U64 FromTargetOrder(const U8* pData, U32 Size)
 {
     const bool Big = CDevice::Get().State.DataEndian == ENDIAN_BIG;
@@ -79,7 +99,7 @@ template <U32 SIZE> void OnWrite(int Id)
     U32 Addr = 0;
     I64 Value = 0;
     const QStringList Params = GetActionParams(Id);
-    if (!ParseAddrParam(Id, Params[0], &Addr) || !ParseNumberParam(Id, Params[1], &Value) || !RequireMemory(Id)) return;
+    if (!ParseAddr(Id, Params[0], &Addr) || !ParseValue(Id, Params[1], SIZE, &Value) || !RequireMemory(Id)) return;
     U8 ac[SIZE];
     ToTargetOrder(U64(Value), ac, SIZE);
     CDevice::Get().WriteMemAsync(Addr, SIZE, 0, SIZE <= 4 ? SIZE : 0, 0, ac, nullptr);
@@ -89,7 +109,7 @@ template <U32 SIZE> void OnRead(int Id)
 {
     if (!CheckParamCount(Id)) return;
     U32 Addr = 0;
-    if (!ParseAddrParam(Id, GetActionParam(Id), &Addr) || !RequireMemory(Id)) return SetActionResult(Id, -1);
+    if (!ParseAddr(Id, GetActionParam(Id), &Addr) || !RequireMemory(Id)) return SetActionResult(Id, -1);
     U8 ac[SIZE];
     if (CDeviceDataManager::Get().ReadMemBlocking(Addr, SIZE, ac) != 0) {
         SetActionError(Id, QLatin1String(ERR_MEM_READ));
@@ -111,8 +131,12 @@ void OnSetReg(int Id)
     if (!CheckParamCount(Id) || !RequireRegisters(Id)) return;
     const QStringList Params = GetActionParams(Id);
     I64 Value = 0;
-    if (!ParseNumberParam(Id, Params[1], &Value)) return;
+    if (!ParseNumber(Id, Params[1], &Value)) return;
     const U32 RegId = FindRegId(Params[0]);
+    // A register that can't be read isn't one: the write would only fail in the probe, without a word here.
+    U64 Present = 0;
+    if (RegId == 0xFFFFFFFFu && Core_ReadCPReg(Params[0].toUtf8().constData(), &Present) != 0)
+        return SetActionError(Id, ERR_INVALID_PARAM, Params[0]);
     CDeviceDataManager::Get().Invalidate();
     if (RegId != 0xFFFFFFFFu)
         CDevice::Get().WriteRegAsync(RegId, U64(Value) & 0xFFFFFFFFu);
@@ -146,8 +170,8 @@ void OnFillMemory(int Id)
     const QStringList Params = GetActionParams(Id);
     U32 Addr = 0;
     I64 Size = 0, Value = 0;
-    if (!ParseAddrParam(Id, Params[0], &Addr) || !ParseNumberParam(Id, Params[1], &Size) ||
-        !ParseNumberParam(Id, Params[2], &Value))
+    if (!ParseAddr(Id, Params[0], &Addr) || !ParseNumber(Id, Params[1], &Size) ||
+        !ParseValue(Id, Params[2], 1, &Value))
         return;
     if (Size <= 0 || Size > I64(MAX_FILE_BYTES)) return SetActionError(Id, ERR_INVALID_PARAM);
     const QByteArray Bytes = QByteArray(qsizetype(Size), char(Value));
@@ -160,7 +184,7 @@ void OnSaveMemory(int Id)
     const QStringList Params = GetActionParams(Id);
     U32 Addr = 0;
     I64 Size = 0;
-    if (!ParseAddrParam(Id, Params[1], &Addr) || !ParseNumberParam(Id, Params[2], &Size)) return;
+    if (!ParseAddr(Id, Params[1], &Addr) || !ParseNumber(Id, Params[2], &Size)) return;
     if (Size <= 0 || Size > I64(MAX_FILE_BYTES)) return SetActionError(Id, ERR_INVALID_PARAM);
     QByteArray Bytes = QByteArray(qsizetype(Size), '\0');
     constexpr I64 CHUNK = 4096;
@@ -179,7 +203,7 @@ void OnLoadMemory(int Id)
     if (!CheckParamCount(Id) || !RequireMemory(Id)) return;
     const QStringList Params = GetActionParams(Id);
     U32 Addr = 0;
-    if (!ParseAddrParam(Id, Params[1], &Addr)) return;
+    if (!ParseAddr(Id, Params[1], &Addr)) return;
     QFile File(CFileFinder::Get().Resolve(Params[0]));
     if (!File.open(QIODevice::ReadOnly) || File.size() > I64(MAX_FILE_BYTES))
         return SetActionError(Id, ERR_FILE_NOT_FOUND, Params[0]);
@@ -207,6 +231,7 @@ void OnPowerOn(int Id)
     I64 On = 0;
     if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &On)) return;
     SetVar(VAR_TARGET_POWER_ON, On != 0, false);
+    if (CDevice::Get().IsConnected()) CDevice::Get().ExecBrylloCmdAsync(On ? "SupplyPower=1" : "SupplyPower=0");
 }
 
 // ---- Program -------------------------------------------------------------------------------------------
@@ -265,7 +290,7 @@ void OnReadIntoInstCache(int Id)
 void OnUtilSleep(int Id)
 {
     I64 Ms = 0;
-    if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &Ms)) return;
+    if (!CheckParamCount(Id) || !ParseNumber(Id, GetActionParam(Id), &Ms)) return;
     Ms = std::clamp<I64>(Ms, 0, MAX_SLEEP_MS);
     QElapsedTimer Time;
     Time.start();
@@ -279,7 +304,7 @@ void OnUtilLog(int Id)
 {
     if (!CheckParamCount(Id)) return;
     const QString sText = GetActionParam(Id);
-    CConsoleWindow::Get().Print(sText, GetColor(COLOR_LOGGING_SCRIPT), false);
+    CConsoleWindow::Get().PrintInColor(sText, COLOR_LOGGING_SCRIPT);
     Log(sText, MSG_INFO | MSG_FILE);
 }
 
@@ -288,9 +313,9 @@ void OnUtilLogHex(int Id)
     if (!CheckParamCount(Id)) return;
     const QStringList Params = GetActionParams(Id);
     I64 Value = 0;
-    if (!ParseNumberParam(Id, Params[1], &Value)) return;
+    if (!ParseNumber(Id, Params[1], &Value)) return;
     const QString sText = QStringLiteral("%1 0x%2").arg(Params[0]).arg(U32(Value), 8, 16, QLatin1Char('0'));
-    CConsoleWindow::Get().Print(sText, GetColor(COLOR_LOGGING_SCRIPT), false);
+    CConsoleWindow::Get().PrintInColor(sText, COLOR_LOGGING_SCRIPT);
     Log(sText, MSG_INFO | MSG_FILE);
 }
 

@@ -45,25 +45,27 @@ bool CheckParams(int ActionId, int Min)
         const QString sDecl = GetParamDecl(ActionId, i);
         U32 Addr = 0;
         I64 Value = 0;
-        const bool IsAddr = sDecl.endsWith(QLatin1String(" Addr")) || sDecl.endsWith(QLatin1String(" Address"));
-        if (!(IsAddr ? ParseAddrParam(ActionId, Params[i], &Addr) : ParseNumberParam(ActionId, Params[i], &Value)))
+        const bool IsAddr =
+            sDecl.endsWith(QLatin1String(" Addr")) || sDecl.endsWith(QLatin1String(" Address"));
+        if (!(IsAddr ? ParseAddrParam(ActionId, Params[i], &Addr, ERR_NOT_A_NUMBER)
+                     : ParseNumberParam(ActionId, Params[i], &Value, ERR_NOT_A_NUMBER)))
             return false;
     }
     return true;
 }
 
-bool ParseAddrParam(int ActionId, const QString& sText, U32* pAddr)
+bool ParseAddrParam(int ActionId, const QString& sText, U32* pAddr, const char* sError)
 {
     bool Ok = false;
     const U32 Addr = sText.trimmed().toUInt(&Ok, 16);
-    if (!Ok) SetActionError(ActionId, ERR_INVALID_PARAM);
+    if (!Ok) SetActionError(ActionId, QLatin1String(sError));
     *pAddr = Addr;
     return Ok;
 }
 
-bool ParseNumberParam(int ActionId, const QString& sText, I64* pValue)
+bool ParseNumberParam(int ActionId, const QString& sText, I64* pValue, const char* sError)
 {
     if (ParseNumberOrConstant(sText, pValue)) return true;
-    SetActionError(ActionId, ERR_INVALID_PARAM);
+    SetActionError(ActionId, QLatin1String(sError));
     return false;
 }

@@ -24,7 +24,8 @@ QStringList GetSortedNames(const ELF_SYM_LIST& Symbols)
     QStringList Names;
     Names.reserve(Symbols.size());
     for (const ELF_SYM_HANDLE hSym : Symbols)
-        if (const QString sName = PROG_GetSymName(hSym, PROG_NAME_PLAIN); !sName.isEmpty()) Names.append(sName);
+        if (const QString sName = PROG_GetSymName(hSym, PROG_NAME_PLAIN); !sName.isEmpty())
+            Names.append(sName);
     std::sort(Names.begin(), Names.end(), IsLess);
     Names.erase(std::unique(Names.begin(), Names.end()), Names.end());
     return Names;
@@ -79,10 +80,12 @@ QStringList GetSourceFiles()
 /// Functions that the project's script defines.
 QStringList GetScriptFunctions()
 {
-    static const QRegularExpression Pattern(QStringLiteral("^[A-Za-z_][\\w \\t*]*?(\\w+)\\s*\\([^;{]*\\)\\s*\\{"),
-                                            QRegularExpression::MultilineOption);
+    static const QRegularExpression Pattern(
+        QStringLiteral("^[A-Za-z_][\\w \\t*]*?(\\w+)\\s*\\([^;{]*\\)\\s*\\{"),
+        QRegularExpression::MultilineOption);
     QStringList Names;
-    for (auto it = Pattern.globalMatch(BScript::GetScriptText()); it.hasNext();) Names.append(it.next().captured(1));
+    for (auto it = Pattern.globalMatch(BScript::GetScriptText()); it.hasNext();)
+        Names.append(it.next().captured(1));
     return Names;
 }
 

@@ -20,7 +20,8 @@ QList<QPoint> FindAll(const QString& sText, const QString& sPattern)
 }
 } // namespace
 
-void CDocumentSearch::Start(const QString& sText, const QStringList& Documents, const QString& sPath, QPoint From)
+void CDocumentSearch::Start(const QString& sText, const QStringList& Documents, const QString& sPath,
+                            QPoint From)
 {
     m_sText = sText;
     m_Documents = Documents;

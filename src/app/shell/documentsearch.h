@@ -1,5 +1,5 @@
-// CDocumentSearch: the search of a text through documents, step by step. It keeps what was found last, so that the next
-// and the previous match are those of this search.
+// CDocumentSearch: the search of a text through documents, step by step. It keeps what was found last, so
+// that the next and the previous match are those of this search.
 #pragma once
 #include <QPoint>
 #include <QString>

@@ -64,8 +64,8 @@ void CLocalsReader::Fill(CSymbol& Symbol)
     constexpr U32 MAX_BYTES = 8;
     const SYMBOL_KINDS Kind = Symbol.GetKind();
     if (Kind == SYMBOL_AGGREGATE || Kind == SYMBOL_ARRAY || Symbol.Loc.NumParts == 0 || Symbol.ByteSize == 0 ||
-        Symbol.ByteSize > MAX_BYTES || !Symbol.Value.isEmpty())
-        return;
+        Symbol.ByteSize > MAX_BYTES || !Symbol.Value.isEmpty() || !ELF_LocIsValid(Symbol.Loc))
+        return; // a place that hangs on a frame is asked for when the frame is known
     const QByteArray Key = MakeKey(Symbol.Loc, Symbol.ByteSize);
     if (!m_Values.contains(Key)) {
         m_Values.insert(Key, {});

@@ -38,6 +38,7 @@
 #include <QCloseEvent>
 #include <QFileInfo>
 #include <QKeyEvent>
+#include <QTabBar>
 
 namespace {
 CMainWindow* s_pMainWindow = nullptr;
@@ -76,6 +77,7 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
     CDevice::Get().CreateEventWorker(this);
 
     setStatusBar(&CStatusBar::Get());
+    connect(&CStatusBar::Get(), &CStatusBar::Canceled, this, [] { CDevice::Get().State.TransferCanceled = 1; });
     RegisterConnectCommands();
     RegisterRunCommands();
     RegisterFileCommands();
@@ -130,6 +132,12 @@ void CMainWindow::ConnectWindows()
 {
     connect(&CSettingsNotifier::Get(), &CSettingsNotifier::VarChanged, this, &CMainWindow::OnVarChanged);
     connect(&CProject::Get(), &CProject::ModifiedChanged, this, &CMainWindow::UpdateTitle);
+    connect(&CProject::Get(), &CProject::Written, m_W.pSource, &CSourceWindow::ReloadChangedDocuments);
+    connect(&CProject::Get(), &CProject::ModifiedChanged, this, &CMainWindow::UpdateActions);
+    connect(m_W.pSource, &CSourceWindow::DocumentStateChanged, this, &CMainWindow::UpdateActions);
+    connect(m_W.pSource, &CSourceWindow::DocumentListChanged, this, &CMainWindow::UpdateActions);
+    if (const auto* pTabs = m_W.pSource->findChild<QTabBar*>())
+        connect(pTabs, &QTabBar::currentChanged, this, &CMainWindow::UpdateActions);
     connect(this, &CMainWindow::DataFileOpened, this, &CMainWindow::OnDataFileOpened);
     CCallStack& Stack = CCallStack::GetInstance();
     CBreakpointsDataModel& Points = CBreakpointsDataModel::Get();
@@ -140,25 +148,7 @@ void CMainWindow::ConnectWindows()
     connect(this, &CMainWindow::DataFileDownloaded, this,
             [&Points](const QString& sPath) { Points.OnDataFileDownloaded(sPath); });
     connect(&Stack, &CCallStack::UnwindNextFrameDone, m_W.pCallStack, &CCallStackWindow::OnNextFrameUnwinded);
-    for (CWindow* pWindow : m_Windows) {
-        connect(&Stack, &CCallStack::EvalFrameDone, pWindow, &CWindow::OnCallFrameEvaluated);
-        connect(&Stack, &CCallStack::EvalFrameFailed, pWindow, &CWindow::OnCallFrameEvaluated);
-        connect(&Stack, &CCallStack::UnwindComplete, pWindow, &CWindow::OnCallStackUnwinded);
-        connect(pWindow, &CWindow::CallSiteSelected, this, &CMainWindow::OnCallSiteSelected);
-    }
-    // A selection in one window reaches all, the sender included, which ignores what it said itself.
-    for (CWindow* pFrom : m_Windows) {
-        for (CWindow* pTo : m_Windows) {
-            connect(pFrom, &CWindow::InstSelected, pTo, &CWindow::OnInstSelected);
-            connect(pFrom, &CWindow::BacktraceSelected, pTo, &CWindow::OnBacktraceSelected);
-            connect(pFrom, &CWindow::BacktraceSelectionChanged, pTo, &CWindow::OnBacktraceSelectionChanged);
-            connect(pFrom, &CWindow::SrcLocSelected, pTo, &CWindow::OnSrcLocSelected);
-            connect(pFrom, &CWindow::FuncSelected, pTo, &CWindow::OnFuncSelected);
-            connect(pFrom, &CWindow::TimeReferencesChanged, pTo, &CWindow::OnTimeReferencesChanged);
-            connect(pFrom, &CWindow::TimeSelected, pTo, &CWindow::OnTimeSelected);
-            connect(pFrom, &CWindow::SymbolSelected, pTo, &CWindow::OnSymbolSelected);
-        }
-    }
+    for (int i = 0; i < m_Windows.size(); i++) JoinSelections(m_Windows[i], m_Windows.mid(0, i));
 }
 
 void CMainWindow::OnCallSiteSelected(int CallStackIdx)
@@ -224,7 +214,7 @@ QString CMainWindow::AskProjectPath()
 {
     const QString sPath = AskOpenPath(QStringLiteral("Open Project"), m_sDefaultDirOpen,
                                                        QStringLiteral("Project Files (*.bdebug);;All Files (*)"));
-    if (!sPath.isEmpty()) m_sDefaultDirOpen = QFileInfo(sPath).absolutePath();
+    if (!sPath.isEmpty()) SetDefaultDirOf(false, sPath);
     return sPath;
 }
 
@@ -253,6 +243,8 @@ void CMainWindow::OnWindowClosed(QCloseEvent* pEvent)
                 ::PerformAction(ACT_FILE_SAVE_PROJECT_AS);
             else
                 Project.Save(Project.GetPath());
+            // A save that was called off or failed is no reason to lose the project.
+            if (Project.IsModified()) return pEvent->ignore();
         }
     }
     if (!SaveModifiedDocuments()) return pEvent->ignore();
@@ -282,7 +274,7 @@ bool CMainWindow::event(QEvent* pEvent)
 {
     if (pEvent->type() == QEvent::WindowActivate && m_ShownOnce && !m_S.Closing) {
         CheckProgramFileChanged();
-        if (BScript::IsFileChanged() && BScript::ReloadIfChanged()) ShowProjectWarnings();
+        CheckProjectFileChanged();
     }
     if (pEvent->type() == QEvent::Paint && !m_ShownOnce) {
         m_ShownOnce = true;
@@ -305,68 +297,6 @@ bool CMainWindow::eventFilter(QObject* pObject, QEvent* pEvent)
         HandleKey(static_cast<QKeyEvent*>(pEvent)))
         return true;
     return CWindow::eventFilter(pObject, pEvent);
-}
-
-bool CMainWindow::HandleKey(QKeyEvent* pKey)
-{
-    if (pKey->key() == Qt::Key_Escape && pKey->modifiers() == Qt::NoModifier) {
-        for (CWindow* pWindow : m_Windows)
-            if (pWindow->IsEscKeyOpActive()) return false;
-        m_W.pSource->setFocus();
-        return true;
-    }
-    const Qt::KeyboardModifiers Modifiers = pKey->modifiers() & ~Qt::KeypadModifier;
-    if (pKey->key() == Qt::Key_S && Modifiers == (Qt::ShiftModifier | Qt::AltModifier)) {
-        m_W.pSource->setFocus();
-        return true;
-    }
-    // A bare letter, digit or editing key belongs to the widget with the focus when it takes text.
-    const bool Plain = !(Modifiers & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
-    const QWidget* pFocus = QApplication::focusWidget();
-    const bool TakesText = pFocus && pFocus->testAttribute(Qt::WA_InputMethodEnabled);
-    if (Plain && TakesText && (pKey->key() < Qt::Key_F1 || pKey->key() > Qt::Key_F35)) return false;
-    // Two rows may share a key: the focused window's own comes first, and what can't run leaves the key to the next.
-    int Best = -1, BestRank = 0;
-    const QString sKey = QKeySequence(QKeyCombination(Modifiers, Qt::Key(pKey->key()))).toString(QKeySequence::PortableText);
-    for (const int ID : FindActionsByHotKey(sKey)) {
-        const QAction* pAction = GetAction(ID);
-        const auto* pOwner = pAction ? qobject_cast<CWindow*>(pAction->parent()) : nullptr;
-        if (!pOwner) continue;
-        const bool Focused = pOwner != this && pOwner->HasFocus();
-        if (!Focused && pOwner != this && pOwner != m_W.pSource) continue;
-        const int Rank = 1 + (Focused ? 1 : 0) + (IsCommandEnabled(ID) ? 2 : 0);
-        if (Rank <= BestRank) continue;
-        Best = ID;
-        BestRank = Rank;
-    }
-    if (Best < 0) return false;
-    SetDefaultParam(Best);
-    ::PerformAction(Best); // tells it when the command is off
-    return true;
-}
-
-void CMainWindow::SetDefaultParam(int ID)
-{
-    switch (ID) {
-    case ACT_VIEW_DATA:
-    case ACT_VIEW_MEMORY_MAP:
-    case ACT_VIEW_SOURCE:
-    case ACT_VIEW_DISASSEMBLY:
-    case ACT_VIEW_CALL_GRAPH:
-    case ACT_WATCH_ADD:
-    case ACT_DATA_GRAPH_ADD:
-    case ACT_SOURCE_OPEN_INCLUDE_FILE:
-        break;
-    default:
-        return;
-    }
-    QString sParam;
-    if (m_W.pDisassembly->HasFocus() && m_W.pDisassembly->GetSelectedAddr() != ADDR_NONE)
-        sParam = QString::asprintf("0x%08X", m_W.pDisassembly->GetSelectedAddr());
-    else if (m_W.pSource->HasFocus())
-        sParam = ID == ACT_SOURCE_OPEN_INCLUDE_FILE ? m_W.pSource->GetFileNameUnderCursor()
-                                                    : m_W.pSource->GetSelectedTextOrWordUnderCursor();
-    if (!sParam.isEmpty() && !sParam.contains(u'\n')) SetActionParams(ID, sParam);
 }
 
 void CMainWindow::UpdateTitle()

@@ -3,8 +3,9 @@
 // The device carries out jobs and reports; what follows a report is decided here, as a chain of handlers on
 // the main thread: each starts the next job and returns. The decisions themselves are pure functions
 // (sessiondecisions.h). The code lies in one file a concern: mainwindow_form.cpp builds menus, tool bars and
-// docks, _session.cpp holds connect, reset, download and disconnect, _run.cpp running and stepping, _file.cpp
-// opening files, _windows.cpp showing and finding windows, _state.cpp the enabled state of the commands.
+// docks, _perspective.cpp keeps their layout over the runs, _session.cpp holds connect, reset, download and disconnect,
+// _run.cpp running and stepping, _file.cpp opening files, _windows.cpp showing and finding windows, _state.cpp the
+// enabled state of the commands, _keys.cpp the dispatch of keys.
 #pragma once
 #include "app/shell/mainwindow_layout.h"
 #include "views/framework/window.h"
@@ -13,6 +14,7 @@
 #include <QHash>
 #include <QList>
 #include <array>
+#include <functional>
 
 class CBreakpointWindow;
 class CCallStackWindow;
@@ -21,6 +23,7 @@ class CDisassemblyWindow;
 class CLocalsWindow;
 class CRegisterWindow;
 class CSourceWindow;
+class CDockTabs;
 class QCloseEvent;
 class QMenu;
 class QToolBar;
@@ -28,6 +31,9 @@ class QToolButton;
 
 /// What the next disconnect report is to do.
 enum PENDING_ACTIONS { PENDING_NOTHING = 0, PENDING_OPEN_PROJECT = 2, PENDING_CLOSE = 3 };
+
+/// Arrangements of the windows. Nothing switches them; all debugging is done in the second.
+enum PERSPECTIVES : int { PERSPECTIVE_EDIT = 0, PERSPECTIVE_DEBUG = 1 };
 
 /// How the file that is being opened came here; bits.
 enum OPEN_FLAGS { OPEN_FLAG_INTERACTIVE = 1, OPEN_FLAG_RELOAD = 2 };
@@ -54,6 +60,15 @@ struct SESSION_WINDOWS {
     CDisassemblyWindow* pDisassembly = nullptr;
     CBreakpointWindow* pBreakpoints = nullptr;
     CLocalsWindow* pLocals = nullptr;
+};
+
+/// Windows of which the user can open several. The first one is there from the start, the others come as they are asked for
+/// and go when they are closed; one always stays.
+struct WINDOW_FAMILY {
+    QString sKind; ///< "Registers"; its windows are "Registers 1", "Registers 2", ...
+    Qt::DockWidgetArea Area;
+    QList<CWindow*> Windows;
+    std::function<CWindow*(const QString& sName)> Make;
 };
 
 class CMainWindow : public CWindow {
@@ -94,6 +109,11 @@ public:
     bool CreateProjectFromCmdLine();                ///< whether a project was made
     bool CreateProject(const QString& sPath, const QStringList& Commands, bool Ask);
     bool SaveModifiedDocuments();                   ///< false: the user called it off
+    void CheckProjectFileChanged(); ///< a script that was changed on the disk is loaded anew
+    void ShowScriptError();         ///< the line of the script's error, if there is one, in the source window
+    /// The folder that file dialogs begin in, which follows the user's choices.
+    const QString& GetDefaultDir(bool Save) const { return Save ? m_sDefaultDirSave : m_sDefaultDirOpen; }
+    void SetDefaultDirOf(bool Save, const QString& sFile);
     ///@}
 
     /// \name Windows
@@ -125,6 +145,7 @@ public:
     void OnDeviceConnectCanceled(CONNECT_MODES Mode) override;
     void OnDeviceDisconnectDone() override;
     void OnDeviceResetDone(U32 NewPC, RESET_MODES Mode) override;
+    void OnDeviceEndianessChanged(int DataEndian, int InstEndian) override;
     void OnDeviceHaltDone(U32 NewPC, HALT_REASONS Reason) override;
     void OnDeviceStepped(U32 NewPC) override;
     void OnDeviceAboutToDisconnect() override;
@@ -189,10 +210,17 @@ private:
     void BuildWindows();
     void AddDock(CWindow* pWindow, const char* sDockName, Qt::DockWidgetArea Area, int ShowAction);
     void AdoptWindow(CWindow* pWindow);
+    void PlaceWindow(CWindow* pWindow, const char* sDockName, Qt::DockWidgetArea Area);
+    void JoinSelections(CWindow* pWindow, const QList<CWindow*>& Others);
+    CWindow* FindWindowToShow(const QString& sName);
+    CWindow* AddFamilyWindow(WINDOW_FAMILY& Family);
+    bool RemoveFamilyWindow(CWindow* pWindow); ///< false: it isn't one, or the last of its family
+    void BringOntoScreen();
     void ConnectWindows();
     void CreateTimers();
     QAction* MakeAction(int ID, QWidget* pOwner);
     void RestoreAppData();
+    void RestorePerspective();
     void SaveAppData();
     void ApplyDefaultLayout();
     void RebuildRecentMenus();
@@ -203,7 +231,8 @@ private:
     void OnDownloadDone(DOWNLOAD_MODES Mode);
     void OnDownloadFailed(DOWNLOAD_MODES Mode, int Code);
     void PerformInitialProgramOperation();
-    bool RunToBreakSymbol();
+    enum BREAK_SYMBOL_RUN { BREAK_SYMBOL_UNKNOWN, BREAK_SYMBOL_REACHED, BREAK_SYMBOL_RUNNING };
+    BREAK_SYMBOL_RUN RunToBreakSymbol(); ///< reached: the target stands there already
     void ResolveBreakSymbol();
     void ClearProgramWindows();
     void UpdateConnectionLabel();
@@ -222,7 +251,7 @@ private:
     void CloseProgram();
     void CheckProgramFileChanged();
     void LoadDefaultRegisterSet();
-    void ShowProjectWarnings();
+    bool ShowProjectWarnings(); ///< false: the user wants no project with such faults
 
     void ShowWelcomeScreen();
     QString AskProjectPath(); ///< empty if the user called it off
@@ -233,7 +262,10 @@ private:
     SESSION_STATE m_S;
     SESSION_WINDOWS m_W;
     QList<CWindow*> m_Windows;
+    int m_Perspective = PERSPECTIVE_DEBUG;
+    QList<WINDOW_FAMILY> m_Families;
     QHash<int, CWindow*> m_WindowOfAction;
+    CDockTabs* m_pDockTabs = nullptr;
     std::array<QAction*, NUM_ACTIONS> m_apAction{};
     std::array<QMenu*, NUM_MENUS> m_apMenu{};
     std::array<QToolBar*, NUM_TOOLBARS> m_apToolBar{};

@@ -13,11 +13,13 @@
 #include "app/shell/sessiondecisions.h"
 #include "app/shell/warningsdialog.h"
 #include "app/shell/programdata.h"
+#include "app/shell/sourcestats.h"
 #include "app/shell/programload.h"
 #include "core/cache/core.h"
 #include "core/host/corehost.h"
 #include "device/queue/device.h"
 #include "device/target/datamanager.h"
+#include "device/target/deviceservices.h"
 #include "device/target/devicetarget.h"
 #include "program/tables/prog.h"
 #include "project/file/project.h"
@@ -31,6 +33,7 @@
 
 #include <QApplication>
 #include <QDateTime>
+#include <QDir>
 #include <QFileInfo>
 
 bool CMainWindow::OpenFile(const QString& sPath, U32 Flags)
@@ -62,6 +65,9 @@ void CMainWindow::OpenProject(const QString& sPath)
     }
     if (!SaveModifiedDocuments()) return;
     CProject& Project = CProject::Get();
+    const QString sProbeSettings = CProject::GetProbeSettingsPath(sPath);
+    if (!sProbeSettings.isEmpty()) Project.GetHooks().SetDeviceParamText(DCP_SCRIPT_FILE, sProbeSettings);
+    Project.SetFromCmdLine({});
     Project.Close();
     CloseProgram();
     Project.Open(sPath);
@@ -72,29 +78,52 @@ void CMainWindow::OnProjectFileOpened(QString sPath)
     AddRecent(m_RecentProjects, sPath);
     UpdateTitle();
     CProject& Project = CProject::Get();
+    m_W.pSource->Open(sPath);
     if (BScript::HasError()) {
         Project.LogScriptError();
         ShowWindow(QStringLiteral("Console"));
+        ShowScriptError();
         return;
     }
-    const QString sProbeSettings = Project.GetProbeSettingsPath();
-    if (!sProbeSettings.isEmpty()) Project.GetHooks().SetDeviceParamText(DCP_SCRIPT_FILE, sProbeSettings);
     Project.PrepareProjectLoad();
     BScript::ExecScriptFunction(EVENT_ON_PROJECT_LOAD);
-    ShowProjectWarnings();
+    if (!ShowProjectWarnings()) return;
     LoadDefaultRegisterSet();
     UpdateConnectionLabel();
     UpdateActions();
     UpdateTitle();
 }
 
-void CMainWindow::OnProjectFileClosed(QString)
+void CMainWindow::OnProjectFileClosed(QString sPath)
 {
+    CDeviceServices::Get().ForgetMemlaneSearchRanges(); // they were the project's
+    const QStringList Unsaved = m_W.pSource->GetDocsWithUnsavedChangesFileNames();
+    if (m_W.pSource->IsOpen(sPath) && !Unsaved.contains(QFileInfo(sPath).fileName()) && !Unsaved.contains(sPath))
+        m_W.pSource->Close(sPath);
     UpdateTitle();
     UpdateActions();
 }
 
-void CMainWindow::ShowProjectWarnings()
+void CMainWindow::CheckProjectFileChanged()
+{
+    if (!BScript::ReloadIfChanged()) return;
+    ShowProjectWarnings();
+    ShowScriptError();
+}
+
+void CMainWindow::ShowScriptError()
+{
+    const int Line = BScript::HasError() ? BScript::GetErrorLine() : -1;
+    const QString sPath = BScript::GetProjectPath();
+    if (Line >= 1 && QFileInfo(sPath).isFile()) m_W.pSource->Open(sPath, DOC_OPEN_CURRENT, Line - 1);
+}
+
+void CMainWindow::SetDefaultDirOf(bool Save, const QString& sFile)
+{
+    (Save ? m_sDefaultDirSave : m_sDefaultDirOpen) = QFileInfo(sFile).absolutePath();
+}
+
+bool CMainWindow::ShowProjectWarnings()
 {
     CProject& Project = CProject::Get();
     const QStringList Warnings = Project.GetWarnings();
@@ -102,8 +131,9 @@ void CMainWindow::ShowProjectWarnings()
     if (!Warnings.isEmpty() && GetVarValue(PREF_SHOW_PROJECT_WARNINGS_DIALOG))
         Cancel = CWarningsDialog::Ask(Warnings, Project.GetPath(), this) == CWarningsDialog::CANCELED;
     Project.LogNewWarnings();
-    if (Cancel) NewProject();
+    if (Cancel) ::PerformAction(ACT_FILE_NEW_PROJECT);
     UpdateActions();
+    return !Cancel;
 }
 
 void CMainWindow::LoadDefaultRegisterSet()
@@ -124,6 +154,7 @@ void CMainWindow::NewProject()
         CDevice::Get().WaitForJobAndEvent(BT_DISCONNECT, true);
     }
     if (!SaveModifiedDocuments()) return;
+    CProject::Get().SetFromCmdLine({});
     CProject::Get().Close();
     CloseProgram();
     UpdateTitle();
@@ -144,10 +175,10 @@ bool CMainWindow::CreateProject(const QString& sPath, const QStringList& Command
     SetVar(VAR_TRACE_SOURCE, 0, false);
     CloseProgram();
     const bool Created = Project.CreateFromCommands(Commands) == 0;
-    if (Ask)
-        ShowProjectWarnings();
-    else
+    if (!Ask)
         Project.LogNewWarnings();
+    else if (!ShowProjectWarnings())
+        return false;
     LoadDefaultRegisterSet();
     UpdateTitle();
     UpdateActions();
@@ -164,8 +195,11 @@ bool CMainWindow::CreateProjectFromCmdLine()
     const QStringList Commands = Project.CreateFromCmdLine(Args);
     if (Commands.isEmpty()) return false;
     Project.SetFromCmdLine(Commands);
-    if (!QFileInfo(Args.ProjectFile).isFile()) return CreateProject(Args.ProjectFile, Commands, false);
-    return Project.WriteCmdLineSettings(Args.ProjectFile) && OpenFile(Args.ProjectFile, 0);
+    const bool Created = QFileInfo(Args.ProjectFile).isFile()
+                             ? Project.WriteCmdLineSettings(Args.ProjectFile) && OpenFile(Args.ProjectFile, 0)
+                             : CreateProject(Args.ProjectFile, Commands, false);
+    Project.SetFromCmdLine(Commands); // opening forgets where a project came from
+    return Created;
 }
 
 // ---- Programs ------------------------------------------------------------------------------------------
@@ -264,6 +298,7 @@ void CMainWindow::OnDataFileOpened(QString sPath)
     ResolveBreakSymbol();
     UpdateActions();
     UpdateTitle();
+    LookUpProgramSources();
     if (sPath == m_S.sProgramPath)
         m_W.pSource->ReopenResolvedDocuments();
     else
@@ -328,11 +363,12 @@ void OnFileOpen(int Id)
     U32 Flags = S.OpenFlags & OPEN_FLAG_RELOAD;
     if (!HasActionParams(Id)) {
         Flags |= OPEN_FLAG_INTERACTIVE;
-        sPath = AskOpenPath(QStringLiteral("Open File"), {},
-                                             QStringLiteral("All Files (*);;Source Files (*.h *.c *.hpp *.cpp *.s);;"
-                                                            "Data Files (*.bin *.mot *.srec *.hex *.elf *.out *.axf);;"
-                                                            "Project Files (*.bdebug)"));
+        sPath = AskOpenPath(QStringLiteral("Open File"), CMainWindow::Get().GetDefaultDir(false),
+                            QStringLiteral("All Files (*);;Source Files (*.h *.c *.hpp *.cpp *.s);;"
+                                           "Data Files (*.bin *.mot *.srec *.hex *.elf *.out *.axf);;"
+                                           "Project Files (*.bdebug)"));
         if (sPath.isEmpty()) return SetActionSilent(Id);
+        CMainWindow::Get().SetDefaultDirOf(false, sPath);
     }
     SetActionParams(Id, sPath);
     if (CMainWindow::Get().OpenFile(sPath, Flags)) return;
@@ -384,6 +420,7 @@ void OnFileNewProjectWizard(int Id)
     bool Done = false;
     QObject::connect(&Wizard, &CProjectWizard::Finished, [&Done](QStringList& Commands) {
         Done = true;
+        CProject::Get().SetFromCmdLine({});
         CMainWindow::Get().CreateProject({}, Commands, true);
     });
     if (const auto& Interceptor = CMessageBox::GetInterceptor()) {
@@ -422,31 +459,52 @@ void OnFileSave(int Id)
     if (!Source.IsOpen(sPath)) return SetActionError(Id, ERR_FILE_NOT_FOUND, sPath);
     SetActionParams(Id, sPath);
     Source.Save(sPath);
+    CMainWindow::Get().CheckProjectFileChanged(); // it may be the project that was edited
+}
+
+/// True when a file of this name can be written. An existing one stays as it is.
+bool CanCreate(const QString& sPath)
+{
+    const bool Existed = QFileInfo::exists(sPath);
+    QFile File(sPath);
+    if (!File.open(QIODevice::ReadWrite)) return false;
+    File.close();
+    return Existed || File.remove();
 }
 
 void OnFileSaveProjectAs(int Id)
 {
     if (!CheckParamCount(Id, 0)) return;
+    CMainWindow& Main = CMainWindow::Get();
     QString sPath = GetActionParam(Id);
     if (!HasActionParams(Id)) {
-        sPath = AskSavePath(QStringLiteral("Save Project as..."), {},
-                                             QStringLiteral("Project Files (*.bdebug)"));
+        sPath = AskSavePath(QStringLiteral("Save Project as..."), Main.GetDefaultDir(true),
+                            QStringLiteral("Project Files (*.bdebug)"));
         if (sPath.isEmpty()) return SetActionSilent(Id);
     }
     if (QFileInfo(sPath).suffix().isEmpty()) sPath += QStringLiteral(".bdebug");
-    const QFileInfo Info(sPath);
-    if (Info.suffix() != "bdebug" || !QFileInfo(Info.absolutePath()).isWritable())
+    if (!QDir::match(QStringLiteral("*.bdebug"), QFileInfo(sPath).fileName()) || !CanCreate(sPath))
         return SetActionError(Id, QStringLiteral("invalid project filename"));
+    Main.SetDefaultDirOf(true, sPath);
     SetActionParams(Id, sPath);
-    if (!CProject::Get().Save(sPath)) SetActionError(Id, QStringLiteral("invalid project filename"));
-    CMainWindow::Get().UpdateTitle();
+    // A project outlives the folder that a console line is relative to.
+    if (!CProject::Get().Save(QFileInfo(sPath).absoluteFilePath())) SetActionError(Id, QStringLiteral("invalid project filename"));
+    Main.UpdateTitle();
+    Main.UpdateActions();
 }
 
 void OnFileSaveAll(int Id)
 {
     if (!CheckParamCount(Id)) return;
-    const CProject& Project = CProject::Get();
-    if (Project.IsModified()) ::PerformAction(ACT_FILE_SAVE_PROJECT_AS, Project.GetPath());
+    CProject& Project = CProject::Get();
+    if (Project.IsModified()) {
+        if (QFileInfo(Project.GetPath()).isFile())
+            Project.Save(Project.GetPath());
+        else if (Project.GetPath().isEmpty())
+            ::PerformAction(ACT_FILE_SAVE_PROJECT_AS);
+        else
+            ::PerformAction(ACT_FILE_SAVE_PROJECT_AS, Project.GetPath()); // chosen before, only not there yet
+    }
     CMainWindow::Get().GetSessionWindows().pSource->SaveAll();
 }
 

@@ -4,6 +4,7 @@
 #include "app/services/settingsstore.h"
 #include "app/services/appinfo.h"
 #include "app/shell/commandtable.h"
+#include "app/shell/docktabs.h"
 #include "app/shell/mainwindow.h"
 #include "project/file/project.h"
 #include "project/settings/settingsnotifier.h"
@@ -29,19 +30,7 @@
 
 namespace {
 
-constexpr char GROUP_MAIN[] = "AppData/MainWindow";
-constexpr char GROUP_DEBUG[] = "AppData/Perspectives/Debug";
 constexpr int MAX_RECENT = 10;
-
-/// Room for all windows of the default layout, as far as the screen has it.
-QSize GetFirstSize()
-{
-    constexpr QSize WANTED(1600, 1000);
-    constexpr QSize USABLE(1024, 700); // a screen that reports less can't be believed
-    const QScreen* pScreen = QGuiApplication::primaryScreen();
-    const QSize Screen = pScreen ? pScreen->availableGeometry().size() : QSize();
-    return Screen.width() < USABLE.width() || Screen.height() < USABLE.height() ? WANTED : WANTED.boundedTo(Screen);
-}
 
 void OnShowAction(int ID)
 {
@@ -150,7 +139,8 @@ void CMainWindow::BuildDropDownButtons()
 void CMainWindow::BuildToolBars()
 {
     BuildDropDownButtons();
-    for (int i = 0; i < NUM_TOOLBARS; i++) {
+    // The long bar of windows has a line of its own; beside the others it would push buttons out of sight.
+    for (const TOOLBAR_INDEX i : {TOOLBAR_FILE, TOOLBAR_DEBUG, TOOLBAR_BREAKPOINTS, TOOLBAR_VIEW}) {
         const TOOLBAR_LAYOUT& Layout = TOOLBARS[i];
         auto* pBar = new QToolBar(QLatin1String(Layout.Title), this);
         pBar->setObjectName(QLatin1String(Layout.ObjectName));
@@ -163,9 +153,14 @@ void CMainWindow::BuildToolBars()
                 pBar->addWidget(m_pStartButton);
             else if (Entry == ACT_DEBUG_RESET)
                 pBar->addWidget(m_pResetButton);
-            else if (Entry >= 0 && m_apAction[size_t(Entry)])
+            else {
                 pBar->addAction(m_apAction[size_t(Entry)]);
+                // What the command of a button works on is settled before it is triggered.
+                if (auto* pButton = qobject_cast<QToolButton*>(pBar->widgetForAction(m_apAction[size_t(Entry)])))
+                    connect(pButton, &QToolButton::pressed, this, [this, Entry] { SetDefaultParam(Entry); });
+            }
         }
+        if (i == TOOLBAR_VIEW) addToolBarBreak(Qt::TopToolBarArea);
         addToolBar(Qt::TopToolBarArea, pBar);
         m_apToolBar[size_t(i)] = pBar;
     }
@@ -190,14 +185,7 @@ void CMainWindow::AdoptWindow(CWindow* pWindow)
 
 void CMainWindow::AddDock(CWindow* pWindow, const char* sDockName, Qt::DockWidgetArea Area, int ShowAction)
 {
-    auto* pDock = new CDockWindow(this);
-    pDock->setObjectName(QLatin1String(sDockName));
-    pDock->SetWindow(pWindow);
-    addDockWidget(Area, pDock);
-    connect(pDock, &CDockWindow::visibilityChanged, pWindow, &CWindow::VisibilityChanged);
-    connect(pDock, &CDockWindow::topLevelChanged, pWindow, &CWindow::FloatingStateChanged);
-    pDock->hide();
-    AdoptWindow(pWindow);
+    PlaceWindow(pWindow, sDockName, Area);
     m_WindowOfAction.insert(ShowAction, pWindow);
     SetCommandHandler(ShowAction, [](int ID) {
         if (CWindow* p = CMainWindow::Get().m_WindowOfAction.value(ID)) ::PerformAction(ACT_WINDOW_SHOW, p->GetName());
@@ -208,7 +196,9 @@ void CMainWindow::BuildWindows()
 {
     setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
     setDocumentMode(true);
+    setTabShape(QTabWidget::Triangular);
     setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
+    m_pDockTabs = new CDockTabs(this);
     AdoptWindow(this);
     m_W.pCallStack = new CCallStackWindow(this);
     AddDock(m_W.pCallStack, "dockWidgetCallStack", Qt::RightDockWidgetArea, ACT_WINDOW_SHOW_CALL_STACK);
@@ -224,60 +214,10 @@ void CMainWindow::BuildWindows()
     m_W.pConsole = &CConsoleWindow::Get();
     AddDock(m_W.pConsole, "dockWidgetConsole", Qt::BottomDockWidgetArea, ACT_WINDOW_SHOW_CONSOLE);
     m_W.pRegisters = new CRegisterWindow(this);
+    m_Families.append({QStringLiteral("Registers"), Qt::RightDockWidgetArea, {m_W.pRegisters}, [this](const QString& sName) {
+                           return new CRegisterWindow(this, sName);
+                       }});
     AddDock(m_W.pRegisters, "dockWidgetRegisters1", Qt::RightDockWidgetArea, ACT_WINDOW_SHOW_REGISTERS);
-}
-
-void CMainWindow::ApplyDefaultLayout()
-{
-    for (int i = 0; i < NUM_TOOLBARS; i++) m_apToolBar[size_t(i)]->setVisible(TOOLBARS[i].ShownAtFirst);
-    for (CWindow* pWindow : m_Windows)
-        if (CDockWindow* pDock = pWindow->GetDock()) pDock->hide();
-    tabifyDockWidget(m_W.pCallStack->GetDock(), m_W.pLocals->GetDock());
-    tabifyDockWidget(m_W.pRegisters->GetDock(), m_W.pDisassembly->GetDock());
-    for (CWindow* pWindow : QList<CWindow*>{m_W.pRegisters, m_W.pConsole, m_W.pCallStack, m_W.pBreakpoints,
-                                            m_W.pDisassembly, m_W.pLocals})
-        pWindow->GetDock()->show();
-    m_W.pCallStack->GetDock()->raise();
-    m_W.pRegisters->GetDock()->raise();
-    resizeDocks({m_W.pBreakpoints->GetDock(), m_W.pRegisters->GetDock()}, {300, 500}, Qt::Horizontal);
-    resizeDocks({m_W.pCallStack->GetDock(), m_W.pRegisters->GetDock()}, {230, 480}, Qt::Vertical);
-    resizeDocks({m_W.pConsole->GetDock()}, {210}, Qt::Vertical);
-}
-
-void CMainWindow::RestoreAppData()
-{
-    const CSettingsStore& Store = CSettingsStore::Get();
-    m_sDefaultDirOpen = Store.Read(GROUP_MAIN, "DefaultDirOpen", QDir::homePath()).toString();
-    m_sDefaultDirSave = Store.Read(GROUP_MAIN, "DefaultDirSave", QDir::homePath()).toString();
-    m_RecentProjects = Store.Read(GROUP_MAIN, "RecentProjects", {}).toStringList();
-    m_RecentPrograms = Store.Read(GROUP_MAIN, "RecentPrograms", {}).toStringList();
-    RebuildRecentMenus();
-    resize(GetFirstSize());
-    ApplyDefaultLayout();
-    if (const QByteArray Geometry = Store.Read(GROUP_MAIN, "Geometry", {}).toByteArray(); !Geometry.isEmpty())
-        restoreGeometry(Geometry);
-    if (const QByteArray State = Store.Read(GROUP_DEBUG, "WindowState", {}).toByteArray(); !State.isEmpty())
-        restoreState(State, 0);
-    for (int i = 0; i < NUM_TOOLBARS; i++) {
-        const TOOLBAR_LAYOUT& Layout = TOOLBARS[i];
-        const bool Shown = Store.Read(GROUP_DEBUG, Layout.SettingsKey, Layout.ShownAtFirst).toBool();
-        m_apToolBar[size_t(i)]->setVisible(Shown);
-        if (QAction* pToggle = m_apAction[size_t(Layout.ToggleAction)]) pToggle->setChecked(Shown);
-    }
-}
-
-void CMainWindow::SaveAppData()
-{
-    CSettingsStore& Store = CSettingsStore::Get();
-    Store.Write(GROUP_MAIN, "DefaultDirOpen", m_sDefaultDirOpen);
-    Store.Write(GROUP_MAIN, "DefaultDirSave", m_sDefaultDirSave);
-    Store.Write(GROUP_MAIN, "Geometry", saveGeometry());
-    Store.Write(GROUP_MAIN, "RecentProjects", m_RecentProjects);
-    Store.Write(GROUP_MAIN, "RecentPrograms", m_RecentPrograms);
-    Store.Write(GROUP_MAIN, "Version", GetVersionText());
-    Store.Write(GROUP_DEBUG, "WindowState", saveState(0));
-    for (int i = 0; i < NUM_TOOLBARS; i++)
-        Store.Write(GROUP_DEBUG, TOOLBARS[i].SettingsKey, m_apToolBar[size_t(i)]->isVisible());
 }
 
 void CMainWindow::AddRecent(QStringList& List, const QString& sPath)

@@ -69,6 +69,15 @@ void CMainWindow::StepOut()
     if (!StartSourceStep(BT_STEP_OUT)) CDevice::Get().StepOutAsync();
 }
 
+/// True when the target is halted and nothing is on its way to let it go: a halt that the controller goes on from, as it
+/// does after a reset, is none that anybody can work in. The jobs are asked for first, as one that ends in between has
+/// taken the halt with it.
+static bool IsStanding()
+{
+    CDevice& Dev = CDevice::Get();
+    return !Dev.HasPendingJob(BT_CONTINUE) && !Dev.HasPendingJob(BT_RUN_TO) && Dev.IsHalted();
+}
+
 void CMainWindow::OnDeviceHaltDone(U32 NewPC, HALT_REASONS Reason)
 {
     CWindow::OnDeviceHaltDone(NewPC, Reason);
@@ -80,7 +89,7 @@ void CMainWindow::OnDeviceHaltDone(U32 NewPC, HALT_REASONS Reason)
     if (Reason == HR_PC_WRITTEN) return;
     if (Reason == HR_RUN_TO)
         m_TargetHaltedTimer.start();
-    else
+    else if (IsStanding() && NewPC == CDevice::Get().GetPC()) // else it has gone on, and tells its next halt itself
         OnTargetHaltedAndTOElapsed();
 }
 
@@ -96,7 +105,7 @@ void CMainWindow::OnDeviceStepped(U32 NewPC)
 
 void CMainWindow::OnTargetHaltedAndTOElapsed()
 {
-    if (!CDevice::Get().IsHalted()) return;
+    if (!IsStanding()) return;
     Core_OnTargetHalted();
     if (BScript::HasEvent(EVENT_AFTER_TARGET_HALT)) BScript::ExecScriptFunction(EVENT_AFTER_TARGET_HALT);
 }
@@ -153,9 +162,9 @@ void CMainWindow::UpdateActionDebugHaltResume()
     const bool Halted = Dev.IsHalted(), Connected = Dev.IsConnected(), Core = IsTargetUsable();
     QAction* pContinue = m_apAction[ACT_DEBUG_CONTINUE];
     QAction* pHalt = m_apAction[ACT_DEBUG_HALT];
-    // With no session the tool bar shows one of the two, so that its buttons don't move at the first halt.
-    pContinue->setVisible(Halted || !Connected);
-    pHalt->setVisible(Connected && !Halted);
+    // One of the two is always there, so that the buttons behind them don't move.
+    pContinue->setVisible(Connected && Halted);
+    pHalt->setVisible(!Connected || !Halted);
     SetCommandState(ACT_DEBUG_CONTINUE, Core, Core && Connected && Halted);
     SetCommandState(ACT_DEBUG_HALT, Core, Core && Connected && !Halted);
 }

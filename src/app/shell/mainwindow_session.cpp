@@ -83,8 +83,7 @@ void CMainWindow::Connect(CONNECT_MODES Mode)
     RunEvent(EVENT_BEFORE_TARGET_CONNECT);
     if (BScript::HasEvent(EVENT_TARGET_CONNECT)) {
         RunReplacing(EVENT_TARGET_CONNECT, {BT_CONNECT});
-        Dev.State.FinishConnectMode = GetVarValue(VAR_CONNECT_MODE);
-        Dev.Wake();
+        CDeviceTarget::Get().RequestFinishConnect(CONNECT_MODES(GetVarValue(VAR_CONNECT_MODE)));
     } else {
         Dev.ConnectAsync(Mode);
     }
@@ -106,8 +105,7 @@ void CMainWindow::Reset(RESET_MODES Mode)
     RunEvent(EVENT_BEFORE_TARGET_RESET);
     if (BScript::HasEvent(EVENT_TARGET_RESET)) {
         RunReplacing(EVENT_TARGET_RESET, {BT_RESET, BT_HALT});
-        Dev.State.FinishResetMode = Mode == RM_RESET_BEFORE_DOWNLOAD ? I64(Mode) : GetVarValue(VAR_RESET_MODE);
-        Dev.Wake();
+        CDeviceTarget::Get().RequestFinishReset(Mode == RM_RESET_BEFORE_DOWNLOAD ? Mode : RESET_MODES(GetVarValue(VAR_RESET_MODE)));
     } else {
         Dev.ResetAsync(Mode);
     }
@@ -115,15 +113,18 @@ void CMainWindow::Reset(RESET_MODES Mode)
 
 void CMainWindow::StartDebugSession()
 {
-    CDevice& Dev = CDevice::Get();
-    Dev.State.DebugStarted = 1;
-    if (Dev.IsHalted()) Dev.PostJobEvent(BT_HALT, JOB_DONE, Dev.GetPC(), I64(Dev.GetPC()), HR_HALT);
+    CDeviceTarget::Get().StartDebugSession();
+}
+
+void CMainWindow::OnDeviceEndianessChanged(int, int)
+{
+    // The core support decodes by the byte order that the target turned out to have.
+    if (Core_IsLoaded()) CProject::Get().GetHooks().LoadCorePlugin();
 }
 
 void CMainWindow::OnSideBarStateChanged()
 {
-    // The instruction trace has no reader yet that could ask for data; a trace left on in the device would
-    // only cost its probe bandwidth.
+    // No window shows the instruction trace: left on in the device it would only cost the probe bandwidth.
     if (CDevice::Get().State.InstTraceEnabled) CDevice::Get().DisableSimpleInstTraceAsync();
 }
 
@@ -215,7 +216,7 @@ void CMainWindow::OnDeviceResetDone(U32 NewPC, RESET_MODES Mode)
         break;
     case AFTER_RESET_CONTINUE: Continue(); break;
     case AFTER_RESET_RUN_TO_SYMBOL:
-        if (!RunToBreakSymbol()) m_MessageBoxTimer.start();
+        if (RunToBreakSymbol() == BREAK_SYMBOL_UNKNOWN) m_MessageBoxTimer.start();
         break;
     default: break;
     }
@@ -223,17 +224,17 @@ void CMainWindow::OnDeviceResetDone(U32 NewPC, RESET_MODES Mode)
     UpdateActions();
 }
 
-bool CMainWindow::RunToBreakSymbol()
+CMainWindow::BREAK_SYMBOL_RUN CMainWindow::RunToBreakSymbol()
 {
     CDevice& Dev = CDevice::Get();
     const I64 Symbol = CProject::Get().GetHooks().GetDeviceParam(DCP_RESET_BREAK_ADDR);
-    if (!Dev.IsConnected() || Symbol < 0) return false;
+    if (!Dev.IsConnected() || Symbol < 0) return BREAK_SYMBOL_UNKNOWN;
     const U32 Align = std::max<U32>(Core_GetStaticInfo().InstAlignment, 1);
     const U32 Addr = U32(Symbol) - U32(Symbol) % Align;
-    if (Dev.IsHalted() && Dev.GetPC() == Addr) return true;
+    if (Dev.IsHalted() && Dev.GetPC() == Addr) return BREAK_SYMBOL_REACHED;
     if (!Dev.IsHalted()) Dev.HaltAsync();
     Dev.RunToAsync(Addr);
-    return true;
+    return BREAK_SYMBOL_RUNNING;
 }
 
 void CMainWindow::ResolveBreakSymbol()
@@ -349,9 +350,12 @@ void CMainWindow::PerformInitialProgramOperation()
         Dev.HaltAsync();
         break;
     case INITIAL_RUN_TO_SYMBOL:
-        if (RunToBreakSymbol()) {
-            StartDebugSession();
-        } else {
+        switch (RunToBreakSymbol()) {
+        case BREAK_SYMBOL_RUNNING:
+            Dev.State.DebugStarted = 1; // the arrival tells the halt, and tells it once
+            break;
+        case BREAK_SYMBOL_REACHED: StartDebugSession(); break;
+        case BREAK_SYMBOL_UNKNOWN:
             m_MessageBoxTimer.start();
             StartDebugSession();
             Dev.HaltAsync();
@@ -523,7 +527,9 @@ void OnExecReset(int Id)
 void OnExecDownload(int Id)
 {
     if (!CheckParamCount(Id) || !RequireConnected(Id)) return;
-    CMainWindow::Get().Download(CFileFinder::Get().Resolve(GetActionParam(Id)), {}, DM_MEMORY);
+    const QString sPath = CFileFinder::Get().Resolve(GetActionParam(Id));
+    if (!QFileInfo(sPath).isFile()) return SetActionError(Id, ERR_FILE_NOT_FOUND);
+    CMainWindow::Get().Download(sPath, {}, DM_MEMORY);
 }
 
 void OnExecCommand(int Id)

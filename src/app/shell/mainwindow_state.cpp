@@ -39,7 +39,7 @@ void CMainWindow::UpdateActions()
     SetBoth({ACT_FILE_SAVE}, m_W.pSource->IsDocumentModified(m_W.pSource->GetActiveFileNo()));
     SetBoth({ACT_FILE_SAVE_PROJECT_AS}, Project.IsOpen());
     SetBoth({ACT_FILE_SAVE_ALL}, (Project.IsOpen() && Project.IsModified()) || DocModified);
-    SetBoth({ACT_DEBUG_START, ACT_DEBUG_DOWNLOAD_RESET, ACT_DEBUG_ATTACH, ACT_DEBUG_ATTACH_HALT}, C && !S);
+    SetBoth({ACT_DEBUG_START, ACT_DEBUG_ATTACH, ACT_DEBUG_ATTACH_HALT}, C && !S);
     SetBoth({ACT_DEBUG_RESET, ACT_DEBUG_RESET_BREAK_AT_SYMBOL, ACT_DEBUG_RESET_HALT, ACT_DEBUG_RESET_RUN}, C && S);
     Set({ACT_DEBUG_STOP}, C, C && S);
     m_apAction[ACT_DEBUG_STOP]->setVisible(S);
@@ -47,7 +47,9 @@ void CMainWindow::UpdateActions()
     Set({ACT_DEBUG_STEP_INTO, ACT_DEBUG_STEP_OVER, ACT_DEBUG_STEP_OUT}, C, C && S && H);
     for (const int Id : {ACT_DEBUG_SET_NEXT_PC, ACT_DEBUG_SET_NEXT_STATEMENT, ACT_DEBUG_RUN_TO})
         SetCommandState(Id, C, C && HasActionParams(Id));
-    SetBoth({ACT_DEBUG_CONNECT, ACT_DEBUG_DISCONNECT, ACT_DEBUG_DOWNLOAD, ACT_DEBUG_READ_INTO_INST_CACHE}, C);
+    SetBoth({ACT_DEBUG_CONNECT, ACT_DEBUG_DISCONNECT, ACT_DEBUG_DOWNLOAD, ACT_DEBUG_READ_INTO_INST_CACHE,
+             ACT_DEBUG_DOWNLOAD_RESET},
+            C);
     SetBoth({ACT_PROJECT_SET_DEVICE, ACT_PROJECT_SET_BRYLLO_SCRIPT, ACT_PROJECT_SET_HOST_IF, ACT_PROJECT_SET_TARGET_IF,
              ACT_PROJECT_SET_JTAG_CONFIG, ACT_PROJECT_SET_CORE_PLUGIN},
             !S);
@@ -66,7 +68,7 @@ void CMainWindow::UpdateActions()
         SetCommandState(Id, true, HasActionParams(Id));
     // What a menu can't do is grey there; console and keys get the reason.
     for (const SHOW_ACTION& Show : SHOW_ACTIONS)
-        SetCommandState(Show.ID, true, FindWindow(QLatin1String(Show.Window), false) != nullptr);
+        SetCommandState(Show.ID, true, m_WindowOfAction.contains(Show.ID));
     for (const int Id : {ACT_FILE_NEW_PROJECT_WIZARD, ACT_FILE_EXPORT_DISASSEMBLY, ACT_TOOLS_BRYLLO_SETTINGS,
                          ACT_TOOLS_TRACE_SETTINGS, ACT_TOOLS_PREFERENCES, ACT_TOOLS_SYS_VARS, ACT_HELP_USER_GUIDE})
         SetCommandState(Id, true, !IsCommandAbsent(Id));

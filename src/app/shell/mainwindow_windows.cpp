@@ -1,7 +1,10 @@
-// Finding, showing and closing windows and tool bars; the window menu; the commands of these.
+// Finding, showing and closing windows and tool bars, and the window menu.
 #include "app/actions/actions.h"
-#include "app/shell/commandtable.h"
+#include "app/console/consolewindow.h"
+#include "app/shell/docktabs.h"
 #include "app/shell/mainwindow.h"
+#include "program/unwind/callstack.h"
+#include "views/debug/registerwindow.h"
 #include "views/debug/sourcewindow.h"
 #include "views/framework/dockwindow.h"
 #include "views/framework/statusbar.h"
@@ -14,8 +17,7 @@
 
 CWindow* CMainWindow::FindWindow(const QString& sName, bool OnlyVisible) const
 {
-    QString sPlain = sName;
-    if (sPlain.size() >= 2 && sPlain.startsWith('"') && sPlain.endsWith('"')) sPlain = sPlain.mid(1, sPlain.size() - 2);
+    const QString sPlain = Unquote(sName);
     QList<CWindow*> Hits;
     for (CWindow* pWindow : m_Windows) {
         if (!pWindow->IsMatched(sPlain) || (OnlyVisible && !pWindow->IsVisible())) continue;
@@ -28,22 +30,109 @@ CWindow* CMainWindow::FindWindow(const QString& sName, bool OnlyVisible) const
     return Hits.isEmpty() ? nullptr : Hits.first();
 }
 
+void CMainWindow::PlaceWindow(CWindow* pWindow, const char* sDockName, Qt::DockWidgetArea Area)
+{
+    auto* pDock = new CDockWindow(this);
+    pDock->setObjectName(QLatin1String(sDockName));
+    pDock->SetWindow(pWindow);
+    addDockWidget(Area, pDock);
+    connect(pDock, &CDockWindow::visibilityChanged, pWindow, &CWindow::VisibilityChanged);
+    connect(pDock, &CDockWindow::topLevelChanged, pWindow, &CWindow::FloatingStateChanged);
+    connect(pDock, &CDockWindow::topLevelChanged, this, [this] { m_TabBarUpdateTimer.start(); });
+    // The close button is the command, so that the console shows it and the window hears of it.
+    connect(pDock, &CDockWindow::CloseRequested, this,
+            [pWindow] { ::PerformAction(ACT_WINDOW_CLOSE, pWindow->GetName()); }, Qt::QueuedConnection);
+    pDock->hide();
+    AdoptWindow(pWindow);
+}
+
+void CMainWindow::JoinSelections(CWindow* pWindow, const QList<CWindow*>& Others)
+{
+    CCallStack& Stack = CCallStack::GetInstance();
+    connect(&Stack, &CCallStack::EvalFrameDone, pWindow, &CWindow::OnCallFrameEvaluated);
+    connect(&Stack, &CCallStack::EvalFrameFailed, pWindow, &CWindow::OnCallFrameEvaluated);
+    connect(&Stack, &CCallStack::UnwindComplete, pWindow, &CWindow::OnCallStackUnwinded);
+    connect(pWindow, &CWindow::CallSiteSelected, this, &CMainWindow::OnCallSiteSelected);
+    // A selection in one window reaches all, the sender included, which ignores what it said itself.
+    const auto Join = [](CWindow* pFrom, CWindow* pTo) {
+        connect(pFrom, &CWindow::InstSelected, pTo, &CWindow::OnInstSelected);
+        connect(pFrom, &CWindow::BacktraceSelected, pTo, &CWindow::OnBacktraceSelected);
+        connect(pFrom, &CWindow::BacktraceSelectionChanged, pTo, &CWindow::OnBacktraceSelectionChanged);
+        connect(pFrom, &CWindow::SrcLocSelected, pTo, &CWindow::OnSrcLocSelected);
+        connect(pFrom, &CWindow::FuncSelected, pTo, &CWindow::OnFuncSelected);
+        connect(pFrom, &CWindow::TimeReferencesChanged, pTo, &CWindow::OnTimeReferencesChanged);
+        connect(pFrom, &CWindow::TimeSelected, pTo, &CWindow::OnTimeSelected);
+        connect(pFrom, &CWindow::SymbolSelected, pTo, &CWindow::OnSymbolSelected);
+    };
+    Join(pWindow, pWindow);
+    for (CWindow* pOther : Others) {
+        Join(pWindow, pOther);
+        Join(pOther, pWindow);
+    }
+}
+
+CWindow* CMainWindow::AddFamilyWindow(WINDOW_FAMILY& Family)
+{
+    // One that was closed has left a gap in the numbers, and no two windows may bear one name.
+    QString sName;
+    for (qsizetype Number = Family.Windows.size() + 1; sName.isEmpty() || FindWindow(sName, false); Number++)
+        sName = QStringLiteral("%1 %2").arg(Family.sKind).arg(Number);
+    const QList<CWindow*> Others = m_Windows;
+    CWindow* pWindow = Family.Make(sName);
+    PlaceWindow(pWindow, sName.toUtf8().constData(), Family.Area);
+    JoinSelections(pWindow, Others);
+    Family.Windows.append(pWindow);
+    restoreDockWidget(pWindow->GetDock()); // to where one of its name was when the program ended
+    pWindow->GetDock()->hide();
+    // It has missed the halt that made the others active.
+    if (pWindow->TestFlag(WF_ACTIVATE_ON_HALT) && IsTargetHalted()) pWindow->SetActive(true);
+    return pWindow;
+}
+
+bool CMainWindow::RemoveFamilyWindow(CWindow* pWindow)
+{
+    for (WINDOW_FAMILY& Family : m_Families) {
+        if (Family.Windows.size() < 2 || !Family.Windows.contains(pWindow)) continue;
+        Family.Windows.removeOne(pWindow);
+        m_Windows.removeOne(pWindow);
+        // The show action and the session's own pointers keep to a window that stays.
+        for (CWindow*& pShown : m_WindowOfAction)
+            if (pShown == pWindow) pShown = Family.Windows.first();
+        if (m_W.pRegisters == pWindow) m_W.pRegisters = qobject_cast<CRegisterWindow*>(Family.Windows.first());
+        CConsoleWindow::Get().RemoveCommandListener(pWindow);
+        pWindow->GetDock()->deleteLater();
+        return true;
+    }
+    return false;
+}
+
+CWindow* CMainWindow::FindWindowToShow(const QString& sName)
+{
+    const QString sPlain = Unquote(sName);
+    for (WINDOW_FAMILY& Family : m_Families) {
+        if (sPlain != Family.sKind) continue;
+        for (CWindow* pWindow : std::as_const(Family.Windows))
+            if (!pWindow->IsOpen()) return pWindow;
+        return AddFamilyWindow(Family);
+    }
+    return FindWindow(sName, false);
+}
+
 bool CMainWindow::ShowWindow(const QString& sName)
 {
-    CWindow* pWindow = FindWindow(sName, false);
+    CWindow* pWindow = FindWindowToShow(sName);
     if (!pWindow) return false;
-    CDockWindow* pDock = pWindow->GetDock();
-    if (pDock) {
+    if (CDockWindow* pDock = pWindow->GetDock()) {
         if (pDock->isHidden()) {
             pDock->show();
-            pWindow->OnOpened();
             emit WindowOpened(pWindow);
         }
         pDock->raise();
         pDock->setFocus();
         if (pDock->isFloating()) pDock->activateWindow();
+    } else {
+        pWindow->setFocus();
     }
-    pWindow->setFocus();
     m_TabBarUpdateTimer.start();
     return true;
 }
@@ -60,9 +149,12 @@ bool CMainWindow::CloseWindow(const QString& sName)
     if (!pWindow) return sName.isEmpty();
     if (pWindow == this || pWindow == m_W.pSource) return true;
     if (CDockWindow* pDock = pWindow->GetDock(); pDock && !pDock->isHidden()) {
+        // The focus goes to the code, not to whatever widget happens to come next.
+        const bool HadFocus = pWindow->HasFocus();
         pDock->hide();
-        pWindow->OnClosed();
         emit WindowClosed(pWindow);
+        RemoveFamilyWindow(pWindow);
+        if (HadFocus) m_W.pSource->setFocus();
     }
     m_TabBarUpdateTimer.start();
     return true;
@@ -70,16 +162,26 @@ bool CMainWindow::CloseWindow(const QString& sName)
 
 void CMainWindow::CloseAllWindows()
 {
-    for (CWindow* pWindow : m_Windows)
-        if (pWindow->GetDock() && pWindow->IsOpen()) CloseWindow(pWindow->GetName());
+    const QList<CWindow*> Windows = m_Windows; // closing takes some out
+    for (CWindow* pWindow : Windows) {
+        CDockWindow* pDock = pWindow->GetDock();
+        if (!pDock || pDock->isHidden()) continue;
+        pDock->hide();
+        emit WindowClosed(pWindow);
+        RemoveFamilyWindow(pWindow);
+    }
+    m_W.pSource->setFocus();
+    m_TabBarUpdateTimer.start();
 }
 
 bool CMainWindow::ShowToolBar(const QString& sTitle, bool Shown)
 {
+    const QString sPlain = Unquote(sTitle);
     for (int i = 0; i < NUM_TOOLBARS; i++) {
-        if (sTitle != QLatin1String(TOOLBARS[i].Title)) continue;
+        if (sPlain != QLatin1String(TOOLBARS[i].Title)) continue;
         m_apToolBar[size_t(i)]->setVisible(Shown);
         if (QAction* pToggle = m_apAction[size_t(TOOLBARS[i].ToggleAction)]) pToggle->setChecked(Shown);
+        m_TabBarUpdateTimer.start();
         return true;
     }
     return false;
@@ -92,11 +194,7 @@ void CMainWindow::ShowFullScreen(bool On)
 
 void CMainWindow::OnTabBarUpdateTimerTimeout()
 {
-    for (QTabBar* pTabs : findChildren<QTabBar*>(QString(), Qt::FindDirectChildrenOnly)) {
-        pTabs->setMovable(true);
-        pTabs->setElideMode(Qt::ElideRight);
-        pTabs->setDocumentMode(true);
-    }
+    m_pDockTabs->Update();
 }
 
 void CMainWindow::OnWindowStatusTextChanged()
@@ -139,7 +237,10 @@ void CMainWindow::UpdateWindowMenu()
 {
     QMenu* pMenu = m_apMenu[MENU_WINDOW];
     pMenu->clear();
-    for (const int Id : {ACT_WINDOW_CLOSE, ACT_WINDOW_CLOSE_ALL, ACT_WINDOW_UNDOCK, ACT_WINDOW_DOCK})
+    const bool Floating = std::any_of(m_Windows.cbegin(), m_Windows.cend(), [](const CWindow* pWindow) {
+        return pWindow->HasFocus() && pWindow->IsFloating();
+    });
+    for (const int Id : {int(ACT_WINDOW_CLOSE), int(ACT_WINDOW_CLOSE_ALL), int(Floating ? ACT_WINDOW_DOCK : ACT_WINDOW_UNDOCK)})
         if (m_apAction[size_t(Id)]) pMenu->addAction(m_apAction[size_t(Id)]);
     pMenu->addSeparator();
     QList<CWindow*> Open;
@@ -173,107 +274,4 @@ void CMainWindow::OnWindowMenuActionTriggered(QAction* pAction)
         m_W.pSource->Open(sPath);
     else if (pAction->data().metaType().id() == QMetaType::QString)
         ::PerformAction(ACT_WINDOW_SHOW, pAction->data());
-}
-
-// ---- Commands ------------------------------------------------------------------------------------------
-
-namespace {
-
-CMainWindow& Main()
-{
-    return CMainWindow::Get();
-}
-
-/// The window of a command's first parameter; sets "unknown window" if there is none.
-CWindow* RequireWindow(int Id)
-{
-    CWindow* pWindow = Main().FindWindow(GetActionParams(Id).value(0), false);
-    if (!pWindow) SetActionError(Id, ERR_UNKNOWN_WINDOW);
-    return pWindow;
-}
-
-void OnWindowShow(int Id)
-{
-    if (CheckParamCount(Id) && !Main().ShowWindow(GetActionParam(Id))) SetActionError(Id, ERR_UNKNOWN_WINDOW);
-}
-
-void OnWindowClose(int Id)
-{
-    if (!CheckParamCount(Id, 0)) return;
-    if (!Main().CloseWindow(GetActionParam(Id))) SetActionError(Id, ERR_UNKNOWN_WINDOW);
-}
-
-void OnWindowClear(int Id)
-{
-    if (!CheckParamCount(Id)) return;
-    CWindow* pWindow = RequireWindow(Id);
-    if (!pWindow) return;
-    if (!pWindow->IsContentsModifiable()) return SetActionError(Id, ERR_INVALID_PARAM);
-    pWindow->Clear();
-}
-
-template <void (CWindow::*OPERATION)()> void OnWindowOperation(int Id)
-{
-    if (!CheckParamCount(Id)) return;
-    if (CWindow* pWindow = RequireWindow(Id)) (pWindow->*OPERATION)();
-}
-
-void OnSetDisplayFormat(int Id)
-{
-    if (!CheckParamCount(Id)) return;
-    CWindow* pWindow = RequireWindow(Id);
-    I64 Format = 0;
-    if (!pWindow || !ParseNumberParam(Id, GetActionParams(Id).value(1), &Format)) return;
-    if (Format != 0 && Format != 2 && Format != 8 && Format != 10 && Format != 16)
-        return SetActionError(Id, ERR_INVALID_PARAM);
-    pWindow->SetDisplayFormat(int(Format));
-}
-
-void OnShowFullScreen(int Id)
-{
-    if (!CheckParamCount(Id, 0)) return;
-    I64 On = !Main().IsFullScreenShown();
-    if (HasActionParams(Id) && !ParseNumberParam(Id, GetActionParam(Id), &On)) return;
-    SetActionParams(Id, On ? 1 : 0);
-    Main().ShowFullScreen(On != 0);
-}
-
-void OnToolbar(int Id)
-{
-    if (!CheckParamCount(Id)) return;
-    if (!Main().ShowToolBar(GetActionParam(Id), Id == ACT_TOOLBAR_SHOW)) SetActionError(Id, ERR_UNKNOWN_TOOLBAR);
-}
-
-template <TOOLBAR_INDEX INDEX> void OnToggleToolbar(int)
-{
-    const bool Shown = !Main().GetToolBar(INDEX)->isHidden();
-    ::PerformAction(Shown ? ACT_TOOLBAR_CLOSE : ACT_TOOLBAR_SHOW, QString::fromLatin1(TOOLBARS[INDEX].Title));
-}
-
-void SetFloating(bool Floating)
-{
-    for (CWindow* pWindow : Main().GetWindows())
-        if (pWindow->HasFocus() && pWindow->GetDock()) pWindow->GetDock()->setFloating(Floating);
-}
-
-} // namespace
-
-void RegisterWindowCommands()
-{
-    SetCommandHandler(ACT_WINDOW_SHOW, OnWindowShow);
-    SetCommandHandler(ACT_WINDOW_CLOSE, OnWindowClose);
-    SetCommandHandler(ACT_WINDOW_CLOSE_ALL, [](int Id) { if (CheckParamCount(Id)) Main().CloseAllWindows(); });
-    SetCommandHandler(ACT_WINDOW_CLEAR, OnWindowClear);
-    SetCommandHandler(ACT_WINDOW_EXPAND_ALL, OnWindowOperation<&CWindow::ExpandAll>);
-    SetCommandHandler(ACT_WINDOW_COLLAPSE_ALL, OnWindowOperation<&CWindow::CollapseAll>);
-    SetCommandHandler(ACT_WINDOW_SET_DISPLAY_FORMAT, OnSetDisplayFormat);
-    SetCommandHandler(ACT_WINDOW_SHOW_FULL_SCREEN, OnShowFullScreen);
-    SetCommandHandler(ACT_WINDOW_DOCK, [](int) { SetFloating(false); });
-    SetCommandHandler(ACT_WINDOW_UNDOCK, [](int) { SetFloating(true); });
-    SetCommandHandler(ACT_TOOLBAR_SHOW, OnToolbar);
-    SetCommandHandler(ACT_TOOLBAR_CLOSE, OnToolbar);
-    SetCommandHandler(ACT_TOOLBAR_SHOW_FILE, OnToggleToolbar<TOOLBAR_FILE>);
-    SetCommandHandler(ACT_TOOLBAR_SHOW_DEBUG, OnToggleToolbar<TOOLBAR_DEBUG>);
-    SetCommandHandler(ACT_TOOLBAR_SHOW_VIEWS, OnToggleToolbar<TOOLBAR_VIEW>);
-    SetCommandHandler(ACT_TOOLBAR_SHOW_BREAKPOINTS, OnToggleToolbar<TOOLBAR_BREAKPOINTS>);
 }

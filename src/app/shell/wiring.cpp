@@ -8,6 +8,7 @@
 #include "app/services/messages.h"
 #include "app/shell/elfdiag.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/sourcestats.h"
 #include "core/cache/core.h"
 #include "core/host/corecalls.h"
 #include "core/host/corehooks.h"
@@ -62,7 +63,10 @@ void WireScript()
     BSCRIPT_HOOKS Hooks;
     Hooks.IsProjectClosing = [] { return CMainWindow::Exists() && CMainWindow::Get().GetSession().Closing; };
     Hooks.EvalExpr = [](const QString& sExpr, I64* pValue) { return EVAL_GetInteger(sExpr, pValue); };
-    Hooks.ShowConsole = [] { CMainWindow::Get().ShowWindow(QStringLiteral("Console")); };
+    Hooks.ShowConsole = [] {
+        CMainWindow::Get().ShowWindow(QStringLiteral("Console"));
+        CMainWindow::Get().ShowScriptError();
+    };
     Hooks.HasNewWarnings = [] { return CProject::Get().HasNewWarnings(); };
     Hooks.GetEventBody = [](int EventId) { return Core_GetEventBody(U32(EventId)); };
     BScript::SetHooks(Hooks);
@@ -73,7 +77,9 @@ void WireFinder()
     FILEFINDER_HOOKS Hooks;
     Hooks.ProjectPath = [] { return BScript::GetProjectPath(); };
     Hooks.ProgramFile = [] { return CProject::Get().GetProgramFile(); };
+    Hooks.QualifySrcPath = [](const QString& sPath) { return PROG_GetFilePath(PROG_GetFile(sPath)); };
     CFileFinder::Get().SetHooks(Hooks);
+    WireSourceStats();
 }
 
 void WireCore()

@@ -17,8 +17,8 @@ void WireDebugViews(CMainWindow& Main);
 void WireTargetIO(CMainWindow& Main);
 /// Colours, fonts and the scheme as the settings have them. After they were loaded, before the first window.
 void RestoreAppearance();
-/// Tells all windows of a colour or font that changed.
-void WireAppearance(CMainWindow& Main);
+/// Tells all windows of a colour or font that changed, and the device of variables that are its own.
+void WireSettings(CMainWindow& Main);
 /// A source line's text: from its document if it is open, else from the file. Empty if there is none.
 QString GetSrcLineText(CSrcLoc Loc);
 /// Takes the hooks out again that lead to windows which are about to die.

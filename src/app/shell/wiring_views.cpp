@@ -308,9 +308,10 @@ void WireValues(DEBUG_VIEW_HOOKS& Hooks, CMainWindow& Main)
         }
         return Groups;
     };
-    CRegisterWindow* pRegisters = Main.GetSessionWindows().pRegisters;
-    Hooks.ReadRegs = [pRegisters](const QList<U32>& RegIds, QList<U64>&, QList<bool>&) {
-        CDeviceDataManager::Get().ReadRegCached(pRegisters, U32(RegIds.size()), RegIds.constData());
+    Hooks.ReadRegs = [&Main](const QList<U32>& RegIds, QList<U64>&, QList<bool>&) {
+        for (CWindow* pWindow : Main.GetWindows())
+            if (auto* pRegisters = qobject_cast<CRegisterWindow*>(pWindow))
+                CDeviceDataManager::Get().ReadRegCached(pRegisters, U32(RegIds.size()), RegIds.constData());
         return false; // known values have come as an event by now
     };
     Hooks.ReadFrameRegs = ReadFrameRegs;

@@ -6,6 +6,7 @@
 #include "app/console/consolewindow.h"
 #include "app/services/appdirs.h"
 #include "app/services/log.h"
+#include "app/services/logfile.h"
 #include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/consolesources.h"
@@ -56,6 +57,7 @@ bool LoadCorePlugin()
     const bool Loaded = Core_Load(int(CoreId)) >= 0;
     if (Loaded && PROG_IsLoaded()) {
         // A program that was opened before its core support has not been decoded yet.
+        const std::lock_guard Lock(CDevice::Get().GetDeviceMutex());
         Core::ClearCache();
         Core::AnalyzeProgram();
     }
@@ -95,8 +97,10 @@ QString GetDefaultRegisterFile()
 /// that the simulated devices of a maker share. Empty if there is none.
 QString GetDefaultPeripheralFile(const QString& sDevice)
 {
-    if (Core_IsLoaded())
-        if (const QString sPath = FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false); !sPath.isEmpty()) return sPath;
+    if (Core_IsLoaded()) {
+        const QString sPath = FindCoreFile(Core_GetPeriphRegFile(Core_GetCoreId()), false);
+        if (!sPath.isEmpty()) return sPath;
+    }
     QStringList Names{sDevice + QStringLiteral(".svd")};
     if (const DEVICE_ENTRY* pEntry = DEVICE_FindEntry(sDevice)) Names << pEntry->sManu + QStringLiteral("Sim.svd");
     for (const QString& sName : Names) {
@@ -106,7 +110,7 @@ QString GetDefaultPeripheralFile(const QString& sDevice)
     return {};
 }
 
-void OnRegisterFilesChanged(const QStringList& Files, CRegisterWindow* pWindow)
+void OnRegisterFilesChanged(const QStringList& Files, const CMainWindow& Main)
 {
     ClearCpuRegisters();
     for (const QString& sFile : Files) {
@@ -116,13 +120,13 @@ void OnRegisterFilesChanged(const QStringList& Files, CRegisterWindow* pWindow)
         if (!IsCpuRegisterFile(sPath)) continue;
         if (const QString sError = LoadCpuRegisters(sPath); !sError.isEmpty()) LogError(sError);
     }
-    pWindow->Rebuild();
+    for (CWindow* pWindow : Main.GetWindows())
+        if (auto* pRegisters = qobject_cast<CRegisterWindow*>(pWindow)) pRegisters->Rebuild();
 }
 
 void WireProject(CMainWindow& Main)
 {
     PROJECT_HOOKS Hooks;
-    CRegisterWindow* pRegisters = Main.GetSessionWindows().pRegisters;
     Hooks.SetDeviceParam = [](int Id, I64 Value) {
         CDevice::Get().SetConfigParamAsync(DEV_CONFIG_PARAMS(Id), int(Value));
         if (Id != DCP_ENDIAN || !Core_IsLoaded()) return;
@@ -146,7 +150,7 @@ void WireProject(CMainWindow& Main)
         CSourceLines::Get().Clear();
         Main.GetSessionWindows().pSource->ReopenResolvedDocuments();
     };
-    Hooks.RegisterFilesChanged = [pRegisters](const QStringList& Files) { OnRegisterFilesChanged(Files, pRegisters); };
+    Hooks.RegisterFilesChanged = [&Main](const QStringList& Files) { OnRegisterFilesChanged(Files, Main); };
     Hooks.IsOSPluginSet = [] { return false; };
     Hooks.LoadOSPlugin = [](const QString& sPath) {
         return QStringLiteral("RTOS awareness plugin could not be loaded: ") + sPath;
@@ -165,7 +169,10 @@ void WireProject(CMainWindow& Main)
     Hooks.InstEndianMatches = [] { return (GetProgramFaults() & CORE_PROGRAM_INST_ORDER) == 0; };
     Hooks.SysVarChanged = [&Main](int VarID, I64 Value) { emit Main.SysVarEdited(VarID, Value); };
     Hooks.PreferenceChanged = [&Main](int VarID, I64 Value) {
-        for (CWindow* pWindow : Main.GetWindows()) pWindow->SetPreference(VarID, Value);
+        for (CWindow* pWindow : Main.GetWindows()) {
+            pWindow->SetPreference(VarID, Value);
+            pWindow->Repaint();
+        }
     };
     Hooks.RelocateSymbols = [](const QString& sSymbols, int Offset) {
         const CProgLock Lock;
@@ -173,7 +180,7 @@ void WireProject(CMainWindow& Main)
     };
     Hooks.SetConsoleLogFile = [](const QString& sPath) {
         CConsoleWindow::Get().SetLogFile(sPath);
-        return true;
+        return sPath.isEmpty() || IsLogFileOpen(LOG_SLOT_CONSOLE);
     };
     Hooks.AskSavePath = [](const QString& sCaption, const QString& sFolder) {
         return AskSavePath(sCaption, sFolder, QStringLiteral("Project Files (*.bdebug)"));
@@ -229,7 +236,7 @@ void WireWindows(CMainWindow& Main)
     WireProject(Main);
     WireDebugViews(Main);
     WireTargetIO(Main);
-    WireAppearance(Main);
+    WireSettings(Main);
     WireConsoleCompletion(Main);
 }
 

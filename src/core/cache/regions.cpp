@@ -200,6 +200,14 @@ bool GetBlockEnd(U64 Addr, U64* pEnd) {
     return true;
 }
 
+bool IsInSection(U64 Addr) {
+    const U64 FileAddr = ToFileAddr(Addr);
+    const auto Holds = [FileAddr](const auto& Range) { return FileAddr >= Range.Start && FileAddr < Range.End; };
+    CBindingLock Lock;
+    const BINDING& B = Lock.Get();
+    return B.hFile ? std::any_of(B.aSection.begin(), B.aSection.end(), Holds) : FindBlock(B, FileAddr) != nullptr;
+}
+
 U64 GetNextBlock(U64 Addr) {
     const U64 FileAddr = ToFileAddr(Addr);
     U64 Next = ~U64(0);

@@ -69,6 +69,8 @@ U64 ToRuntimeAddr(U64 Addr);
 bool GetRegion(int Index, REGION* pRegion, U64* pEnd);
 /// Bounds of the loaded block that holds the address, at run time; false if none does.
 bool GetBlockEnd(U64 Addr, U64* pEnd);
+/// The address lies in a section with bytes; in a program without sections, in a block.
+bool IsInSection(U64 Addr);
 /// Start of the first block above the address, 2^64 - 1 if there is none.
 U64 GetNextBlock(U64 Addr);
 U64 GetProgramEnd();

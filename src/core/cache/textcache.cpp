@@ -165,9 +165,8 @@ int CountFunctionInsts(U64 Addr) {
 
 U64 GetSafeStartAddr(U64 Addr, bool* pFound) {
     if (pFound) *pFound = false;
-    U64 BlockEnd = 0;
     const bool IsInFunction = Addr < 0xFFFFFFFFu && PROG_GetFunctionAt(static_cast<U32>(Addr), 1) != 0;
-    if (!IsInFunction && !GetBlockEnd(Addr, &BlockEnd)) return Addr;
+    if (!IsInFunction && !IsInSection(Addr)) return Addr;
     const U64 Alignment = Core_GetStaticInfo().InstAlignment;
     const auto Limit = [&](U64 Start) { return std::min(Start - Start % Alignment, Addr); };
     bool IsFound = false;

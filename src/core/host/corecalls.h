@@ -24,8 +24,8 @@ U32 Core_GetSPRegId();
 
 // ---- Modes -------------------------------------------------------------------------------------
 
-U32 Core_GetCPUMode();                         ///< a plug-in value, 0 on failure. Device worker
-U32 Core_GetExecMode();                        ///< a plug-in value, 0 on failure. Device worker
+U32 Core_GetCPUMode();                         ///< a plug-in value, 0 on failure
+U32 Core_GetExecMode();                        ///< a plug-in value, 0 on failure
 QString Core_GetCPUModeName(U32 Mode);         ///< empty if unknown
 QString Core_GetExecModeName(U32 Mode);        ///< empty if unknown
 U32 Core_GetBPMode(U64 Addr);                  ///< bits for the type word of a breakpoint, 0 if none

@@ -179,14 +179,14 @@ void CDevice::_ExecuteJob(DEVICE_JOB& Job)
 /// Cancels work that the job overtakes. True when the job is settled without its operation.
 bool CDevice::_PreProcessJob(DEVICE_JOB& Job)
 {
+    // A halt of a target that stands does nothing: the reads that wait must still be answered.
+    if (Job.Type == BT_HALT && State.Halted) return true;
     const JOB_ROW* pRow = DEVJOB_GetRow(Job.Type);
     if (pRow && (pRow->Flags & JRF_CANCELS_READS)) {
         CancelJobs(BT_ALL, QUEUE_IDLE);
         CancelJobs(BT_ALL, QUEUE_READ);
     }
     switch (Job.Type) {
-    case BT_HALT:
-        return State.Halted;
     case BT_START_HSS:
         CancelJobs(BT_READ_HSS, QUEUE_OF_TYPE);
         return false;

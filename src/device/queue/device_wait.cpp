@@ -40,10 +40,6 @@ bool CDevice::HasPendingJob(U32 Type)
 
 I64 CDevice::_WaitForSlot(U32 Type, U32 Queue, U32 Slot, bool ProcessEvents, U32 TimeoutMS)
 {
-    if (Slot >= JOB_SLOTS) {
-        LogWarnMsg("Job not scheduled. Queue is full.");
-        return 0;
-    }
     const DEVICE_JOB& Job = m_aQueue[Queue].At(Slot);
     const U64 SeqNo = DEVJOB_LoadSeqNo(Job);
     const auto Limit = std::chrono::milliseconds(TimeoutMS == WAIT_DEFAULT ? DEVJOB_GetTimeout(Type) : TimeoutMS);

@@ -84,6 +84,10 @@ struct DEVICE_STATE {
     CShared<U8> PowerTraceStarted;
     CShared<U32> PowerTimeBase = 1'000; ///< ticks of a power sample's time stamp per second
 
+    /// A user doesn't want the memory transfer under way any more; taken back when the next one begins. A
+    /// download that it ends is not programmed. GUI thread.
+    CShared<U8> TransferCanceled;
+
     // Deferred requests, written by the GUI thread, taken by the worker; -1 when empty.
     CShared<I64> FinishConnectMode = -1; ///< CONNECT_MODES to finish a script's connect with
     CShared<I64> FinishResetMode = -1;   ///< RESET_MODES to finish a script's reset with

@@ -56,9 +56,9 @@ public:
     void Invalidate();         ///< images cleared, parked requests dropped
     void CancelMemRequests();
     void RemoveListener(CDeviceEventListener* pListener);
-    /// For the destructor of any listener; does nothing before the manager exists.
     /// Bytes of the default zone that this halt's image holds whole: 0, else -1. Any thread.
     static int ReadImage(U32 Addr, U32 nBytes, void* pData);
+    /// For the destructor of any listener; does nothing before the manager exists.
     static void OnListenerGone(CDeviceEventListener* pListener);
     qsizetype GetNumRequests() const { return m_Requests.size(); } ///< parked; for tests and diagnosis
 
@@ -75,6 +75,7 @@ public:
     void OnDeviceStepped(U32) override { Invalidate(); }
     void OnDeviceHaltDone(U32, HALT_REASONS) override { Invalidate(); }
     void OnDeviceResetDone(U32, RESET_MODES) override;
+    void OnDeviceResetFailed(U32, RESET_MODES) override { Invalidate(); } // it has dropped the reads that waited
     void OnDeviceEvalBPCondition(U32) override { Invalidate(); }
     void OnDeviceEndianessChanged(int, int) override { Invalidate(); }
     void OnDeviceWriteAccess() override { Invalidate(); }

@@ -46,8 +46,6 @@ public:
     int SetConfigParam(DEV_CONFIG_PARAMS Id, const char* sValue);
     /// Core id of a device by name; 0 or -1.
     int GetDeviceInfo(const char* sDeviceName, U32* pCore);
-    /// Names of all devices of the table whose core is of a supported family, or of all. Any thread.
-    QStringList GetDeviceNames() const;
     QString GetCoreName(U32 CoreId) const; ///< any thread
 
     /// A text command of the library. The answer goes to sAnswer (may be null). 0, or the library's value.
@@ -55,7 +53,6 @@ public:
     int ExecBrylloScript(const char* sFilePath);
     int SetSuppressDeviceSelectionDialog(bool Enabled);
     int TurnOnTargetPower();
-    int TurnOffTargetPower();
     int MeasureCoreSpeed(); ///< Hz above 0, or -1
 
     // ---- Run control -----------------------------------------------------------------------------------
@@ -82,7 +79,6 @@ public:
     void CompleteSrcStepAndContHaltSeq(U32 PC);
     void OnHalted();
     void OnStepped();
-    void HandleUnconditionalHalt();
     void OnInvalidHaltStatus();
     void TestConnectionLost();
     int SetTargetExecState(U64 PC, U64 SP); ///< 0, 0: read both

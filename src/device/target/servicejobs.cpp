@@ -1,13 +1,10 @@
-// Executors of the jobs of the streaming services and of the terminal's input.
-#include "core/host/corecalls.h"
+// Executors of the jobs of the streaming services.
 #include "device/queue/device.h"
 #include "device/target/deviceservices.h"
 #include "device/target/jobparams.h"
-#include "device/target/targethooks.h"
 #include "platform/probe/bryllo.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace {
 using JobParams::D;
@@ -94,18 +91,6 @@ int ExecReadPowerTrace(CDevice&, DEVICE_JOB& Job)
     return WithCount(Job, S().ReadPowerTrace(Fit(Job, 0, sizeof(U64), P(Job, 0)), D<U64>(Job, 0)));
 }
 
-/// Terminal input for a semihosting read that waits for it.
-int ExecSetSHInput(CDevice&, DEVICE_JOB& Job)
-{
-    const char* sText = Job.Text(0);
-    if (std::strlen(sText) != P(Job, 0)) return -1;
-    auto* pfSetInput = TARGET_GetHooks().SetSemihostingInput;
-    const I64 Answer = pfSetInput ? pfSetInput(sText) : -1;
-    if (Answer < 0) return 0; // nobody waits for it, or it is too short yet
-    if (auto* pfCompleted = TARGET_GetHooks().OnSemihostingCompleted) pfCompleted(Answer);
-    return 0;
-}
-
 using JobParams::EXECUTOR_ROW;
 constexpr EXECUTOR_ROW aExecutor[] = {
     {BT_ENABLE_SIMPLE_TRACE, [](CDevice&, DEVICE_JOB&) { return S().EnableSimpleInstTrace(); }},
@@ -131,7 +116,6 @@ constexpr EXECUTOR_ROW aExecutor[] = {
     {BT_STOP_POWER_TRACE, [](CDevice&, DEVICE_JOB&) { return S().StopPowerTrace(); }},
     {BT_READ_POWER_TRACE, ExecReadPowerTrace},
     {BT_FLUSH_POWER_TRACE, [](CDevice&, DEVICE_JOB&) { return S().FlushPowerTrace(); }},
-    {BT_SET_SH_INPUT_TEXT, ExecSetSHInput},
 };
 } // namespace
 

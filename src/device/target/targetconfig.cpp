@@ -188,17 +188,6 @@ int CDeviceTarget::GetDeviceInfo(const char* sDeviceName, U32* pCore)
     return 0;
 }
 
-QStringList CDeviceTarget::GetDeviceNames() const
-{
-    QStringList asName;
-    const int Num = BRYLLOARM_DEVICE_GetInfo(-1, nullptr);
-    for (int i = 1; i < Num; i++) {
-        BRYLLOARM_DEVICE_INFO Device;
-        if (ReadDevice(i, &Device) && Device.sName) asName << QString::fromUtf8(Device.sName);
-    }
-    return asName;
-}
-
 QString CDeviceTarget::GetCoreName(U32 CoreId) const
 {
     char sName[128] = {};
@@ -282,8 +271,14 @@ int CDeviceTarget::ExecBrylloCmd(const char* sCmd, char* sAnswer, U32 AnswerSize
         AnswerSize = sizeof sOwnAnswer;
     }
     char sBuffer[CMD_SIZE] = {};
-    std::snprintf(sBuffer, sizeof sBuffer, "%s", sCmd ? sCmd : "");
+    const int Length = std::snprintf(sBuffer, sizeof sBuffer, "%s", sCmd ? sCmd : "");
     sAnswer[0] = 0;
+    if (Length >= int(sizeof sBuffer)) {
+        // A part of it could mean something else.
+        std::snprintf(sAnswer, AnswerSize, "command too long");
+        _Dev().LogErrorMsg("Error executing Bryllo command \"%.64s...\": %s", sBuffer, sAnswer);
+        return -1;
+    }
     const int Ret = BRYLLOARM_ExecCommand(sBuffer, sAnswer, int(AnswerSize));
     sAnswer[AnswerSize - 1] = 0;
     if (sAnswer[0]) {
@@ -306,7 +301,6 @@ int CDeviceTarget::SetSuppressDeviceSelectionDialog(bool Enabled)
 }
 
 int CDeviceTarget::TurnOnTargetPower() { return ExecBrylloCmd("SupplyPower=1", nullptr, 0, true); }
-int CDeviceTarget::TurnOffTargetPower() { return ExecBrylloCmd("SupplyPower=0", nullptr, 0, true); }
 
 int CDeviceTarget::MeasureCoreSpeed()
 {

@@ -3,6 +3,7 @@
 #include "platform/probe/bryllo.h"
 #include "project/settings/sysvars.h"
 
+#include <algorithm>
 #include <cstring>
 #include <thread>
 
@@ -86,7 +87,7 @@ int CDeviceTarget::ConnectSimple()
     if (char* pTail = std::strstr(sFirmware, "compiled")) *pTail = 0;
     {
         std::lock_guard Lock(m_InfoMutex);
-        m_Info.SerialNo = U32(BRYLLOARM_GetSN());
+        m_Info.SerialNo = U32(std::max(BRYLLOARM_GetSN(), 0));
         m_Info.FirmwareText = QString::fromUtf8(sFirmware).trimmed();
         m_Info.NumDevices = BRYLLOARM_DEVICE_GetInfo(-1, nullptr);
     }
@@ -123,7 +124,7 @@ int CDeviceTarget::_SetUpTargetIF()
     char sAnswer[256] = {};
     if (!sDevice.isEmpty()) {
         const QByteArray sCmd = "device=" + sDevice;
-        BRYLLOARM_ExecCommand(sCmd.constData(), sAnswer, sizeof sAnswer);
+        ExecBrylloCmd(sCmd.constData(), sAnswer, sizeof sAnswer, false);
     }
     BRYLLOARM_SetEndian(Config.GetInt(DCP_ENDIAN));
     BRYLLOARM_SetCoreIndex(U32(Config.GetInt(DCP_CORE_INDEX)));
@@ -230,6 +231,8 @@ void CDeviceTarget::CheckHandleNotifications()
     if (ConnectMode != -1) {
         FinishConnect(CONNECT_MODES(ConnectMode));
         _Dev().PostJobEvent(BT_CONNECT, State.Connected ? JOB_DONE : JOB_FAILED, U64(ConnectMode), 0, 0);
+        // A halt that was found before the session began has told nobody.
+        if (State.DebugStarted && State.Halted) StartDebugSession();
     }
     const I64 ResetMode = State.FinishResetMode.Exchange(-1);
     if (ResetMode != -1) {

@@ -205,12 +205,6 @@ void CDeviceTarget::OnStepped()
     if (pfSemihosting && pfSemihosting(U32(_State().PC.Get()), false) == SEMIHOST_STOP_SERVED) SetTargetExecState(0, 0);
 }
 
-void CDeviceTarget::HandleUnconditionalHalt()
-{
-    SetTargetExecState(0, 0);
-    OnHalted();
-}
-
 void CDeviceTarget::OnInvalidHaltStatus()
 {
     DEVICE_STATE& State = _State();

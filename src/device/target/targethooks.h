@@ -17,11 +17,6 @@ struct TARGET_HOOKS {
     int (*CompleteSrcStepOnHiddenBP)(U32 PC) = nullptr;
     /// Semihosting at a halt or after a step: SEMIHOST_STOP_... Default SEMIHOST_STOP_NONE. Worker.
     int (*CheckHandleSemihostingIRQ)(U32 PC, bool WasRunning) = nullptr;
-    /// Terminal input for a semihosting read that waits: the operation's result, negative when none waits or the text is
-    /// too short for it. Default -1. Worker.
-    I64 (*SetSemihostingInput)(const char* sText) = nullptr;
-    /// That read has ended: hands the result to the program and resumes it. Default: nothing. Worker.
-    void (*OnSemihostingCompleted)(I64 Result) = nullptr;
     /// Value of a register in the selected task's context, which takes the place of the target's registers: 0 and
     /// the value, 1 when the context does not hold it, -1 when no context is selected. Default -1. GUI thread.
     int (*GetTaskReg)(U32 RegIdx, U64* pValue) = nullptr;

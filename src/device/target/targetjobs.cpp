@@ -25,8 +25,9 @@ int WithImplTypes(int Ret)
     return Ret;
 }
 
-int ExecReadMem(CDevice&, DEVICE_JOB& Job)
+int ExecReadMem(CDevice& Dev, DEVICE_JOB& Job)
 {
+    Dev.State.TransferCanceled = 0;
     const U32 Size = Fit(Job, 1, 1, Fit(Job, 0, 1, P(Job, 1)));
     if (Size == 0) return -1;
     // Done in any case: the status bytes tell what is good.
@@ -34,16 +35,18 @@ int ExecReadMem(CDevice&, DEVICE_JOB& Job)
     return 0;
 }
 
-int ExecWriteMem(CDevice&, DEVICE_JOB& Job)
+int ExecWriteMem(CDevice& Dev, DEVICE_JOB& Job)
 {
+    Dev.State.TransferCanceled = 0;
     const U32 Size = Fit(Job, 0, 1, P(Job, 1));
     const U32 Num = T().WriteMem(P(Job, 0), Size, P(Job, 2), P(Job, 3), P(Job, 4), T().GetAccessZone(Job.Text(1)),
                                  D<U8>(Job, 0));
     return Size > 0 && Num == Size ? 0 : -1;
 }
 
-int ExecWriteMemMultiple(CDevice&, DEVICE_JOB& Job)
+int ExecWriteMemMultiple(CDevice& Dev, DEVICE_JOB& Job)
 {
+    Dev.State.TransferCanceled = 0;
     const U32 Cnt = Fit(Job, 0, 8, P(Job, 0));
     const U32 Size = Fit(Job, 1, 1, P(Job, 1));
     const U32 Num = T().WriteMemMultiple(Cnt, D<U32>(Job, 0), Size, D<U8>(Job, 1), P(Job, 2), P(Job, 3), P(Job, 4),

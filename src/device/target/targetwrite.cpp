@@ -103,6 +103,7 @@ U32 CDeviceTarget::WriteMemMultiple(U32 Cnt, const U32* paAddrRanges, U32 NumByt
         if (Size > NumBytes - Pos) break;
         if (Size > 0) Total += WriteMem(Start, Size, ChunkSize, AW, Flags, sZone, paData + Pos);
         Pos += Size;
+        if (_State().TransferCanceled) break;
     }
     if (HasBracket && EndDownload(false) < 0) Total = 0;
     _ResumeAfterMemoryIO(WasHaltedHere);
@@ -140,10 +141,14 @@ int CDeviceTarget::EndDownload(bool DoHalt)
     int Answer = State.LastDownloadError;
     if (m_DownloadOpen) {
         m_DownloadOpen = false;
+        // Half a program is worse than the old one: what a user has canceled is forgotten, and nothing programmed.
+        const bool IsCanceled = State.TransferCanceled;
+        if (IsCanceled) BRYLLOARM_BeginDownload(0);
         Dev.SetProgressMsg("Writing Memory...");
         Dev.StartProgress(0, 0);
         Answer = BRYLLOARM_EndDownload();
         Dev.EndProgress();
+        if (IsCanceled) Answer = -1;
     }
     RestoreBreakpointsAfterFlashDL();
     if (DoHalt && State.Running) BRYLLOARM_GoEx(0, 1);

@@ -55,6 +55,7 @@ private:
     void _Offer(const DWARF_DIE& Die);
     void _Code(const DWARF_DIE& Die, std::vector<DWARF_CODE>& aCode);
     bool _IsStatic(const DWARF_DIE& Die);
+    bool _IsLambda(const DWARF_DIE& Die) const;
     U32 _Reference(const DWARF_DIE& Die, U32 Attr)
     {
         const DWARF_VALUE Value = m_Info.GetAttr(Die, Attr);
@@ -105,6 +106,13 @@ bool CScanner::_IsStatic(const DWARF_DIE& Die)
     return IsAddr && pExpr[Size - 1] != DW_OP_stack_value;
 }
 
+/// The code of a lambda counts as made by the compiler for some of them; it is the user's.
+bool CScanner::_IsLambda(const DWARF_DIE& Die) const
+{
+    return Die.pAbbrev->HasName && !Die.pAbbrev->HasDeclaration && !m_aTag.empty() && IsRecord(m_aTag.back()) &&
+           std::strcmp(m_Info.GetText(Die, DW_AT_name), "operator()") == 0;
+}
+
 void CScanner::_Offer(const DWARF_DIE& Die)
 {
     const DWARF_ABBREV& Abbrev = *Die.pAbbrev;
@@ -120,9 +128,12 @@ void CScanner::_Offer(const DWARF_DIE& Die)
         if (IsTypeUnit || !IsOwn || (!m_aTag.empty() && IsRecord(m_aTag.back()))) break;
         if (m_NumFunctions && (!Abbrev.HasLocation || !_IsStatic(Die))) break;
         m_Scan.aVariable.push_back(Die.Id);
+        // Optimisation at link time tells name and type in one entry and the place in another, which is the variable then.
+        if (!Abbrev.HasName)
+            if (const U32 Origin = _Reference(Die, DW_AT_abstract_origin); Origin != DIE_ID_NONE) m_Scan.aAbstract.push_back(Origin);
         break;
     case DW_TAG_subprogram:
-        if (IsTypeUnit || !IsOwn) break;
+        if (IsTypeUnit || !(IsOwn || _IsLambda(Die))) break;
         _Code(Die, m_Scan.aFunction);
         if (Abbrev.IsMain && m_Scan.MainById == DIE_ID_NONE) m_Scan.MainById = Die.Id;
         if (Abbrev.HasName && m_Scan.MainByName == DIE_ID_NONE && std::strcmp(m_Info.GetText(Die, DW_AT_name), "main") == 0) {

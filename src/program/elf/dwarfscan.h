@@ -24,6 +24,7 @@ struct DWARF_SCAN {
     std::vector<U32> aVariable, aType, aNamespace;
     std::vector<std::pair<U32, U32>> aExtension;  ///< extended namespace, the extension
     std::vector<std::pair<U32, U32>> aDefinition; ///< specified entry, the one that specifies it
+    std::vector<U32> aAbstract; ///< variables that are described in full elsewhere: what other variables are made of
     U32 MainById = DIE_ID_NONE;   ///< function that is marked as the start of the program
     U32 MainByName = DIE_ID_NONE; ///< first function named "main"
     U32 NumDies = 0;

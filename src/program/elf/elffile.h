@@ -59,6 +59,7 @@ struct ELF_FILE {
     std::vector<U32> aList[ELF_NUM_LISTS];     ///< those of functions and expansions stay empty: they are below
     std::vector<DWARF_CODE> aFunction, aInlined;
     std::vector<std::pair<U32, U32>> aDefinition; ///< specified DIE and the DIE that specifies it, sorted
+    std::vector<U32> aAbstract;                   ///< variables to leave out, while the units are read
     std::vector<std::pair<U32, U32>> aExtension;  ///< namespace DIE and its extension, sorted
     mutable std::vector<std::vector<DWARF_SCOPE>> aaScope; ///< by unit, read when asked for
     mutable bool HasNameIndex = false;
@@ -88,6 +89,7 @@ struct ELF_FILE {
     bool ParseDebugInfo(ELF_PROGRESS* pProgress);
     void ScanUnits(ELF_PROGRESS* pProgress);
     void MergeScan(const DWARF_SCAN& Scan);
+    void DropAbstractVariables();
     void ReadLineTables(ELF_PROGRESS* pProgress);
     /// Reads the rows of all line tables again.
     void ReadLinesAgain() const;

@@ -150,8 +150,16 @@ void ELF_FILE::ScanUnits(ELF_PROGRESS* pProgress)
         aScan[i] = DWARF_SCAN();
     }
     if (MainFunction == DIE_ID_NONE) MainFunction = MainByName;
+    DropAbstractVariables();
     // Of several entries that specify one, the first counts.
     for (auto* pPairs : {&aDefinition, &aExtension}) std::sort(pPairs->begin(), pPairs->end());
+}
+
+void ELF_FILE::DropAbstractVariables()
+{
+    std::sort(aAbstract.begin(), aAbstract.end());
+    std::erase_if(aList[ELF_LIST_GLOBAL_VARS], [this](U32 Id) { return std::binary_search(aAbstract.begin(), aAbstract.end(), Id); });
+    aAbstract = {};
 }
 
 void ELF_FILE::MergeScan(const DWARF_SCAN& Scan)
@@ -165,6 +173,7 @@ void ELF_FILE::MergeScan(const DWARF_SCAN& Scan)
     for (const auto& Pair : Scan.aExtension) aList[ELF_LIST_NAMESPACE_EXTENSIONS].push_back(Pair.second);
     Append(aDefinition, Scan.aDefinition);
     Append(aExtension, Scan.aExtension);
+    Append(aAbstract, Scan.aAbstract);
     NumDies += Scan.NumDies;
 }
 

@@ -113,9 +113,11 @@ CSymbol CExpression::FindVariable(const QString& sName)
         for (const ELF_SYM_HANDLE h : PROG_FindSymbols(sName, false, !Elf, false, Elf, true)) {
             CSymbol Global = CSymbol::FromProgram(h);
             if (Global.Loc.NumParts && !Global.IsFunction) return Global;
+            // One that was optimised away has no value, but a type and a size.
+            if (OutOfScope.IsEmpty() && !Global.IsFunction) OutOfScope = Global;
         }
     const ELF_SYM_LIST Funcs = PROG_FindSymbols(sName, true, false, false, true, true);
-    return Funcs.isEmpty() ? CSymbol() : CSymbol::FromProgram(Funcs.first());
+    return Funcs.isEmpty() ? OutOfScope : CSymbol::FromProgram(Funcs.first());
 }
 
 int CExpression::EvaluateLeaf(const QString& sToken, CSymbol* pResult)

@@ -146,6 +146,7 @@ signals:
     void AboutToClose(const QString& sPath);
     void Opened(const QString& sPath);
     void Closed(const QString& sPath);
+    void Written(const QString& sPath); ///< the text in the file was changed
 
 public slots:
     void OnOpenTimeout();
@@ -156,7 +157,7 @@ private:
     void _SetModified(bool Modified);
     bool _ReportNew(const QString& sWarning);
     bool _WriteFailed(const QString& sReason) const;
-    QString _GetTextToSave(const QString& sPath) const;
+    QString _GetTextToSave(const QString& sPath, const QString& sOldPath) const;
     bool _WriteGroup(const QStringList& Commands, const QStringList& Names, const char* sNotice);
 
     PROJECT_HOOKS m_Hooks;

@@ -178,7 +178,10 @@ bool CProject::WriteSettings(const QString& sPath, bool Merge, const QStringList
         return _WriteFailed(QStringLiteral("file contents could not be read"));
     }
     QStringList Warnings;
-    const bool HasBody = EditProjectText(&sText, {Merge, Commands, Names}, &Warnings);
+    PROJECT_EDIT Edit{Merge, Commands, Names};
+    DropUnchanged(sText, &Edit, IsSameCommand);
+    const QString sBefore = sText;
+    const bool HasBody = EditProjectText(&sText, Edit, &Warnings);
     for (const QString& sWarning : Warnings) {
         LogWarning(sWarning);
     }
@@ -187,7 +190,13 @@ bool CProject::WriteSettings(const QString& sPath, bool Merge, const QStringList
                                            "function 'OnProjectLoad' is present."));
     }
     QString sError;
-    return WriteTextFile(sFile, sText, &sError) || _WriteFailed(sError);
+    if (sText != sBefore) {
+        if (!WriteTextFile(sFile, sText, &sError)) {
+            return _WriteFailed(sError);
+        }
+        emit Written(sFile);
+    }
+    return true;
 }
 
 bool CProject::WriteVar(const QString& sPath, int VarID, const QString& sValue)
@@ -289,14 +298,48 @@ bool CProject::WriteSystemSettings()
     return _WriteGroup(Commands, GetSystemSettingNames(), "System settings were written to the project file");
 }
 
+namespace {
+/// True when a line of the project names just the file that a generated command names.
+bool IsSameFile(const QString& sLine, const QString& sCommand)
+{
+    const PARSED_COMMAND Line = ParseCommand(sLine);
+    const PARSED_COMMAND Command = ParseCommand(sCommand);
+    if (Line.Id != Command.Id || (Line.Id != ACT_FILE_OPEN && Line.Id != ACT_PROJECT_ADD_SVD_FILE)) {
+        return false;
+    }
+    CFileFinder& Finder = CFileFinder::Get();
+    const QString sNamed = QFileInfo(Finder.Resolve(Line.Params.value(0))).canonicalFilePath();
+    return !sNamed.isEmpty() &&
+           sNamed == QFileInfo(Finder.Expand(Command.Params.value(0))).canonicalFilePath();
+}
+
+int CountCommand(const QString& sText, int Id)
+{
+    int Begin = 0;
+    int End = 0;
+    int Count = 0;
+    if (FindProjectLoadBody(sText, &Begin, &End)) {
+        for (const QString& sLine : sText.mid(Begin, End - Begin).split(QLatin1Char('\n'))) {
+            Count += FindCommand(GetNameOfCommandText(sLine.trimmed())) == Id ? 1 : 0;
+        }
+    }
+    return Count;
+}
+} // namespace
+
 // What the user has written beside the settings (event functions, further commands) is kept: the
 // commands are written into the text that stands in the file or was loaded. Only without such a
 // text a new one is made.
-QString CProject::_GetTextToSave(const QString& sPath) const
+QString CProject::_GetTextToSave(const QString& sPath, const QString& sOldPath) const
 {
     const QStringList Commands = GetCommandsFromSettings();
     QString sText;
-    if (!ReadTextFile(sPath, &sText) || sText.isEmpty()) {
+    // Another file that is saved over becomes this project; only a project that has no file yet
+    // takes the text of the one that it is given.
+    if (sPath == sOldPath || sOldPath.isEmpty()) {
+        ReadTextFile(sPath, &sText);
+    }
+    if (sText.isEmpty()) {
         sText = BScript::GetScriptText();
     }
     QStringList Names;
@@ -305,43 +348,56 @@ QString CProject::_GetTextToSave(const QString& sPath) const
         Names += GetCommandName(Id);
     }
     PROJECT_EDIT Edit{true, Commands, Names};
-    const QString sFileOpen = GetCommandName(ACT_FILE_OPEN);
-    if (sText.count(sFileOpen) > 1) {
+    const auto IsSubstitute = [](const QString& s) {
+        return FindCommand(GetNameOfCommandText(s)) == ACT_PROJECT_ADD_PATH_SUBSTITUTE;
+    };
+    const int NumOpened = CountCommand(sText, ACT_FILE_OPEN);
+    if (NumOpened > 0) {
+        // The substitutes belong to the first program of a new project.
+        Edit.Commands.removeIf(IsSubstitute);
+    }
+    if (NumOpened > 1) {
         // Several files are opened by hand: which of them is the program is the user's to say.
-        Edit.Commands.removeIf([](const QString& s) {
-            const int Id = FindCommand(GetNameOfCommandText(s));
-            return Id == ACT_FILE_OPEN || Id == ACT_PROJECT_ADD_PATH_SUBSTITUTE;
-        });
+        Edit.Commands.removeIf(
+            [](const QString& s) { return FindCommand(GetNameOfCommandText(s)) == ACT_FILE_OPEN; });
     } else if (!m_sProgramFile.isEmpty()) {
-        Edit.Names += sFileOpen;
-        for (const QString& sCommand : Commands) {
-            if (FindCommand(GetNameOfCommandText(sCommand)) == ACT_PROJECT_ADD_PATH_SUBSTITUTE) {
+        Edit.Names += GetCommandName(ACT_FILE_OPEN);
+        for (const QString& sCommand : Edit.Commands) {
+            if (IsSubstitute(sCommand)) {
                 Edit.Names += QRegularExpression::escape(sCommand);
             }
         }
     }
+    DropUnchanged(sText, &Edit, [](const QString& sLine, const QString& sCommand) {
+        return IsSameCommand(sLine, sCommand) || IsSameFile(sLine, sCommand);
+    });
     QStringList Warnings;
     return EditProjectText(&sText, Edit, &Warnings) ? sText : BScript::GetNewProjectText(Commands);
 }
 
 bool CProject::Save(const QString& sPath)
 {
+    const QString sOldPath = GetPath();
     BScript::SetProjectPath(sPath);
     const bool IsProject = CFileFinder::GetFileClass(sPath) == FILE_CLASS_PROJECT;
     if (m_FromCmdLine && IsProject && QFileInfo(sPath).isFile()) {
-        return WriteCmdLineSettings(sPath);
+        const bool Written = WriteCmdLineSettings(sPath);
+        _SetModified(m_Modified && !Written);
+        return Written;
     }
-    const QString sText = _GetTextToSave(sPath);
+    const QString sText = _GetTextToSave(sPath, sOldPath);
     QString sError;
-    if (!WriteTextFile(sPath, sText, &sError)) {
+    if (!WriteTextFile(sPath, sText, &sError, QFileInfo(sOldPath).isFile() ? sOldPath : sPath)) {
+        BScript::SetProjectPath(sOldPath);
         return _WriteFailed(sError);
     }
-    if (BScript::IsLoaded()) {
+    if (!BScript::GetScriptText().isEmpty()) {
         BScript::SetTextHash(sText);
     } else {
         BScript::LoadText(sText);
     }
     m_Modified = false;
     emit ModifiedChanged(false);
+    emit Written(sPath);
     return true;
 }

@@ -3,6 +3,8 @@
 
 #include "app/actions/actions.h"
 #include "app/actions/commandtext.h"
+#include "app/actions/constants.h"
+#include "project/file/project.h"
 #include "project/settings/sysvars.h"
 #include "script/host/bscript.h"
 
@@ -90,6 +92,23 @@ void InsertLines(QString* psText, const QStringList& NewLines, bool IsDialog, bo
     psText->replace(Section.Begin, Section.End - Section.Begin, Lines.join(QLatin1Char('\n')));
 }
 
+/// A parameter as the command takes it: the number behind a constant's name or another notation, else the text.
+QString ValueOf(const QString& sParam)
+{
+    I64 Value = 0;
+    bool IsNumber = GetConstantValue(sParam, &Value);
+    if (!IsNumber) {
+        Value = sParam.toLongLong(&IsNumber, 0);
+    }
+    return IsNumber ? QString::number(Value) : sParam;
+}
+
+/// Commands whose parameter is a name that is looked up without regard to case.
+bool IsNameCommand(int Id)
+{
+    return Id == ACT_PROJECT_SET_DEVICE || Id == ACT_PROJECT_SET_HOST_IF || Id == ACT_PROJECT_SET_TARGET_IF;
+}
+
 } // namespace
 
 bool FindProjectLoadBody(const QString& sText, int* pBegin, int* pEnd)
@@ -120,10 +139,15 @@ bool EditProjectText(QString* psText, const PROJECT_EDIT& Edit, QStringList* pWa
     if (!FindProjectLoadBody(*psText, &Begin, &End)) {
         return false;
     }
+    // A brace on a line that goes or comes would move the end of the body into the functions behind it.
     QString sEdited = *psText;
+    const qsizetype Behind = psText->size() - End;
+    const auto EndsAsBefore = [&] {
+        return FindProjectLoadBody(sEdited, &Begin, &End) && sEdited.size() - End == Behind;
+    };
     RemoveLines(&sEdited, Edit.Names);
-    if (!FindProjectLoadBody(sEdited, &Begin, &End)) {
-        return false; // a line that went held the brace of the body
+    if (!EndsAsBefore()) {
+        return false;
     }
     QStringList Dialog;
     QStringList User;
@@ -131,12 +155,86 @@ bool EditProjectText(QString* psText, const PROJECT_EDIT& Edit, QStringList* pWa
         (IsDialogCommand(sCommand) ? Dialog : User).append(sCommand);
     }
     InsertLines(&sEdited, User, false, Edit.Merge, pWarnings);
+    if (!EndsAsBefore()) {
+        return false;
+    }
     InsertLines(&sEdited, Dialog, true, Edit.Merge, pWarnings);
-    if (!FindProjectLoadBody(sEdited, &Begin, &End)) {
+    if (!EndsAsBefore()) {
         return false;
     }
     *psText = sEdited;
     return true;
+}
+
+bool IsSameCommand(const QString& sLine, const QString& sCommand)
+{
+    const PARSED_COMMAND Line = ParseCommand(sLine);
+    const PARSED_COMMAND Command = ParseCommand(sCommand);
+    if (Line.Id < 0 || Line.Id != Command.Id) {
+        return false;
+    }
+    if (Line.Id == ACT_PROJECT_SET_TIF_SPEED) {
+        const I64 Speed = ParseTIFSpeed(Line.Params.value(0));
+        return Speed >= 0 && Speed == ParseTIFSpeed(Command.Params.value(0));
+    }
+    // A parameter that is left out and an empty one mean the same.
+    for (qsizetype i = 0; i < std::max(Line.Params.size(), Command.Params.size()); ++i) {
+        if (ValueOf(Line.Params.value(i)).compare(ValueOf(Command.Params.value(i)),
+                                                  IsNameCommand(Line.Id) ? Qt::CaseInsensitive
+                                                                         : Qt::CaseSensitive) != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void DropUnchanged(const QString& sText, PROJECT_EDIT* pEdit,
+                   const std::function<bool(const QString& sLine, const QString& sCommand)>& IsSame)
+{
+    int Begin = 0;
+    int End = 0;
+    if (!FindProjectLoadBody(sText, &Begin, &End)) {
+        return;
+    }
+    QStringList Lines;
+    for (const QString& sLine : sText.mid(Begin, End - Begin).split(QLatin1Char('\n'))) {
+        if (!sLine.trimmed().startsWith(QLatin1String("//"))) {
+            Lines += sLine.trimmed();
+        }
+    }
+    struct GROUP {
+        QRegularExpression Name;
+        QStringList Lines;
+        QStringList Commands;
+        bool Same = false;
+    };
+    QList<GROUP> Groups;
+    for (const QString& sName : pEdit->Names) {
+        GROUP Group{QRegularExpression(sName), {}, {}, false};
+        Group.Lines = Lines.filter(Group.Name);
+        Group.Commands = pEdit->Commands.filter(Group.Name);
+        Group.Same = !Group.Lines.isEmpty() && Group.Lines.size() == Group.Commands.size() &&
+                     std::equal(Group.Lines.begin(), Group.Lines.end(), Group.Commands.begin(), IsSame);
+        Groups += Group;
+    }
+    // A line that another name removes can't be left to stand for its command.
+    for (bool Changed = true; Changed;) {
+        Changed = false;
+        for (GROUP& Group : Groups) {
+            for (const GROUP& Other : Groups) {
+                if (Group.Same && !Other.Same && !Group.Lines.filter(Other.Name).isEmpty()) {
+                    Group.Same = false;
+                    Changed = true;
+                }
+            }
+        }
+    }
+    for (const GROUP& Group : Groups) {
+        if (Group.Same) {
+            pEdit->Names.removeAll(Group.Name.pattern());
+            pEdit->Commands.removeIf([&Group](const QString& s) { return Group.Commands.contains(s); });
+        }
+    }
 }
 
 QString GetVarCommandName(int VarID)

@@ -9,6 +9,7 @@
 #pragma once
 #include <QString>
 #include <QStringList>
+#include <functional>
 
 struct PROJECT_EDIT {
     bool Merge = true;    ///< new lines come before the old ones of their section, else behind
@@ -18,6 +19,13 @@ struct PROJECT_EDIT {
 
 /// The body of OnProjectLoad: [*pBegin, *pEnd), from behind the line of its "{" up to its "}".
 bool FindProjectLoadBody(const QString& sText, int* pBegin, int* pEnd);
+
+/// Takes out of an edit what the body says already: the commands of a name whose lines, in order, have the same effect
+/// leave those lines as the user wrote them. IsSame compares a line with a command of the same name.
+void DropUnchanged(const QString& sText, PROJECT_EDIT* pEdit,
+                   const std::function<bool(const QString& sLine, const QString& sCommand)>& IsSame);
+/// The same command with the same parameters, however the line spells them.
+bool IsSameCommand(const QString& sLine, const QString& sCommand);
 
 /// Applies an edit. Marker warnings go to *pWarnings. False if the text has no body.
 bool EditProjectText(QString* psText, const PROJECT_EDIT& Edit, QStringList* pWarnings);

@@ -10,7 +10,6 @@
 
 namespace {
 constexpr qsizetype MAX_PATH_BYTES = 4096; ///< the system refuses longer ones
-constexpr int MAX_ENTRIES = 50000;         ///< a larger folder isn't kept but asked for each name
 constexpr I64 CHECK_WATCHED_MS = 3000;     ///< mounts, and links further up, aren't reported
 constexpr I64 TRUST_REMOTE_MS = 2000;
 constexpr I64 TRUST_PER_MS = 100; ///< a folder that takes 1 ms to answer is left alone for 100 ms more
@@ -22,12 +21,6 @@ enum FOLDER_STATES : U8 {
     FOLDER_READ, ///< Entries holds all
     FOLDER_ASK,  ///< can't be read, or is too large: each name is asked for
 };
-
-I64 NowMs()
-{
-    using namespace std::chrono;
-    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
 
 I64 ToNs(const timespec& t)
 {
@@ -129,7 +122,10 @@ struct CDirCache::FOLDER {
     I64 TrustMs = 0;
 };
 
-CDirCache::CDirCache() : m_Now(NowMs()) {}
+CDirCache::CDirCache(bool Watch, int MaxEntries)
+    : m_Now(GetTime()), m_DoWatch(Watch), m_MaxEntries(MaxEntries)
+{
+}
 CDirCache::~CDirCache() = default;
 
 void CDirCache::Clear()
@@ -156,7 +152,7 @@ bool CDirCache::_Sweep()
 
 bool CDirCache::Poll()
 {
-    m_Now = NowMs();
+    m_Now = GetTime();
     const CDirWatch::RESULTS Result = m_Watch.Poll();
     if (Result == CDirWatch::LOST) {
         Clear();
@@ -167,6 +163,17 @@ bool CDirCache::Poll()
         m_Matched.clear();
     }
     return Changed;
+}
+
+I64 CDirCache::GetTime()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+I64 CDirCache::GetPollTime() const
+{
+    return m_Now;
 }
 
 bool CDirCache::TakeUnwatched()
@@ -198,10 +205,10 @@ bool CDirCache::_WatchParents(const QString& sFolder)
 void CDirCache::_Read(FOLDER& Folder, const QString& sFolder)
 {
     const QByteArray Path = QFile::encodeName(sFolder);
-    const I64 Start = NowMs();
+    const I64 Start = GetTime();
     Folder = FOLDER();
     Folder.CheckedMs = m_Now;
-    Folder.Watched = _WatchParents(sFolder);
+    Folder.Watched = m_DoWatch && _WatchParents(sFolder);
     struct stat Info = {};
     if (stat(Path.constData(), &Info) != 0 || !S_ISDIR(Info.st_mode)) {
         return;
@@ -209,22 +216,22 @@ void CDirCache::_Read(FOLDER& Folder, const QString& sFolder)
     const bool Remote = IsRemote(Path);
     Folder.pChanged = std::make_shared<bool>(false);
     // The watch comes before the reading: what changes in between is then reported and read again.
-    Folder.Watched = m_Watch.WatchEntries(Path, Folder.pChanged) && Folder.Watched && !Remote;
+    Folder.Watched = Folder.Watched && !Remote && m_Watch.WatchEntries(Path, Folder.pChanged);
     Folder.State = FOLDER_READ;
     Folder.Device = Info.st_dev;
     Folder.Inode = Info.st_ino;
     Folder.StampNs = ToNs(Info.st_mtim);
     Folder.Fresh = !Folder.Watched && !Remote && WallNs() - Folder.StampNs < STAMP_NS;
     int NumEntries = 0;
-    const auto Keep = [&Folder, &NumEntries](const QByteArray& Name, PATH_KINDS Kind) {
+    const auto Keep = [this, &Folder, &NumEntries](const QByteArray& Name, PATH_KINDS Kind) {
         Folder.Entries.insert(Name, Kind);
-        return ++NumEntries <= MAX_ENTRIES;
+        return ++NumEntries <= m_MaxEntries;
     };
     if (Folder.Fresh || !ForEachEntry(Path, Keep)) {
         Folder.State = FOLDER_ASK;
         Folder.Entries.clear();
     }
-    Folder.TrustMs = Remote ? TRUST_REMOTE_MS + TRUST_PER_MS * (NowMs() - Start) : 0;
+    Folder.TrustMs = Remote ? TRUST_REMOTE_MS + TRUST_PER_MS * (GetTime() - Start) : 0;
 }
 
 bool CDirCache::_IsValid(FOLDER& Folder, const QString& sFolder) const
@@ -238,13 +245,12 @@ bool CDirCache::_IsValid(FOLDER& Folder, const QString& sFolder) const
     }
     Folder.CheckedMs = m_Now;
     struct stat Info = {};
-    const bool IsThere =
-        stat(QFile::encodeName(sFolder).constData(), &Info) == 0 && S_ISDIR(Info.st_mode);
+    const bool IsThere = stat(QFile::encodeName(sFolder).constData(), &Info) == 0 && S_ISDIR(Info.st_mode);
     if (!IsThere || Folder.State == FOLDER_MISSING) {
         return !IsThere && Folder.State == FOLDER_MISSING;
     }
-    return Info.st_dev == Folder.Device && Info.st_ino == Folder.Inode && ToNs(Info.st_mtim) == Folder.StampNs &&
-           (!Folder.Fresh || WallNs() - Folder.StampNs < STAMP_NS);
+    return Info.st_dev == Folder.Device && Info.st_ino == Folder.Inode &&
+           ToNs(Info.st_mtim) == Folder.StampNs && (!Folder.Fresh || WallNs() - Folder.StampNs < STAMP_NS);
 }
 
 CDirCache::FOLDER& CDirCache::_GetFolder(const QString& sFolder)
@@ -292,7 +298,8 @@ bool CDirCache::HasFile(const QString& sFolder, const QString& sName, const QByt
         return false;
     }
     const FOLDER& Folder = _GetFolder(sFolder);
-    if (Folder.State == FOLDER_MISSING || (Folder.State == FOLDER_READ && !Folder.Entries.contains(Encoded))) {
+    if (Folder.State == FOLDER_MISSING ||
+        (Folder.State == FOLDER_READ && !Folder.Entries.contains(Encoded))) {
         return false;
     }
     return _GetKindIn(Folder, Encoded, sFolder + QLatin1Char('/') + sName) == PATH_FILE;

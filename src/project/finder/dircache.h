@@ -26,13 +26,20 @@ enum PATH_KINDS : U8 {
 
 class CDirCache {
 public:
-    CDirCache();
+    /// A larger folder isn't kept but asked for each name.
+    static constexpr int MAX_ENTRIES = 50000;
+
+    /// Watch false: changes are told from time stamps alone, as where the system reports none.
+    explicit CDirCache(bool Watch = true, int MaxEntries = MAX_ENTRIES);
     ~CDirCache();
     CDirCache(const CDirCache&) = delete;
     CDirCache& operator=(const CDirCache&) = delete;
 
     /// Takes notice of what changed. True if an earlier answer may be different now.
     bool Poll();
+    /// The steady clock that all times here go by, in ms.
+    static I64 GetTime();
+    I64 GetPollTime() const; ///< at the last Poll()
     /// True if an answer since the last call rests on a folder that isn't watched.
     bool TakeUnwatched();
     /// Forgets everything.
@@ -62,7 +69,9 @@ private:
     QHash<QString, QString> m_Matched; ///< results of MatchIgnoringCase that rest on watched folders
     QHash<QString, bool> m_Parents;    ///< results of _WatchParents
     CDirWatch m_Watch;
-    I64 m_Now = 0; ///< ms of a steady clock at the last Poll()
+    I64 m_Now = 0;
     I64 m_SweptMs = 0;
+    bool m_DoWatch;
+    int m_MaxEntries;
     bool m_Unwatched = false;
 };

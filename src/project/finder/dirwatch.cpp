@@ -9,7 +9,8 @@
 namespace {
 /// The user's other programs draw on the same supply of watches.
 constexpr qsizetype MAX_WATCHES = 8192;
-constexpr U32 EVENTS = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+constexpr U32 EVENTS =
+    IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 constexpr U32 LOSSES = IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED | IN_Q_OVERFLOW;
 } // namespace
 

@@ -204,7 +204,8 @@ QString CFileFinder::_ExpandEnvironment(const QString& sText) const
     qsizetype End = 0;
     QString sName;
     while (FindToken(s, Pos, &Start, &End, &sName)) {
-        const QString sValue = sName.isEmpty() ? QString() : qEnvironmentVariable(sName.toLocal8Bit().constData());
+        const QString sValue =
+            sName.isEmpty() ? QString() : qEnvironmentVariable(sName.toLocal8Bit().constData());
         if (sValue.isEmpty()) {
             Pos = End; // the token stays in the text
             continue;
@@ -328,8 +329,18 @@ void CFileFinder::SetLogResolutions(bool OnOff)
     m_LogResolutions = OnOff;
 }
 
+bool CFileFinder::IsTellingPending() const
+{
+    return m_DelayTimer.isActive();
+}
+
 void CFileFinder::OnDelayTimerTimeout()
 {
+    const I64 Left = m_LastReportMs + STATS_DELAY_MS - CDirCache::GetTime();
+    if (Left > 0) {
+        m_DelayTimer.start(static_cast<int>(Left));
+        return;
+    }
     emit SrcFileResStatsChanged();
 }
 

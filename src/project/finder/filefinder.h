@@ -7,13 +7,12 @@
 // Expands variables, applies the user's aliases and substitutes, looks in root paths, project and
 // install folder, and falls back on the bare file name in the search paths. What differs from a file
 // here in nothing but case is found in the end, as a program may have been built on a system that
-// doesn't tell case apart. It never asks the user and never fails with an error. Main thread only, no lock; a worker asks through the main
-// thread.
+// doesn't tell case apart. It never asks the user and never fails with an error. Main thread only, no lock; a
+// worker asks through the main thread.
 #pragma once
 #include "app/services/types.h"
 #include "project/finder/dircache.h"
 
-#include <QElapsedTimer>
 #include <QHash>
 #include <QMap>
 #include <QObject>
@@ -79,6 +78,8 @@ public:
     const QStringList& GetSearchPaths() const;
     void SetLogResolutions(bool OnOff); ///< results go to the console; true after a reset
 
+    bool IsTellingPending() const; ///< SrcFileResStatsChanged() is about to come
+
     static FILE_CLASSES GetFileClass(const QString& sPath);
     static QString Normalise(const QString& sPath); ///< "\" and runs of "/" become one "/"
     static QString Clean(const QString& sPath);     ///< normalised and QDir::cleanPath
@@ -108,6 +109,7 @@ private:
     struct LOOKUP {
         QString sResult;
         bool ThroughProject;
+        bool IsCounted; ///< the statistics hold the path with this result
     };
     static constexpr int STATS_DELAY_MS = 500;
 
@@ -136,6 +138,7 @@ private:
     QString _ResolveRegisters(const QString& sPath);
     QString _ResolvePluginFile(const QString& sPath);
     void _Report(const QString& sOrigPath, const QString& sResult);
+    void _Count(const QString& sOrigPath, const QString& sResult);
     void _ReportSource(const QString& sOrigPath, const QString& sResult);
     void _PathsChanged();
     void _ClearStatistics();
@@ -155,11 +158,12 @@ private:
     CDirCache m_Dirs;
     PLACES m_Places;
     QHash<QString, QString> m_AliasIndex; ///< old path, clean and folded, to the new one
-    QHash<QString, LOOKUP> m_Lookups;       ///< expanded path to what was found for it
-    QList<SEARCH_FOLDER> m_SearchFolders;   ///< empty: not worked out yet
-    QElapsedTimer m_LastReport;             ///< since the last report of a source file
-    bool m_UsesCurrentDir = false;          ///< a kept lookup rests on m_Places.sCurrentDir
-    bool m_Keep = true;                     ///< the lookup under way may be kept
-    bool m_IgnoreCase = false;              ///< the lookup under way is in its second round
-    bool m_Debug = false;                   ///< the steps of the lookup under way go to the log
+    QHash<QString, LOOKUP> m_Lookups;     ///< expanded path to what was found for it
+    QList<SEARCH_FOLDER> m_SearchFolders; ///< empty: not worked out yet
+    LOOKUP* m_pKept = nullptr;            ///< entry of the lookup under way, null if it isn't kept
+    I64 m_LastReportMs = 0;               ///< time of the last report of a source file, by m_Dirs
+    bool m_UsesCurrentDir = false;        ///< a kept lookup rests on m_Places.sCurrentDir
+    bool m_Keep = true;                   ///< the lookup under way may be kept
+    bool m_IgnoreCase = false;            ///< the lookup under way is in its second round
+    bool m_Debug = false;                 ///< the steps of the lookup under way go to the log
 };

@@ -20,13 +20,13 @@ struct EXTENSION_ROW {
     FILE_CLASSES Class;
 };
 constexpr EXTENSION_ROW EXTENSION_ROWS[] = {
-    {"h", FILE_CLASS_SOURCE},     {"c", FILE_CLASS_SOURCE},      {"hpp", FILE_CLASS_SOURCE},
-    {"cpp", FILE_CLASS_SOURCE},   {"s", FILE_CLASS_SOURCE},      {"svd", FILE_CLASS_REGISTERS},
+    {"h", FILE_CLASS_SOURCE},      {"c", FILE_CLASS_SOURCE},     {"hpp", FILE_CLASS_SOURCE},
+    {"cpp", FILE_CLASS_SOURCE},    {"s", FILE_CLASS_SOURCE},     {"svd", FILE_CLASS_REGISTERS},
     {"xml", FILE_CLASS_REGISTERS}, {"dll", FILE_CLASS_PLUGIN},   {"so", FILE_CLASS_PLUGIN},
-    {"dylib", FILE_CLASS_PLUGIN}, {"bin", FILE_CLASS_DATA},      {"mot", FILE_CLASS_DATA},
-    {"srec", FILE_CLASS_DATA},    {"hex", FILE_CLASS_DATA},      {"elf", FILE_CLASS_DATA},
-    {"out", FILE_CLASS_DATA},     {"axf", FILE_CLASS_DATA},      {"bdebug", FILE_CLASS_PROJECT},
-    {"txt", FILE_CLASS_DOCUMENT}, {"pdf", FILE_CLASS_DOCUMENT},  {"html", FILE_CLASS_DOCUMENT},
+    {"dylib", FILE_CLASS_PLUGIN},  {"bin", FILE_CLASS_DATA},     {"mot", FILE_CLASS_DATA},
+    {"srec", FILE_CLASS_DATA},     {"hex", FILE_CLASS_DATA},     {"elf", FILE_CLASS_DATA},
+    {"out", FILE_CLASS_DATA},      {"axf", FILE_CLASS_DATA},     {"bdebug", FILE_CLASS_PROJECT},
+    {"txt", FILE_CLASS_DOCUMENT},  {"pdf", FILE_CLASS_DOCUMENT}, {"html", FILE_CLASS_DOCUMENT},
 };
 
 QString FileName(const QString& sPath)
@@ -74,6 +74,7 @@ FILE_CLASSES CFileFinder::GetFileClass(const QString& sPath)
 void CFileFinder::_BeginLookup()
 {
     m_Debug = IsLoggingOn();
+    m_pKept = nullptr;
     m_IgnoreCase = false;
     bool Changed = m_Dirs.Poll();
     PLACES Places;
@@ -98,6 +99,7 @@ void CFileFinder::_BeginLookup()
 
 void CFileFinder::_ForgetLookups()
 {
+    m_pKept = nullptr;
     m_Lookups.clear();
     m_SearchFolders.clear();
     m_UsesCurrentDir = false;
@@ -192,7 +194,8 @@ QList<CFileFinder::SEARCH_FOLDER> CFileFinder::_ToSearchFolders(const QStringLis
 }
 
 /// Encoded: the name as the system writes it, worked out once for all folders.
-QString CFileFinder::_SearchFolder(const QString& sFolder, const QString& sFileName, const QByteArray& Encoded)
+QString CFileFinder::_SearchFolder(const QString& sFolder, const QString& sFileName,
+                                   const QByteArray& Encoded)
 {
     if (!m_IgnoreCase && !m_Dirs.HasFile(sFolder, sFileName, Encoded)) {
         return QString();
@@ -278,7 +281,8 @@ QString CFileFinder::_ResolveData(const QString& sPath, const QStringList& MoreF
 QString CFileFinder::_ResolveRegisters(const QString& sPath)
 {
     const QString sConfig = _Folder("Config");
-    const QStringList Own{sConfig, sConfig + QStringLiteral("/CPU"), sConfig + QStringLiteral("/Peripherals")};
+    const QStringList Own{sConfig, sConfig + QStringLiteral("/CPU"),
+                          sConfig + QStringLiteral("/Peripherals")};
     const QList<SEARCH_FOLDER> Folders = _ToSearchFolders(Own) + _GetSearchFolders();
     for (const char* sExtension : {"svd", "xml"}) {
         const QString s = WithExtension(sPath, sExtension);
@@ -336,14 +340,16 @@ QString CFileFinder::_Find(const QString& sPath)
     if (m_Debug) {
         LogDebug(QStringLiteral("Starting to resolve: ") + sPath);
     }
+    m_pKept = nullptr;
     if (sPath.isEmpty()) {
         return QString();
     }
     QString s = Expand(sPath);
     // Once more the same path: nothing has changed since, or the lookups would be forgotten. With the
     // log open every step is to be seen in it.
-    if (const auto it = m_Lookups.constFind(s); !m_Debug && it != m_Lookups.constEnd()) {
+    if (const auto it = m_Lookups.find(s); !m_Debug && it != m_Lookups.end()) {
         m_FoundThroughProject = it->ThroughProject;
+        m_pKept = s == sPath ? &*it : nullptr;
         return it->sResult;
     }
     const QString sExpanded = s;
@@ -367,7 +373,9 @@ QString CFileFinder::_Find(const QString& sPath)
         m_IgnoreCase = false;
     }
     if (m_Keep && !m_Dirs.TakeUnwatched()) {
-        m_Lookups.insert(sExpanded, {sResult, m_FoundThroughProject});
+        const bool HasVariables = sExpanded != sPath;
+        LOOKUP& Kept = *m_Lookups.insert(sExpanded, {sResult, m_FoundThroughProject, false});
+        m_pKept = HasVariables ? nullptr : &Kept;
     }
     return sResult;
 }
@@ -392,6 +400,7 @@ QString CFileFinder::ResolvePlugin(const QString& sPath)
         // extension out. Only the outcome of both tries is reported.
         m_FoundThroughProject = false;
         sResult = _Find(WithExtension(Normalise(sPath), PLUGIN_EXTENSION));
+        m_pKept = nullptr; // that was kept under another path
     }
     if (!sPath.isEmpty()) {
         _Report(sPath, sResult);
@@ -400,23 +409,32 @@ QString CFileFinder::ResolvePlugin(const QString& sPath)
     return sResult;
 }
 
-void CFileFinder::_ReportSource(const QString& sOrigPath, const QString& sResult)
+void CFileFinder::_Count(const QString& sOrigPath, const QString& sResult)
 {
     if (sResult.isEmpty()) {
         m_Unresolved.insert(sOrigPath, true);
         m_Resolved.remove(sOrigPath);
     } else {
-        QString& sKnown = m_Resolved[sOrigPath];
-        if (sKnown != sResult) {
-            sKnown = sResult;
-        }
+        m_Resolved.insert(sOrigPath, sResult);
         m_Unresolved.remove(sOrigPath);
-        emit SrcFilePathResolved(sOrigPath, sResult);
+    }
+}
+
+void CFileFinder::_ReportSource(const QString& sOrigPath, const QString& sResult)
+{
+    if (!m_pKept || !m_pKept->IsCounted) {
+        _Count(sOrigPath, sResult);
+        if (m_pKept) {
+            m_pKept->IsCounted = true;
+        }
     }
     // The timer runs on from the last lookup; setting it anew for each would cost more than the lookup.
-    m_LastReport.start();
+    m_LastReportMs = m_Dirs.GetPollTime();
     if (!m_DelayTimer.isActive()) {
         m_DelayTimer.start(STATS_DELAY_MS);
+    }
+    if (!sResult.isEmpty()) {
+        emit SrcFilePathResolved(sOrigPath, sResult);
     }
 }
 

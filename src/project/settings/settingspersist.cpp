@@ -16,6 +16,32 @@ QString RowName(const char* sName)
     return QString::fromLatin1(sName);
 }
 
+QString MakeVarKey(int VarID)
+{
+    return CSettingsStore::MakeKey(GROUP_PREFERENCES, RowName(GetSysVarRows()[VarID].Name));
+}
+
+/// The number of a stored entry; false if it is none.
+bool ReadNumber(int VarID, const QVariant& Entry, I64* pValue)
+{
+    bool Ok = false;
+    *pValue = GetSysVarRows()[VarID].Type == SVT_ULONGLONG ? static_cast<I64>(Entry.toULongLong(&Ok)) : Entry.toLongLong(&Ok);
+    return Ok;
+}
+
+/// An entry with a value that this version doesn't know, in a row that nobody has set: it stays for the version that
+/// wrote it.
+bool IsOfAnotherVersion(int VarID)
+{
+    const CSettingsStore& Store = CSettingsStore::Get();
+    const QString sKey = MakeVarKey(VarID);
+    if (IsStringVar(VarID) || !Store.Contains(sKey) || GetVarStored(VarID) != GetVarDefault(VarID)) {
+        return false;
+    }
+    I64 Value = 0;
+    return ReadNumber(VarID, Store.Read(sKey), &Value) && !IsVarValueValid(VarID, Value);
+}
+
 /// A colour name ("#a0b0c0", "red"); false if it is none.
 bool ParseStoredColor(const QString& sText, U32* pValue)
 {
@@ -31,25 +57,15 @@ void LoadPreferences()
 {
     const CSettingsStore& Store = CSettingsStore::Get();
     for (int i = 0; i < NUM_SYS_VARS; ++i) {
-        const SYS_VAR& Row = GetSysVarRows()[i];
-        const QString sKey = CSettingsStore::MakeKey(GROUP_PREFERENCES, RowName(Row.Name));
+        const QString sKey = MakeVarKey(i);
         if (!Store.Contains(sKey)) {
             continue;
         }
-        const QVariant Value = Store.Read(sKey);
-        bool Ok = true;
-        if (Row.Type == SVT_STRING) {
-            RestoreVarString(i, Value.toString());
-        } else if (Row.Type == SVT_ULONGLONG) {
-            const U64 Number = Value.toULongLong(&Ok);
-            if (Ok) {
-                RestoreVar(i, static_cast<I64>(Number));
-            }
-        } else {
-            const I64 Number = Value.toLongLong(&Ok);
-            if (Ok) {
-                RestoreVar(i, Number);
-            }
+        I64 Value = 0;
+        if (IsStringVar(i)) {
+            RestoreVarString(i, Store.Read(sKey).toString());
+        } else if (ReadNumber(i, Store.Read(sKey), &Value)) {
+            RestoreVar(i, Value);
         }
     }
 }
@@ -60,6 +76,9 @@ void SavePreferences()
     for (int i = 0; i < NUM_SYS_VARS; ++i) {
         const SYS_VAR& Row = GetSysVarRows()[i];
         QVariant Value;
+        if (IsOfAnotherVersion(i)) {
+            continue;
+        }
         if (Row.Type == SVT_STRING) {
             Value = GetVarStoredString(i);
         } else if (Row.Type == SVT_ULONGLONG) {

@@ -361,7 +361,8 @@ void SetProjectPath(const QString& sPath)
 
 QString GetScriptText()
 {
-    return S().pScript ? QString::fromUtf8(S().pScript->Text) : QString();
+    // The script of a project that was closed is still there, but no longer anybody's text.
+    return S().pScript && !S().Closing ? QString::fromUtf8(S().pScript->Text) : QString();
 }
 
 void SetTextHash(const QString& sText)

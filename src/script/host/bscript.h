@@ -89,7 +89,7 @@ int GetErrorLine();          ///< -1 if none
 QString GetProjectPath();
 QString GetProjectDir();
 void SetProjectPath(const QString& sPath); ///< stores path and folder
-QString GetScriptText();                   ///< the text that was loaded, empty if none
+QString GetScriptText();                   ///< the text that was loaded; empty if none, or once its project is closed
 void SetTextHash(const QString& sText);    ///< the text now stands in the file
 
 bool IsFileChanged();

@@ -2,9 +2,13 @@
 #include "script/lang/scriptctx.h"
 #include "script/lang/scriptinternal.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <new>
+#ifdef __unix__
+#include <sys/resource.h>
+#endif
 
 namespace Script {
 
@@ -41,14 +45,37 @@ void AppendGlobal(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym)
     pCtx->GlobalsTail = pSym;
 }
 
+bool IsNamed(const SCRIPT_SYM* pSym, const WORD& Word)
+{
+    return pSym->NameLen == Word.Len && std::memcmp(pSym->Name, Word.Name, Word.Len) == 0;
+}
+
 SCRIPT_SYM* FindInList(SCRIPT_SYM* pList, const WORD& Word)
 {
     for (SCRIPT_SYM* p = pList; p; p = p->Next) {
-        if (p->NameLen == Word.Len && std::memcmp(p->Name, Word.Name, Word.Len) == 0) {
+        if (IsNamed(p, Word)) {
             return p;
         }
     }
     return nullptr;
+}
+
+/// The oldest global of the name. It stays the answer, as symbols are only ever added behind it.
+SCRIPT_SYM* FindGlobal(SCRIPT_CTX* pCtx, const WORD& Word)
+{
+    U32 Hash = Word.Len;
+    for (U32 i = 0; i < Word.Len; ++i) {
+        Hash = Hash * 31 + static_cast<U8>(Word.Name[i]);
+    }
+    SCRIPT_SYM*& pFound = pCtx->Found[(Hash ^ (Hash >> 16)) % NUM_FOUND_SYMS];
+    if (!pFound || !IsNamed(pFound, Word)) {
+        SCRIPT_SYM* pSym = FindInList(pCtx->Globals, Word);
+        if (!pSym) {
+            return nullptr;
+        }
+        pFound = pSym;
+    }
+    return pFound;
 }
 
 int AttachAttribute(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym, SCRIPT_SYM* pQualifier)
@@ -202,24 +229,45 @@ SCRIPT_FUNC* ReadHead(SCRIPT_CTX* pCtx)
     return pFunc;
 }
 
-/// Passes over a body by counting braces. Strings are not looked at, so a brace in one counts.
+/// Passes over a body by counting braces, also those in strings. A comment is none inside a string.
 int SkipBody(SCRIPT_CTX* pCtx)
 {
     if (!MatchChar(pCtx, '{')) {
         return SetError(pCtx, "expected '{'");
     }
-    for (int Level = 1; Level > 0; ++pCtx->Cursor) {
-        if (SkipSpace(pCtx) < 0) {
+    int Level = 1;
+    bool InString = false; // to its closing quote or the end of its line
+    while (Level > 0) {
+        if (*pCtx->Cursor == '\n') {
+            InString = false;
+        }
+        if (!InString && SkipSpace(pCtx) < 0) {
             return -1;
         }
         const char c = *pCtx->Cursor;
         if (c == 0) {
             return SetError(pCtx, "unexpected end of file looking for '}'");
         }
+        if (c == '\n') {
+            continue; // ended a string; the white space behind it counts the line
+        }
+        InString ^= c == '"';
         Level += c == '{' ? 1 : 0;
         Level -= c == '}' ? 1 : 0;
+        ++pCtx->Cursor;
     }
     return 0;
+}
+
+std::size_t GetStackLimit()
+{
+#ifdef __unix__
+    rlimit Limit = {};
+    if (getrlimit(RLIMIT_STACK, &Limit) == 0 && Limit.rlim_cur != RLIM_INFINITY) {
+        return std::min<std::size_t>(MAX_SCRIPT_STACK, Limit.rlim_cur / 2);
+    }
+#endif
+    return MAX_SCRIPT_STACK;
 }
 
 int EnterPredefined(SCRIPT_CTX* pCtx)
@@ -309,7 +357,7 @@ void AppendLocal(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym)
 SCRIPT_SYM* Lookup(SCRIPT_CTX* pCtx, const WORD& Word)
 {
     SCRIPT_SYM* pSym = FindInList(pCtx->Locals, Word);
-    return pSym ? pSym : FindInList(pCtx->Globals, Word);
+    return pSym ? pSym : FindGlobal(pCtx, Word);
 }
 
 SCRIPT_CTX* Create(void* pHeap, std::size_t HeapSize, const char* sText)
@@ -323,6 +371,7 @@ SCRIPT_CTX* Create(void* pHeap, std::size_t HeapSize, const char* sText)
     pCtx->HeapLow = pBlock + RoundUp(sizeof(SCRIPT_CTX));
     pCtx->HeapEnd = pBlock + (HeapSize & ~static_cast<std::size_t>(ALIGNMENT - 1));
     pCtx->HeapHigh = pCtx->HeapEnd;
+    pCtx->StackLimit = GetStackLimit();
     pCtx->Text = sText;
     SetPos(pCtx, {sText, sText, 1});
     if (pCtx->HeapLow > pCtx->HeapHigh || EnterPredefined(pCtx) < 0) {

@@ -76,6 +76,9 @@ struct SCRIPT_FUNC : SCRIPT_SYM {
     I32 HostId; ///< handed to Host as ActionId
 };
 
+/// Global symbols that were looked up, by a number made from their name.
+inline constexpr std::size_t NUM_FOUND_SYMS = 128;
+
 /// The context, at the start of its block.
 struct SCRIPT_CTX {
     U8* HeapLow;  ///< next free byte for lasting items
@@ -83,10 +86,12 @@ struct SCRIPT_CTX {
     const char* Text;
     const char* Cursor;
     const char* LineStart;
-    int Line;  ///< 1 at the start of the text
-    int Error; ///< set by the first error; every operation then returns at once
-    int Abort; ///< set from outside to end a running script
-    int Depth; ///< statements, expressions and calls now nested
+    int Line;                 ///< 1 at the start of the text
+    int Error;                ///< set by the first error; every operation then returns at once
+    int Abort;                ///< set from outside to end a running script
+    int Depth;                ///< statements, expressions and calls now nested
+    std::uintptr_t StackBase; ///< where the outermost of them stands on the C stack
+    std::size_t StackLimit;   ///< bytes of the C stack that the others may take from there
     const char* ErrorText;
     void (*OnError)(SCRIPT_CTX* pCtx); ///< called when an error is set; Line and LineStart say where
     void (*OnStatement)(
@@ -97,8 +102,9 @@ struct SCRIPT_CTX {
     SCRIPT_SYM* Locals;
     SCRIPT_SYM* LocalsTail;
     SCRIPT_SYM* ConstCharType;
-    U8* HeapEnd;          ///< one past the block
-    char ErrorBuffer[80]; ///< holds an ErrorText that was put together
+    SCRIPT_SYM* Found[NUM_FOUND_SYMS]; ///< spares walking the list again; null or any global
+    U8* HeapEnd;                       ///< one past the block
+    char ErrorBuffer[80];              ///< holds an ErrorText that was put together
 };
 
 namespace Script {

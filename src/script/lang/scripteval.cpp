@@ -65,6 +65,15 @@ const BINARY_OP* MatchBinaryOp(SCRIPT_CTX* pCtx)
     if (SkipSpace(pCtx) < 0) {
         return nullptr;
     }
+    switch (*pCtx->Cursor) {
+    case ';':
+    case ')':
+    case ',':
+    case ']':
+        return nullptr; // what most expressions end with
+    default:
+        break;
+    }
     for (const BINARY_OP& Op : BINARY_OPS) {
         if (MatchText(pCtx, Op.Text)) {
             return &Op;
@@ -290,8 +299,10 @@ int Combine(SCRIPT_CTX* pCtx, char Op, I64 Left, I64 Right, I64* pValue)
         if (Right == 0) {
             return SetError(pCtx, "division by zero.");
         }
-        // The one quotient that 64 bits can't hold wraps like the other operators.
-        *pValue = Right == -1 ? static_cast<I64>(0 - a) : Left / Right;
+        if (Left == INT64_MIN && Right == -1) {
+            return SetError(pCtx, "division overflow."); // 64 bits can't hold it
+        }
+        *pValue = Left / Right;
         return 0;
     case '+':
         *pValue = static_cast<I64>(a + b);

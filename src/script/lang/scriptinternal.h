@@ -7,9 +7,10 @@
 
 namespace Script {
 
-/// Limits the C stack that a script can take: statements, expressions and calls nested in each
-/// other. A script that goes deeper ends with an error instead of a crash.
-inline constexpr int MAX_SCRIPT_DEPTH = 2000;
+/// Most of the C stack that statements, expressions and calls nested in each other may take, in
+/// bytes. A script that goes deeper ends with an error instead of a crash. Where the system grants
+/// less than twice as much, it is half of that.
+inline constexpr std::size_t MAX_SCRIPT_STACK = 4 * 1024 * 1024;
 
 inline constexpr const char* ERR_OUT_OF_MEMORY = "out of memory.";
 inline constexpr const char* ERR_SYNTAX = "syntax error.";
@@ -31,16 +32,28 @@ struct WORD {
     U32 Len = 0;
 };
 
-/// Counts one level of nesting for its life.
+/// Counts one level of nesting for its life. The outermost one marks where the script's share of the
+/// C stack begins; calls that nest through a host function count from there too.
 class CDepth {
 public:
-    explicit CDepth(SCRIPT_CTX* pCtx) : m_pCtx(pCtx) { ++pCtx->Depth; }
+    explicit CDepth(SCRIPT_CTX* pCtx) : m_pCtx(pCtx)
+    {
+        if (pCtx->Depth++ == 0) {
+            pCtx->StackBase = GetStack();
+        }
+    }
     ~CDepth() { --m_pCtx->Depth; }
     CDepth(const CDepth&) = delete;
     CDepth& operator=(const CDepth&) = delete;
-    bool IsTooDeep() const { return m_pCtx->Depth > MAX_SCRIPT_DEPTH; }
+    bool IsTooDeep() const
+    {
+        const std::uintptr_t Here = GetStack();
+        const std::uintptr_t Base = m_pCtx->StackBase;
+        return (Here < Base ? Base - Here : Here - Base) > m_pCtx->StackLimit;
+    }
 
 private:
+    static std::uintptr_t GetStack() { return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); }
     SCRIPT_CTX* m_pCtx;
 };
 

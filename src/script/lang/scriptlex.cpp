@@ -141,7 +141,11 @@ bool PeekWord(SCRIPT_CTX* pCtx, WORD* pWord)
 
 bool WordIs(const WORD& Word, const char* sText)
 {
-    return std::strlen(sText) == Word.Len && std::memcmp(Word.Name, sText, Word.Len) == 0;
+    U32 i = 0;
+    while (i < Word.Len && sText[i] == Word.Name[i]) { // sText ends with a zero, which no word holds
+        ++i;
+    }
+    return i == Word.Len && sText[i] == 0;
 }
 
 void Consume(SCRIPT_CTX* pCtx, const WORD& Word)
@@ -165,11 +169,13 @@ int ExpectChar(SCRIPT_CTX* pCtx, char c)
 
 bool MatchText(SCRIPT_CTX* pCtx, const char* sText)
 {
-    const std::size_t Len = std::strlen(sText);
-    if (std::strncmp(pCtx->Cursor, sText, Len) != 0) {
-        return false;
+    const char* p = pCtx->Cursor;
+    for (; *sText; ++sText, ++p) {
+        if (*p != *sText) { // mostly the first character tells
+            return false;
+        }
     }
-    pCtx->Cursor += Len;
+    pCtx->Cursor = p;
     return true;
 }
 

@@ -61,6 +61,7 @@ CCallStackWindow::CCallStackWindow(QWidget* pParent) : CModelViewWindow(pParent,
     SetView(new CTreeView, false, new CCallStackItemDelegate(this));
     SetModel(m_pStack);
     SetIndentation(0);
+    GetView()->setUniformRowHeights(false); // the closing row is taller
     m_pActionOnTop = AddAction("actionCallstackCurrFrameOnTop", QStringLiteral("Current Fra&me on Top"), "",
                                QStringLiteral("Shows the current Frame at the Top"));
     m_pActionOnTop->setCheckable(true);

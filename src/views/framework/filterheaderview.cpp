@@ -12,7 +12,9 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScrollBar>
 #include <QVBoxLayout>
+#include <algorithm>
 
 namespace {
 constexpr int EDIT_DELAY_MS = 10;
@@ -50,21 +52,29 @@ CFilterHeaderView::CFilterHeaderView(CModelViewWindow* pWindow, CTreeView* pView
     auto* pLayout = new QVBoxLayout(this);
     pLayout->setContentsMargins(0, 0, 0, 0);
     pLayout->setSpacing(0);
-    m_pBar = new QWidget(this);
+    // Between the titles and the first row, so that each editor stands in its column.
+    m_pBar = new QWidget(pView->header());
     m_pBar->setObjectName(QStringLiteral("filterBar"));
-    m_pBar->setFixedHeight(fontMetrics().height() + 12);
     m_pBar->hide();
-    pLayout->addWidget(m_pBar);
     pLayout->addWidget(pView, 1);
     m_EditTimer.setSingleShot(true);
     m_EditTimer.setInterval(EDIT_DELAY_MS);
+    pView->installEventFilter(this);
+    connect(pView->horizontalScrollBar(), &QScrollBar::valueChanged, this, &CFilterHeaderView::UpdateEditors);
+    connect(pView->header(), &QHeaderView::sectionMoved, this, &CFilterHeaderView::UpdateEditors);
     connect(&m_EditTimer, SIGNAL(timeout()), this, SLOT(OnEditTimerTimeout()));
 }
 
 void CFilterHeaderView::SetBarShown(bool Shown)
 {
     m_pBar->setVisible(Shown);
+    m_pWindow->GetHeader()->SetBarHeight(Shown ? fontMetrics().height() + 12 : 0);
     UpdateEditors();
+}
+
+bool CFilterHeaderView::HasEditFocus() const
+{
+    return std::any_of(m_Editors.cbegin(), m_Editors.cend(), [](const QLineEdit* pEditor) { return pEditor->hasFocus(); });
 }
 
 bool CFilterHeaderView::IsBarShown() const
@@ -95,6 +105,7 @@ void CFilterHeaderView::UpdateEditors()
         m_Editors.append(pEditor);
     }
     const CTableHeader* pHeader = m_pWindow->GetHeader();
+    m_pBar->setGeometry(0, pHeader->GetTitleHeight(), pHeader->width(), pHeader->height() - pHeader->GetTitleHeight());
     for (int i = 0; i < NumColumns; i++) {
         m_Editors[i]->setVisible(!pHeader->isSectionHidden(i));
         m_Editors[i]->setGeometry(pHeader->sectionViewportPosition(i) + 1, 1, pHeader->sectionSize(i) - 2,
@@ -173,10 +184,19 @@ bool CFilterHeaderView::eventFilter(QObject* pObject, QEvent* pEvent)
             m_pView->setFocus();
             return true;
         }
-        if (Key == Qt::Key_Escape && !m_Editors[Column]->text().isEmpty()) {
-            m_Editors[Column]->clear();
+        if (Key == Qt::Key_Escape) { // first the filter, then the bar
+            if (m_Editors[Column]->text().isEmpty())
+                m_pView->setFocus();
+            else
+                m_Editors[Column]->clear();
             return true;
         }
+    }
+    if (pObject == m_pView && pEvent->type() == QEvent::KeyPress && IsBarShown() &&
+        static_cast<QKeyEvent*>(pEvent)->key() == Qt::Key_Up && !m_pView->indexAbove(m_pView->currentIndex()).isValid()) {
+        const int First = m_pWindow->GetHeader()->logicalIndex(0);
+        if (QLineEdit* pEditor = GetEditor(std::max(0, First))) pEditor->setFocus(Qt::BacktabFocusReason);
+        return true;
     }
     return QWidget::eventFilter(pObject, pEvent);
 }

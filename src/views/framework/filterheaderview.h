@@ -17,6 +17,7 @@ public:
 
     void SetBarShown(bool Shown);
     bool IsBarShown() const;
+    bool HasEditFocus() const; ///< the focus is in one of the editors
     void UpdateEditors();                   ///< one editor a column, at the columns' places
     QLineEdit* GetEditor(int Column) const; ///< null for an unknown column
     void ClearAllFilters();

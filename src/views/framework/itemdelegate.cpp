@@ -1,6 +1,8 @@
 #include "views/framework/itemdelegate.h"
 
+#include "project/settings/settingids.h"
 #include "views/framework/itemroles.h"
+#include "views/framework/sortfilter.h"
 #include "views/theme/theme.h"
 
 #include <QLineEdit>
@@ -27,11 +29,6 @@ CItemDelegate::CItemDelegate(QObject* pParent) : QItemDelegate(pParent)
     setClipping(true);
 }
 
-void CItemDelegate::SetMatch(U32 ItemKey, int Column, const MATCH& Match)
-{
-    m_Matches.insert(MakeKey(ItemKey, Column), Match);
-}
-
 void CItemDelegate::paint(QPainter* pPainter, const QStyleOptionViewItem& Option,
                           const QModelIndex& Index) const
 {
@@ -45,8 +42,7 @@ void CItemDelegate::paint(QPainter* pPainter, const QStyleOptionViewItem& Option
     }
     if (Foreground.canConvert<QBrush>())
         Cell.palette.setBrush(QPalette::HighlightedText, qvariant_cast<QBrush>(Foreground));
-    const auto it = m_Matches.constFind(MakeKey(Index.data(ROLE_ITEM_KEY).toUInt(), Index.column()));
-    m_pPaintedMatch = it == m_Matches.constEnd() ? nullptr : &*it;
+    m_MatchPos = m_pSortFilter && Index.model() == m_pSortFilter ? m_pSortFilter->GetMatch(Index, m_MatchLength) : -1;
 
     const QVariant Check = Index.data(Qt::CheckStateRole);
     if (Check.isValid()) {
@@ -75,7 +71,7 @@ void CItemDelegate::paint(QPainter* pPainter, const QStyleOptionViewItem& Option
     Cell.palette.setBrush(QPalette::Text, Foreground.canConvert<QBrush>() ? qvariant_cast<QBrush>(Foreground)
                                                                           : Option.palette.text());
     drawDisplay(pPainter, Cell, Cell.rect, Index.data(Qt::DisplayRole).toString());
-    m_pPaintedMatch = nullptr;
+    m_MatchPos = -1;
 }
 
 void CItemDelegate::drawDisplay(QPainter* pPainter, const QStyleOptionViewItem& Option, const QRect& Rect,
@@ -89,13 +85,12 @@ void CItemDelegate::drawDisplay(QPainter* pPainter, const QStyleOptionViewItem& 
     pPainter->setFont(Option.font);
     pPainter->setPen(Option.palette.color(QPalette::Text));
     pPainter->drawText(TextRect, int(Option.displayAlignment) | Qt::TextSingleLine, sShown);
-    if (m_pPaintedMatch && m_pPaintedMatch->Length > 0 &&
-        m_pPaintedMatch->Pos + m_pPaintedMatch->Length <= sShown.size()) {
-        const int Before = Option.fontMetrics.horizontalAdvance(sShown.left(m_pPaintedMatch->Pos));
-        pPainter->setPen(m_pPaintedMatch->Color);
+    if (m_MatchPos >= 0 && m_MatchLength > 0 && m_MatchPos + m_MatchLength <= sShown.size()) {
+        const int Before = Option.fontMetrics.horizontalAdvance(sShown.left(m_MatchPos));
+        pPainter->setPen(CTheme::GetColor(COLOR_TABLE_FILTER_MATCH));
         pPainter->drawText(TextRect.adjusted(Before, 0, 0, 0),
                            Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
-                           sShown.mid(m_pPaintedMatch->Pos, m_pPaintedMatch->Length));
+                           sShown.mid(m_MatchPos, m_MatchLength));
     }
     pPainter->restore();
 }

@@ -2,9 +2,9 @@
 #pragma once
 #include "app/services/types.h"
 
-#include <QColor>
-#include <QHash>
 #include <QItemDelegate>
+
+class CSortFilter;
 
 class CItemDelegate : public QItemDelegate {
     Q_OBJECT
@@ -12,15 +12,9 @@ class CItemDelegate : public QItemDelegate {
 public:
     explicit CItemDelegate(QObject* pParent = nullptr);
 
-    /// A stretch of a cell's text that the filter matched.
-    struct MATCH {
-        int Pos = 0;
-        int Length = 0;
-        QColor Color;
-    };
-    void SetMatch(U32 ItemKey, int Column, const MATCH& Match);
-    void ClearMatches() { m_Matches.clear(); }
-    bool HasMatch(U32 ItemKey, int Column) const { return m_Matches.contains(MakeKey(ItemKey, Column)); }
+    /// Whose filter matches are marked in the cells' texts. They are looked for as a cell is painted: a table may have
+    /// a million that no screen ever shows.
+    void SetSortFilter(const CSortFilter* pSortFilter) { m_pSortFilter = pSortFilter; }
 
     static bool IsEditing() { return s_IsEditing; } ///< a cell editor is filling or storing its value
 
@@ -44,9 +38,8 @@ protected:
                      const QModelIndex& Index) override;
 
 private:
-    static U32 MakeKey(U32 ItemKey, int Column) { return (ItemKey + 713) * 31 + U32(Column); }
-
-    QHash<U32, MATCH> m_Matches;
-    mutable const MATCH* m_pPaintedMatch = nullptr;
+    const CSortFilter* m_pSortFilter = nullptr;
+    mutable int m_MatchPos = -1; ///< of the cell being painted
+    mutable int m_MatchLength = 0;
     static bool s_IsEditing;
 };

@@ -3,11 +3,16 @@
 #include "views/framework/dockwindow.h"
 #include "views/framework/filterheaderview.h"
 #include "views/framework/modelviewwindow.h"
+#include "views/framework/messagebox.h"
 #include "views/framework/sortfilter.h"
+#include "views/framework/tableexport.h"
 #include "views/framework/tableheader.h"
 #include "views/framework/treeview.h"
 
 #include <QAction>
+#include <QClipboard>
+#include <QFileDialog>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QScrollBar>
@@ -175,6 +180,7 @@ void CModelViewWindow::OnKeyMinusPressed()
 }
 void CModelViewWindow::OnMouseMoved(QMouseEvent*) {}
 void CModelViewWindow::OnContentAreaClicked(QMouseEvent*) {}
+void CModelViewWindow::OnTableAreaDoubleClicked(QMouseEvent*) {}
 void CModelViewWindow::OnItemClicked(QModelIndex) {}
 void CModelViewWindow::OnItemDoubleClicked(QModelIndex) {}
 void CModelViewWindow::OnItemAboutToExpand(QModelIndex ViewIndex)
@@ -206,7 +212,23 @@ void CModelViewWindow::OnHeaderContextMenuRequested(QPoint Pos)
 {
     QMenu Menu(this);
     m_pHeader->AddColumnMenu(&Menu);
+    connect(&Menu, &QMenu::triggered, this, &CModelViewWindow::OnHeaderContextMenuActionTriggered);
     if (!Menu.isEmpty()) Menu.exec(m_pHeader->mapToGlobal(Pos));
+}
+
+void CModelViewWindow::OnHeaderContextMenuActionTriggered()
+{
+    if (m_pFilterView) m_pFilterView->UpdateEditors();
+}
+
+bool CModelViewWindow::IsEscKeyOpActive() const
+{
+    return (m_pView && m_pView->IsEditing()) || (m_pFilterView && m_pFilterView->HasEditFocus());
+}
+
+void CModelViewWindow::OnDragEnter(QDragEnterEvent* pEvent)
+{
+    if (m_pView && m_pView->dragDropMode() != QAbstractItemView::NoDragDrop) CWindow::OnDragEnter(pEvent);
 }
 
 void CModelViewWindow::OnColumnResized(int)
@@ -261,6 +283,9 @@ void CModelViewWindow::AddCommonMenuEntries(QMenu* pMenu, const QModelIndex& Sou
         pMenu->addAction(m_pActionCollapseAll);
     }
     if (m_pFilterView) pMenu->addAction(m_pActionToggleFilterBar);
+    if (SourceIndex.isValid()) pMenu->addAction(m_pActionCopyRow);
+    pMenu->addAction(m_pActionCopyTable);
+    pMenu->addAction(m_pActionExport);
     if (IsContentsModifiable() && m_pActionClear->isVisible()) pMenu->addAction(m_pActionClear);
 }
 
@@ -371,22 +396,55 @@ void CModelViewWindow::RestoreState(int StateID, U32 DoNotRestoreFlags)
 
 // ---- Text ------------------------------------------------------------------------------------------------
 
+QStringList CModelViewWindow::GetShownCells(const QModelIndex& ViewIndex) const
+{
+    QStringList Cells;
+    for (int i = 0; i < m_pHeader->count(); i++) {
+        const int Column = m_pHeader->logicalIndex(i);
+        if (m_pHeader->isSectionHidden(Column)) continue;
+        const QModelIndex Cell = ViewIndex.siblingAtColumn(Column);
+        const QVariant Check = Cell.data(Qt::CheckStateRole);
+        QString sText = Cell.data().toString();
+        if (Check.isValid())
+            sText.prepend(Check.toInt() == Qt::Checked ? QStringLiteral("[x]") : QStringLiteral("[ ]"));
+        Cells.append(sText.replace(u'\t', u' ').replace(u'\n', u' '));
+    }
+    return Cells;
+}
+
+void CModelViewWindow::CopyRow()
+{
+    const QModelIndex Current = m_pView ? m_pView->currentIndex() : QModelIndex();
+    if (Current.isValid()) QGuiApplication::clipboard()->setText(GetShownCells(Current).join(u'\t'));
+}
+
+void CModelViewWindow::CopyTable()
+{
+    if (!m_pView) return;
+    QStringList Titles;
+    for (int i = 0; i < m_pHeader->count(); i++)
+        if (const int Column = m_pHeader->logicalIndex(i); !m_pHeader->isSectionHidden(Column))
+            Titles.append(GetColumnName(Column));
+    QStringList Lines{Titles.join(u'\t')};
+    AddTextLines(QModelIndex(), 0, -1, Lines);
+    QGuiApplication::clipboard()->setText(Lines.join(u'\n'));
+}
+
+void CModelViewWindow::OnActionExportTriggered()
+{
+    QString sName = GetName();
+    const QString sPath = QFileDialog::getSaveFileName(this, QStringLiteral("Export Table"), sName.remove(u'/') + QStringLiteral(".csv"),
+                                                       QStringLiteral("Comma-separated Values (*.csv);;All Files (*)"));
+    QString sError;
+    if (!sPath.isEmpty() && !ExportCsv(*this, sPath, &sError))
+        CMessageBox::ShowInfo(QStringLiteral("Export Table"), QStringLiteral("%1 could not be written: %2").arg(sPath, sError));
+}
+
 void CModelViewWindow::AddTextLines(const QModelIndex& Parent, int Level, int Depth, QStringList& Lines) const
 {
     for (int Row = 0; Row < m_pSortFilter->rowCount(Parent); Row++) {
-        QStringList Cells;
-        for (int i = 0; i < m_pHeader->count(); i++) {
-            const int Column = m_pHeader->logicalIndex(i);
-            if (m_pHeader->isSectionHidden(Column)) continue;
-            const QModelIndex Cell = m_pSortFilter->index(Row, Column, Parent);
-            const QVariant Check = Cell.data(Qt::CheckStateRole);
-            QString sText = Cell.data().toString();
-            if (Check.isValid())
-                sText.prepend(Check.toInt() == Qt::Checked ? QStringLiteral("[x]") : QStringLiteral("[ ]"));
-            Cells.append(sText.replace(u'\t', u' ').replace(u'\n', u' '));
-        }
-        Lines.append(QString(2 * Level, u' ') + Cells.join(u'\t'));
         const QModelIndex First = m_pSortFilter->index(Row, 0, Parent);
+        Lines.append(QString(2 * Level, u' ') + GetShownCells(First).join(u'\t'));
         const bool GoesOn = Depth < 0 ? m_pView->isExpanded(First) : Level < Depth;
         if (GoesOn && m_pSortFilter->hasChildren(First)) AddTextLines(First, Level + 1, Depth, Lines);
     }

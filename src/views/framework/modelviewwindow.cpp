@@ -55,6 +55,11 @@ CModelViewWindow::CModelViewWindow(QWidget* pParent, const QString& sName) : CWi
     m_pActionToggleFilterBar = AddAction("actionToggleFilterBar", QStringLiteral("&Filter Bar"), "",
                                          QStringLiteral("Shows or hides the Filter Bar"));
     m_pActionToggleFilterBar->setCheckable(true);
+    m_pActionCopyRow = AddAction("", QStringLiteral("&Copy Row"), "Ctrl+C", QStringLiteral("Copies the Cells of the Row"));
+    m_pActionCopyTable = AddAction("", QStringLiteral("Copy &Table"), "Ctrl+Shift+C",
+                                   QStringLiteral("Copies all Rows, with the Columns' Titles"));
+    m_pActionExport = AddAction("", QStringLiteral("Export Ta&ble..."), "",
+                                QStringLiteral("Writes all Rows to a File of comma-separated Values"));
     for (const ITEM_FORMAT_ROW& Row : aItemFormats) {
         QAction* pAction = AddAction(Row.sObjectName, QString::fromLatin1(Row.sText), Row.sShortcut);
         pAction->setCheckable(true);
@@ -87,6 +92,9 @@ void CModelViewWindow::ConnectSignals()
     Connect(m_pActionRefreshItem, SIGNAL(triggered()), this, SLOT(OnActionRefreshItemTriggered()));
     Connect(m_pActionRefreshAll, SIGNAL(triggered()), this, SLOT(OnActionRefreshAllTriggered()));
     Connect(m_pActionToggleFilterBar, SIGNAL(triggered()), this, SLOT(OnActionToggleFilterBarTriggered()));
+    connect(m_pActionCopyRow, &QAction::triggered, this, &CModelViewWindow::CopyRow);
+    connect(m_pActionCopyTable, &QAction::triggered, this, &CModelViewWindow::CopyTable);
+    connect(m_pActionExport, &QAction::triggered, this, &CModelViewWindow::OnActionExportTriggered);
     for (QAction* pAction : std::as_const(m_ItemFormatActions))
         Connect(pAction, SIGNAL(triggered()), this, SLOT(OnItemDisplayFormatActionTriggered()));
 }
@@ -144,6 +152,8 @@ void CModelViewWindow::Init()
     connect(m_pView, SIGNAL(MouseMoved(QMouseEvent*)), this, SLOT(OnMouseMoved(QMouseEvent*)));
     connect(m_pView, SIGNAL(ContentAreaClicked(QMouseEvent*)), this,
             SLOT(OnContentAreaClicked(QMouseEvent*)));
+    connect(m_pView, SIGNAL(TableAreaDoubleClicked(QMouseEvent*)), this,
+            SLOT(OnTableAreaDoubleClicked(QMouseEvent*)));
     connect(m_pView->verticalScrollBar(), SIGNAL(valueChanged(int)), this, SLOT(OnScrollBarValueChanged()));
     connect(m_pView->horizontalScrollBar(), SIGNAL(valueChanged(int)), this, SLOT(OnScrollBarValueChanged()));
     connect(m_pView->selectionModel(), SIGNAL(currentChanged(QModelIndex, QModelIndex)), this,
@@ -240,6 +250,7 @@ bool CModelViewWindow::IsItemExpanded(const QModelIndex& Index) const
 
 bool CModelViewWindow::IsItemVisible(const QModelIndex& Index) const
 {
+    if (m_pView->IsPaintingRow()) return true; // only rows on the screen are painted
     const QRect Rect = m_pView->visualRect(MapToView(Index));
     return Rect.isValid() && Rect.intersects(m_pView->viewport()->rect());
 }
@@ -326,11 +337,10 @@ void CModelViewWindow::OnDataChanged(QModelIndex First, QModelIndex Last)
         if (!LastValue.isValid()) {
             m_pModel->SetRole(Index, ROLE_CHANGE_LEVEL, CHANGE_LEVEL_NONE, false, true);
             m_pModel->SetRole(Index, ROLE_LAST_VALUE, Value, false, true);
-        } else if (LastValue.toUInt() == Value) {
-            continue;
         } else if (Level.isValid() && Level.toUInt() == CHANGE_LEVEL_WRAPPED) {
+            // Also when the value is the old one: a level left at 0 would age to a change.
             m_pModel->SetRole(Index, ROLE_CHANGE_LEVEL, CHANGE_LEVEL_NONE, false, true);
-        } else {
+        } else if (LastValue.toUInt() != Value) {
             m_pModel->SetRole(Index, ROLE_CHANGE_LEVEL, CHANGE_LEVEL_1, false, true);
             m_pModel->SetRole(Index, ROLE_LAST_VALUE, Value, false, true);
         }
@@ -445,9 +455,17 @@ QSize CModelViewWindow::GetItemSizeHint(const QModelIndex&) const
 {
     return QSize(-1, m_RowHeight);
 }
+QSize CModelViewWindow::GetColumnHeaderSize(int Column) const
+{
+    return m_pHeader ? QSize(m_pHeader->sectionSize(Column), m_pHeader->height()) : QSize();
+}
 int CModelViewWindow::GetColumnFlags(int Column) const
 {
     return m_pModel ? m_pModel->GetColumnFlags(Column) : 0;
+}
+void CModelViewWindow::SetColumnFlags(int Column, int Flags)
+{
+    if (m_pModel) m_pModel->SetColumnFlags(Column, Flags);
 }
 QString CModelViewWindow::GetColumnName(int Column) const
 {
@@ -479,7 +497,8 @@ void CModelViewWindow::UpdateRowHeight()
     if (m_pHeader) {
         const QFont HeaderFont = ::GetFont(FONT_TABLE_HEADER);
         m_pHeader->setFont(HeaderFont);
-        m_pHeader->setFixedHeight(QFontMetrics(HeaderFont).height() + 7);
+        m_pHeader->UpdateHeight();
+        if (m_pFilterView) m_pFilterView->UpdateEditors();
     }
     if (m_pView) m_pView->doItemsLayout();
 }

@@ -50,6 +50,7 @@ public:
     /// The view becomes the central widget. A delegate of the window's own may be given; both are taken over.
     virtual void SetView(CTreeView* pView, bool WithFilterBar, CItemDelegate* pDelegate = nullptr);
     virtual void SetModel(CTableModel* pModel); ///< takes ownership
+    virtual void SetColumnFlags(int Column, int Flags); ///< COLUMN_FLAGS
     virtual void SetColumnVisible(int Column, bool Visible);
     virtual void SetColumnWidth(int Column, int Pixels);
     virtual void SetColumnMargin(int Column, int Pixels); ///< blank pixels at the left of the cells
@@ -57,6 +58,7 @@ public:
     virtual void SetSortingEnabled(bool Enabled);
     virtual void ResizeColumnsToContents();
     virtual void SetIndentation(int Pixels); ///< 0 makes a flat table
+    bool IsFlatTable() const { return m_Indentation == 0; }
     ///@}
 
     /// \name Rows and columns
@@ -96,6 +98,7 @@ public:
     virtual QColor GetItemBackgroundColor(const QModelIndex& SourceIndex) const;
     virtual QFont GetItemFont(int Column) const;
     virtual QSize GetItemSizeHint(const QModelIndex& SourceIndex) const;
+    virtual QSize GetColumnHeaderSize(int Column) const;
     virtual int GetColumnFlags(int Column) const;
     virtual int GetColumnDisplayFormat(int Column) const; ///< -1 when the column has none of its own
     virtual int GetItemDisplayFormat(const QModelIndex& SourceIndex) const;
@@ -126,6 +129,9 @@ public:
     QPoint GetContextMenuPos(int Reason) const override;
     bool IsEmpty() const override;
     bool IsVisible() const override;
+    bool IsEscKeyOpActive() const override; ///< Esc ends an edit or leaves the filter bar
+    void CopyRow();   ///< the shown cells of the current row to the clipboard, separated by tabs
+    void CopyTable(); ///< all rows with the columns' titles
 
     void OnDeviceHaltDone(U32 NewPC, HALT_REASONS Reason) override;
     void OnDeviceStepped(U32 NewPC) override;
@@ -147,6 +153,7 @@ public slots:
     virtual void OnWatchdogTimerTimeout();
     virtual void OnMouseMoved(QMouseEvent* pEvent);
     virtual void OnContentAreaClicked(QMouseEvent* pEvent);
+    virtual void OnTableAreaDoubleClicked(QMouseEvent* pEvent);
     virtual void OnItemClicked(QModelIndex ViewIndex);
     virtual void OnItemDoubleClicked(QModelIndex ViewIndex);
     virtual void OnItemDisplayFormatActionTriggered();
@@ -158,9 +165,12 @@ public slots:
     virtual void OnDataChanged(QModelIndex First, QModelIndex Last);
     virtual void OnScrollBarValueChanged();
     virtual void OnHeaderContextMenuRequested(QPoint Pos);
+    virtual void OnHeaderContextMenuActionTriggered();
+    virtual void OnActionExportTriggered();
     virtual void OnColumnResized(int Column);
     virtual void OnSortIndicatorChanged(int Column, Qt::SortOrder Order);
     virtual void OnTableHeaderColDividerDoubleClicked(int Column);
+    void OnDragEnter(QDragEnterEvent* pEvent) override;
     void OnContentChanged() override;
     void OnFlagChanged(WINDOW_FLAGS Flag, bool Value) override;
     void OnActivationChanged(bool Active) override;
@@ -181,6 +191,9 @@ protected:
     QAction* m_pActionRefreshItem = nullptr;
     QAction* m_pActionRefreshAll = nullptr;
     QAction* m_pActionToggleFilterBar = nullptr;
+    QAction* m_pActionCopyRow = nullptr;
+    QAction* m_pActionCopyTable = nullptr;
+    QAction* m_pActionExport = nullptr;
 
 private:
     struct STATE_BACKUP {
@@ -198,6 +211,7 @@ private:
     void RestoreExpansion(const QModelIndex& Parent, const QList<U32>& Keys);
     void AddTextLines(const QModelIndex& Parent, int Level, int Depth, QStringList& Lines) const;
     bool PrepareRows(const QModelIndex& Parent, int Level, int Depth);
+    QStringList GetShownCells(const QModelIndex& ViewIndex) const;
     void UpdateRowHeight();
     bool IsTreeModel() const;
 

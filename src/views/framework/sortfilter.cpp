@@ -1,15 +1,17 @@
 #include "views/framework/sortfilter.h"
 
-#include "project/settings/settingids.h"
 #include "views/framework/itemdelegate.h"
 #include "views/framework/modelviewwindow.h"
+#include "views/framework/treeview.h"
 #include "views/theme/icons.h"
-#include "views/theme/theme.h"
 
 #include <cmath>
 
 namespace {
 constexpr double TOLERANCE = 1e-15;
+constexpr int MIN_ROWS_FOR_SORT_KEYS = 1000;
+/// Models whose top-level rows have an order of their own.
+constexpr const char* OWN_ORDER_MODELS[] = {"CallStackDataModel", "FunctionsDataModel"};
 
 bool IsDouble(const QVariant& Value)
 {
@@ -18,9 +20,37 @@ bool IsDouble(const QVariant& Value)
 } // namespace
 
 CSortFilter::CSortFilter(CModelViewWindow* pWindow, CItemDelegate* pDelegate)
-    : QSortFilterProxyModel(pWindow), m_pWindow(pWindow), m_pDelegate(pDelegate)
+    : QSortFilterProxyModel(pWindow), m_pWindow(pWindow)
 {
     setDynamicSortFilter(true);
+    pDelegate->SetSortFilter(this);
+    const auto Forget = [this] { m_pTopLevel = nullptr; };
+    connect(this, &QAbstractItemModel::modelAboutToBeReset, this, Forget);
+    connect(this, &QAbstractItemModel::modelReset, this, Forget);
+    connect(this, &QAbstractItemModel::layoutAboutToBeChanged, this, Forget);
+    connect(this, &QAbstractItemModel::layoutChanged, this, Forget);
+    connect(this, &QAbstractItemModel::rowsAboutToBeInserted, this, Forget);
+    connect(this, &QAbstractItemModel::rowsInserted, this, Forget);
+    connect(this, &QAbstractItemModel::rowsAboutToBeRemoved, this, Forget);
+    connect(this, &QAbstractItemModel::rowsRemoved, this, Forget);
+}
+
+void CSortFilter::setSourceModel(QAbstractItemModel* pModel)
+{
+    if (QAbstractItemModel* pOld = sourceModel()) pOld->disconnect(this);
+    // Connected ahead of the base, which sorts anew in its own answers to these signals.
+    const auto OnWholeChange = [this] { DropSortKeys(true); };
+    const auto OnRowChange = [this] { DropSortKeys(false); };
+    connect(pModel, &QAbstractItemModel::modelAboutToBeReset, this, OnWholeChange);
+    connect(pModel, &QAbstractItemModel::modelReset, this, OnWholeChange);
+    connect(pModel, &QAbstractItemModel::layoutAboutToBeChanged, this, OnWholeChange);
+    connect(pModel, &QAbstractItemModel::layoutChanged, this, OnWholeChange);
+    connect(pModel, &QAbstractItemModel::dataChanged, this, OnRowChange);
+    connect(pModel, &QAbstractItemModel::rowsInserted, this, OnRowChange);
+    connect(pModel, &QAbstractItemModel::rowsRemoved, this, OnRowChange);
+    connect(pModel, &QAbstractItemModel::rowsMoved, this, OnRowChange);
+    DropSortKeys(true);
+    QSortFilterProxyModel::setSourceModel(pModel);
 }
 
 CTableModel* CSortFilter::GetTableModel() const
@@ -41,6 +71,33 @@ QVariant CSortFilter::headerData(int Section, Qt::Orientation Orientation, int R
     if (Role == Qt::DecorationRole && Orientation == Qt::Horizontal && m_Filters.value(Section).IsActive())
         return GetIcon(QStringLiteral("funnel-small"));
     return QSortFilterProxyModel::headerData(Section, Orientation, Role);
+}
+
+QModelIndex CSortFilter::index(int Row, int Column, const QModelIndex& Parent) const
+{
+    if (Parent.isValid() || !m_pWindow->IsFlatTable()) return QSortFilterProxyModel::index(Row, Column, Parent);
+    if (m_pTopLevel && Row >= 0 && Row < m_NumTopLevel && Column == 0) return createIndex(Row, 0, m_pTopLevel);
+    const QModelIndex Index = QSortFilterProxyModel::index(Row, Column);
+    if (!m_pTopLevel && Index.isValid()) {
+        m_pTopLevel = Index.internalPointer();
+        m_NumTopLevel = rowCount();
+    }
+    return Index;
+}
+
+bool CSortFilter::hasChildren(const QModelIndex& Parent) const
+{
+    if (!Parent.isValid()) return QSortFilterProxyModel::hasChildren(Parent);
+    // Children are never filtered, so the mapping that the base would make for each row isn't needed.
+    return !m_pWindow->IsFlatTable() && Parent.column() == 0 && sourceModel() &&
+           sourceModel()->hasChildren(mapToSource(Parent));
+}
+
+Qt::ItemFlags CSortFilter::flags(const QModelIndex& Index) const
+{
+    // For the places of its rows a view only wants to know whether they can unfold.
+    if (m_pWindow->IsFlatTable() && m_pWindow->GetView()->IsLayingOut()) return Qt::ItemNeverHasChildren;
+    return QSortFilterProxyModel::flags(Index);
 }
 
 // ---- Sorting ---------------------------------------------------------------------------------------------
@@ -69,6 +126,30 @@ bool CSortFilter::IsNumberLess(const QModelIndex& Left, const QModelIndex& Right
     return IsTextLess(LeftName, RightName);
 }
 
+void CSortFilter::DropSortKeys(bool MayBuild)
+{
+    m_SortKeys.Clear();
+    m_MayBuildSortKeys = MayBuild;
+}
+
+bool CSortFilter::HasSortKeys(int Column) const
+{
+    if (m_SortKeys.IsBuilt() && m_SortKeys.GetColumn() == Column) return true;
+    if (!m_MayBuildSortKeys || sourceModel()->rowCount() < MIN_ROWS_FOR_SORT_KEYS) return false;
+    m_MayBuildSortKeys = false;
+    const QString sModel = sourceModel()->objectName();
+    for (const char* sOwnOrder : OWN_ORDER_MODELS)
+        if (sModel == QLatin1String(sOwnOrder)) return false;
+    const int Flags = m_pWindow->GetColumnFlags(Column);
+    return m_SortKeys.Build(*sourceModel(), Column, !(Flags & COLUMN_TEXT) && (Flags & COLUMN_NUMERIC));
+}
+
+void CSortFilter::sort(int Column, Qt::SortOrder Order)
+{
+    m_MayBuildSortKeys = true;
+    QSortFilterProxyModel::sort(Column, Order);
+}
+
 bool CSortFilter::lessThan(const QModelIndex& Left, const QModelIndex& Right) const
 {
     if (!m_SortingEnabled) {
@@ -76,12 +157,23 @@ bool CSortFilter::lessThan(const QModelIndex& Left, const QModelIndex& Right) co
         const bool Less = Left.row() < Right.row();
         return sortOrder() == Qt::AscendingOrder ? Less : Right.row() < Left.row();
     }
+    if (HasSortKeys(Left.column()) && (m_pWindow->IsFlatTable() || !Left.parent().isValid())) {
+        const bool Ascending = sortOrder() == Qt::AscendingOrder;
+        if (m_SortKeys.IsPinned(Left.row()) != m_SortKeys.IsPinned(Right.row()))
+            return m_SortKeys.IsPinned(Ascending ? Left.row() : Right.row());
+        return m_SortKeys.IsLess(Left.row(), Right.row());
+    }
     const bool PinnedLeft = Left.data(ROLE_PINNED).toBool();
     const bool PinnedRight = Right.data(ROLE_PINNED).toBool();
     if (PinnedLeft != PinnedRight) return sortOrder() == Qt::AscendingOrder ? PinnedLeft : PinnedRight;
     const QString sModel = sourceModel()->objectName();
     if (sModel == QLatin1String("CallStackDataModel")) return Left.row() < Right.row();
     const int Flags = m_pWindow->GetColumnFlags(Left.column());
+    if (sModel == QLatin1String("FunctionsDataModel") && (Flags & COLUMN_TEXT)) {
+        const QVariant A = Left.data(ROLE_SORT_VALUE); // the symbol's position in its file
+        const QVariant B = Right.data(ROLE_SORT_VALUE);
+        if (A.isValid() && B.isValid() && A != B) return A.toLongLong() < B.toLongLong();
+    }
     if (sModel == QLatin1String("CallGraphDataModel"))
         if (Left.column() == 0 && Left.parent().isValid()) return Left.row() < Right.row();
     if (sModel == QLatin1String("SymbolsDataModel") && (Flags & COLUMN_TEXT) && Left.parent().isValid()) {
@@ -94,24 +186,25 @@ bool CSortFilter::lessThan(const QModelIndex& Left, const QModelIndex& Right) co
 
 // ---- Filtering -------------------------------------------------------------------------------------------
 
-int CSortFilter::FindMatch(const QString& sCell, const QString& sFilter, int& Length)
+bool CSortFilter::IsTested(const QModelIndex& SourceCell, const COLUMN_FILTER& Filter) const
 {
-    Length = 0;
-    const bool AtStart = sFilter.startsWith(u'*');
-    const bool AtEnd = sFilter.endsWith(u'*');
-    QString sPlain = sFilter;
-    if (AtEnd) sPlain.chop(1);
-    if (AtStart && !sPlain.isEmpty()) sPlain.remove(0, 1);
-    if (sPlain.isEmpty()) return 0;
-    int Pos = -1;
-    if (AtStart == AtEnd)
-        Pos = int(sCell.indexOf(sPlain, 0, Qt::CaseInsensitive));
-    else if (AtEnd)
-        Pos = sCell.startsWith(sPlain, Qt::CaseInsensitive) ? 0 : -1;
-    else
-        Pos = sCell.endsWith(sPlain, Qt::CaseInsensitive) ? int(sCell.size() - sPlain.size()) : -1;
-    if (Pos >= 0) Length = int(sPlain.size());
-    return Pos;
+    return Filter.IsActive() && !SourceCell.parent().isValid() && !SourceCell.data(ROLE_FILTER_EXEMPT).toBool();
+}
+
+QString CSortFilter::GetFilterText(const QModelIndex& SourceCell) const
+{
+    const QVariant Own = SourceCell.data(ROLE_FILTER_TEXT);
+    return Own.isValid() ? Own.toString() : SourceCell.data().toString();
+}
+
+int CSortFilter::GetMatch(const QModelIndex& Index, int& Length) const
+{
+    const auto it = m_Filters.constFind(Index.column());
+    if (it == m_Filters.constEnd() || it->HasRange) return -1;
+    const QModelIndex Cell = mapToSource(Index);
+    if (!IsTested(Cell, *it)) return -1;
+    Length = int(it->Match.GetLength());
+    return int(it->Match.Find(GetFilterText(Cell)));
 }
 
 bool CSortFilter::AcceptsCell(const QModelIndex& Cell, const COLUMN_FILTER& Filter) const
@@ -130,34 +223,31 @@ bool CSortFilter::AcceptsCell(const QModelIndex& Cell, const COLUMN_FILTER& Filt
         if (Flags & COLUMN_FLOAT) return Filter.Min <= Number && Number <= Filter.Max;
         return std::floor(Filter.Min) <= Number && Number <= std::floor(Filter.Max);
     }
-    const QVariant Own = Cell.data(ROLE_FILTER_TEXT);
-    const QString sCell = Own.isValid() ? Own.toString() : Cell.data().toString();
-    int Length = 0;
-    const int Pos = FindMatch(sCell, Filter.sText, Length);
-    if (Pos < 0) return false;
-    m_pDelegate->SetMatch(Cell.data(ROLE_ITEM_KEY).toUInt(), Cell.column(),
-                          {Pos, Length, CTheme::GetColor(COLOR_TABLE_FILTER_MATCH)});
-    return true;
+    return Filter.Match.Find(GetFilterText(Cell)) >= 0;
 }
 
 bool CSortFilter::filterAcceptsRow(int Row, const QModelIndex& Parent) const
 {
     if (Parent.isValid()) return true;
     for (auto it = m_Filters.constBegin(); it != m_Filters.constEnd(); ++it) {
-        if (!it->IsActive()) continue;
         const QModelIndex Cell = sourceModel()->index(Row, it.key(), Parent);
-        if (Cell.data(ROLE_FILTER_EXEMPT).toBool()) continue;
-        if (!AcceptsCell(Cell, *it)) return false;
+        if (IsTested(Cell, *it) && !AcceptsCell(Cell, *it)) return false;
     }
     return true;
+}
+
+void CSortFilter::SetFilter(int Column, const COLUMN_FILTER& Filter)
+{
+    m_Filters.insert(Column, Filter);
+    ApplyFilters();
 }
 
 void CSortFilter::SetFilterText(int Column, const QString& sText)
 {
     COLUMN_FILTER Filter;
     if (!sText.isEmpty()) Filter.sText = sText;
-    m_Filters.insert(Column, Filter);
-    ApplyFilters();
+    Filter.Match = CTextMatch(Filter.sText);
+    SetFilter(Column, Filter);
 }
 
 void CSortFilter::SetFilterRange(int Column, double Min, double Max)
@@ -166,8 +256,7 @@ void CSortFilter::SetFilterRange(int Column, double Min, double Max)
     Filter.HasRange = true;
     Filter.Min = Min;
     Filter.Max = Max;
-    m_Filters.insert(Column, Filter);
-    ApplyFilters();
+    SetFilter(Column, Filter);
 }
 
 void CSortFilter::ClearFilter(int Column)
@@ -190,9 +279,10 @@ bool CSortFilter::HasFilters() const
 
 void CSortFilter::ApplyFilters()
 {
-    m_pDelegate->ClearMatches();
-    invalidateFilter();
-    sort(sortColumn(), sortOrder());
+    // One report of a new layout, which keeps selection and expansion: to tell views of each run of rows that comes or
+    // goes takes minutes in a large table. The present sort is applied to what is left.
+    m_MayBuildSortKeys = true;
+    invalidate();
     emit headerDataChanged(Qt::Horizontal, 0, columnCount() - 1);
 }
 

@@ -2,6 +2,8 @@
 // filter a column, and the hook by which a row that is being painted asks for its value.
 #pragma once
 #include "views/framework/itemroles.h"
+#include "views/framework/sortkeys.h"
+#include "views/framework/textmatch.h"
 
 #include <QMap>
 #include <QSortFilterProxyModel>
@@ -16,6 +18,7 @@ struct COLUMN_FILTER {
     bool HasRange = false;               ///< of a numeric column
     double Min = 0;
     double Max = 0;
+    CTextMatch Match;                    ///< of sText
     bool IsActive() const { return HasRange || sText != QLatin1String("*"); }
 };
 
@@ -32,9 +35,14 @@ public:
     COLUMN_FILTER GetFilter(int Column) const { return m_Filters.value(Column); }
     bool HasFilters() const;
     void SetSortingEnabled(bool Enabled) { m_SortingEnabled = Enabled; }
-    /// Position at which a cell text matches a filter text, and the length of the match; -1 for no match.
-    static int FindMatch(const QString& sCell, const QString& sFilter, int& Length);
+    /// Where the filter of its column matches the text of a cell of this model; -1 if no filter tests the cell.
+    int GetMatch(const QModelIndex& Index, int& Length) const;
 
+    void setSourceModel(QAbstractItemModel* pModel) override;
+    void sort(int Column, Qt::SortOrder Order = Qt::AscendingOrder) override;
+    QModelIndex index(int Row, int Column, const QModelIndex& Parent = {}) const override;
+    bool hasChildren(const QModelIndex& Parent = {}) const override;
+    Qt::ItemFlags flags(const QModelIndex& Index) const override;
     QVariant data(const QModelIndex& Index, int Role = Qt::DisplayRole) const override;
     QVariant headerData(int Section, Qt::Orientation Orientation, int Role) const override;
 
@@ -50,10 +58,21 @@ protected:
 
 private:
     bool AcceptsCell(const QModelIndex& Cell, const COLUMN_FILTER& Filter) const;
+    bool IsTested(const QModelIndex& SourceCell, const COLUMN_FILTER& Filter) const;
+    QString GetFilterText(const QModelIndex& SourceCell) const;
+    void SetFilter(int Column, const COLUMN_FILTER& Filter);
     void ApplyFilters();
+    void DropSortKeys(bool MayBuild);
+    bool HasSortKeys(int Column) const; ///< builds them for a large table if that pays
 
     CModelViewWindow* m_pWindow;
-    CItemDelegate* m_pDelegate;
     QMap<int, COLUMN_FILTER> m_Filters;
     bool m_SortingEnabled = false;
+    /// What all top-level indexes share, and their number; the view of a flat table asks for a million of them when it
+    /// lays itself out. Forgotten at every signal around which the base makes its tables anew.
+    mutable void* m_pTopLevel = nullptr;
+    mutable int m_NumTopLevel = 0;
+    mutable CSortKeys m_SortKeys;
+    /// Keys serve a sort of the whole table; after a change of single rows they would cost more than they save.
+    mutable bool m_MayBuildSortKeys = false;
 };

@@ -4,10 +4,12 @@
 
 #include <QContextMenuEvent>
 #include <QMenu>
+#include <QPainter>
 #include <algorithm>
 
 namespace {
 constexpr int DEFAULT_SECTION_SIZE = 10;
+constexpr int MIN_SECTION_SIZE = 16;
 constexpr int EXTRA_HEIGHT = 7; ///< above the height of the header font
 constexpr int EXTRA_WIDTH = 20;
 const QString sNone = QStringLiteral("None");
@@ -39,12 +41,44 @@ CTableHeader::CTableHeader(QWidget* pParent) : QHeaderView(Qt::Horizontal, pPare
     setSectionsMovable(true);
     setSectionsClickable(true);
     setHighlightSections(false);
-    setMinimumSectionSize(16);
+    setMinimumSectionSize(MIN_SECTION_SIZE);
     setDefaultSectionSize(DEFAULT_SECTION_SIZE);
     setSortIndicatorShown(true);
     setStretchLastSection(true);
     setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    setFixedHeight(fontMetrics().height() + EXTRA_HEIGHT);
+    UpdateHeight();
+}
+
+int CTableHeader::GetTitleHeight() const
+{
+    return fontMetrics().height() + EXTRA_HEIGHT;
+}
+
+void CTableHeader::UpdateHeight()
+{
+    setFixedHeight(GetTitleHeight() + m_BarHeight);
+    emit geometriesChanged(); // the view gives its rows the place that is left
+}
+
+void CTableHeader::SetBarHeight(int Pixels)
+{
+    if (Pixels == m_BarHeight) return;
+    m_BarHeight = Pixels;
+    UpdateHeight();
+}
+
+void CTableHeader::paintSection(QPainter* pPainter, const QRect& Rect, int LogicalIdx) const
+{
+    QHeaderView::paintSection(pPainter, QRect(Rect.topLeft(), QSize(Rect.width(), Rect.height() - m_BarHeight)), LogicalIdx);
+}
+
+void CTableHeader::paintEvent(QPaintEvent* pEvent)
+{
+    if (m_BarHeight > 0) {
+        QPainter Painter(viewport());
+        Painter.fillRect(0, GetTitleHeight(), width(), m_BarHeight, palette().color(QPalette::Window));
+    }
+    QHeaderView::paintEvent(pEvent);
 }
 
 QString CTableHeader::GetTitle(int LogicalIdx) const
@@ -123,6 +157,23 @@ QString CTableHeader::GetStateText() const
     return Items.join(QStringLiteral(", "));
 }
 
+bool CTableHeader::RestoreHeaderState(const QByteArray& State)
+{
+    const QByteArray Present = saveState();
+    const int NumColumns = count();
+    const bool SortShown = isSortIndicatorShown();
+    const bool Ok = restoreState(State) && count() == NumColumns && hiddenSectionCount() < count();
+    if (!Ok) restoreState(Present);
+    // What the window decides and not its user.
+    setSortIndicatorShown(SortShown);
+    setMinimumSectionSize(MIN_SECTION_SIZE);
+    setStretchLastSection(true);
+    UpdateHeight();
+    for (int i = 0; i < count(); i++)
+        if (!isSectionHidden(i) && sectionSize(i) < MIN_SAVED_WIDTH) resizeSection(i, MIN_SAVED_WIDTH);
+    return Ok;
+}
+
 int CTableHeader::SetStateText(const QString& sText)
 {
     int NumApplied = 0;
@@ -156,7 +207,7 @@ void CTableHeader::AddColumnMenu(QMenu* pMenu)
 
 QSize CTableHeader::sizeHint() const
 {
-    return QSize(QHeaderView::sizeHint().width() + EXTRA_WIDTH, fontMetrics().height() + EXTRA_HEIGHT);
+    return QSize(QHeaderView::sizeHint().width() + EXTRA_WIDTH, GetTitleHeight() + m_BarHeight);
 }
 
 QSize CTableHeader::sectionSizeFromContents(int LogicalIdx) const

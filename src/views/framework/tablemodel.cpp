@@ -53,6 +53,12 @@ int CTableModel::GetColumnFlags(int Column) const
 {
     return Column >= 0 && Column < m_Columns.size() ? m_Columns[Column].Flags : 0;
 }
+void CTableModel::SetColumnFlags(int Column, int Flags)
+{
+    if (Column < 0 || Column >= m_Columns.size()) return;
+    m_Columns[Column].Flags = Flags;
+    emit headerDataChanged(Qt::Horizontal, Column, Column);
+}
 int CTableModel::GetColumnWidth(int Column) const
 {
     return Column >= 0 && Column < m_Columns.size() ? m_Columns[Column].Width : 0;

@@ -88,6 +88,7 @@ public:
     ///@}
 
     int GetColumnFlags(int Column) const;
+    void SetColumnFlags(int Column, int Flags);
     int GetColumnWidth(int Column) const; ///< first width in pixels, 0 for an unknown column
     QString GetColumnName(int Column) const;
 

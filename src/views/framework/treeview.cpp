@@ -5,16 +5,18 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScopedValueRollback>
 #include <QScrollBar>
 
 namespace {
 constexpr int BRANCH_ICON_SIZE = 14;
+constexpr int LARGE_TABLE = 10000; ///< rows from which on a layout takes time that one sees
 }
 
 CTreeView::CTreeView(QWidget* pParent) : QTreeView(pParent)
 {
     setFrameShape(QFrame::NoFrame);
-    setUniformRowHeights(false);
+    setUniformRowHeights(true); // else a scroll bar walks all rows; windows with rows of other heights say so
     setAllColumnsShowFocus(true);
     setSelectionMode(SingleSelection);
     setSelectionBehavior(SelectRows);
@@ -105,12 +107,42 @@ void CTreeView::mouseDoubleClickEvent(QMouseEvent* pEvent)
         return;
     }
     QTreeView::mouseDoubleClickEvent(pEvent);
+    emit TableAreaDoubleClicked(pEvent);
 }
 
 void CTreeView::mouseMoveEvent(QMouseEvent* pEvent)
 {
     QTreeView::mouseMoveEvent(pEvent);
     emit MouseMoved(pEvent);
+}
+
+void CTreeView::doItemsLayout()
+{
+    const QScopedValueRollback Guard(m_IsLayingOut, true); // a layout may ask for another one
+    QTreeView::doItemsLayout();
+}
+
+void CTreeView::updateGeometries()
+{
+    // Setting up a window asks for the places of all rows several times; those of a large table wait for the first show.
+    if (!isVisible() && model() && model()->rowCount() >= LARGE_TABLE)
+        scheduleDelayedItemsLayout();
+    else
+        QTreeView::updateGeometries();
+}
+
+bool CTreeView::event(QEvent* pEvent)
+{
+    if (pEvent->type() != QEvent::StyleChange) return QTreeView::event(pEvent);
+    scheduleDelayedItemsLayout(); // once, however often the style changes before the next paint
+    return QAbstractScrollArea::event(pEvent);
+}
+
+void CTreeView::drawRow(QPainter* pPainter, const QStyleOptionViewItem& Option, const QModelIndex& Index) const
+{
+    m_IsPaintingRow = true;
+    QTreeView::drawRow(pPainter, Option, Index);
+    m_IsPaintingRow = false;
 }
 
 void CTreeView::drawBranches(QPainter* pPainter, const QRect& Rect, const QModelIndex& Index) const

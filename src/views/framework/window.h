@@ -18,6 +18,7 @@
 #include "views/framework/windowsettings.h"
 
 #include <QMainWindow>
+#include <QPointer>
 #include <QTimer>
 #include <QVariant>
 #include <array>
@@ -287,7 +288,7 @@ protected:
 
 private:
     bool FollowPC(U32 PC); ///< the update of a halt, reset or step; false if it was dropped
-    void UpdateFocusProxy();
+    void TakeFocusForOverlay(bool Empty);
 
     U32 m_Flags = WF_CLEAR_ON_HIDE | WF_CLEAR_ON_DISCONNECT;
     WIN_UPDATE_MODES m_UpdateMode = WIN_UPDATE_WHEN_VISIBLE;
@@ -298,4 +299,5 @@ private:
     std::array<int, NUM_USER_SETTINGS> m_aUserSettings{};
     QTimer m_DeactivateTimer;
     CEmptyOverlay* m_pOverlay = nullptr;
+    QPointer<QWidget> m_pContentFocusProxy; ///< the focus proxy while the window is empty and keeps the focus itself
 };

@@ -128,17 +128,28 @@ void CWindow::OnContentChanged()
     setMinimumSize(0, 0);
     setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
     if (!IsEmpty()) {
-        if (QWidget* pCentral = centralWidget(); pCentral && pCentral->isHidden()) {
-            SetCentralWidgetVisible(true);
-            if (m_HasFocus && focusProxy()) focusProxy()->setFocus();
-        }
+        if (const QWidget* pCentral = centralWidget(); pCentral && pCentral->isHidden()) SetCentralWidgetVisible(true);
+        TakeFocusForOverlay(false);
         m_pOverlay->hide();
     } else {
+        TakeFocusForOverlay(true); // first: a hidden widget would pass the focus to some other window
         SetCentralWidgetVisible(false);
-        if (m_HasFocus) setFocus();
         UpdateOverlay();
     }
     UpdateActions();
+}
+
+void CWindow::TakeFocusForOverlay(bool Empty)
+{
+    if (Empty) {
+        if (!focusProxy()) return;
+        m_pContentFocusProxy = focusProxy();
+        setFocusProxy(nullptr);
+        if (m_HasFocus) setFocus();
+    } else if (m_pContentFocusProxy && !focusProxy()) {
+        setFocusProxy(m_pContentFocusProxy);
+        if (m_HasFocus) m_pContentFocusProxy->setFocus();
+    }
 }
 
 void CWindow::UpdateOverlay()
@@ -172,7 +183,7 @@ void CWindow::paintEvent(QPaintEvent* pEvent)
 {
     QMainWindow::paintEvent(pEvent);
     QPainter Painter(this);
-    Painter.fillRect(rect(), palette().color(IsEmpty() ? QPalette::Base : QPalette::Window));
+    Painter.fillRect(rect(), palette().color(QPalette::Window));
     Painter.end();
     if (IsEmpty())
         UpdateOverlay();

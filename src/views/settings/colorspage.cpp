@@ -58,12 +58,18 @@ QIcon MakeSwatch(const QWidget* pWidget, const QColor& Color)
 QString GetValueText(int ColorID)
 {
     switch (GetColorValue(ColorID)) {
-    case PALETTE_BASE: return QStringLiteral("Background of the scheme");
-    case PALETTE_TEXT: return QStringLiteral("Text of the scheme");
-    case PALETTE_HIGHLIGHT: return QStringLiteral("Selection of the scheme");
-    case PALETTE_HIGHLIGHTED_TEXT: return QStringLiteral("Selected text of the scheme");
-    case PALETTE_BASE_DARKER: return QStringLiteral("Darker background of the scheme");
-    default: return CTheme::GetColor(ColorID).name();
+    case PALETTE_BASE:
+        return QStringLiteral("Background of the scheme");
+    case PALETTE_TEXT:
+        return QStringLiteral("Text of the scheme");
+    case PALETTE_HIGHLIGHT:
+        return QStringLiteral("Selection of the scheme");
+    case PALETTE_HIGHLIGHTED_TEXT:
+        return QStringLiteral("Selected text of the scheme");
+    case PALETTE_BASE_DARKER:
+        return QStringLiteral("Darker background of the scheme");
+    default:
+        return CTheme::GetColor(ColorID).name();
     }
 }
 
@@ -148,7 +154,8 @@ void CColorsPage::FillList()
             pItem->setToolTip(COLUMN_LABEL, QLatin1String(GetColorRow(i)->Name));
         }
         pHead->setData(COLUMN_LABEL, Qt::UserRole, -1);
-        for (int i = 0; i < pHead->childCount(); i++) pHead->child(i)->setData(COLUMN_LABEL, Qt::UserRole, GROUPS[g].First + i);
+        for (int i = 0; i < pHead->childCount(); i++)
+            pHead->child(i)->setData(COLUMN_LABEL, Qt::UserRole, GROUPS[g].First + i);
     }
     m_pList->expandAll();
 }
@@ -165,11 +172,11 @@ QWidget* CColorsPage::MakeEditor()
     m_pChoose = new QPushButton(QStringLiteral("C&hoose..."), pGroup);
     m_pChoose->setObjectName(QStringLiteral("pushButtonChoose"));
     m_pDefault = new QPushButton(QStringLiteral("&Default"), pGroup);
-    m_pDefault->setObjectName(QStringLiteral("pushButtonDefault"));
+    m_pDefault->setObjectName(QStringLiteral("pushButtonColorDefault"));
     m_pDefault->setToolTip(QStringLiteral("Default of the selected color"));
     for (QPushButton* pButton : {m_pChoose, m_pDefault}) pButton->setAutoDefault(false);
     m_pSample = new QLabel(QStringLiteral("Sample text 0x1F"), pGroup);
-    m_pSample->setObjectName(QStringLiteral("labelSample"));
+    m_pSample->setObjectName(QStringLiteral("labelColorSample"));
     m_pSample->setAutoFillBackground(true);
     m_pSample->setMargin(6);
     m_pSample->setMinimumHeight(SAMPLE_HEIGHT);
@@ -223,7 +230,8 @@ void CColorsPage::Refresh()
 void CColorsPage::ShowSelected()
 {
     const int ColorID = GetColorID();
-    for (QWidget* pWidget : QList<QWidget*>{m_pValue, m_pChoose, m_pDefault, m_pSample}) pWidget->setEnabled(ColorID >= 0);
+    for (QWidget* pWidget : QList<QWidget*>{m_pValue, m_pChoose, m_pDefault, m_pSample})
+        pWidget->setEnabled(ColorID >= 0);
     m_pValue->setText(ColorID >= 0 ? CTheme::GetColor(ColorID).name() : QString());
     QPalette Palette;
     Palette.setColor(QPalette::Window, Palette.color(QPalette::Base));

@@ -27,15 +27,22 @@ const char* GetUse(int FontID)
 {
     switch (FontID) {
     case FONT_APP:
-    case FONT_APP_MONO: return "Application";
+    case FONT_APP_MONO:
+        return "Application";
     case FONT_ITEM_NAME:
-    case FONT_ITEM_VALUE: return "Tables";
-    case FONT_TABLE_HEADER: return "Table Headers";
+    case FONT_ITEM_VALUE:
+        return "Tables";
+    case FONT_TABLE_HEADER:
+        return "Table Headers";
     case FONT_SRC_CODE:
-    case FONT_SRC_ASM_CODE: return "Source Viewer";
-    case FONT_ASM_CODE: return "Disassembly, Trace";
-    case FONT_CONSOLE: return "Console";
-    default: return "Code Margins";
+    case FONT_SRC_ASM_CODE:
+        return "Source Viewer";
+    case FONT_ASM_CODE:
+        return "Disassembly, Trace";
+    case FONT_CONSOLE:
+        return "Console";
+    default:
+        return "Code Margins";
     }
 }
 } // namespace
@@ -53,10 +60,12 @@ CFontsPage::CFontsPage(QWidget* pParent) : QWidget(pParent)
     m_pList->setAllColumnsShowFocus(true);
     for (int i = 0; i < NUM_FONTS; i++) {
         const FONT_ROW& Row = *GetFontRow(i);
-        auto* pItem = new QTreeWidgetItem(m_pList, {QLatin1String(GetUse(i)), QLatin1String(Row.Label), QString()});
+        auto* pItem =
+            new QTreeWidgetItem(m_pList, {QLatin1String(GetUse(i)), QLatin1String(Row.Label), QString()});
         pItem->setData(COLUMN_USE, Qt::UserRole, i);
         for (int c = 0; c < NUM_COLUMNS; c++)
-            pItem->setToolTip(c, QStringLiteral("%1\n%2").arg(QLatin1String(Row.Description), QLatin1String(Row.Name)));
+            pItem->setToolTip(
+                c, QStringLiteral("%1\n%2").arg(QLatin1String(Row.Description), QLatin1String(Row.Name)));
     }
     pColumn->addWidget(m_pList, 1);
     pColumn->addWidget(MakeEditor());
@@ -84,14 +93,14 @@ QWidget* CFontsPage::MakeEditor()
     m_pBold = new QCheckBox(QStringLiteral("&Bold"), pGroup);
     m_pItalic = new QCheckBox(QStringLiteral("&Italic"), pGroup);
     auto* pDefault = new QPushButton(QStringLiteral("&Default"), pGroup);
-    pDefault->setObjectName(QStringLiteral("pushButtonDefault"));
+    pDefault->setObjectName(QStringLiteral("pushButtonFontDefault"));
     pDefault->setToolTip(QStringLiteral("Default of the selected font"));
     pDefault->setAutoDefault(false);
     pRow->addWidget(m_pFamily, 1);
     for (QWidget* pWidget : QList<QWidget*>{m_pSize, m_pBold, m_pItalic, pDefault}) pRow->addWidget(pWidget);
     pColumn->addLayout(pRow);
     m_pSample = new QLabel(QLatin1String(SAMPLE), pGroup);
-    m_pSample->setObjectName(QStringLiteral("labelSample"));
+    m_pSample->setObjectName(QStringLiteral("labelFontSample"));
     m_pSample->setAutoFillBackground(true);
     m_pSample->setBackgroundRole(QPalette::Base);
     m_pSample->setMargin(6);
@@ -146,7 +155,8 @@ void CFontsPage::Change(bool FamilyChosen)
 {
     if (GetFontID() < 0) return;
     // A family that only stands for another one ("monospace") stays until another is chosen.
-    QFont Font(FamilyChosen ? m_pFamily->currentFont().family() : ::GetFont(GetFontID()).family(), m_pSize->value());
+    QFont Font(FamilyChosen ? m_pFamily->currentFont().family() : ::GetFont(GetFontID()).family(),
+               m_pSize->value());
     Font.setWeight(m_pBold->isChecked() ? QFont::Bold : QFont::Normal);
     Font.setItalic(m_pItalic->isChecked());
     EditFont(GetFontID(), Font);
@@ -156,7 +166,8 @@ void CFontsPage::Change(bool FamilyChosen)
 void CFontsPage::RestoreDefaults()
 {
     for (int i = 0; i < NUM_FONTS; i++)
-        if (::GetFont(i) != GetFontDefault(i) || GetFontStored(i) != GetFontDefault(i)) EditFont(i, GetFontDefault(i));
+        if (::GetFont(i) != GetFontDefault(i) || GetFontStored(i) != GetFontDefault(i))
+            EditFont(i, GetFontDefault(i));
     Refresh();
 }
 
@@ -165,9 +176,9 @@ bool CFontsPage::Match(const QString& sFilter)
     bool Any = false;
     for (int i = 0; i < NUM_FONTS; i++) {
         const FONT_ROW& Row = *GetFontRow(i);
-        const QString sTexts =
-            QStringList{QLatin1String(GetUse(i)), QLatin1String(Row.Label), QLatin1String(Row.Description), QLatin1String(Row.Name)}
-                .join('\n');
+        const QString sTexts = QStringList{QLatin1String(GetUse(i)), QLatin1String(Row.Label),
+                                           QLatin1String(Row.Description), QLatin1String(Row.Name)}
+                                   .join('\n');
         const bool Hit = !sFilter.isEmpty() && sTexts.contains(sFilter, Qt::CaseInsensitive);
         QFont Font = m_pList->font();
         Font.setBold(Hit);

@@ -103,7 +103,9 @@ CPreferencesDialog::CPreferencesDialog(QWidget* pParent) : QDialog(pParent)
     connect(&Notifier, &CSettingsNotifier::ColorChanged, this, &CPreferencesDialog::OnSettingsChanged);
     connect(&Notifier, &CSettingsNotifier::FontChanged, this, &CPreferencesDialog::OnSettingsChanged);
     resize(DIALOG_SIZE.expandedTo(minimumSizeHint()));
-    ShowPage(CSettingsStore::Get().Read(GetStoreGroup(), QLatin1String(KEY_RECENT_PAGE), int(PAGE_APPLICATION)).toInt());
+    ShowPage(CSettingsStore::Get()
+                 .Read(GetStoreGroup(), QLatin1String(KEY_RECENT_PAGE), int(PAGE_APPLICATION))
+                 .toInt());
     m_pTree->setFocus();
 }
 
@@ -148,8 +150,8 @@ void CPreferencesDialog::BuildTree()
 
 void CPreferencesDialog::BuildButtons()
 {
-    m_pButtons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel | QDialogButtonBox::Apply |
-                                          QDialogButtonBox::RestoreDefaults,
+    m_pButtons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel |
+                                          QDialogButtonBox::Apply | QDialogButtonBox::RestoreDefaults,
                                       this);
     m_pButtons->setObjectName(QStringLiteral("buttonBox"));
     QPushButton* pApply = m_pButtons->button(QDialogButtonBox::Apply);
@@ -157,7 +159,8 @@ void CPreferencesDialog::BuildButtons()
     pApply->setEnabled(false);
     pApply->setToolTip(QStringLiteral("Keeps the changes made so far; Cancel then returns to them"));
     pDefaults->setToolTip(QStringLiteral("Defaults of this page"));
-    for (QAbstractButton* pButton : m_pButtons->buttons()) static_cast<QPushButton*>(pButton)->setAutoDefault(false);
+    for (QAbstractButton* pButton : m_pButtons->buttons())
+        static_cast<QPushButton*>(pButton)->setAutoDefault(false);
     m_pButtons->button(QDialogButtonBox::Ok)->setDefault(true);
     connect(m_pButtons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(m_pButtons, &QDialogButtonBox::rejected, this, &QDialog::reject);

@@ -1,9 +1,10 @@
 // The preferences: a tree of pages with a search, and the page that is chosen.
 //
-//   CPreferencesDialog::Open(pMainWindow);     // returns at once; a second call brings the dialog to the front
+//   CPreferencesDialog::Open(pMainWindow);     // returns at once; a second call brings the dialog to the
+//   front
 //
-// A change is a command, carried out and echoed at once, so that it can be seen in the open windows. OK keeps what was
-// changed, Cancel takes it back, Apply makes it what a later Cancel returns to.
+// A change is a command, carried out and echoed at once, so that it can be seen in the open windows. OK keeps
+// what was changed, Cancel takes it back, Apply makes it what a later Cancel returns to.
 #pragma once
 #include "views/settings/preferencepages.h"
 #include "views/settings/settingsbaseline.h"

@@ -31,14 +31,16 @@ bool EditPreference(int VarID, I64 Value)
 bool EditColor(int ColorID, U32 Value)
 {
     const QString sValue = QStringLiteral("0x%1").arg(Value, 8, 16, QLatin1Char('0'));
-    if (PerformActionList(ACT_EDIT_COLOR, {QString::fromLatin1(GetColorRow(ColorID)->Name), sValue}) < 0) return false;
+    if (PerformActionList(ACT_EDIT_COLOR, {QString::fromLatin1(GetColorRow(ColorID)->Name), sValue}) < 0)
+        return false;
     SetColor(ColorID, Value, true);
     return true;
 }
 
 bool EditFont(int FontID, const QFont& Font)
 {
-    if (PerformActionList(ACT_EDIT_FONT, {QString::fromLatin1(GetFontRow(FontID)->Name), FontToText(Font)}) < 0)
+    if (PerformActionList(ACT_EDIT_FONT, {QString::fromLatin1(GetFontRow(FontID)->Name), FontToText(Font)}) <
+        0)
         return false;
     SetFont(FontID, ::GetFont(FontID), true);
     return true;
@@ -85,7 +87,8 @@ void CSettingsBaseline::Restore() const
         if (Old == GetVarNow(i)) continue;
         // What a project had set for this session stays out of the stored value, as before.
         EditPreference(i, Old.Stored);
-        if (Old.Current != Old.Stored) PerformActionList(ACT_EDIT_PREFERENCE, {GetVarName(i), NumberText(i, Old.Current)});
+        if (Old.Current != Old.Stored)
+            PerformActionList(ACT_EDIT_PREFERENCE, {GetVarName(i), NumberText(i, Old.Current)});
     }
     for (int i = 0; i < NUM_COLORS; i++) {
         const NUMBER& Old = m_aColor[size_t(i)];

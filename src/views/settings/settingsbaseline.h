@@ -1,7 +1,7 @@
 // The settings as they were when a dialog opened or last applied, and the way back to them.
 //
-// A settings dialog carries out each change at once, as a command, so that its effect can be seen; this is what
-// Cancel returns to. Main thread only.
+// A settings dialog carries out each change at once, as a command, so that its effect can be seen; this is
+// what Cancel returns to. Main thread only.
 #pragma once
 #include "app/services/types.h"
 #include "project/settings/settingids.h"

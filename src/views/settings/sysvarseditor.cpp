@@ -29,12 +29,14 @@ constexpr int ROLE_HAS_LIST = Qt::UserRole + 1;
 class CValueDelegate : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
-    void paint(QPainter* pPainter, const QStyleOptionViewItem& Option, const QModelIndex& Index) const override
+    void paint(QPainter* pPainter, const QStyleOptionViewItem& Option,
+               const QModelIndex& Index) const override
     {
         QStyledItemDelegate::paint(pPainter, Option, Index);
         if (!Index.data(ROLE_HAS_LIST).toBool()) return;
         const QRect& r = Option.rect;
-        const QRectF Mark(r.right() - MARK_SIZE - MARK_MARGIN, r.center().y() - MARK_SIZE / 2.0, MARK_SIZE, MARK_SIZE);
+        const QRectF Mark(r.right() - MARK_SIZE - MARK_MARGIN, r.center().y() - MARK_SIZE / 2.0, MARK_SIZE,
+                          MARK_SIZE);
         const bool Selected = Option.state & QStyle::State_Selected;
         PaintIcon(*pPainter, QStringLiteral("chevron-down"), Mark,
                   Option.palette.color(Selected ? QPalette::HighlightedText : QPalette::ButtonText));
@@ -71,7 +73,8 @@ CSysVarsEditor* CSysVarsEditor::Open(QWidget* pParent, SAVE_FUNCTION Save)
     return pEditor;
 }
 
-CSysVarsEditor::CSysVarsEditor(SAVE_FUNCTION Save, QWidget* pParent) : QDialog(pParent), m_Save(std::move(Save))
+CSysVarsEditor::CSysVarsEditor(SAVE_FUNCTION Save, QWidget* pParent)
+    : QDialog(pParent), m_Save(std::move(Save))
 {
     setObjectName(QLatin1String(OBJECT_NAME));
     setWindowTitle(QLatin1String(TITLE));
@@ -85,7 +88,8 @@ CSysVarsEditor::CSysVarsEditor(SAVE_FUNCTION Save, QWidget* pParent) : QDialog(p
     pSave->setToolTip(QStringLiteral("Writes the system variables into the project"));
     pSave->setEnabled(bool(m_Save));
     // Enter belongs to the table; the buttons have their keys.
-    for (QAbstractButton* pButton : pButtons->buttons()) static_cast<QPushButton*>(pButton)->setAutoDefault(false);
+    for (QAbstractButton* pButton : pButtons->buttons())
+        static_cast<QPushButton*>(pButton)->setAutoDefault(false);
     pButtons->button(QDialogButtonBox::Close)->setDefault(true);
     connect(pButtons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(pSave, &QPushButton::clicked, this, [this] {
@@ -104,8 +108,8 @@ void CSysVarsEditor::BuildTable()
     m_pTable = new QTableWidget(int(Vars.size()), NUM_COLUMNS, this);
     m_pTable->setObjectName(QStringLiteral("tableVariables"));
     m_pTable->setAccessibleName(QLatin1String(TITLE));
-    m_pTable->setHorizontalHeaderLabels({QStringLiteral("Name"), QStringLiteral("Value"), QStringLiteral("Range"),
-                                         QStringLiteral("Description")});
+    m_pTable->setHorizontalHeaderLabels({QStringLiteral("Name"), QStringLiteral("Value"),
+                                         QStringLiteral("Range"), QStringLiteral("Description")});
     m_pTable->verticalHeader()->hide();
     m_pTable->setShowGrid(false);
     m_pTable->setTabKeyNavigation(false);
@@ -116,11 +120,13 @@ void CSysVarsEditor::BuildTable()
     m_pTable->setItemDelegateForColumn(COLUMN_VALUE, new CValueDelegate(m_pTable));
     for (int Row = 0; Row < Vars.size(); Row++) {
         const SYS_VAR& Var = *GetVar(Vars[Row]);
-        const QString asText[NUM_COLUMNS] = {QLatin1String(Var.Name), {}, GetRangeText(Vars[Row]), QLatin1String(Var.Label)};
+        const QString asText[NUM_COLUMNS] = {
+            QLatin1String(Var.Name), {}, GetRangeText(Vars[Row]), QLatin1String(Var.Label)};
         for (int c = 0; c < NUM_COLUMNS; c++) {
             auto* pItem = new QTableWidgetItem(asText[c]);
             const bool Editable = c == COLUMN_VALUE && !IsListed(Vars[Row]);
-            pItem->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | (Editable ? Qt::ItemIsEditable : Qt::NoItemFlags));
+            pItem->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable |
+                            (Editable ? Qt::ItemIsEditable : Qt::NoItemFlags));
             pItem->setToolTip(asText[COLUMN_RANGE]);
             m_pTable->setItem(Row, c, pItem);
         }
@@ -164,7 +170,8 @@ bool CSysVarsEditor::eventFilter(QObject* pObject, QEvent* pEvent)
     if (pObject == m_pTable && pEvent->type() == QEvent::KeyPress) {
         const int Key = static_cast<QKeyEvent*>(pEvent)->key();
         const int Row = m_pTable->currentRow();
-        const bool Opens = Key == Qt::Key_Return || Key == Qt::Key_Enter || Key == Qt::Key_F2 || Key == Qt::Key_Space;
+        const bool Opens =
+            Key == Qt::Key_Return || Key == Qt::Key_Enter || Key == Qt::Key_F2 || Key == Qt::Key_Space;
         if (Opens && Row >= 0) {
             m_pTable->setCurrentCell(Row, COLUMN_VALUE);
             if (IsListed(GetVarID(Row)))

@@ -83,7 +83,8 @@ void CVarsPage::AddRow(QFormLayout* pForm, int VarID)
     pEditor->setAccessibleName(QLatin1String(Row.Label));
     pEditor->setToolTip(QStringLiteral("%1\n%2").arg(QLatin1String(Row.Label), QLatin1String(Row.Name)));
     CONTROL& Control = m_Controls.last();
-    Control.Texts = QStringList{QLatin1String(Row.Key), QLatin1String(Row.Label), QLatin1String(Row.Name)}.join('\n');
+    Control.Texts =
+        QStringList{QLatin1String(Row.Key), QLatin1String(Row.Label), QLatin1String(Row.Name)}.join('\n');
     Control.pMarked = pEditor;
     if (VarID == PREF_SESSION_SAVE_FLAGS || IsSwitch(VarID)) {
         pForm->addRow(pEditor);
@@ -138,7 +139,8 @@ QWidget* CVarsPage::AddNumber(int VarID)
 QWidget* CVarsPage::AddBigNumber(int VarID)
 {
     auto* pEdit = new QLineEdit(this);
-    pEdit->setValidator(new QRegularExpressionValidator(QRegularExpression(QStringLiteral("\\d{1,20}")), pEdit));
+    pEdit->setValidator(
+        new QRegularExpressionValidator(QRegularExpression(QStringLiteral("\\d{1,20}")), pEdit));
     connect(pEdit, &QLineEdit::editingFinished, this, [this, pEdit, VarID] {
         if (pEdit->text() != VarToText(VarID)) Change(VarID, pEdit->text());
     });

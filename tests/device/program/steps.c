@@ -82,5 +82,5 @@ void Reset_Handler(void)
 
 void Fault_Handler(void)
 {
-    for (;;) {}
+    for (;;) {}               /* @never */
 }

@@ -1,0 +1,69 @@
+#include "app/shell/docktabs.h"
+
+#include <QDockWidget>
+#include <QMainWindow>
+#include <QMouseEvent>
+#include <QPointer>
+#include <QTabBar>
+#include <QTimer>
+
+CDockTabs::CDockTabs(QMainWindow* pMainWindow) : QObject(pMainWindow), m_pMainWindow(pMainWindow) {}
+
+void CDockTabs::Update()
+{
+    for (QTabBar* pTabs : m_pMainWindow->findChildren<QTabBar*>(QString(), Qt::FindDirectChildrenOnly)) {
+        pTabs->setElideMode(Qt::ElideRight);
+        pTabs->setDocumentMode(true);
+        pTabs->setShape(QTabBar::RoundedNorth); // which the style sheet draws flat, like the tabs of the documents
+        if (pTabs->accessibleName().isEmpty()) pTabs->setAccessibleName(QStringLiteral("Docked windows"));
+        if (pTabs->isMovable()) continue;
+        pTabs->setMovable(true);
+        pTabs->installEventFilter(this);
+        connect(pTabs, &QTabBar::tabMoved, this, [this] { m_WasMoved = true; });
+    }
+}
+
+QDockWidget* CDockTabs::FindDock(const QString& sTitle) const
+{
+    for (QDockWidget* pDock : m_pMainWindow->findChildren<QDockWidget*>())
+        if (pDock->windowTitle() == sTitle && !pDock->isHidden() && !pDock->isFloating()) return pDock;
+    return nullptr;
+}
+
+bool CDockTabs::eventFilter(QObject* pObject, QEvent* pEvent)
+{
+    auto* pTabs = qobject_cast<QTabBar*>(pObject);
+    if (pTabs && pEvent->type() == QEvent::MouseButtonPress) {
+        m_WasMoved = false;
+        const int Index = pTabs->tabAt(static_cast<QMouseEvent*>(pEvent)->pos());
+        // The tab bar itself first brings the window to the front.
+        if (QPointer<QDockWidget> pDock = Index < 0 ? nullptr : FindDock(pTabs->tabText(Index)))
+            QTimer::singleShot(0, this, [pDock] {
+                if (pDock) pDock->setFocus(Qt::MouseFocusReason);
+            });
+    }
+    if (pTabs && pEvent->type() == QEvent::MouseButtonRelease && m_WasMoved) {
+        m_WasMoved = false;
+        QTimer::singleShot(0, this, [this, pTabs = QPointer<QTabBar>(pTabs)] {
+            if (pTabs) StoreOrder(pTabs);
+        });
+    }
+    return QObject::eventFilter(pObject, pEvent);
+}
+
+void CDockTabs::StoreOrder(QTabBar* pTabs)
+{
+    // Without this the tabs would fall back into their old order with the next layout of the group.
+    QList<QDockWidget*> Docks;
+    for (int i = 0; i < pTabs->count(); i++)
+        if (QDockWidget* pDock = FindDock(pTabs->tabText(i))) Docks.append(pDock);
+    QDockWidget* pCurrent = FindDock(pTabs->tabText(pTabs->currentIndex()));
+    for (int i = 1; i < Docks.size(); i++) m_pMainWindow->tabifyDockWidget(Docks[0], Docks[i]);
+    if (pCurrent) {
+        pCurrent->raise();
+        pCurrent->setFocus();
+    }
+    Update();
+}
+
+#include "moc_docktabs.cpp"

@@ -1,0 +1,159 @@
+// The layout of the main window over the runs of the program: what a first run shows, and what the application settings
+// keep of it. A project's own layout lies in its session and comes on top.
+#include "app/console/consolewindow.h"
+#include "app/services/appinfo.h"
+#include "app/services/settingsstore.h"
+#include "app/shell/mainwindow.h"
+#include "views/debug/breakpointwindow.h"
+#include "views/debug/callstackwindow.h"
+#include "views/debug/disassemblywindow.h"
+#include "views/debug/localswindow.h"
+#include "views/debug/registerwindow.h"
+#include "views/framework/dockwindow.h"
+#include "views/framework/modelviewwindow.h"
+#include "views/framework/tableheader.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QToolBar>
+#include <algorithm>
+
+namespace {
+
+constexpr char GROUP_MAIN[] = "AppData/MainWindow";
+constexpr char KEY_TABLE_HEADERS[] = "TableHeaderState/";
+constexpr int STATE_VERSION = 0;
+constexpr QSize MIN_SEEN(80, 30); ///< of a window's top edge, so that it can still be dragged
+
+/// The settings group of a perspective: 0 to edit, 1 to debug. Empty for any other number.
+QString GetPerspectiveGroup(int Perspective)
+{
+    static constexpr const char* NAMES[] = {"Edit", "Debug"};
+    if (Perspective < 0 || Perspective > 1) return {};
+    return QStringLiteral("AppData/Perspectives/") + QLatin1String(NAMES[Perspective]);
+}
+
+/// Where a top-level window with this frame has to stand to be reached; its own place if it can be reached there.
+QRect GetReachableFrame(const QRect& Frame)
+{
+    for (const QScreen* pScreen : QGuiApplication::screens()) {
+        const QRect Top(Frame.topLeft(), QSize(Frame.width(), MIN_SEEN.height()));
+        const QRect Seen = Top & pScreen->availableGeometry();
+        if (Seen.width() >= std::min(MIN_SEEN.width(), Frame.width()) && Seen.height() >= MIN_SEEN.height()) return Frame;
+    }
+    const QScreen* pScreen = QGuiApplication::primaryScreen();
+    if (!pScreen) return Frame;
+    const QRect Room = pScreen->availableGeometry();
+    QRect Moved(Frame.topLeft(), Frame.size().boundedTo(Room.size()));
+    Moved.moveLeft(std::clamp(Frame.left(), Room.left(), Room.right() - Moved.width() + 1));
+    Moved.moveTop(std::clamp(Frame.top(), Room.top(), Room.bottom() - Moved.height() + 1));
+    return Moved;
+}
+
+void BringOntoScreen(QWidget* pWidget)
+{
+    const QRect Frame = pWidget->frameGeometry();
+    const QRect Moved = GetReachableFrame(Frame);
+    if (Moved == Frame) return;
+    pWidget->resize(pWidget->size() - (Frame.size() - Moved.size()));
+    pWidget->move(Moved.topLeft());
+}
+
+/// Room for all windows of the default layout, as far as the screen has it.
+QSize GetFirstSize()
+{
+    constexpr QSize WANTED(1600, 1000);
+    constexpr QSize USABLE(1024, 700); // a screen that reports less can't be believed
+    const QScreen* pScreen = QGuiApplication::primaryScreen();
+    const QSize Screen = pScreen ? pScreen->availableGeometry().size() : QSize();
+    return Screen.width() < USABLE.width() || Screen.height() < USABLE.height() ? WANTED : WANTED.boundedTo(Screen);
+}
+
+} // namespace
+
+void CMainWindow::ApplyDefaultLayout()
+{
+    for (int i = 0; i < NUM_TOOLBARS; i++) m_apToolBar[size_t(i)]->setVisible(TOOLBARS[i].ShownAtFirst);
+    for (CWindow* pWindow : m_Windows)
+        if (CDockWindow* pDock = pWindow->GetDock()) pDock->hide();
+    tabifyDockWidget(m_W.pCallStack->GetDock(), m_W.pLocals->GetDock());
+    tabifyDockWidget(m_W.pRegisters->GetDock(), m_W.pDisassembly->GetDock());
+    for (const char* sName : {"Functions", "Memory 1"})
+        if (CWindow* pWindow = FindWindow(QLatin1String(sName), false)) pWindow->GetDock()->show();
+    for (CWindow* pWindow : QList<CWindow*>{m_W.pRegisters, m_W.pConsole, m_W.pCallStack, m_W.pBreakpoints,
+                                            m_W.pDisassembly, m_W.pLocals})
+        pWindow->GetDock()->show();
+    m_W.pCallStack->GetDock()->raise();
+    m_W.pRegisters->GetDock()->raise();
+    resizeDocks({m_W.pBreakpoints->GetDock(), m_W.pRegisters->GetDock()}, {300, 500}, Qt::Horizontal);
+    resizeDocks({m_W.pCallStack->GetDock(), m_W.pRegisters->GetDock()}, {230, 480}, Qt::Vertical);
+    resizeDocks({m_W.pConsole->GetDock()}, {210}, Qt::Vertical);
+}
+
+void CMainWindow::RestoreAppData()
+{
+    const CSettingsStore& Store = CSettingsStore::Get();
+    m_sDefaultDirOpen = Store.Read(GROUP_MAIN, "DefaultDirOpen", QDir::homePath()).toString();
+    m_sDefaultDirSave = Store.Read(GROUP_MAIN, "DefaultDirSave", QDir::homePath()).toString();
+    resize(GetFirstSize());
+    if (const QByteArray Geometry = Store.Read(GROUP_MAIN, "Geometry", {}).toByteArray(); !Geometry.isEmpty())
+        restoreGeometry(Geometry);
+    m_RecentProjects = Store.Read(GROUP_MAIN, "RecentProjects", {}).toStringList();
+    m_RecentPrograms = Store.Read(GROUP_MAIN, "RecentPrograms", {}).toStringList();
+    RebuildRecentMenus();
+    RestorePerspective();
+    BringOntoScreen();
+    connect(qApp, &QGuiApplication::screenRemoved, this, [this] { BringOntoScreen(); }, Qt::QueuedConnection);
+}
+
+void CMainWindow::RestorePerspective()
+{
+    const CSettingsStore& Store = CSettingsStore::Get();
+    QWidget* pFocus = QApplication::focusWidget();
+    m_Perspective = PERSPECTIVE_DEBUG;
+    const QString sGroup = GetPerspectiveGroup(m_Perspective);
+    ApplyDefaultLayout();
+    // A state that can't be read leaves the default layout.
+    if (const QByteArray State = Store.Read(sGroup, "WindowState", {}).toByteArray(); !State.isEmpty())
+        restoreState(State, STATE_VERSION);
+    for (int i = 0; i < NUM_TOOLBARS; i++) {
+        const TOOLBAR_LAYOUT& Layout = TOOLBARS[i];
+        QToolBar* pBar = m_apToolBar[size_t(i)];
+        pBar->setVisible(Store.Read(sGroup, Layout.SettingsKey, Layout.ShownAtFirst).toBool());
+        if (QAction* pToggle = m_apAction[size_t(Layout.ToggleAction)]) pToggle->setChecked(!pBar->isHidden());
+    }
+    for (CWindow* pWindow : std::as_const(m_Windows)) {
+        const auto* pTable = qobject_cast<CModelViewWindow*>(pWindow);
+        if (!pTable || !pTable->GetHeader()) continue;
+        const QByteArray State = Store.Read(sGroup, KEY_TABLE_HEADERS + pTable->GetName(), {}).toByteArray();
+        if (!State.isEmpty()) pTable->GetHeader()->RestoreHeaderState(State);
+    }
+    if (pFocus && pFocus->isVisible()) pFocus->setFocus();
+}
+
+void CMainWindow::BringOntoScreen()
+{
+    if (!isMaximized() && !isFullScreen()) ::BringOntoScreen(this);
+    for (CWindow* pWindow : std::as_const(m_Windows))
+        if (pWindow->IsFloating()) ::BringOntoScreen(pWindow->GetDock());
+}
+
+void CMainWindow::SaveAppData()
+{
+    CSettingsStore& Store = CSettingsStore::Get();
+    Store.Write(GROUP_MAIN, "DefaultDirOpen", m_sDefaultDirOpen);
+    Store.Write(GROUP_MAIN, "DefaultDirSave", m_sDefaultDirSave);
+    Store.Write(GROUP_MAIN, "Geometry", saveGeometry());
+    Store.Write(GROUP_MAIN, "RecentProjects", m_RecentProjects);
+    Store.Write(GROUP_MAIN, "RecentPrograms", m_RecentPrograms);
+    Store.Write(GROUP_MAIN, "Version", GetVersionText());
+    const QString sGroup = GetPerspectiveGroup(m_Perspective);
+    Store.Write(sGroup, "WindowState", saveState(STATE_VERSION));
+    for (int i = 0; i < NUM_TOOLBARS; i++)
+        Store.Write(sGroup, TOOLBARS[i].SettingsKey, m_apToolBar[size_t(i)]->isVisible());
+    for (CWindow* pWindow : std::as_const(m_Windows))
+        if (const auto* pTable = qobject_cast<CModelViewWindow*>(pWindow); pTable && pTable->GetHeader())
+            Store.Write(sGroup, KEY_TABLE_HEADERS + pTable->GetName(), pTable->GetHeader()->saveState());
+}
