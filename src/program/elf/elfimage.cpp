@@ -138,7 +138,7 @@ void CElfImage::Describe(char* sText, size_t Size) const
     case ET_CORE: sKind = "core dump"; break;
     default: break;
     }
-    std::snprintf(sText, Size, "The file is a %u-bit %s for %s", m_Class == ELFCLASS64 ? 64u : 32u, sKind, ELF_GetMachineName(m_Machine));
+    std::snprintf(sText, Size, "The file is a %u-bit %s for %s.", m_Class == ELFCLASS64 ? 64u : 32u, sKind, ELF_GetMachineName(m_Machine));
 }
 
 bool CElfImage::_ParseSegments()

@@ -65,7 +65,7 @@ bool CheckMachine(ELF_HANDLE hFile)
     InitMessageTable();
     FormatMessage(MSG_CANNOT_EXECUTE, acText, sizeof(acText));
     ProgLogMessage({QString::fromUtf8(acText), GetMessageRow(MSG_CANNOT_EXECUTE)->Flags, true});
-    ProgLogMessage({QStringLiteral("The file is a program for %1").arg(QLatin1String(ELF_GetMachineName(Machine))),
+    ProgLogMessage({QStringLiteral("The file is a program for %1.").arg(QLatin1String(ELF_GetMachineName(Machine))),
                     GetMessageRow(MSG_CANNOT_EXECUTE)->Flags, true});
     return false;
 }
