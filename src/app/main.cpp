@@ -51,12 +51,9 @@ void SetDefaultFont()
 
 int RunApplication(const CmdLineArgs& Args)
 {
+    if (Args.Debug) CAppConsole::Get().Attach();
     CDeviceDataManager::Get();
     CMainWindow& Window = CMainWindow::Get();
-    if (Args.Debug)
-        CAppConsole::Get().Attach();
-    else
-        CAppConsole::Get().Detach();
     InstallQtMessageHandler();
     if (const QString& sProblem = CSettingsStore::Get().GetProblem(); !sProblem.isEmpty()) LogError(sProblem);
     std::unique_ptr<CBatchRunner> pBatch;

@@ -79,8 +79,8 @@ void tst_scriptcall::conversions_data()
         << int(ACT_BREAK_SET) << QList<I64>{-2} << QStringList{"0xFFFFFFFE"};
     QTest::newRow("named Address") << int(ACT_VIEW_MEMORY) << QList<I64>{0x80000000}
                                    << QStringList{"0x80000000"};
-    QTest::newRow("mask is no address") << int(ACT_BREAK_SET_ON_DATA) << QList<I64>{16, 3, 1, 4, 0, -1}
-                                        << QStringList{"0x00000010", "3", "1", "4", "0", "4294967295"};
+    QTest::newRow("masks") << int(ACT_BREAK_SET_ON_DATA) << QList<I64>{16, 3, 1, 4, 0, -1}
+                                        << QStringList{"0x00000010", "0x00000003", "1", "4", "0x00000000", "0xFFFFFFFF"};
     QTest::newRow("size") << int(ACT_TARGET_FILL_MEMORY) << QList<I64>{0x20000000, 0x100, 0xFF}
                           << QStringList{"0x20000000", "256", "255"};
     QTest::newRow("signed int") << int(ACT_PROJECT_RELOCATE_SYMBOLS) << QList<I64>{sFile, 0xFFFFFF00}

@@ -6,6 +6,7 @@
 #include "script/host/textfile.h"
 
 #include <QTest>
+#include <QTimer>
 
 class tst_bscript : public QObject {
     Q_OBJECT
@@ -18,6 +19,8 @@ private slots:
     void EventErrorShutsScriptDown();
     void NestingLimit();
     void CloseWithinCall();
+    void EndlessLoopEnds();
+    void TextBehindAZero();
     void ExceptionsAreCaught();
     void ExecCommand_data();
     void ExecCommand();
@@ -400,6 +403,32 @@ void tst_bscript::Wrapper()
     QVERIFY(Rig.Console.last().contains("script interpretation failure: syntax error at line 2"));
     BScript::Hooks().IsProjectClosing = {};
     BScript::Hooks().ShowConsole = {};
+}
+
+void tst_bscript::EndlessLoopEnds()
+{
+    CProjectRig Rig;
+    QCOMPARE(BScript::LoadText("int One(void) { return 1; }\nvoid Loop(void) { while (1) { } }"), 0);
+    int Asked = 0, Ended = 0;
+    BScript::Hooks().IsRunCanceled = [&] { return ++Asked == 3; };
+    BScript::Hooks().RunEnded = [&] { Ended++; };
+    QCOMPARE(BScript::RunFunction("Loop", -1, 0, nullptr, nullptr), 0);
+    QCOMPARE(Asked, 3);
+    QCOMPARE(Ended, 1);
+    I64 Value = 0;
+    QCOMPARE(BScript::RunFunction("One", -1, 0, nullptr, &Value), 0); // usable as before
+    QCOMPARE(Value, 1);
+    BScript::Hooks().IsRunCanceled = {};
+    BScript::Hooks().RunEnded = {};
+    QTimer::singleShot(0, qApp, [] { BScript::RequestClose(); });
+    QCOMPARE(BScript::RunFunction("Loop", -1, 0, nullptr, nullptr), 0);
+}
+
+void tst_bscript::TextBehindAZero()
+{
+    CProjectRig Rig;
+    QCOMPARE(BScript::LoadText(QString("int A(void) { return 1; }\n") + QChar(0) + "int B(void) { return 2; }"), -1);
+    QVERIFY2(BScript::GetErrorText().startsWith("illegal character in text at line 2"), qPrintable(BScript::GetErrorText()));
 }
 
 QTEST_MAIN(tst_bscript)

@@ -5,6 +5,9 @@
 #include "app/services/log.h"
 #include "app/services/mainthread.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 struct VALUE_TYPE {
     int NumBits;
@@ -18,10 +21,12 @@ VALUE_TYPE GetValueType(const QString& sDecl)
     return {sDecl.contains("char") ? 8 : 32, IsSigned};
 }
 
-bool IsAddress(const QString& sDecl)
+/// Parameters whose handlers read base 16: addresses, and what a data breakpoint compares.
+bool IsHexParam(const QString& sDecl)
 {
+    constexpr const char* HEX_NAMES[] = {"Addr", "Address", "AddrMask", "MatchValue", "ValueMask"};
     const QString sName = sDecl.section(' ', -1);
-    return sDecl.contains("unsigned") && (sName == "Addr" || sName == "Address");
+    return sDecl.contains("unsigned") && std::any_of(std::begin(HEX_NAMES), std::end(HEX_NAMES), [&](const char* s) { return sName == s; });
 }
 
 /// The value as the declared type holds it. A value that the type can't hold in either sign stays as it is,
@@ -38,7 +43,7 @@ I64 FitToType(I64 Value, VALUE_TYPE Type)
 QString FormatValue(I64 Value, const QString& sDecl)
 {
     const I64 Fit = FitToType(Value, GetValueType(sDecl));
-    if (IsAddress(sDecl)) return QString::asprintf("0x%08llX", (unsigned long long)Fit);
+    if (IsHexParam(sDecl)) return QString::asprintf("0x%08llX", (unsigned long long)Fit);
     return QString::number(Fit);
 }
 

@@ -15,5 +15,4 @@ CAppConsole& CAppConsole::Get()
 void CAppConsole::Attach()
 {
     for (std::FILE* pStream : {stdin, stdout, stderr}) std::setvbuf(pStream, nullptr, _IONBF, 0);
-    m_Attached = true;
 }

@@ -10,11 +10,7 @@ public:
     static CAppConsole& Get();
     /// Standard input, output and error without buffers, so that nothing is held back. Once, before the first line.
     void Attach();
-    /// Nothing reaches the console from now on but what a run without hands prints itself.
-    void Detach() { m_Attached = false; }
-    bool IsAttached() const { return m_Attached; }
 
 private:
     CAppConsole() = default;
-    bool m_Attached = false;
 };

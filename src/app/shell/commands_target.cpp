@@ -17,6 +17,7 @@
 #include "project/settings/appearance.h"
 #include "project/settings/sysvars.h"
 #include "registers/svd/cpuregisters.h"
+#include "script/host/bscript.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -294,7 +295,7 @@ void OnUtilSleep(int Id)
     Ms = std::clamp<I64>(Ms, 0, MAX_SLEEP_MS);
     QElapsedTimer Time;
     Time.start();
-    while (Time.elapsed() < Ms) {
+    while (Time.elapsed() < Ms && !BScript::IsClosing()) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         QThread::msleep(1);
     }

@@ -174,8 +174,16 @@ void CMainWindow::OnWindowShown()
     Log(QStringLiteral("Bryllo software found at: ") + CDeviceTarget::Get().GetInfo().LibPath,
         MSG_INFO | MSG_STDOUT | MSG_FILE);
     emit InitComplete();
+    ApplyCmdLine();
+    OnSideBarStateChanged();
+    for (const QString& sName : GetUnknownActionNames())
+        qWarning("Unknown GUI action could not be linked: %s", qPrintable(sName));
+}
+
+void CMainWindow::ApplyCmdLine()
+{
     const QStringList Args = GetArguments();
-    if (!Args.isEmpty() && Args.first().section('.', -1) == "bdebug") {
+    if (!Args.isEmpty() && Args.first().endsWith(QStringLiteral(".bdebug"))) {
         ::PerformAction(ACT_FILE_OPEN, Args.first());
     } else if (!GetCmdLineArgs().Device.isEmpty()) {
         CreateProjectFromCmdLine();
@@ -188,9 +196,6 @@ void CMainWindow::OnWindowShown()
     } else {
         ShowWelcomeScreen();
     }
-    OnSideBarStateChanged();
-    for (const QString& sName : GetUnknownActionNames())
-        qWarning("Unknown GUI action could not be linked: %s", qPrintable(sName));
 }
 
 void CMainWindow::ShowWelcomeScreen()
@@ -256,9 +261,14 @@ void CMainWindow::OnWindowClosed(QCloseEvent* pEvent)
         pTimer->stop(); // those of the other windows end in eventFilter() as they fire
     Project.Close();
     Dev.CancelJobs(BT_ALL, QUEUE_ALL);
+    // The worker may stand in a call of the library: the window lives until it has come out.
+    Dev.disconnect();
+    Dev.RequestStop();
+    while (!Dev.HasEnded()) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
     Dev.Shutdown();
     SavePreferences();
     SaveColorsAndFonts();
+    InitSysVars();
     {
         const std::lock_guard Lock(Dev.GetDeviceMutex());
         PROG_Unload();
@@ -307,7 +317,7 @@ void CMainWindow::UpdateTitle()
     State.Modified = Project.IsModified();
     State.SessionActive = CDevice::Get().IsConnected();
     State.ProjectPath = Project.GetPath();
-    State.ProgramFile = PROG_IsLoaded() ? PROG_GetPath() : QString();
+    State.ProgramFile = CProject::Get().GetProgramFile();
     QMainWindow::setWindowTitle(GetWindowTitle(State));
 }
 

@@ -106,8 +106,6 @@ public:
     void OpenProject(const QString& sPath);
     void OpenDataFile(const QString& sPath);        ///< an empty path only closes the program
     void NewProject();
-    bool CreateProjectFromCmdLine();                ///< whether a project was made
-    bool CreateProject(const QString& sPath, const QStringList& Commands, bool Ask);
     bool SaveModifiedDocuments();                   ///< false: the user called it off
     void CheckProjectFileChanged(); ///< a script that was changed on the disk is loaded anew
     void ShowScriptError();         ///< the line of the script's error, if there is one, in the source window
@@ -178,6 +176,9 @@ signals:
 
 public slots:
     void OnWindowShown();
+    void ApplyCmdLine();             ///< opens or makes the project of the command line, else what a start begins with
+    bool CreateProjectFromCmdLine(); ///< whether a project was made
+    bool CreateProject(const QString& sPath, const QStringList& Commands, bool Ask);
     void OnWindowClosed(QCloseEvent* pEvent);
     void OnActionCommandTriggered(); ///< any command of this window: its registered handler runs
     void OnTargetHaltedAndTOElapsed();

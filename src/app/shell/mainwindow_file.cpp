@@ -195,9 +195,14 @@ bool CMainWindow::CreateProjectFromCmdLine()
     const QStringList Commands = Project.CreateFromCmdLine(Args);
     if (Commands.isEmpty()) return false;
     Project.SetFromCmdLine(Commands);
-    const bool Created = QFileInfo(Args.ProjectFile).isFile()
-                             ? Project.WriteCmdLineSettings(Args.ProjectFile) && OpenFile(Args.ProjectFile, 0)
-                             : CreateProject(Args.ProjectFile, Commands, false);
+    // The file is a project whatever its suffix is.
+    bool Created = false;
+    if (!QFileInfo(Args.ProjectFile).isFile()) {
+        Created = CreateProject(Args.ProjectFile, Commands, false);
+    } else if (Project.WriteCmdLineSettings(Args.ProjectFile)) {
+        OpenProject(Args.ProjectFile);
+        Created = true;
+    }
     Project.SetFromCmdLine(Commands); // opening forgets where a project came from
     return Created;
 }

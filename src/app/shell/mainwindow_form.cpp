@@ -156,8 +156,13 @@ void CMainWindow::BuildToolBars()
             else {
                 pBar->addAction(m_apAction[size_t(Entry)]);
                 // What the command of a button works on is settled before it is triggered.
-                if (auto* pButton = qobject_cast<QToolButton*>(pBar->widgetForAction(m_apAction[size_t(Entry)])))
+                if (auto* pButton = qobject_cast<QToolButton*>(pBar->widgetForAction(m_apAction[size_t(Entry)]))) {
                     connect(pButton, &QToolButton::pressed, this, [this, Entry] { SetDefaultParam(Entry); });
+                    // A button that is let go beside itself triggers nothing and must leave nothing behind.
+                    connect(pButton, &QToolButton::released, this, [pButton, Entry] {
+                        if (!pButton->underMouse()) ClearAction(Entry);
+                    });
+                }
             }
         }
         if (i == TOOLBAR_VIEW) addToolBarBreak(Qt::TopToolBarArea);

@@ -30,8 +30,7 @@ bool CMainWindow::HandleKey(QKeyEvent* pKey)
     const QWidget* pFocus = QApplication::focusWidget();
     const bool TakesText = pFocus && pFocus->testAttribute(Qt::WA_InputMethodEnabled);
     if (Plain && TakesText && (pKey->key() < Qt::Key_F1 || pKey->key() > Qt::Key_F35)) return false;
-    // Two rows may share a key: the focused window's own comes first, and what can't run leaves the key to
-    // the next.
+    // Two rows may share a key: the focused window's own comes first, and of one window's what can run.
     int Best = -1, BestRank = 0;
     const QString sKey =
         QKeySequence(QKeyCombination(Modifiers, Qt::Key(pKey->key()))).toString(QKeySequence::PortableText);
@@ -41,7 +40,7 @@ bool CMainWindow::HandleKey(QKeyEvent* pKey)
         if (!pOwner) continue;
         const bool Focused = pOwner != this && pOwner->HasFocus();
         if (!Focused && pOwner != this && pOwner != m_W.pSource) continue;
-        const int Rank = 1 + (Focused ? 1 : 0) + (IsCommandEnabled(ID) ? 2 : 0);
+        const int Rank = 1 + (Focused ? 2 : 0) + (IsCommandEnabled(ID) ? 1 : 0);
         if (Rank <= BestRank) continue;
         Best = ID;
         BestRank = Rank;
@@ -104,5 +103,8 @@ void CMainWindow::SetDefaultParam(int ID)
     default:
         return;
     }
-    if (!Params.last().isEmpty()) SetActionParamList(ID, Params);
+    if (Params.last().isEmpty())
+        ClearAction(ID); // an earlier place isn't meant any more
+    else
+        SetActionParamList(ID, Params);
 }

@@ -67,7 +67,21 @@ void WireScript()
         CMainWindow::Get().ShowWindow(QStringLiteral("Console"));
         CMainWindow::Get().ShowScriptError();
     };
-    Hooks.HasNewWarnings = [] { return CProject::Get().HasNewWarnings(); };
+    // A long run shows in the status bar, whose button ends it.
+    static bool s_IsShown = false;
+    Hooks.IsRunCanceled = [] {
+        CStatusBar& Bar = CStatusBar::Get();
+        if (s_IsShown) return Bar.WasCanceled();
+        if (Bar.IsProgressRunning()) return false;
+        Bar.SetProgressMessage(QStringLiteral("Executing script..."));
+        Bar.StartProgress(0, 0);
+        s_IsShown = true;
+        return false;
+    };
+    Hooks.RunEnded = [] {
+        if (s_IsShown) CStatusBar::Get().EndProgress();
+        s_IsShown = false;
+    };
     Hooks.GetEventBody = [](int EventId) { return Core_GetEventBody(U32(EventId)); };
     BScript::SetHooks(Hooks);
 }

@@ -55,10 +55,15 @@ CDevice::~CDevice()
     Shutdown();
 }
 
-void CDevice::Shutdown()
+void CDevice::RequestStop()
 {
     m_Stop.store(true, std::memory_order_release);
     Wake();
+}
+
+void CDevice::Shutdown()
+{
+    RequestStop();
     while (!m_Ended.load(std::memory_order_acquire)) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     wait();
 }

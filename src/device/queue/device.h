@@ -58,6 +58,8 @@ public:
     /// True on the worker thread.
     bool IsWorkerThread() const;
     /// The worker is told to stop or has stopped.
+    void RequestStop(); ///< the worker ends after the job that it works on. Any thread
+    bool HasEnded() const { return m_Ended.load(std::memory_order_acquire); } ///< the worker takes no job any more
     bool IsStopping() const { return m_Stop.load(std::memory_order_acquire); }
     /// The CPU and execution mode last seen by the delivery; GUI thread.
     U32 GetCPUMode() const { return m_CPUMode; }

@@ -89,10 +89,8 @@ void CProject::Close()
 {
     m_ReportedWarnings.clear();
     const QString sPath = GetPath();
-    if (!sPath.isEmpty()) {
-        emit AboutToClose(sPath);
-        BScript::RequestClose();
-    }
+    if (!sPath.isEmpty()) emit AboutToClose(sPath);
+    BScript::RequestClose();
     BScript::SetProjectPath(QString());
     CFileFinder::Get().Reset();
     m_Warnings.clear();
@@ -130,20 +128,6 @@ void CProject::PrepareProjectLoad()
     }
     SetVar(VAR_TRACE_OVERRIDE_TIMINGS, HasCommand(GetCommandName(ACT_PROJECT_SET_TRACE_TIMING)), false);
     SetVar(VAR_TRACE_FILE_ENABLED, HasCommand(GetCommandName(ACT_PROJECT_SET_TRACE_FILE)), false);
-}
-
-void CProject::LoadDefaultRegisterFile()
-{
-    if (!m_Hooks.HasCPURegisters || m_Hooks.HasCPURegisters() || !m_Hooks.DefaultRegisterFile) {
-        return;
-    }
-    const QString sFile = m_Hooks.DefaultRegisterFile();
-    if (!sFile.isEmpty()) {
-        char acText[512];
-        FormatMessage(MSGID_DEFAULT_CPU_REG_FILE, acText, sizeof(acText), sFile.toUtf8().constData());
-        LogError(QString::fromUtf8(acText));
-        PerformAction(ACT_PROJECT_ADD_SVD_FILE, sFile);
-    }
 }
 
 bool CProject::IsOpen() const

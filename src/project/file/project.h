@@ -112,7 +112,6 @@ public:
     void AddWarning(const QString& sText);
     int LogNewWarnings(); ///< logs what wasn't reported yet; returns the number
     int LogScriptError();
-    bool HasNewWarnings() const;
     QStringList GetDuplicateCommands() const;
 
     /// What has to happen between loading a project and running OnProjectLoad: the variables that a
@@ -122,7 +121,6 @@ public:
     /// required field is missing.
     QStringList CreateFromCmdLine(const CmdLineArgs& Args) const;
     /// The default description file of the selected core, when no register window holds the CPU group.
-    void LoadDefaultRegisterFile();
 
     static bool GetFunctionBounds(const QString& sText, int* pBegin, int* pEnd);
     bool HasCommand(const QString& sName) const;

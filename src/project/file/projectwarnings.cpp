@@ -109,13 +109,3 @@ int CProject::LogScriptError()
 {
     return BScript::HasError() && _ReportNew(ScriptErrorMessage()) ? 1 : 0;
 }
-
-bool CProject::HasNewWarnings() const
-{
-    for (const QString& sWarning : GetWarnings()) {
-        if (!m_ReportedWarnings.contains(qHash(sWarning.toLower()))) {
-            return true;
-        }
-    }
-    return false;
-}

@@ -6,6 +6,8 @@
 #include "script/host/scriptinstance.h"
 #include "script/host/textfile.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QHash>
 #include <cstring>
@@ -98,38 +100,93 @@ void Release()
     LogDebug(QStringLiteral("Script closed."));
 }
 
+constexpr int BREATH_MS = 100; ///< a script that runs longer lets the window live in between
+
+QElapsedTimer& LastBreath()
+{
+    static QElapsedTimer Timer;
+    return Timer;
+}
+
 /// Counts a running call for its life.
 class CRunning {
 public:
-    explicit CRunning(int EventId) : m_OldEvent(S().RunningEvent)
+    CRunning(int EventId, SCRIPT_CTX* pCtx) : m_pCtx(pCtx), m_OldEvent(S().RunningEvent)
     {
-        ++S().CallDepth;
+        if (S().CallDepth++ == 0) LastBreath().start();
         if (EventId >= 0) {
             S().RunningEvent = EventId;
         }
     }
     ~CRunning()
     {
-        --S().CallDepth;
         S().RunningEvent = m_OldEvent;
+        if (--S().CallDepth > 0) return;
+        // A run that was canceled ends here; the script stays usable.
+        if (!S().Closing) m_pCtx->Abort = 0;
+        if (S().Hooks.RunEnded) S().Hooks.RunEnded();
     }
     CRunning(const CRunning&) = delete;
     CRunning& operator=(const CRunning&) = delete;
 
 private:
+    SCRIPT_CTX* m_pCtx; ///< lives longer
     int m_OldEvent;
+};
+
+/// Before each statement: what the user does meanwhile is done, and may end the script.
+void OnScriptStatement(SCRIPT_CTX* pCtx)
+{
+    QElapsedTimer& Timer = LastBreath();
+    if (!Timer.isValid() || Timer.elapsed() < BREATH_MS) return;
+    // A hook that answers true has been asked by the user to stop.
+    const auto& IsCanceled = S().Hooks.IsRunCanceled;
+    QCoreApplication::processEvents();
+    if (IsCanceled && IsCanceled()) pCtx->Abort = 1;
+    Timer.restart();
+}
+
+/// Puts the fields that a call changes back when an exception leaves the interpreter in the middle of it.
+class CCallState {
+public:
+    explicit CCallState(SCRIPT_CTX* pCtx)
+        : m_pCtx(pCtx), m_HeapHigh(pCtx->HeapHigh), m_Cursor(pCtx->Cursor), m_LineStart(pCtx->LineStart), m_Line(pCtx->Line),
+          m_Depth(pCtx->Depth), m_Locals(pCtx->Locals), m_LocalsTail(pCtx->LocalsTail)
+    {
+    }
+    void Restore() const
+    {
+        m_pCtx->HeapHigh = m_HeapHigh;
+        m_pCtx->Cursor = m_Cursor;
+        m_pCtx->LineStart = m_LineStart;
+        m_pCtx->Line = m_Line;
+        m_pCtx->Depth = m_Depth;
+        m_pCtx->Locals = m_Locals;
+        m_pCtx->LocalsTail = m_LocalsTail;
+    }
+
+private:
+    SCRIPT_CTX* m_pCtx;
+    U8* m_HeapHigh;
+    const char* m_Cursor;
+    const char* m_LineStart;
+    int m_Line, m_Depth;
+    SCRIPT_SYM* m_Locals;
+    SCRIPT_SYM* m_LocalsTail;
 };
 
 int Exec(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* pResult)
 {
     // The reference keeps the block alive if the script is closed while the call runs.
     const std::shared_ptr<SCRIPT_INSTANCE> pScript = S().pScript;
-    const CRunning Running(EventId);
+    const CRunning Running(EventId, pScript->pCtx);
     const QByteArray Name = sName.toUtf8();
+    const CCallState Before(pScript->pCtx);
     int Result = 0;
     try {
         Result = Script::CallByName(pScript->pCtx, Name.constData(), NumArgs, aArgs, pResult);
     } catch (...) {
+        Before.Restore();
         const QString sPrototype = GetEventPrototype(EventId);
         SetErrorState(QStringLiteral("Error in script function ") +
                           (sPrototype.isEmpty() ? sName : sPrototype),
@@ -168,6 +225,14 @@ int LoadText(const QString& sText)
         LogError(QStringLiteral("Script file not parsed. Empty script text"));
         return -1;
     }
+    if (sText.contains(QChar(0))) {
+        // The text would end there for the interpreter, and what follows would be lost unseen.
+        const qsizetype Line = sText.left(sText.indexOf(QChar(0))).count(u'\n') + 1;
+        SetErrorState(QStringLiteral("illegal character in text"), int(Line), QString());
+        LogError(QStringLiteral("Script file not parsed. illegal character in text at line %1").arg(Line));
+        s.ErrorFlag = true;
+        return -1;
+    }
     s.TextHash = HashOf(sText);
     s.pScript = CreateInstance(sText.toUtf8());
     if (!s.pScript) {
@@ -176,6 +241,7 @@ int LoadText(const QString& sText)
         return -1;
     }
     s.pScript->pCtx->OnError = OnScriptError;
+    s.pScript->pCtx->OnStatement = OnScriptStatement;
     if (Script::Parse(s.pScript->pCtx) < 0 || s.pScript->pCtx->Error) {
         LogError(QStringLiteral("Script file not parsed. could not create globals"));
         s.pScript.reset();
@@ -264,8 +330,7 @@ namespace {
 bool TellWarnings()
 {
     const BSCRIPT_HOOKS& Hooks = S().Hooks;
-    if (Hooks.LogNewWarnings) return Hooks.LogNewWarnings() > 0;
-    return Hooks.HasNewWarnings && Hooks.HasNewWarnings();
+    return Hooks.LogNewWarnings && Hooks.LogNewWarnings() > 0;
 }
 
 int ExecLogged(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* pResult)

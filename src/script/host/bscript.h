@@ -42,7 +42,8 @@ struct BSCRIPT_HOOKS {
     std::function<QString(int EventId)>
         GetEventBody; ///< what the core does in an event function of a new project; empty: nothing of its own
     std::function<void()> ShowConsole;    ///< a run left an error that the user must see
-    std::function<bool()> HasNewWarnings; ///< project warnings wait; asked where LogNewWarnings isn't set
+    std::function<bool()> IsRunCanceled;  ///< asked now and then during a long run; true ends it
+    std::function<void()> RunEnded;       ///< the outermost call has returned
     std::function<int()>
         LogNewWarnings; ///< logs the project warnings not yet reported; their number (CProject sets it)
 };
