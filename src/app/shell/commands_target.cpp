@@ -195,7 +195,7 @@ void OnSaveMemory(int Id)
             return SetActionError(Id, QLatin1String(ERR_MEM_READ));
     }
     QSaveFile File(CFileFinder::Get().Expand(Params[0]));
-    if (!File.open(QIODevice::WriteOnly) || File.write(Bytes) != Bytes.size() || !File.commit())
+    if (!File.open(QIODevice::WriteOnly) || File.write(Bytes) != Bytes.size() || !File.flush() || !File.commit())
         SetActionError(Id, ERR_INVALID_FILENAME, Params[0]);
 }
 

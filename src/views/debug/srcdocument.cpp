@@ -73,7 +73,7 @@ bool CSrcDocument::Save(EOL_FORMATS Format)
     QSaveFile File(m_sPath);
     if (!File.open(QIODevice::WriteOnly)) return false;
     const QByteArray Bytes = GetBytes(Format);
-    if (File.write(Bytes) != Bytes.size() || !File.commit()) return false;
+    if (File.write(Bytes) != Bytes.size() || !File.flush() || !File.commit()) return false;
     m_ContentHash = qHash(Bytes, 0);
     m_Eol = Format;
     m_CleanPos = m_UndoPos;

@@ -55,7 +55,7 @@ bool ExportCsv(const CModelViewWindow& Window, const QString& sPath, QString* pE
 {
     QSaveFile File(sPath);
     const QByteArray Text = MakeCsv(Window).toUtf8();
-    if (File.open(QIODevice::WriteOnly) && File.write(Text) == Text.size() && File.commit()) return true;
+    if (File.open(QIODevice::WriteOnly) && File.write(Text) == Text.size() && File.flush() && File.commit()) return true;
     *pError = File.errorString();
     return false;
 }
