@@ -264,7 +264,7 @@ def check_locals(report, program, dump):
                     report.compared["local of another form"] += 1
                     continue
                 report.check("local", location == words, f"{offset:x}", f"{address:x}", location, "/", words)
-    wanted = {e.offset for e in program.entries.values() if e.tag in ("DW_TAG_variable", "DW_TAG_formal_parameter") and "DW_AT_location" in e.attributes and has_code(program, e)}
+    wanted = {e.offset for e in program.entries.values() if e.tag in ("DW_TAG_variable", "DW_TAG_formal_parameter") and "DW_AT_location" in e.attributes and program.name(e) and has_code(program, e)}
     for offset in sorted(wanted):
         report.check("local", offset in runs, "missing", f"{offset:x}", program.name(program.entries[offset]))
 

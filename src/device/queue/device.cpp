@@ -240,6 +240,7 @@ void CDevice::_ReleaseJob(DEVICE_JOB* pJob)
 
 bool CDevice::IsIdle() const
 {
+    if (HasEnded()) return true; // what was scheduled behind the end is never worked on
     DEVICE_EVENT Event;
     // A run-to that hasn't arrived by then may never: the program may not come there. The target just runs.
     const bool IsGoalFar =
