@@ -1,20 +1,17 @@
-// The exports of the plug-in, its table and its configuration.
+// The plug-in's table and its configuration.
 #include "armplugin.h"
 
+#include "../common/coreexports.h"
 #include "../common/coretext.h"
 
 #include <atomic>
 
-#define EXPORT extern "C" __attribute__((visibility("default")))
-
 namespace {
 
-constexpr uint32_t PLUGIN_VERSION = 10000; // 1.00.00
 constexpr const char* PLUGIN_NAME = "Arm Cortex-M core support";
 constexpr int32_t FIRST_CORE_ID = 0x030000FF;
 constexpr int ERR_UNKNOWN_CORE = -2;
 
-CORE_DEBUGGER_API Debugger{};
 // The kind is replaced by Reconfigure while the other thread may decode; rows live for ever.
 std::atomic<const ARM_KIND*> pKind{nullptr};
 std::atomic<bool> IsBigEndian{false};
@@ -97,7 +94,7 @@ constexpr CORE_PLUGIN_API MakeTable() {
 } // namespace
 
 const CORE_DEBUGGER_API& ARM_GetDebugger() {
-    return Debugger;
+    return COREEXP_GetDebugger();
 }
 
 const ARM_KIND& ARM_GetKind() {
@@ -113,23 +110,11 @@ int ARM_CopyText(const char* sText, char* pBuffer, uint32_t Size) {
     return CORETEXT_Copy(sText, pBuffer, Size);
 }
 
-EXPORT int CORE_PLUGIN_GetAPI(CORE_PLUGIN_API* pAPI, uint32_t Size) {
-    if (!pAPI || Size != sizeof *pAPI) return -1;
+const CORE_PLUGIN_API& COREEXP_GetTable() {
     static constexpr CORE_PLUGIN_API Table = MakeTable();
-    *pAPI = Table;
-    return 0;
+    return Table;
 }
 
-EXPORT int CORE_PLUGIN_SetAPI(const CORE_DEBUGGER_API* pAPI, uint32_t Size) {
-    if (!pAPI || Size != sizeof *pAPI) return -1;
-    Debugger = *pAPI;
-    return 0;
-}
-
-EXPORT uint32_t CORE_PLUGIN_GetVersion(void) {
-    return PLUGIN_VERSION;
-}
-
-EXPORT const char* CORE_PLUGIN_GetName(void) {
+const char* COREEXP_GetName() {
     return PLUGIN_NAME;
 }

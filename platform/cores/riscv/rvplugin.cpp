@@ -1,18 +1,14 @@
-// The exports of the plug-in and its table.
+// The plug-in's table.
 #include "rvplugin.h"
 
+#include "../common/coreexports.h"
 #include "../common/llvmdecode.h"
-
-#define EXPORT extern "C" __attribute__((visibility("default")))
 
 namespace {
 
-constexpr uint32_t PLUGIN_VERSION = 10000; // 1.00.00
 constexpr const char* PLUGIN_NAME = "RISC-V RV32 core support";
 constexpr uint32_t CORE_FAMILY = 19;
 constexpr int ERR_UNKNOWN_CORE = -2;
-
-CORE_DEBUGGER_API Debugger{};
 
 int Configure(const CORE_CONFIG* pConfig) {
     if (!pConfig || static_cast<uint32_t>(pConfig->CoreId) >> 24 != CORE_FAMILY) return ERR_UNKNOWN_CORE;
@@ -80,26 +76,14 @@ constexpr CORE_PLUGIN_API MakeTable() {
 } // namespace
 
 const CORE_DEBUGGER_API& RV_GetDebugger() {
-    return Debugger;
+    return COREEXP_GetDebugger();
 }
 
-EXPORT int CORE_PLUGIN_GetAPI(CORE_PLUGIN_API* pAPI, uint32_t Size) {
-    if (!pAPI || Size != sizeof *pAPI) return -1;
+const CORE_PLUGIN_API& COREEXP_GetTable() {
     static constexpr CORE_PLUGIN_API Table = MakeTable();
-    *pAPI = Table;
-    return 0;
+    return Table;
 }
 
-EXPORT int CORE_PLUGIN_SetAPI(const CORE_DEBUGGER_API* pAPI, uint32_t Size) {
-    if (!pAPI || Size != sizeof *pAPI) return -1;
-    Debugger = *pAPI;
-    return 0;
-}
-
-EXPORT uint32_t CORE_PLUGIN_GetVersion(void) {
-    return PLUGIN_VERSION;
-}
-
-EXPORT const char* CORE_PLUGIN_GetName(void) {
+const char* COREEXP_GetName() {
     return PLUGIN_NAME;
 }
