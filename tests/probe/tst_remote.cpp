@@ -5,7 +5,6 @@
 #include "platform/probe/remote/rspwire.h"
 #include "platform/probe/remote/targetdesc.h"
 
-#include <QStandardPaths>
 #include <QTcpServer>
 #include <QTest>
 
@@ -188,9 +187,6 @@ private slots:
 
     void emulator()
     {
-        if (QStandardPaths::findExecutable("qemu-system-arm").isEmpty()) {
-            QSKIP("the emulator is not installed");
-        }
         CEmulator Emulator;
         const int Port = StartEmulator(Emulator);
         QVERIFY(Port != 0);
