@@ -162,6 +162,7 @@ void CBatchRunner::Settle()
 void CBatchRunner::Run()
 {
     Settle();
+    m_NumErrorsTold = GetErrorCount(); // those of the start were told as they came
     for (int i = 0; i < m_Lines.size() && !m_Quit; i++) {
         const BATCH_STEP Step = ParseBatchLine(m_Lines[i], i + 1);
         if (Step.Kind == BATCH_STEP_NONE) continue;
@@ -197,7 +198,10 @@ bool CBatchRunner::RunStep(const BATCH_STEP& Step)
             // What was printed before stays the subject of a further @expect.
             m_StepOutput = m_LastOutput;
         }
-        return Ok && !m_CommandFailed;
+        // What a command has set off may fail only while the next line waits for its end.
+        const bool HasNewErrors = Step.Name.startsWith(QLatin1String("wait")) && GetErrorCount() != m_NumErrorsTold;
+        m_NumErrorsTold = GetErrorCount();
+        return Ok && !m_CommandFailed && !HasNewErrors;
     }
     return Fail(QStringLiteral("unknown directive @%1").arg(Step.Name));
 }
@@ -209,7 +213,8 @@ bool CBatchRunner::RunCommand(const BATCH_STEP& Step)
     const int Result = CConsoleWindow::Get().ExecuteCommand(Step.Text);
     Settle();
     m_LastTimeMs = m_StepTime.elapsed();
-    if (Result == EXECUTE_DONE && GetErrorCount() == Errors && !m_CommandFailed) return true;
+    m_NumErrorsTold = GetErrorCount();
+    if (Result == EXECUTE_DONE && m_NumErrorsTold == Errors && !m_CommandFailed) return true;
     // A command without a handler says nothing, and a transcript that stops without a word leaves its reader guessing.
     if (m_StepOutput.isEmpty()) Fail(QStringLiteral("this command is not available"));
     return false;

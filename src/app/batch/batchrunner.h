@@ -81,6 +81,7 @@ private:
     CPaintPacer m_PaintPacer;
     QString m_sFirstFailure;
     bool m_CommandFailed = false; ///< the present step has failed by its own check
+    U64 m_NumErrorsTold = 0; ///< errors that the lines so far account for
     QStringList m_StepOutput;     ///< what the present step printed
     QStringList m_LastOutput;     ///< what the step before it printed, for @expect
     QStringList m_Answers;        ///< for the next boxes
