@@ -36,14 +36,14 @@ int ARM_SetResetState() {
     if (!HasVectors) {
         if (Entry > 0xFFFFFFFFu) return -1;
         PC = static_cast<uint32_t>(Entry);
-    } else if (ARM_WriteTargetReg(BRYLLO_REG_SP, SP) != 0) {
+    } else if (COREREGS_WriteWord(BRYLLO_REG_SP, SP) != 0) {
         return -1;
     }
     uint32_t PSR = 0;
-    if (ARM_ReadTargetReg(BRYLLO_REG_XPSR, &PSR) == 0 && !(PSR & EPSR_THUMB)) {
-        ARM_WriteTargetReg(BRYLLO_REG_XPSR, PSR | EPSR_THUMB); // left clear by a reset from empty flash
+    if (COREREGS_ReadWord(BRYLLO_REG_XPSR, &PSR) == 0 && !(PSR & EPSR_THUMB)) {
+        COREREGS_WriteWord(BRYLLO_REG_XPSR, PSR | EPSR_THUMB); // left clear by a reset from empty flash
     }
-    return ARM_WriteTargetReg(BRYLLO_REG_PC, PC & ~1u);
+    return COREREGS_WriteWord(BRYLLO_REG_PC, PC & ~1u);
 }
 
 int ARM_InitSemihosting(const char*) {
@@ -62,8 +62,8 @@ int ARM_HandleSemihosting(uint64_t Addr, uint32_t* pOpCode, uint64_t* pParam) {
     if (!pOpCode || !pParam || Addr > 0xFFFFFFFEu) return CORE_SEMIHOST_NO;
     if (ARM_ReadU16(static_cast<uint32_t>(Addr) & ~1u, &HalfWord) != 0 || HalfWord != SEMIHOSTING_BKPT) return CORE_SEMIHOST_NO;
     // A breakpoint may have been reported for a request that was served there; the PC has gone on since.
-    if (ARM_ReadTargetReg(BRYLLO_REG_PC, &PC) != 0 || ((PC ^ static_cast<uint32_t>(Addr)) & ~1u) != 0) return CORE_SEMIHOST_NO;
-    if (ARM_ReadTargetReg(BRYLLO_REG_R0, &R0) != 0 || ARM_ReadTargetReg(BRYLLO_REG_R0 + 1, &R1) != 0) return CORE_SEMIHOST_NO;
+    if (COREREGS_ReadWord(BRYLLO_REG_PC, &PC) != 0 || ((PC ^ static_cast<uint32_t>(Addr)) & ~1u) != 0) return CORE_SEMIHOST_NO;
+    if (COREREGS_ReadWord(BRYLLO_REG_R0, &R0) != 0 || COREREGS_ReadWord(BRYLLO_REG_R0 + 1, &R1) != 0) return CORE_SEMIHOST_NO;
     *pOpCode = R0;
     *pParam = R1;
     return CORE_SEMIHOST_SERVE;
@@ -72,11 +72,11 @@ int ARM_HandleSemihosting(uint64_t Addr, uint32_t* pOpCode, uint64_t* pParam) {
 int ARM_FinishSemihosting(int64_t Result, int64_t) {
     uint32_t PC = 0;
     uint16_t HalfWord = 0;
-    if (ARM_WriteTargetReg(BRYLLO_REG_R0, static_cast<uint32_t>(Result)) != 0) return -1;
-    if (ARM_ReadTargetReg(BRYLLO_REG_PC, &PC) != 0) return -1;
+    if (COREREGS_WriteWord(BRYLLO_REG_R0, static_cast<uint32_t>(Result)) != 0) return -1;
+    if (COREREGS_ReadWord(BRYLLO_REG_PC, &PC) != 0) return -1;
     // The user may have moved the PC while the request waited for input.
     if (ARM_ReadU16(PC & ~1u, &HalfWord) != 0 || HalfWord != SEMIHOSTING_BKPT) return 0;
-    return ARM_WriteTargetReg(BRYLLO_REG_PC, (PC & ~1u) + 2);
+    return COREREGS_WriteWord(BRYLLO_REG_PC, (PC & ~1u) + 2);
 }
 
 int ARM_GetEventBody(uint32_t EventId, char* pBuffer, uint32_t Size) {

@@ -128,7 +128,7 @@ void SetSavedRules(const CORE_UNWIND_REQUEST* pRequest, const FRAME_STATE& State
 /// Address of the stacked frame: on the handler's own stack, or on the process stack.
 bool GetStackedFrame(const FRAME_STATE& State, uint32_t ExcReturn, uint32_t* pBase) {
     *pBase = State.SP + static_cast<uint32_t>(State.Frame.CFAOffset);
-    if (ExcReturn & EXC_PROCESS_STACK) return ARM_ReadTargetReg(BRYLLO_REG_PSP, pBase) == 0;
+    if (ExcReturn & EXC_PROCESS_STACK) return COREREGS_ReadWord(BRYLLO_REG_PSP, pBase) == 0;
     return true;
 }
 

@@ -57,11 +57,11 @@ constexpr CORE_PLUGIN_API MakeTable() {
     API.pfInit = Configure;
     API.pfDeinit = Deinit;
     API.pfReconfigure = Configure;
-    API.pfReadReg = ARM_ReadReg;
-    API.pfReadRegs = ARM_ReadRegs;
-    API.pfWriteReg = ARM_WriteReg;
-    API.pfReadCPReg = ARM_ReadCPReg;
-    API.pfWriteCPReg = ARM_WriteCPReg;
+    API.pfReadReg = COREREGS_Read;
+    API.pfReadRegs = COREREGS_ReadAll;
+    API.pfWriteReg = COREREGS_Write;
+    API.pfReadCPReg = COREREGS_ReadNamed;
+    API.pfWriteCPReg = COREREGS_WriteNamed;
     API.pfGetStaticInfo = GetStaticInfo;
     API.pfGetCPUMode = ARM_GetCPUMode;
     API.pfGetExecMode = ARM_GetExecMode;

@@ -1,5 +1,6 @@
 // State of the plug-in and the functions of its table, a group a file.
 #pragma once
+#include "../common/coreregs.h"
 #include "armflags.h"
 #include "armkinds.h"
 #include "core/plugin/coreplugin.h"
@@ -20,9 +21,6 @@ int ARM_ReadMem(uint32_t Addr, uint32_t Size, void* pBuffer);
 /// A word or half word in the data byte order; 0 or -1.
 int ARM_ReadU32(uint32_t Addr, uint32_t* pValue);
 int ARM_ReadU16(uint32_t Addr, uint16_t* pValue);
-/// One register of the target by its number in the probe library; 0 or -1.
-int ARM_ReadTargetReg(uint32_t RegId, uint32_t* pValue);
-int ARM_WriteTargetReg(uint32_t RegId, uint32_t Value);
 
 /// One instruction in memory with the IT state in which it runs.
 struct ARM_INST {
@@ -37,11 +35,6 @@ int ARM_Fetch(uint64_t Addr, ARM_INST* pInst);
 int ARM_Decode(const ARM_INST& Inst, char* sText, uint32_t Size);
 
 // Registers and modes.
-int ARM_ReadReg(uint32_t RegId, uint32_t Size, uint64_t* pValue);
-int ARM_ReadRegs(uint32_t NumRegs, const uint32_t* paRegId, uint32_t BufferSize, uint64_t* paValue, uint8_t* paStatus);
-int ARM_WriteReg(uint32_t RegId, uint32_t Size, const uint64_t* pValue);
-int ARM_ReadCPReg(const char* sName, uint32_t Size, uint64_t* pValue);
-int ARM_WriteCPReg(const char* sName, uint32_t Size, const uint64_t* pValue);
 int ARM_GetCPUMode(uint32_t* pMode);
 int ARM_GetExecMode(uint32_t* pMode);
 int ARM_GetCPUModeName(uint32_t Mode, char* pBuffer, uint32_t Size);

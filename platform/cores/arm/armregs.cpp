@@ -19,59 +19,22 @@ constexpr const char* asExecMode[] = {"Thumb", "Invalid (T bit clear)"};
 
 } // namespace
 
-int ARM_ReadTargetReg(uint32_t RegId, uint32_t* pValue) {
-    uint64_t Value = 0;
-    if (ARM_ReadReg(RegId, 8, &Value) != 0) return -1;
-    *pValue = static_cast<uint32_t>(Value);
-    return 0;
-}
-
-int ARM_WriteTargetReg(uint32_t RegId, uint32_t Value) {
-    const uint64_t Wide = Value;
-    return ARM_WriteReg(RegId, 8, &Wide);
-}
-
-int ARM_ReadReg(uint32_t RegId, uint32_t Size, uint64_t* pValue) {
-    uint8_t Status = 1;
-    if (!pValue || Size < 8) return -1;
-    return BRYLLOARM_ReadRegs(&RegId, pValue, &Status, 1) == 0 && Status == 0 ? 0 : -1;
-}
-
-int ARM_ReadRegs(uint32_t NumRegs, const uint32_t* paRegId, uint32_t BufferSize, uint64_t* paValue, uint8_t* paStatus) {
-    if (!paRegId || !paValue || !paStatus || BufferSize / 8 < NumRegs) return -1;
-    return BRYLLOARM_ReadRegs(paRegId, paValue, paStatus, NumRegs) == 0 ? 0 : -1;
-}
-
-int ARM_WriteReg(uint32_t RegId, uint32_t Size, const uint64_t* pValue) {
-    uint8_t Status = 1;
-    if (!pValue || Size < 8) return -1;
-    return BRYLLOARM_WriteRegs(&RegId, pValue, &Status, 1) == 0 && Status == 0 ? 0 : -1;
-}
-
-int ARM_ReadCPReg(const char* sName, uint32_t Size, uint64_t* pValue) {
-    return sName && pValue && Size >= 8 && BRYLLOARM_ReadCPReg(sName, pValue) == 0 ? 0 : -1;
-}
-
-int ARM_WriteCPReg(const char* sName, uint32_t Size, const uint64_t* pValue) {
-    return sName && pValue && Size >= 8 && BRYLLOARM_WriteCPReg(sName, *pValue) == 0 ? 0 : -1;
-}
-
 int ARM_GetCPUMode(uint32_t* pMode) {
     uint32_t PSR = 0;
     uint32_t Control = 0;
-    if (!pMode || ARM_ReadTargetReg(BRYLLO_REG_XPSR, &PSR) != 0) return -1;
+    if (!pMode || COREREGS_ReadWord(BRYLLO_REG_XPSR, &PSR) != 0) return -1;
     if (PSR & IPSR_MASK) {
         *pMode = MODE_HANDLER;
         return 0;
     }
-    if (ARM_ReadTargetReg(BRYLLO_REG_CONTROL, &Control) != 0) return -1;
+    if (COREREGS_ReadWord(BRYLLO_REG_CONTROL, &Control) != 0) return -1;
     *pMode = (Control & CONTROL_UNPRIVILEGED) ? MODE_THREAD_UNPRIVILEGED : MODE_THREAD;
     return 0;
 }
 
 int ARM_GetExecMode(uint32_t* pMode) {
     uint32_t PSR = 0;
-    if (!pMode || ARM_ReadTargetReg(BRYLLO_REG_XPSR, &PSR) != 0) return -1;
+    if (!pMode || COREREGS_ReadWord(BRYLLO_REG_XPSR, &PSR) != 0) return -1;
     *pMode = (PSR & EPSR_THUMB) ? EXEC_THUMB : EXEC_INVALID;
     return 0;
 }

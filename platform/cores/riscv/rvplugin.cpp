@@ -47,11 +47,11 @@ constexpr CORE_PLUGIN_API MakeTable() {
     API.pfInit = Configure;
     API.pfDeinit = Deinit;
     API.pfReconfigure = Configure;
-    API.pfReadReg = RV_ReadReg;
-    API.pfReadRegs = RV_ReadRegs;
+    API.pfReadReg = COREREGS_Read;
+    API.pfReadRegs = COREREGS_ReadAll;
     API.pfWriteReg = RV_WriteReg;
-    API.pfReadCPReg = RV_ReadCPReg;
-    API.pfWriteCPReg = RV_WriteCPReg;
+    API.pfReadCPReg = COREREGS_ReadNamed;
+    API.pfWriteCPReg = COREREGS_WriteNamed;
     API.pfGetStaticInfo = GetStaticInfo;
     API.pfGetUnwindRules = RV_GetUnwindRules;
     API.pfAnalyzeInst = RV_AnalyzeInst;

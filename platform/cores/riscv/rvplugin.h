@@ -1,5 +1,6 @@
 // State of the plug-in for RV32 cores and the functions of its table, a group a file.
 #pragma once
+#include "../common/coreregs.h"
 #include "core/plugin/coreplugin.h"
 
 #include <cstdint>
@@ -23,8 +24,6 @@ const CORE_DEBUGGER_API& RV_GetDebugger();
 int RV_ReadMem(uint32_t Addr, uint32_t Size, void* pBuffer);
 int RV_ReadU32(uint32_t Addr, uint32_t* pValue); ///< a word of data or of code
 /// One register of the target; 0 or -1.
-int RV_ReadTargetReg(uint32_t RegId, uint32_t* pValue);
-int RV_WriteTargetReg(uint32_t RegId, uint32_t Value);
 
 /// One instruction in memory: its bits, and 2 or 4 bytes as they say.
 struct RV_INST {
@@ -42,11 +41,7 @@ void RV_Classify(const RV_INST& Inst, CORE_INST_INFO* pInfo);
 bool RV_GetSaveOfRA(const RV_INST& Inst, int32_t* pOffset);
 
 // Registers and modes.
-int RV_ReadReg(uint32_t RegId, uint32_t Size, uint64_t* pValue);
-int RV_ReadRegs(uint32_t NumRegs, const uint32_t* paRegId, uint32_t BufferSize, uint64_t* paValue, uint8_t* paStatus);
 int RV_WriteReg(uint32_t RegId, uint32_t Size, const uint64_t* pValue);
-int RV_ReadCPReg(const char* sName, uint32_t Size, uint64_t* pValue);
-int RV_WriteCPReg(const char* sName, uint32_t Size, const uint64_t* pValue);
 uint32_t RV_GetRegIdOfIndex(uint32_t RegIdx);
 int RV_GetCPURegFile(int32_t CoreId, char* pBuffer, uint32_t Size);
 

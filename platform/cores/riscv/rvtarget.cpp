@@ -52,41 +52,8 @@ void SetRule(CORE_UNWIND_REQUEST* pRequest, uint32_t Reg, uint32_t Type, uint32_
 
 } // namespace
 
-int RV_ReadTargetReg(uint32_t RegId, uint32_t* pValue) {
-    uint64_t Value = 0;
-    if (RV_ReadReg(RegId, 8, &Value) != 0) return -1;
-    *pValue = static_cast<uint32_t>(Value);
-    return 0;
-}
-
-int RV_WriteTargetReg(uint32_t RegId, uint32_t Value) {
-    const uint64_t Wide = Value;
-    return RV_WriteReg(RegId, 8, &Wide);
-}
-
-int RV_ReadReg(uint32_t RegId, uint32_t Size, uint64_t* pValue) {
-    uint8_t Status = 1;
-    if (!pValue || Size < 8) return -1;
-    return BRYLLOARM_ReadRegs(&RegId, pValue, &Status, 1) == 0 && Status == 0 ? 0 : -1;
-}
-
-int RV_ReadRegs(uint32_t NumRegs, const uint32_t* paRegId, uint32_t BufferSize, uint64_t* paValue, uint8_t* paStatus) {
-    if (!paRegId || !paValue || !paStatus || BufferSize / 8 < NumRegs) return -1;
-    return BRYLLOARM_ReadRegs(paRegId, paValue, paStatus, NumRegs) == 0 ? 0 : -1;
-}
-
 int RV_WriteReg(uint32_t RegId, uint32_t Size, const uint64_t* pValue) {
-    uint8_t Status = 1;
-    if (!pValue || Size < 8 || RegId == RV_REG_ZERO) return -1;
-    return BRYLLOARM_WriteRegs(&RegId, pValue, &Status, 1) == 0 && Status == 0 ? 0 : -1;
-}
-
-int RV_ReadCPReg(const char* sName, uint32_t Size, uint64_t* pValue) {
-    return sName && pValue && Size >= 8 ? BRYLLOARM_ReadCPReg(sName, pValue) : -1;
-}
-
-int RV_WriteCPReg(const char* sName, uint32_t Size, const uint64_t* pValue) {
-    return sName && pValue && Size >= 8 ? BRYLLOARM_WriteCPReg(sName, *pValue) : -1;
+    return RegId == RV_REG_ZERO ? -1 : COREREGS_Write(RegId, Size, pValue);
 }
 
 uint32_t RV_GetRegIdOfIndex(uint32_t RegIdx) {
@@ -101,7 +68,7 @@ int RV_SetResetState() {
     const CORE_DEBUGGER_API& Debugger = RV_GetDebugger();
     uint64_t aRange[3];
     if (!Debugger.pfGetProgramRange || Debugger.pfGetProgramRange(aRange) != 0 || aRange[2] > 0xFFFFFFFFu) return -1;
-    return RV_WriteTargetReg(RV_REG_PC, static_cast<uint32_t>(aRange[2]) & ~1u); // the start-up code sets SP itself
+    return COREREGS_WriteWord(RV_REG_PC, static_cast<uint32_t>(aRange[2]) & ~1u); // the start-up code sets SP itself
 }
 
 int RV_InitSemihosting(const char*) {
@@ -118,8 +85,8 @@ int RV_HandleSemihosting(uint64_t Addr, uint32_t* pOpCode, uint64_t* pParam) {
     uint32_t Param = 0;
     if (!pOpCode || !pParam || Addr < 4 || Addr > 0xFFFFFFF8u || !IsRequest(static_cast<uint32_t>(Addr))) return CORE_SEMIHOST_NO;
     // A breakpoint may have been reported for a request that was served there; the PC has gone on since.
-    if (RV_ReadTargetReg(RV_REG_PC, &PC) != 0 || PC != Addr) return CORE_SEMIHOST_NO;
-    if (RV_ReadTargetReg(RV_REG_A0, &Op) != 0 || RV_ReadTargetReg(RV_REG_A1, &Param) != 0) return CORE_SEMIHOST_NO;
+    if (COREREGS_ReadWord(RV_REG_PC, &PC) != 0 || PC != Addr) return CORE_SEMIHOST_NO;
+    if (COREREGS_ReadWord(RV_REG_A0, &Op) != 0 || COREREGS_ReadWord(RV_REG_A1, &Param) != 0) return CORE_SEMIHOST_NO;
     *pOpCode = Op;
     *pParam = Param;
     return CORE_SEMIHOST_SERVE;
@@ -127,9 +94,9 @@ int RV_HandleSemihosting(uint64_t Addr, uint32_t* pOpCode, uint64_t* pParam) {
 
 int RV_FinishSemihosting(int64_t Result, int64_t) {
     uint32_t PC = 0;
-    if (RV_WriteTargetReg(RV_REG_A0, static_cast<uint32_t>(Result)) != 0 || RV_ReadTargetReg(RV_REG_PC, &PC) != 0) return -1;
+    if (COREREGS_WriteWord(RV_REG_A0, static_cast<uint32_t>(Result)) != 0 || COREREGS_ReadWord(RV_REG_PC, &PC) != 0) return -1;
     // The user may have moved the PC while the request waited for input.
-    return PC >= 4 && IsRequest(PC) ? RV_WriteTargetReg(RV_REG_PC, PC + 4) : 0;
+    return PC >= 4 && IsRequest(PC) ? COREREGS_WriteWord(RV_REG_PC, PC + 4) : 0;
 }
 
 int RV_GetUnwindRules(const CORE_REG_SET* pRegSet, CORE_UNWIND_REQUEST* pRequest) {
