@@ -23,7 +23,6 @@ const CORE_DEBUGGER_API& RV_GetDebugger();
 /// Bytes of program or target through the debugger; 0 or -1.
 int RV_ReadMem(uint32_t Addr, uint32_t Size, void* pBuffer);
 int RV_ReadU32(uint32_t Addr, uint32_t* pValue); ///< a word of data or of code
-/// One register of the target; 0 or -1.
 
 /// One instruction in memory: its bits, and 2 or 4 bytes as they say.
 struct RV_INST {
