@@ -174,7 +174,7 @@ void tst_bryllosettings::Commands()
     CBrylloSettingsDialog Dialog;
     Dialog.SetStateText(StateText);
     QCOMPARE(Dialog.GetCommands(), Expected);
-    const bool Complains = Rig.Console.join('\n').contains("in function BrylloSettingsDialog::GetTargetDeviceSettings: "
+    const bool Complains = Rig.Console.join('\n').contains("In function BrylloSettingsDialog::GetTargetDeviceSettings: "
                                                            "invalid device name");
     QCOMPARE(Complains, !Expected[0].startsWith("Project.SetDevice"));
     // What the dialog hands to the device is what the commands say.
