@@ -134,7 +134,7 @@ void Run(const std::string& sText, std::size_t HeapSize)
     void* pHeap = std::calloc(1, HeapSize);
     s_pCtx = Script::Create(pHeap, HeapSize, sText.c_str());
     if (s_pCtx) {
-        s_Budget = 20000;
+        s_Budget = 5000;
         s_Nesting = 0;
         s_pCtx->OnStatement = [](SCRIPT_CTX* p) {
             if (--s_Budget <= 0) {

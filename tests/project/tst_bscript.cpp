@@ -17,6 +17,7 @@ private slots:
     void LoadErrors();
     void RunResults();
     void EventErrorShutsScriptDown();
+    void NestedErrorEndsOuterRun();
     void NestingLimit();
     void CloseWithinCall();
     void EndlessLoopEnds();
@@ -173,6 +174,29 @@ void tst_bscript::EventErrorShutsScriptDown()
     QCOMPARE(BScript::RunEvent(EVENT_ON_PROJECT_LOAD), -4);
     QCOMPARE(BScript::LoadText("void OnProjectLoad (void) { }"), 0); // until the next load
     QVERIFY(BScript::HasEvent(EVENT_ON_PROJECT_LOAD));
+}
+
+// An event that fails within the wait of a call ends the function that waits, too; a call with arguments doesn't.
+void tst_bscript::NestedErrorEndsOuterRun()
+{
+    CProjectRig Rig;
+    const QString sScript = "void AfterTargetHalt (void) {\n  Bad;\n}\nint D(int a) { return 1 / a; }\n"
+                            "void TargetReset (void) { Util.Log(\"a\"); Util.Log(\"b\"); }";
+    QCOMPARE(BScript::LoadText(sScript), 0);
+    Rig.OnOther = [](int) { QCOMPARE(BScript::RunEvent(EVENT_AFTER_TARGET_HALT), -4); };
+    QCOMPARE(BScript::RunEvent(EVENT_TARGET_RESET), -4);
+    QCOMPARE(Rig.Calls, QStringList{"Util.Log(a)"});
+    QCOMPARE(BScript::GetErrorText(), QString("syntax error at line 2"));
+    QVERIFY(!BScript::HasEvent(EVENT_TARGET_RESET));
+    QCOMPARE(BScript::LoadText(sScript), 0);
+    Rig.Calls.clear();
+    Rig.OnOther = [](int) {
+        const I64 Zero = 0;
+        QCOMPARE(BScript::RunFunction("D", -1, 1, &Zero, nullptr), -4);
+    };
+    QCOMPARE(BScript::RunEvent(EVENT_TARGET_RESET), 0);
+    QCOMPARE(Rig.Calls, (QStringList{"Util.Log(a)", "Util.Log(b)"}));
+    QVERIFY(BScript::HasEvent(EVENT_TARGET_RESET));
 }
 
 void tst_bscript::NestingLimit()

@@ -20,6 +20,7 @@
 #include <QDir>
 #include <QRegularExpression>
 #include <QThread>
+#include <QTimer>
 #include <cstdio>
 
 namespace {
@@ -27,6 +28,7 @@ namespace {
 /// Longest time that a line may take to settle. A target that runs is settled; what is waited for are jobs, updates and
 /// steps under way, so a line that isn't settled by then is not going to be.
 constexpr int SETTLE_MS = 20'000;
+constexpr int RETRY_MS = 10; ///< until the start is looked at again
 constexpr int DISPLAY_DELAY_MS = 250; ///< longest timer of a display that gathers changes
 
 /// A dialog, menu or list on the screen by its title; null if there is none.
@@ -161,6 +163,12 @@ void CBatchRunner::Settle()
 
 void CBatchRunner::Run()
 {
+    // What delivers this may be the loop within a script function that the start runs; waited for from in there, it
+    // would never end.
+    if (BScript::IsRunning()) {
+        QTimer::singleShot(RETRY_MS, this, &CBatchRunner::Run);
+        return;
+    }
     Settle();
     m_NumErrorsTold = GetErrorCount(); // those of the start were told as they came
     for (int i = 0; i < m_Lines.size() && !m_Quit; i++) {

@@ -81,6 +81,7 @@ void WireScript()
     Hooks.RunEnded = [] {
         if (s_IsShown) CStatusBar::Get().EndProgress();
         s_IsShown = false;
+        OnSourcePathsSettled();
     };
     Hooks.GetEventBody = [](int EventId) { return Core_GetEventBody(U32(EventId)); };
     BScript::SetHooks(Hooks);

@@ -13,6 +13,7 @@
 #include "app/shell/mainwindow.h"
 #include "app/shell/pluginfiledialog.h"
 #include "app/shell/sourcelines.h"
+#include "app/shell/sourcestats.h"
 #include "app/shell/wiring.h"
 #include "core/cache/core.h"
 #include "core/host/corecalls.h"
@@ -148,6 +149,7 @@ void WireProject(CMainWindow& Main)
     Hooks.GetDeviceParamText = [](int Id) { return CDeviceTarget::Get().Config.GetString(U32(Id)); };
     Hooks.PathsChanged = [&Main] {
         CSourceLines::Get().Clear();
+        OnSourcePathsChanged();
         Main.GetSessionWindows().pSource->ReopenResolvedDocuments();
     };
     Hooks.RegisterFilesChanged = [&Main](const QStringList& Files) { OnRegisterFilesChanged(Files, Main); };

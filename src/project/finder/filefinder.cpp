@@ -1,4 +1,5 @@
-// The finder's lists, variables and the mapping of paths; the searches stand in filefinder_search.cpp.
+// The finder's lists, variables and the mapping of paths; the resolution stands in filefinder_resolve.cpp
+// and its searches in filefinder_search.cpp.
 #include "project/finder/filefinder.h"
 
 #include "app/services/appdirs.h"

@@ -125,8 +125,9 @@ int RegisterFunction(SCRIPT_CTX* pCtx, const char* sPrototype, SCRIPT_HOST_FUNC 
 /// an error in a body (brace count, comment) gives 0 with Error set.
 int Parse(SCRIPT_CTX* pCtx);
 
-/// Runs a function without arguments. -2: no function of that name; 0; -1 on an error, which stays set.
-int CallByName(SCRIPT_CTX* pCtx, const char* sName);
+/// Runs a function without arguments. -2: no function of that name; 0; -1 on an error, which stays set:
+/// called from a host function, it also ends the run that this one stands in. *pResult as below.
+int CallByName(SCRIPT_CTX* pCtx, const char* sName, I64* pResult = nullptr);
 /// Runs a function with up to 8 integers; missing ones are 0. The same results, but a failed run
 /// clears the error. *pResult (may be null) gets the function's value; -1 for one without a return.
 int CallByName(SCRIPT_CTX* pCtx, const char* sName, int NumArgs, const I64* aArgs, I64* pResult);

@@ -84,7 +84,9 @@ int SkipArgument(SCRIPT_CTX* pCtx); ///< to the "," or ")" that ends the argumen
 // --- Symbols
 SCRIPT_SYM* Lookup(SCRIPT_CTX* pCtx, const WORD& Word);
 void InitSym(SCRIPT_SYM* pSym, int Kind, const char* sName, U32 NameLen);
+void AppendGlobal(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym);
 void AppendLocal(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym);
+int AttachAttribute(SCRIPT_CTX* pCtx, SCRIPT_SYM* pSym, SCRIPT_SYM* pQualifier);
 int LoadBytes(SCRIPT_CTX* pCtx, const U8* pData, U64 Size, I64* pValue); ///< little-endian, zero-extended
 void StoreBytes(U8* pData, U64 Size, I64 Value);
 
