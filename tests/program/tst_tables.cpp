@@ -464,24 +464,30 @@ void tst_tables::addrIndex()
         U32 Addr;
     };
     QRandomGenerator Random(5);
+    auto IsBelow = [](const ROW& a, const ROW& b) { return a.Addr < b.Addr; };
     for (const U32 Blocks : {1u, 3u, 4000u}) {
-        std::vector<ROW> aRow;
+        // The second array lies partly elsewhere: each must be right where only the other has rows.
+        std::vector<ROW> aRow, aOther;
         for (int i = 0; i < 20000; i++) aRow.push_back({(Random.bounded(Blocks) << 20) + Random.bounded(i % 2 ? 0x100000 : 0x400)});
-        auto IsBelow = [](const ROW& a, const ROW& b) { return a.Addr < b.Addr; };
+        for (int i = 0; i < 5000; i++) aOther.push_back({((1 + Random.bounded(Blocks)) << 20) + Random.bounded(0x100000)});
         std::sort(aRow.begin(), aRow.end(), IsBelow);
-        CAddrIndex Index;
-        Index.Build(aRow.data(), aRow.size());
+        std::sort(aOther.begin(), aOther.end(), IsBelow);
+        CAddrIndex<2> Index;
+        Index.Build(aRow, aOther);
+        auto Compare = [&](const std::vector<ROW>& aIn, const ROW* pLower, const ROW* pUpper, U32 Addr) {
+            QCOMPARE(pLower - aIn.data(), std::lower_bound(aIn.begin(), aIn.end(), ROW{Addr}, IsBelow) - aIn.begin());
+            QCOMPARE(pUpper - aIn.data(), std::upper_bound(aIn.begin(), aIn.end(), ROW{Addr}, IsBelow) - aIn.begin());
+        };
         for (int i = 0; i < 20000; i++) {
             const U32 Addr = i % 3 ? aRow[Random.bounded(20000)].Addr + Random.bounded(3) - 1 : Random.generate();
-            QCOMPARE(Index.LowerBound(aRow.data(), aRow.size(), Addr) - aRow.data(),
-                     std::lower_bound(aRow.begin(), aRow.end(), ROW{Addr}, IsBelow) - aRow.begin());
-            QCOMPARE(Index.UpperBound(aRow.data(), aRow.size(), Addr) - aRow.data(),
-                     std::upper_bound(aRow.begin(), aRow.end(), ROW{Addr}, IsBelow) - aRow.begin());
+            Compare(aRow, Index.LowerBound<0>(aRow, Addr), Index.UpperBound<0>(aRow, Addr), Addr);
+            Compare(aOther, Index.LowerBound<1>(aOther, Addr), Index.UpperBound<1>(aOther, Addr), Addr);
         }
     }
-    CAddrIndex Empty;
-    Empty.Build(static_cast<const ROW*>(nullptr), 0);
-    QVERIFY(!Empty.LowerBound(static_cast<const ROW*>(nullptr), 0, 5));
+    CAddrIndex<1> Empty;
+    const std::vector<ROW> aNone;
+    Empty.Build(aNone);
+    QVERIFY(Empty.LowerBound<0>(aNone, 5) == aNone.data());
 }
 
 void tst_tables::threads()

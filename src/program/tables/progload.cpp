@@ -248,14 +248,14 @@ void ProgCleanMapping(PROG_TABLES& Tab)
     });
     for (PROG_MAP_ROW& Row : Tab.aMap) Row.Loc.File = apFile[Row.Loc.File]->Number;
     TidyRows(Tab);
-    Tab.MapIndex.Build(Tab.aMap.data(), Tab.aMap.size());
+    Tab.CodeIndex.Build(Tab.aMap, Tab.FunctionMap.Stretches());
 }
 
 void ProgSortMapping(PROG_TABLES& Tab)
 {
     TidyRows(Tab);
     Tab.aMap.shrink_to_fit();
-    Tab.MapIndex.Build(Tab.aMap.data(), Tab.aMap.size());
+    Tab.CodeIndex.Build(Tab.aMap, Tab.FunctionMap.Stretches());
 }
 
 void ProgLoadFileTree(PROG_TABLES& Tab)
