@@ -54,6 +54,8 @@ private slots:
     void fallback();
     void inlines();
     void names();
+    void functionAtZero_data();
+    void functionAtZero();
     void locationText();
     void files();
     void lineAnalysis();
@@ -274,6 +276,53 @@ void tst_tables::names()
         QVERIFY(PROG_FindSymbols("this", false, true, false, false, false).isEmpty());
         QVERIFY(PROG_FindSymbols("k", false, true, false, false, false).isEmpty());
     }
+}
+
+void tst_tables::functionAtZero_data()
+{
+    QTest::addColumn<QStringList>("Options");
+    QTest::newRow("ARM, version 4") << QStringList{"-mcpu=arm7tdmi", "-marm", "-gdwarf-4"};
+    QTest::newRow("ARM, version 5") << QStringList{"-mcpu=arm7tdmi", "-marm", "-gdwarf-5"};
+    QTest::newRow("Thumb") << QStringList{"-mcpu=cortex-m4", "-mthumb", "-gdwarf-5"};
+}
+
+void tst_tables::functionAtZero()
+{
+    // Boot code at address 0, where the linker has left the debug information of functions that it has dropped too.
+    QFETCH(QStringList, Options);
+    const QString sElf = CTestBuild::Dir() + "/zero.elf", sTwin = CTestBuild::Dir() + "/zerotwin.elf";
+    for (const QString& sOut : {sElf, sTwin}) {
+        CTestBuild::Run("arm-none-eabi-gcc", Options + QStringList{sOut == sElf ? "-DDROPPED" : "-DNONE", "-O1", "-nostdlib", "-ffreestanding", "-ffunction-sections",
+                                                                   "-Wl,--gc-sections", "-Wl,--section-start=.boot=0", "-Wl,-Ttext=0x100", "-Wl,-eboot", "-o", sOut,
+                                                                   VANTREL_SOURCE_DIR "/tests/program/programs/zero.c"});
+    }
+    QCOMPARE(PROG_Load(sElf), 0);
+    const ELF_SYM_HANDLE hBoot = Function("boot");
+    QVERIFY(hBoot && !Function("dropped_small") && !Function("dropped_large"));
+    const CAddrRange Range = PROG_GetSymRange(hBoot);
+    QCOMPARE(Range.Start, 0u);
+    QVERIFY(Range.Size > 8);
+    QStringList asCommand;
+    const U32 Step = Options.contains("-marm") ? 4 : 2;
+    for (U32 Addr = Step; Addr < Range.End(); Addr += Step) asCommand << QString("info line *%1").arg(Addr);
+    // gdb answers for a program of the same code without the dropped functions, which it takes for real.
+    const QList<QByteArray> asLine = CTestBuild::Gdb(sTwin, asCommand);
+    QCOMPARE(asLine.size(), asCommand.size());
+    static const QRegularExpression Line("Line (\\d+) of");
+    for (U32 Addr = Step; Addr < Range.End(); Addr += Step) {
+        QCOMPARE(PROG_GetFunctionAt(Addr, 1), hBoot);
+        // gdb takes the last row of an address, which may be that of another line: its line has to be among ours.
+        const U32 Theirs = Line.match(asLine[int(Addr / Step) - 1]).captured(1).toUInt();
+        QList<U32> aOurs;
+        for (const CSrcLoc& Loc : PROG_GetSrcLocs(Addr)) aOurs.append(Loc.Line);
+        QVERIFY2(aOurs.contains(Theirs), (asLine[int(Addr / Step) - 1] + QByteArray::number(aOurs.value(0))).constData());
+    }
+    // The expansion in it counts, those in the dropped functions don't.
+    const ELF_SYM_LIST ahScale = PROG_FindSymbols("scale", true, false, false, false, false);
+    QCOMPARE(std::count_if(ahScale.begin(), ahScale.end(), [](ELF_SYM_HANDLE h) { return !PROG_GetSymRange(h).IsEmpty(); }), 1);
+    // The frame is that of the code, which pushes four registers first (the dropped ones push none or take 128 bytes).
+    QCOMPARE(ELF_GetCfa(0).aPart[0].Offset, 0);
+    QCOMPARE(ELF_GetCfa(Step).aPart[0].Offset, 16);
 }
 
 void tst_tables::locationText()

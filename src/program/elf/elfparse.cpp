@@ -98,7 +98,8 @@ bool ELF_FILE::ParseDebugInfo(ELF_PROGRESS* pProgress)
         aMs[Step] += Now - Start;
         Start = Now;
     };
-    if (!Info.Init(Sec)) return false;
+    FindCodeAtZero();
+    if (!Info.Init(Sec, Zero)) return false;
     HasDebugInfo = true;
     CfaFactor = Image.FindSection(".note.iar") >= 0 ? 4 : 1;
     for (U32 i = 0; i < Info.NumBadUnits(); i++) ElfReport(ELF_ERR_COMP_UNIT, FLAGS_INTERNAL);
@@ -110,7 +111,7 @@ bool ELF_FILE::ParseDebugInfo(ELF_PROGRESS* pProgress)
     if (pProgress && pProgress->Cancel) return true;
     Lap(STEP_MACROS); // read when first asked for
     const int EhFrame = Image.FindSection(".eh_frame");
-    if (!Adapter.Init(Sec, EhFrame >= 0 ? Image.Sections()[static_cast<size_t>(EhFrame)].Addr : 0)) {
+    if (!Adapter.Init(Sec, EhFrame >= 0 ? Image.Sections()[static_cast<size_t>(EhFrame)].Addr : 0, Zero)) {
         ElfReport(ELF_ERR_CALL_FRAMES, FLAGS_INTERNAL);
     }
     Lap(STEP_FRAMES);

@@ -99,7 +99,7 @@ void ProgLoadFunctions(PROG_TABLES& Tab)
         const char First = *ELF_GetSymbolName(Tab.hFile, ELF_GetSymId(Row.hSym));
         if (First != '?' && First != '$') aBest.push_back({ProgSymRange(Tab, Row.hSym), Row.hSym, false});
     }
-    auto IsEmpty = [](const BEST& Best) { return Best.Range.Start == 0 || Best.Range.Size == 0; };
+    auto IsEmpty = [](const BEST& Best) { return Best.Range.Size == 0 || (Best.Range.Start == 0 && !ELF_IsFunctionAtZero(Best.hSym)); };
     auto IsBefore = [](const BEST& a, const BEST& b) { return a.Range.Start < b.Range.Start; };
     std::erase_if(aBest, IsEmpty);
     std::stable_sort(aBest.begin(), aBest.end(), [](const BEST& a, const BEST& b) {
