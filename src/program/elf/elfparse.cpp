@@ -22,13 +22,18 @@ U64 NowMs()
 /// The steps whose times are logged, in the order of the log.
 enum STEP { STEP_TYPES, STEP_INFO, STEP_FILES, STEP_LINES, STEP_MACROS, STEP_FRAMES, STEP_NAMES, NUM_STEPS };
 
+/// Languages that are younger than the library's list.
+constexpr U32 LANG_CPP_17 = 0x2B, LANG_CPP_20 = 0x2C;
+
 ELF_SRC_LANG LangOf(const CDwarfInfo& Info, const DWARF_UNIT& Unit)
 {
     switch (Unit.Lang) {
     case DW_LANG_C_plus_plus:
     case DW_LANG_C_plus_plus_03:
     case DW_LANG_C_plus_plus_11:
-    case DW_LANG_C_plus_plus_14: return ELF_SRC_LANG_CPP;
+    case DW_LANG_C_plus_plus_14:
+    case LANG_CPP_17:
+    case LANG_CPP_20: return ELF_SRC_LANG_CPP;
     case 0: break;
     default: return ELF_SRC_LANG_C;
     }
@@ -231,6 +236,7 @@ void ELF_FILE::ReadLineTables(ELF_PROGRESS* pProgress)
     for (const DWARF_LINE_TABLE& Table : aTable) NumRows += Table.aRow.size();
     aLine.reserve(NumRows);
     for (size_t i = 0; i < aTable.size(); i++) {
+        if (!aTable[i].HasFiles) ElfReport(ELF_ERR_SRC_FILES, FLAGS_INTERNAL);
         if (!aGood[i]) ElfReport(ELF_ERR_SRC_LINES, FLAGS_INTERNAL);
         ELF_CU_FILES& Files = CuFiles[apLineUnit[i]->StmtList];
         Files.FileBase = aTable[i].FileBase;

@@ -193,6 +193,10 @@ U64 CCallStack::GetLocationPC(const CCallFrame& Frame) const {
     return Callee.ReturnAddrStatus == FRAME_VALUE_VALID && PC < Callee.ReturnAddr ? Callee.ReturnAddr - 1 : PC;
 }
 
+/// Callers that are asked for what they have passed, each of which may have got it from its own caller.
+static constexpr int MAX_PASSED_ON = 32;
+static thread_local int s_NumPassedOn = 0;
+
 bool CCallStack::_ReadPassed(const CCallFrame& Frame, U32 Reg, ELF_SYM_LOC_PART* pOut, bool* pIsKnown) const {
     *pIsKnown = false;
     const CCallFrame* pCallee = &Frame;
@@ -205,7 +209,10 @@ bool CCallStack::_ReadPassed(const CCallFrame& Frame, U32 Reg, ELF_SYM_LOC_PART*
     const ELF_SYM_HANDLE hCaller = PROG_GetFunctionAt(static_cast<U32>(GetPC(Caller)), 1);
     ELF_SYM_LOC Loc;
     if (!ELF_FindCallValue(hCaller, hCallee, static_cast<U32>(pCallee->ReturnAddr), Reg, &Loc)) return false;
-    const ELF_SYM_LOC Value = Loc.NumParts ? ResolveLocation(Caller, Loc) : Loc;
+    if (Loc.NumParts == 0 || s_NumPassedOn >= MAX_PASSED_ON) return true;
+    s_NumPassedOn++;
+    const ELF_SYM_LOC Value = ResolveLocation(Caller, Loc);
+    s_NumPassedOn--;
     if (Value.NumParts == 1 && Value.aPart[0].Type == ELF_LOC_CONST) {
         *pOut = Value.aPart[0];
         *pIsKnown = true;
