@@ -86,6 +86,7 @@ void FillLengths(CSymbol& Symbol, U32 PC)
 {
     const EVAL_HOOKS& Hooks = EVAL_GetHooks();
     if (Symbol.Dims.isEmpty() || !Hooks.ResolveLoc || !Hooks.ReadLoc) return;
+    bool HasChanged = false;
     for (qsizetype i = 0; i < Symbol.Dims.size(); i++) {
         I64 Add = 0;
         U8 ab[4] = {};
@@ -100,8 +101,11 @@ void FillLengths(CSymbol& Symbol, U32 PC)
         }
         const I64 Length = I64(I32(Value)) + Add;
         // What was never set gives any number; no array of a function is that long.
-        if (Length >= 0 && Length <= MAX_RUNTIME_LENGTH) Symbol.Dims[i] = U32(Length);
+        if (Length < 0 || Length > MAX_RUNTIME_LENGTH) continue;
+        Symbol.Dims[i] = U32(Length);
+        HasChanged = true;
     }
+    if (!HasChanged) return;
     U64 Size = Symbol.ElemSize;
     for (const U32 Dim : std::as_const(Symbol.Dims)) Size = std::min<U64>(Size * Dim, 0xFFFFFFFFu);
     Symbol.ByteSize = U32(Size);
