@@ -32,9 +32,20 @@ struct GDB_FRAME {
     QStringList aSaved; ///< R4 to R11
 };
 
+/// A variable of a frame as GDB shows it.
+struct GDB_LOCAL {
+    int Level;
+    U32 Line;
+    QString sName;
+    U32 Size;    ///< bytes; 0: Value is the address of an array
+    U64 Value;
+    int Length;  ///< of an array, else -1
+};
+
 struct STOP {
     QList<U32> aLive; ///< R0 to R12, SP, LR, PC, XPSR
     QList<GDB_FRAME> aFrame;
+    QList<GDB_LOCAL> aLocal;
     QByteArray aRam;
 };
 
@@ -58,6 +69,10 @@ QList<STOP> RunGdb(const QString& sElf) {
             for (const QString& s : aWord.mid(1)) aStop.last().aLive << s.toUInt(nullptr, 16);
         } else if (aWord[0] == "FRAME" && !aStop.isEmpty()) {
             aStop.last().aFrame << GDB_FRAME{aWord[2].toInt(), aWord[3], aWord[4].toUInt(nullptr, 16), aWord.mid(5)};
+        } else if (aWord[0] == "LOCAL" && !aStop.isEmpty()) {
+            aStop.last().aLocal << GDB_LOCAL{aWord[1].toInt(), aWord[2].toUInt(), aWord[3], aWord[4].toUInt(), aWord[5].toULongLong(nullptr, 16), -1};
+        } else if (aWord[0] == "LENGTH" && !aStop.isEmpty()) {
+            aStop.last().aLocal.last().Length = aWord[4].toInt();
         }
     }
     for (int i = 0; i < aStop.size(); i++) {
@@ -123,6 +138,56 @@ class tst_core_unwind : public QObject {
         CCallStack::GetInstance().Unwind();
         for (int i = 0; i < 10000 && Spy.isEmpty(); i++) QCoreApplication::processEvents();
         QCOMPARE(Spy.size(), 1);
+    }
+
+    ELF_SYM_HANDLE FindLocal(const GDB_LOCAL& Local) {
+        const CCallFrame& Frame = CCallStack::GetInstance().GetFrame(Local.Level);
+        for (U32 i = 0; i < ELF_GetSymLocalCount(Frame.hFunc); i++) {
+            const ELF_SYM_HANDLE h = ELF_GetSymLocal(Frame.hFunc, i);
+            if (Local.sName == ELF_GetSymName(h) && PROG_GetSymSrcLoc(h).Line == Local.Line) return h;
+        }
+        return 0;
+    }
+
+    /// The value of a variable in a frame, or the address of an array.
+    bool ReadLocal(const GDB_LOCAL& Local, U64* pValue) {
+        const CCallStack& Stack = CCallStack::GetInstance();
+        const CCallFrame& Frame = Stack.GetFrame(Local.Level);
+        const ELF_SYM_LOC Loc = Stack.ResolveLocation(Frame, PROG_GetSymLoc(FindLocal(Local), static_cast<U32>(Stack.GetLocationPC(Frame))));
+        *pValue = 0;
+        U32 Pos = 0;
+        for (U32 i = 0; i < Loc.NumParts; i++) {
+            const ELF_SYM_LOC_PART& Part = Loc.aPart[i];
+            const U32 Size = Part.Size ? Part.Size : Local.Size;
+            U64 Value = Part.Type == ELF_LOC_CONST ? Part.Value : 0;
+            if (Local.Size == 0) return *pValue = Part.Addr, Part.Type == ELF_LOC_MEM_FIXED;
+            if (Part.Type == ELF_LOC_REG || Part.Type == ELF_LOC_REG_OFFSET) Value = GetFakeProbe().aReg[Part.Reg] + U64(I64(Part.Offset));
+            else if (Part.Type == ELF_LOC_MEM_FIXED || Part.Type == ELF_LOC_MEM_ADDR_OFFSET) {
+                if (ReadRam(Part.Addr, Size, &Value) != 0) return false;
+                Value += U64(I64(Part.Offset));
+            } else if (Part.Type != ELF_LOC_CONST) return false;
+            if (Pos + Size > 8) return false;
+            *pValue |= (Size < 8 ? Value & ((U64(1) << 8 * Size) - 1) : Value) << 8 * Pos;
+            Pos += Size;
+        }
+        return Loc.NumParts > 0 && Pos >= Local.Size;
+    }
+
+    /// Compares the length of an array that is only known at run time. 1 if it was compared.
+    int IsLength(const GDB_LOCAL& Local, const QByteArray& Context) {
+        const CCallStack& Stack = CCallStack::GetInstance();
+        const CCallFrame& Frame = Stack.GetFrame(Local.Level);
+        const ELF_SYM_HANDLE h = FindLocal(Local);
+        GDB_LOCAL Bound = Local;
+        Bound.Size = 4;
+        I64 Add = 0;
+        const ELF_SYM_LOC Loc = Stack.ResolveLocation(Frame, ELF_GetArrayBoundLoc(h, 0, static_cast<U32>(Stack.GetLocationPC(Frame)), &Add));
+        if (Loc.NumParts != 1) return 0;
+        U32 Value = U32(Loc.aPart[0].Value);
+        if (Loc.aPart[0].Type == ELF_LOC_MEM_FIXED && ReadRam(Loc.aPart[0].Addr, 4, &Value) != 0) return 0;
+        if (Loc.aPart[0].Type == ELF_LOC_REG) Value = U32(GetFakeProbe().aReg[Loc.aPart[0].Reg]);
+        if (int(Value) + int(Add) != Local.Length) QTest::qFail(Context + "length " + QByteArray::number(int(Value) + int(Add)), __FILE__, __LINE__);
+        return 1;
     }
 
     QString GetName(const CCallFrame& Frame) { return PROG_GetSymName(Frame.hFunc, PROG_NAME_PLAIN); }
@@ -253,6 +318,43 @@ private slots:
         }
         QVERIFY(NumChecked >= 8);
         QCOMPARE(Stack.EvalFrame(Stack.GetSelectedFrame()), 1);
+    }
+
+    /// Values of variables in all frames, wherever the compiler has put them or whatever it computes them from.
+    void Locals_data() {
+        QTest::addColumn<QString>("Elf");
+        for (const char* sElf : {"locals_gcc_o0_2", "locals_gcc_o0_5", "locals_gcc_o1_4", "locals_gcc_o2_5", "locals_clang_o0_4", "locals_clang_o1_5", "locals_clang_o2_5"})
+            QTest::newRow(sElf) << sElf;
+    }
+
+    void Locals() {
+        QFETCH(QString, Elf);
+        m_IsAsync = false;
+        QCOMPARE(PROG_Load(GetElf(Elf)), 0);
+        Core::ClearCache();
+        QVERIFY(Core::AnalyzeProgram() > 100);
+        const QList<STOP> aStop = RunGdb(GetElf(Elf));
+        QCOMPARE(aStop.size(), NUM_STOPS);
+        int NumChecked = 0, NumLengths = 0;
+        for (const STOP& Stop : aStop) {
+            TakeStop(Stop);
+            Unwind();
+            for (const GDB_LOCAL& Local : Stop.aLocal) {
+                if (Local.Level >= CCallStack::GetInstance().GetFrameCount()) continue;
+                U64 Value = 0;
+                const QByteArray Context = QStringLiteral("%1 %2 line %3: ").arg(Local.Level).arg(Local.sName).arg(Local.Line).toUtf8();
+                if (Local.Length >= 0) NumLengths += IsLength(Local, Context);
+                if (!ReadLocal(Local, &Value)) {
+                    QVERIFY2(Local.sName == "big", Context + "unknown"); // clang keeps only half of it
+                    continue;
+                }
+                NumChecked++;
+                QVERIFY2(Value == Local.Value, Context + QByteArray::number(qulonglong(Value), 16) + " / " + QByteArray::number(qulonglong(Local.Value), 16));
+            }
+        }
+        QVERIFY2(NumChecked > 30, qPrintable(QString::number(NumChecked)));
+        // Where this one stops, its arrays have no place any more.
+        QVERIFY(NumLengths > 0 || Elf == "locals_clang_o0_4");
     }
 
     void ExceptionNames() {

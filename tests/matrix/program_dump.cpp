@@ -14,6 +14,7 @@
 //   local   offset of the function, DIE offset, name, size, low, high, location
 #include "program/eval/evalhooks.h"
 #include "program/eval/expression.h"
+#include "program/symbols/locexpr.h"
 #include "program/tables/prog.h"
 
 #include <QByteArrayList>
@@ -69,7 +70,9 @@ QByteArray Location(const ELF_SYM_LOC& Loc)
     for (U32 i = 0; i < Loc.NumParts; i++) {
         const ELF_SYM_LOC_PART& P = Loc.aPart[i];
         QByteArray s;
-        if (P.Type == ELF_LOC_ENTRY_VALUE || P.Type == ELF_LOC_COMPUTED)
+        if (ELF_IsExpression(Loc))
+            s = "expression";
+        else if (P.Type == ELF_LOC_ENTRY_VALUE || P.Type == ELF_LOC_COMPUTED)
             s = (P.Type == ELF_LOC_COMPUTED ? "value " : "entry ") + Part(P.NestedType, P.NestedAddr, P.NestedReg, P.NestedOffset, P.Value);
         else if (P.Type == ELF_LOC_MEM_REG_OFFSET)
             s = Part(P.Type, P.Addr, P.NestedReg, P.NestedOffset, P.Value);

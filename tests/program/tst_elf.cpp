@@ -1,6 +1,7 @@
 // The ELF layer against readelf, and against files that are not what they should be.
 #include "program/elf/elf.h"
 #include "program/symbols/elfsym.h"
+#include "program/symbols/locexpr.h"
 #include "testbuild.h"
 
 #include <QFile>
@@ -42,6 +43,25 @@ ELF_HANDLE Open(const QString& sPath, bool Debug = true)
     return ELF_Open(sPath.toUtf8().constData(), Debug);
 }
 
+/// A frame that has an answer to everything.
+class CAnyFrame : public CLocFrame {
+    static bool Any(U64 Seed, U64* pValue) { return *pValue = Seed * 0x9E3779B97F4A7C15ull, true; }
+    bool ReadReg(U32 Reg, U64* p) override { return Any(Reg, p); }
+    bool ReadMem(U32 Addr, U32, U64* p) override { return Any(Addr, p); }
+    bool GetFrameBase(U64* p) override { return Any(5, p); }
+    bool GetCfa(U64* p) override { return Any(6, p); }
+    bool ReadEntryReg(U32 Reg, U64* p) override { return Any(Reg + 7, p); }
+};
+
+void TouchLocation(const ELF_SYM_LOC& Loc)
+{
+    CAnyFrame Frame;
+    const ELF_SYM_LOC Value = ELF_EvalExpression(Loc, Frame);
+    ELF_GetLocText(Loc, 0);
+    ELF_LocIsValid(Loc);
+    ELF_GetLocText(Value, 1);
+}
+
 /// Asks everything there is to ask about a symbol; the answers only have to come.
 void TouchSymbol(ELF_SYM_HANDLE h, int Depth)
 {
@@ -59,9 +79,12 @@ void TouchSymbol(ELF_SYM_HANDLE h, int Depth)
     ELF_ARRAY_INFO Info;
     ELF_GetArrayInfo(h, &Info);
     for (const U32 PC : {0u, Low, Low + 8}) {
-        const ELF_SYM_LOC Loc = ELF_GetSymLoc(h, PC);
-        ELF_GetLocText(Loc, 0);
-        ELF_LocIsValid(Loc);
+        TouchLocation(ELF_GetSymLoc(h, PC));
+        ELF_SYM_LOC Passed;
+        I64 Add;
+        TouchLocation(ELF_GetArrayBoundLoc(h, 0, PC, &Add));
+        ELF_FindCallValue(h, h, PC, PC & 15, &Passed);
+        TouchLocation(Passed);
     }
     for (U32 i = 0; i < ELF_GetSymRangeCount(h) && i < 20; i++) ELF_GetSymRangeHigh(h, i);
     if (Depth <= 0) return;

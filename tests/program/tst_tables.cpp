@@ -54,6 +54,8 @@ private slots:
     void fallback();
     void inlines();
     void names();
+    void functionAtZero_data();
+    void functionAtZero();
     void locationText();
     void files();
     void lineAnalysis();
@@ -276,6 +278,53 @@ void tst_tables::names()
     }
 }
 
+void tst_tables::functionAtZero_data()
+{
+    QTest::addColumn<QStringList>("Options");
+    QTest::newRow("ARM, version 4") << QStringList{"-mcpu=arm7tdmi", "-marm", "-gdwarf-4"};
+    QTest::newRow("ARM, version 5") << QStringList{"-mcpu=arm7tdmi", "-marm", "-gdwarf-5"};
+    QTest::newRow("Thumb") << QStringList{"-mcpu=cortex-m4", "-mthumb", "-gdwarf-5"};
+}
+
+void tst_tables::functionAtZero()
+{
+    // Boot code at address 0, where the linker has left the debug information of functions that it has dropped too.
+    QFETCH(QStringList, Options);
+    const QString sElf = CTestBuild::Dir() + "/zero.elf", sTwin = CTestBuild::Dir() + "/zerotwin.elf";
+    for (const QString& sOut : {sElf, sTwin}) {
+        CTestBuild::Run("arm-none-eabi-gcc", Options + QStringList{sOut == sElf ? "-DDROPPED" : "-DNONE", "-O1", "-nostdlib", "-ffreestanding", "-ffunction-sections",
+                                                                   "-Wl,--gc-sections", "-Wl,--section-start=.boot=0", "-Wl,-Ttext=0x100", "-Wl,-eboot", "-o", sOut,
+                                                                   VANTREL_SOURCE_DIR "/tests/program/programs/zero.c"});
+    }
+    QCOMPARE(PROG_Load(sElf), 0);
+    const ELF_SYM_HANDLE hBoot = Function("boot");
+    QVERIFY(hBoot && !Function("dropped_small") && !Function("dropped_large"));
+    const CAddrRange Range = PROG_GetSymRange(hBoot);
+    QCOMPARE(Range.Start, 0u);
+    QVERIFY(Range.Size > 8);
+    QStringList asCommand;
+    const U32 Step = Options.contains("-marm") ? 4 : 2;
+    for (U32 Addr = Step; Addr < Range.End(); Addr += Step) asCommand << QString("info line *%1").arg(Addr);
+    // gdb answers for a program of the same code without the dropped functions, which it takes for real.
+    const QList<QByteArray> asLine = CTestBuild::Gdb(sTwin, asCommand);
+    QCOMPARE(asLine.size(), asCommand.size());
+    static const QRegularExpression Line("Line (\\d+) of");
+    for (U32 Addr = Step; Addr < Range.End(); Addr += Step) {
+        QCOMPARE(PROG_GetFunctionAt(Addr, 1), hBoot);
+        // gdb takes the last row of an address, which may be that of another line: its line has to be among ours.
+        const U32 Theirs = Line.match(asLine[int(Addr / Step) - 1]).captured(1).toUInt();
+        QList<U32> aOurs;
+        for (const CSrcLoc& Loc : PROG_GetSrcLocs(Addr)) aOurs.append(Loc.Line);
+        QVERIFY2(aOurs.contains(Theirs), (asLine[int(Addr / Step) - 1] + QByteArray::number(aOurs.value(0))).constData());
+    }
+    // The expansion in it counts, those in the dropped functions don't.
+    const ELF_SYM_LIST ahScale = PROG_FindSymbols("scale", true, false, false, false, false);
+    QCOMPARE(std::count_if(ahScale.begin(), ahScale.end(), [](ELF_SYM_HANDLE h) { return !PROG_GetSymRange(h).IsEmpty(); }), 1);
+    // The frame is that of the code, which pushes four registers first (the dropped ones push none or take 128 bytes).
+    QCOMPARE(ELF_GetCfa(0).aPart[0].Offset, 0);
+    QCOMPARE(ELF_GetCfa(Step).aPart[0].Offset, 16);
+}
+
 void tst_tables::locationText()
 {
     QVERIFY(Load(0));
@@ -464,24 +513,30 @@ void tst_tables::addrIndex()
         U32 Addr;
     };
     QRandomGenerator Random(5);
+    auto IsBelow = [](const ROW& a, const ROW& b) { return a.Addr < b.Addr; };
     for (const U32 Blocks : {1u, 3u, 4000u}) {
-        std::vector<ROW> aRow;
+        // The second array lies partly elsewhere: each must be right where only the other has rows.
+        std::vector<ROW> aRow, aOther;
         for (int i = 0; i < 20000; i++) aRow.push_back({(Random.bounded(Blocks) << 20) + Random.bounded(i % 2 ? 0x100000 : 0x400)});
-        auto IsBelow = [](const ROW& a, const ROW& b) { return a.Addr < b.Addr; };
+        for (int i = 0; i < 5000; i++) aOther.push_back({((1 + Random.bounded(Blocks)) << 20) + Random.bounded(0x100000)});
         std::sort(aRow.begin(), aRow.end(), IsBelow);
-        CAddrIndex Index;
-        Index.Build(aRow.data(), aRow.size());
+        std::sort(aOther.begin(), aOther.end(), IsBelow);
+        CAddrIndex<2> Index;
+        Index.Build(aRow, aOther);
+        auto Compare = [&](const std::vector<ROW>& aIn, const ROW* pLower, const ROW* pUpper, U32 Addr) {
+            QCOMPARE(pLower - aIn.data(), std::lower_bound(aIn.begin(), aIn.end(), ROW{Addr}, IsBelow) - aIn.begin());
+            QCOMPARE(pUpper - aIn.data(), std::upper_bound(aIn.begin(), aIn.end(), ROW{Addr}, IsBelow) - aIn.begin());
+        };
         for (int i = 0; i < 20000; i++) {
             const U32 Addr = i % 3 ? aRow[Random.bounded(20000)].Addr + Random.bounded(3) - 1 : Random.generate();
-            QCOMPARE(Index.LowerBound(aRow.data(), aRow.size(), Addr) - aRow.data(),
-                     std::lower_bound(aRow.begin(), aRow.end(), ROW{Addr}, IsBelow) - aRow.begin());
-            QCOMPARE(Index.UpperBound(aRow.data(), aRow.size(), Addr) - aRow.data(),
-                     std::upper_bound(aRow.begin(), aRow.end(), ROW{Addr}, IsBelow) - aRow.begin());
+            Compare(aRow, Index.LowerBound<0>(aRow, Addr), Index.UpperBound<0>(aRow, Addr), Addr);
+            Compare(aOther, Index.LowerBound<1>(aOther, Addr), Index.UpperBound<1>(aOther, Addr), Addr);
         }
     }
-    CAddrIndex Empty;
-    Empty.Build(static_cast<const ROW*>(nullptr), 0);
-    QVERIFY(!Empty.LowerBound(static_cast<const ROW*>(nullptr), 0, 5));
+    CAddrIndex<1> Empty;
+    const std::vector<ROW> aNone;
+    Empty.Build(aNone);
+    QVERIFY(Empty.LowerBound<0>(aNone, 5) == aNone.data());
 }
 
 void tst_tables::threads()

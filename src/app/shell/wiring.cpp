@@ -134,6 +134,11 @@ void WireEvaluator()
         if (CDevice::Get().IsHalted() && Stack.IsPCValid(Frame)) return U32(Stack.GetPC(Frame));
         return CDevice::Get().IsHalted() ? CDevice::Get().GetPC() : ADDR_NONE;
     };
+    Hooks.GetLocationPC = [] {
+        const CCallStack& Stack = CCallStack::GetInstance();
+        const CCallFrame& Frame = Stack.GetFrame(std::max(Stack.GetSelectedFrame(), 0));
+        return CDevice::Get().IsHalted() && Stack.IsPCValid(Frame) ? U32(Stack.GetLocationPC(Frame)) : EVAL_GetHooks().GetFramePC();
+    };
     Hooks.ResolveLoc = [](const ELF_SYM_LOC& Loc) {
         const CCallStack& Stack = CCallStack::GetInstance();
         const CCallFrame& Frame = Stack.GetFrame(std::max(Stack.GetSelectedFrame(), 0));

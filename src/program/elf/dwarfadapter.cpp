@@ -122,7 +122,7 @@ struct CDwarfAdapter::IMPL {
 CDwarfAdapter::CDwarfAdapter() = default;
 CDwarfAdapter::~CDwarfAdapter() = default;
 
-bool CDwarfAdapter::Init(const DWARF_SECTIONS& Sections, U32 EhFrameAddr)
+bool CDwarfAdapter::Init(const DWARF_SECTIONS& Sections, U32 EhFrameAddr, const DWARF_ZERO& Zero)
 {
     if (!Sections.Frame.Size && !Sections.EhFrame.Size) return true;
     m_p = std::make_unique<IMPL>();
@@ -151,12 +151,24 @@ bool CDwarfAdapter::Init(const DWARF_SECTIONS& Sections, U32 EhFrameAddr)
     dwarf_set_frame_cfa_value(m_p->Dbg, DW_FRAME_CFA_COL3);
     const bool FrameGood = !Sections.Frame.Size || _LoadList(false);
     const bool EhGood = !Sections.EhFrame.Size || _LoadList(true);
-    m_aSorted.resize(m_aFde.size());
-    for (U32 i = 0; i < m_aSorted.size(); i++) m_aSorted[i] = i;
+    _SortFdes(Zero);
+    return FrameGood && EhGood;
+}
+
+void CDwarfAdapter::_SortFdes(const DWARF_ZERO& Zero)
+{
+    // Of the records at address 0 one at most is that of code there; the others would answer for whatever has none.
+    auto Mismatch = [&](const DWARF_FDE& Fde) { return Fde.High > Zero.End ? Fde.High - Zero.End : Zero.End - Fde.High; };
+    U32 BestAtZero = 0xFFFFFFFFu;
+    for (U32 i = 0; !Zero.asName.empty() && i < m_aFde.size(); i++) {
+        if (m_aFde[i].Low == 0 && (BestAtZero == 0xFFFFFFFFu || Mismatch(m_aFde[i]) < Mismatch(m_aFde[BestAtZero]))) BestAtZero = i;
+    }
+    for (U32 i = 0; i < m_aFde.size(); i++) {
+        if (m_aFde[i].Low != 0 || i == BestAtZero) m_aSorted.push_back(i);
+    }
     // Records of .debug_frame come first in m_aFde, and so for equal addresses here as well.
     std::stable_sort(m_aSorted.begin(), m_aSorted.end(),
                      [this](U32 a, U32 b) { return m_aFde[a].Low < m_aFde[b].Low; });
-    return FrameGood && EhGood;
 }
 
 bool CDwarfAdapter::_LoadList(bool EhFrame)

@@ -35,7 +35,7 @@ public:
     CDwarfAdapter& operator=(const CDwarfAdapter&) = delete;
 
     /// Loads the frame records. False when a section is there but can't be read.
-    bool Init(const DWARF_SECTIONS& Sections, U32 EhFrameAddr);
+    bool Init(const DWARF_SECTIONS& Sections, U32 EhFrameAddr, const DWARF_ZERO& Zero = {});
     /// Records of .debug_frame and then of .eh_frame, each in file order of the library.
     const std::vector<DWARF_FDE>& Fdes() const { return m_aFde; }
     U32 NumCies() const { return m_NumCies; }
@@ -53,6 +53,7 @@ private:
     bool _LoadList(bool EhFrame);
     std::unique_ptr<IMPL> m_p;
     std::vector<DWARF_FDE> m_aFde;
-    std::vector<U32> m_aSorted; ///< indices into m_aFde by low PC
+    void _SortFdes(const DWARF_ZERO& Zero);
+    std::vector<U32> m_aSorted; ///< indices into m_aFde by low PC, without those of dropped code
     U32 m_NumCies = 0, m_RaColumn = 0;
 };

@@ -173,9 +173,34 @@ const DWARF_ABBREV* DWARF_ABBREV_TABLE::Find(U64 Code) const
     return it != Sparse.end() ? &aAbbrev[it->second] : nullptr;
 }
 
-bool CDwarfInfo::Init(const DWARF_SECTIONS& Sections)
+bool DWARF_ZERO::IsName(const char* sName) const
+{
+    // Compilers add ".constprop.0" and the like to the symbols of copies.
+    const size_t Length = std::strlen(sName);
+    return Length && std::any_of(asName.begin(), asName.end(), [&](const char* sAt) {
+        return std::strncmp(sAt, sName, Length) == 0 && (sAt[Length] == 0 || sAt[Length] == '.');
+    });
+}
+
+bool CDwarfInfo::IsFunctionAtZero(const DWARF_DIE& Function) const
+{
+    constexpr int MAX_LINKS = 4; // a copy names its function, that one its declaration
+    DWARF_DIE Die = Function;
+    for (int i = 0; !m_Zero.asName.empty() && i < MAX_LINKS; i++) {
+        for (const U32 Attr : {DW_AT_linkage_name, DW_AT_MIPS_linkage_name, DW_AT_name}) {
+            if (m_Zero.IsName(GetText(Die, Attr))) return true;
+        }
+        DWARF_VALUE Next = GetAttr(Die, DW_AT_abstract_origin);
+        if (Next.Class != DWARF_CLASS::REFERENCE) Next = GetAttr(Die, DW_AT_specification);
+        if (Next.Class != DWARF_CLASS::REFERENCE || !ReadDie(static_cast<U32>(Next.Value), Die) || Die.IsNull()) break;
+    }
+    return false;
+}
+
+bool CDwarfInfo::Init(const DWARF_SECTIONS& Sections, const DWARF_ZERO& Zero)
 {
     m_Sec = Sections;
+    m_Zero = Zero;
     // Bit 31 of an id tells the section, so that offsets have 31 bits.
     for (ELF_BYTES* pSec : {&m_Sec.Info, &m_Sec.Types}) {
         if (pSec->Size > 0x7FFFFFFFu) *pSec = {};

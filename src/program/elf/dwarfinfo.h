@@ -28,6 +28,13 @@ struct DWARF_SECTIONS {
     bool BigEndian = false;
 };
 
+/// The function at address 0, where linkers leave the debug information of code that they drop.
+struct DWARF_ZERO {
+    U32 End = 0;                     ///< its end, 0 if it is not known
+    std::vector<const char*> asName; ///< its names, as symbols have them; none if there is no function
+    bool IsName(const char* sName) const;
+};
+
 /// Sizes that the forms of a unit depend on.
 struct DWARF_SIZES {
     U8 Addr = 4, Offset = 4;
@@ -113,8 +120,10 @@ class CDwarfInfo {
 public:
     /// Reads the unit headers and root entries. False if there are no entries at all; a damaged unit ends the
     /// list of its section and counts in NumBadUnits.
-    bool Init(const DWARF_SECTIONS& Sections);
+    bool Init(const DWARF_SECTIONS& Sections, const DWARF_ZERO& Zero = {});
     const DWARF_SECTIONS& Sections() const { return m_Sec; }
+    /// The function of an entry is at address 0 by its ranges: it is really there, not one that the linker has dropped.
+    bool IsFunctionAtZero(const DWARF_DIE& Function) const;
     const std::vector<DWARF_UNIT>& Units() const { return m_aUnit; }
     U32 NumBadUnits() const { return m_NumBadUnits; }
 
@@ -159,6 +168,7 @@ private:
     bool _GetRanges5(const DWARF_UNIT& Unit, U64 Offset, std::vector<std::pair<U32, U32>>& aRange) const;
 
     DWARF_SECTIONS m_Sec;
+    DWARF_ZERO m_Zero;
     std::vector<DWARF_UNIT> m_aUnit; ///< .debug_info in order, then .debug_types in order
     size_t m_NumInfoUnits = 0;
     std::unordered_map<U64, size_t> m_TypeUnits;

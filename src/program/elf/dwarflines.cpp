@@ -266,7 +266,8 @@ bool DwarfReadLineTable(const DWARF_SECTIONS& Sec, U64 Offset, const char* sComp
                         DWARF_LINE_TABLE& Table)
 {
     CLineReader Reader(Sec, Offset, Table);
-    return Reader.ReadHeader(sCompDir, AddrSize) && Reader.RunProgram();
+    Table.HasFiles = Reader.ReadHeader(sCompDir, AddrSize);
+    return Table.HasFiles && Reader.RunProgram();
 }
 
 U64 DwarfLineTableSize(const DWARF_SECTIONS& Sec, U64 Offset)

@@ -20,6 +20,7 @@ struct DWARF_LINE_ROW {
 struct DWARF_LINE_TABLE {
     U16 Version = 0;
     U32 FileBase = 1;
+    bool HasFiles = false;            ///< the header could be read
     std::vector<std::string> aPath;   ///< whole paths as directory and compilation folder give them
     std::vector<DWARF_LINE_ROW> aRow; ///< in file order
 };

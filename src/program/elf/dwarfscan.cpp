@@ -83,7 +83,7 @@ void CScanner::_Code(const DWARF_DIE& Die, std::vector<DWARF_CODE>& aCode)
         Code.High = std::max(Code.High, High);
     }
     // The linker leaves dropped functions at address 0, and their expansions at the addresses of other code.
-    if (Die.Tag() == DW_TAG_subprogram && Code.Low == 0) m_DeadLevel = std::min(m_DeadLevel, m_aTag.size());
+    if (Die.Tag() == DW_TAG_subprogram && Code.Low == 0 && !m_Info.IsFunctionAtZero(Die)) m_DeadLevel = std::min(m_DeadLevel, m_aTag.size());
     if (Die.Tag() == DW_TAG_inlined_subroutine && m_aTag.size() > m_DeadLevel) Code = {Die.Id, DIE_ID_NONE, 0xFFFFFFFFu, 0, 0};
     if (Die.Tag() == DW_TAG_inlined_subroutine || !Die.pAbbrev->HasName) Code.Origin = _Reference(Die, DW_AT_abstract_origin);
     aCode.push_back(Code);

@@ -254,6 +254,12 @@ ELF_CODE ELF_GetCode(ELF_HANDLE hFile, ELF_LIST List, U32 Index);
 /// The same by symbol; hSym is 0 if it is in neither list.
 ELF_CODE ELF_FindCode(ELF_SYM_HANDLE hSym);
 
+/// Linkers leave the debug information of functions that they drop at address 0. True for one that really lies there: a
+/// function symbol of its name is at 0, in a section of code.
+bool ELF_IsFunctionAtZero(ELF_SYM_HANDLE hFunc);
+/// Some function symbol is at 0, in a section of code.
+bool ELF_HasFunctionAtZero(ELF_HANDLE hFile);
+
 /// Line records in file order. All by index 0 to count - 1; 0 for a bad index.
 U32 ELF_GetLineCount(ELF_HANDLE hFile);
 U32 ELF_GetLineAddr(ELF_HANDLE hFile, U32 Index);       ///< relocated

@@ -53,6 +53,7 @@ struct ELF_FILE {
     std::vector<U32> aFunctions;   ///< function symbol list
     U32 SymLow = 0, SymHigh = 0;
 
+    DWARF_ZERO Zero;
     bool HasDebugInfo = false;
     CDwarfInfo Info;
     CDwarfAdapter Adapter;
@@ -86,6 +87,7 @@ struct ELF_FILE {
 
     // Parts of the parse (elfparse.cpp, elfsymtab.cpp, elfmacros.cpp)
     void CleanUpSymbols();
+    void FindCodeAtZero();
     bool ParseDebugInfo(ELF_PROGRESS* pProgress);
     void ScanUnits(ELF_PROGRESS* pProgress);
     void MergeScan(const DWARF_SCAN& Scan);

@@ -22,13 +22,18 @@ U64 NowMs()
 /// The steps whose times are logged, in the order of the log.
 enum STEP { STEP_TYPES, STEP_INFO, STEP_FILES, STEP_LINES, STEP_MACROS, STEP_FRAMES, STEP_NAMES, NUM_STEPS };
 
+/// Languages that are younger than the library's list.
+constexpr U32 LANG_CPP_17 = 0x2B, LANG_CPP_20 = 0x2C;
+
 ELF_SRC_LANG LangOf(const CDwarfInfo& Info, const DWARF_UNIT& Unit)
 {
     switch (Unit.Lang) {
     case DW_LANG_C_plus_plus:
     case DW_LANG_C_plus_plus_03:
     case DW_LANG_C_plus_plus_11:
-    case DW_LANG_C_plus_plus_14: return ELF_SRC_LANG_CPP;
+    case DW_LANG_C_plus_plus_14:
+    case LANG_CPP_17:
+    case LANG_CPP_20: return ELF_SRC_LANG_CPP;
     case 0: break;
     default: return ELF_SRC_LANG_C;
     }
@@ -98,7 +103,8 @@ bool ELF_FILE::ParseDebugInfo(ELF_PROGRESS* pProgress)
         aMs[Step] += Now - Start;
         Start = Now;
     };
-    if (!Info.Init(Sec)) return false;
+    FindCodeAtZero();
+    if (!Info.Init(Sec, Zero)) return false;
     HasDebugInfo = true;
     CfaFactor = Image.FindSection(".note.iar") >= 0 ? 4 : 1;
     for (U32 i = 0; i < Info.NumBadUnits(); i++) ElfReport(ELF_ERR_COMP_UNIT, FLAGS_INTERNAL);
@@ -110,7 +116,7 @@ bool ELF_FILE::ParseDebugInfo(ELF_PROGRESS* pProgress)
     if (pProgress && pProgress->Cancel) return true;
     Lap(STEP_MACROS); // read when first asked for
     const int EhFrame = Image.FindSection(".eh_frame");
-    if (!Adapter.Init(Sec, EhFrame >= 0 ? Image.Sections()[static_cast<size_t>(EhFrame)].Addr : 0)) {
+    if (!Adapter.Init(Sec, EhFrame >= 0 ? Image.Sections()[static_cast<size_t>(EhFrame)].Addr : 0, Zero)) {
         ElfReport(ELF_ERR_CALL_FRAMES, FLAGS_INTERNAL);
     }
     Lap(STEP_FRAMES);
@@ -230,6 +236,7 @@ void ELF_FILE::ReadLineTables(ELF_PROGRESS* pProgress)
     for (const DWARF_LINE_TABLE& Table : aTable) NumRows += Table.aRow.size();
     aLine.reserve(NumRows);
     for (size_t i = 0; i < aTable.size(); i++) {
+        if (!aTable[i].HasFiles) ElfReport(ELF_ERR_SRC_FILES, FLAGS_INTERNAL);
         if (!aGood[i]) ElfReport(ELF_ERR_SRC_LINES, FLAGS_INTERNAL);
         ELF_CU_FILES& Files = CuFiles[apLineUnit[i]->StmtList];
         Files.FileBase = aTable[i].FileBase;

@@ -32,7 +32,7 @@ bool Resolve(ELF_RELOC& Rel)
     if (const char* sDash = std::strchr(sSpec, '-')) {
         Rel.Low = static_cast<U32>(std::strtoul(sSpec, nullptr, 0));
         Rel.High = static_cast<U32>(std::strtoul(sDash + 1, nullptr, 0));
-        return Rel.Low != 0 || Rel.High != 0;
+        if (Rel.Low != 0 || Rel.High != 0) return true; // else it may be a name
     }
     const ELF_HANDLE hFile = ELF_GetCurrentFile();
     if (const int Section = ELF_FindSection(hFile, sSpec); Section >= 0) {

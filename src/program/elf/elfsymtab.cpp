@@ -97,6 +97,35 @@ void ELF_FILE::CleanUpSymbols()
     }
 }
 
+void ELF_FILE::FindCodeAtZero()
+{
+    auto IsCode = [](const ELF_SECTION& Sec) { return (Sec.Flags & (SHF_ALLOC | SHF_EXECINSTR)) == (SHF_ALLOC | SHF_EXECINSTR) && Sec.Size; };
+    const std::vector<ELF_SECTION>& aSec = Image.Sections();
+    const U32 ValueMask = Image.Machine() == EM_ARM ? ~1u : ~0u;
+    for (const ELF_SYMBOL& Sym : Image.Symbols()) {
+        if (!Sym.IsFunction() || (Sym.Value & ValueMask) != 0 || Sym.Section == SHN_UNDEF) continue;
+        if (Sym.Section >= aSec.size() || !IsCode(aSec[Sym.Section])) continue;
+        Zero.asName.push_back(Sym.sName);
+        Zero.End = std::max(Zero.End, Sym.Size);
+    }
+}
+
+bool ELF_HasFunctionAtZero(ELF_HANDLE hFile)
+{
+    const ELF_FILE* pFile = ElfFind(hFile);
+    return pFile && !pFile->Zero.asName.empty();
+}
+
+bool ELF_IsFunctionAtZero(ELF_SYM_HANDLE hFunc)
+{
+    const ELF_FILE* pFile = ElfFindSym(hFunc);
+    if (!pFile) return false;
+    const U32 Id = static_cast<U32>(hFunc);
+    if (((hFunc >> 32) & 7) == ELF_SYM_KIND_ELF) return pFile->Zero.IsName(pFile->Image.Symbols()[Id].sName);
+    DWARF_DIE Die;
+    return pFile->ReadDie(Id, Die) && !Die.IsNull() && pFile->Info.IsFunctionAtZero(Die);
+}
+
 U32 ELF_GetSymbolCount(ELF_HANDLE hFile)
 {
     const ELF_FILE* pFile = ElfFind(hFile);

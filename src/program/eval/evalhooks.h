@@ -10,6 +10,7 @@
 struct EVAL_HOOKS {
     std::function<bool()> IsConnected;
     std::function<U32()> GetFramePC;                           ///< PC of the selected frame; ADDR_NONE without one
+    std::function<U32()> GetLocationPC;                        ///< PC whose locations hold in it; as GetFramePC if empty
     std::function<ELF_SYM_LOC(const ELF_SYM_LOC&)> ResolveLoc; ///< evaluated in the selected frame; no parts if it can't be
     /// Bytes of a resolved location, in target order. 0, or another value when they can't be read.
     std::function<int(const ELF_SYM_LOC&, U32 nBytes, U8* paData)> ReadLoc;

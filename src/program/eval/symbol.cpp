@@ -10,6 +10,7 @@ namespace {
 
 enum { DW_AT_const_value = 0x1C, DW_AT_type = 0x49, DW_AT_data_bit_offset = 0x6B };
 
+constexpr I64 MAX_RUNTIME_LENGTH = 1000000;
 constexpr U32 MAX_TEXT_BYTES = 32; ///< of a char array that are read for its text
 
 ELF_SYM_LOC MemLoc(U32 Addr)
@@ -80,6 +81,36 @@ void FillArray(CSymbol& Symbol, ELF_SYM_HANDLE h)
     Symbol.ByteSize = Info.TotalSize;
 }
 
+/// Lengths of an array that are only known while its function runs.
+void FillLengths(CSymbol& Symbol, U32 PC)
+{
+    const EVAL_HOOKS& Hooks = EVAL_GetHooks();
+    if (Symbol.Dims.isEmpty() || !Hooks.ResolveLoc || !Hooks.ReadLoc) return;
+    bool HasChanged = false;
+    for (qsizetype i = 0; i < Symbol.Dims.size(); i++) {
+        I64 Add = 0;
+        U8 ab[4] = {};
+        const ELF_SYM_LOC Raw = ELF_GetArrayBoundLoc(Symbol.hSym, U32(i), PC, &Add);
+        if (Raw.NumParts == 0) continue;
+        const ELF_SYM_LOC Bound = Hooks.ResolveLoc(Raw);
+        if (Bound.NumParts != 1) continue;
+        U32 Value = U32(Bound.aPart[0].Value);
+        if (Bound.aPart[0].Type != ELF_LOC_CONST) {
+            if (Hooks.ReadLoc(Bound, sizeof ab, ab) != 0) continue;
+            std::memcpy(&Value, ab, sizeof ab);
+        }
+        const I64 Length = I64(I32(Value)) + Add;
+        // What was never set gives any number; no array of a function is that long.
+        if (Length < 0 || Length > MAX_RUNTIME_LENGTH) continue;
+        Symbol.Dims[i] = U32(Length);
+        HasChanged = true;
+    }
+    if (!HasChanged) return;
+    U64 Size = Symbol.ElemSize;
+    for (const U32 Dim : std::as_const(Symbol.Dims)) Size = std::min<U64>(Size * Dim, 0xFFFFFFFFu);
+    Symbol.ByteSize = U32(Size);
+}
+
 } // namespace
 
 SYMBOL_KINDS CSymbol::GetKind() const
@@ -111,7 +142,8 @@ CSymbol CSymbol::FromProgram(ELF_SYM_HANDLE hSym)
     Symbol.ByteSize = Symbol.Type.Size ? Symbol.Type.Size : ELF_GetSymSize(hSym);
     FillArray(Symbol, hSym);
     if (ELF_SymIsElf(hSym) && Symbol.Type.Text.isEmpty()) Symbol.Type = EVAL_MakeType(CTYPE_UINT);
-    const U32 PC = Hooks.GetFramePC ? Hooks.GetFramePC() : ADDR_NONE;
+    const U32 PC = Hooks.GetLocationPC ? Hooks.GetLocationPC() : Hooks.GetFramePC ? Hooks.GetFramePC() : ADDR_NONE;
+    if (PC != ADDR_NONE) FillLengths(Symbol, PC);
     const ELF_SYM_LOC Raw = PROG_GetSymLoc(hSym, PC);
     Symbol.Loc = Hooks.ResolveLoc ? Hooks.ResolveLoc(Raw) : Raw;
     return Symbol;

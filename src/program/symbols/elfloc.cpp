@@ -1,7 +1,9 @@
-// Where the data of a symbol lies at a PC. Location expressions aren't run on a stack: their operations are mapped
-// one by one to the parts of a location, which covers what compilers emit for variables.
+// Where the data of a symbol lies at a PC. The operations of a location expression are mapped one by one to the parts of
+// a location, which covers most of what compilers emit for variables; what has no such form is kept as an expression
+// (program/symbols/locexpr.h) and runs on a stack when a frame is there.
 #include "program/symbols/elfsym.h"
 #include "program/symbols/diemodel.h"
+#include "program/symbols/symcache.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -21,6 +23,8 @@ public:
     {
     }
     ELF_SYM_LOC Build(const U8* pExpr, U32 Size, bool Nested = false);
+    /// Build() has met what has no place in a location.
+    bool IsPartial() const { return m_IsPartial; }
 
 private:
     ELF_SYM_LOC_PART* _Add(U32 Type);
@@ -83,6 +87,7 @@ void CLocBuilder::_EntryValue(CByteCursor& Cur)
     }
     if (Inner.NumParts == 0) {
         ElfReport(ELF_ERR_ENTRY_VALUE, FLAGS_INTERNAL);
+        m_IsPartial = true;
         return;
     }
     ELF_SYM_LOC_PART* pPart = _Add(ELF_LOC_ENTRY_VALUE);
@@ -103,8 +108,8 @@ void CLocBuilder::_ImplicitValue(CByteCursor& Cur)
     if (ELF_SYM_LOC_PART* pPart = _Add(ELF_LOC_CONST)) pPart->Value = Value.GetUnsigned(static_cast<U32>(std::min<U64>(Size, 8)));
 }
 
-/// Steps over an operation that has no place in a location. What stands around it would be a wrong place or
-/// value without it, so that the symbol has no location then.
+/// Steps over an operation that has no place in a location. What stands around it would be a wrong place or value
+/// without it.
 bool CLocBuilder::_Skip(CByteCursor& Cur, U32 Op)
 {
     ElfReport(ELF_ERR_LOC_ELEMENT, FLAGS_INTERNAL);
@@ -238,6 +243,11 @@ void CLocBuilder::_Fold()
     ELF_SYM_LOC_PART& First = m_Loc.aPart[0];
     ELF_SYM_LOC_PART& Second = m_Loc.aPart[1];
     if (m_Loc.NumParts != 2 || Second.Type != ELF_LOC_PARENT_LOC) return;
+    if (First.Type == ELF_LOC_ENTRY_VALUE || First.Type == ELF_LOC_CONST || First.Type == ELF_LOC_COMPUTED) {
+        // A value that something is added to is no place that has an offset.
+        m_IsPartial = true;
+        return;
+    }
     // Unsigned sums: what damaged input adds up to must wrap, not overflow.
     const U32 Offset = static_cast<U32>(Second.Offset);
     if (First.Type == ELF_LOC_MEM_FIXED) {
@@ -245,6 +255,7 @@ void CLocBuilder::_Fold()
     } else {
         if (First.Type == ELF_LOC_REG) First.Type = ELF_LOC_REG_OFFSET;
         First.Offset = static_cast<I32>(static_cast<U32>(First.Offset) + Offset);
+        if (First.Type == ELF_LOC_MEM_REG_OFFSET) First.NestedOffset = First.Offset;
     }
     Second = ELF_SYM_LOC_PART();
     m_Loc.NumParts = 1;
@@ -276,8 +287,8 @@ ELF_SYM_LOC CLocBuilder::Build(const U8* pExpr, U32 Size, bool Nested)
         LastOp = Cur.GetU8();
         if (!_Operation(Cur, LastOp)) break;
     }
+    if (!m_IsPartial) _Fold();
     if (m_IsPartial) return {};
-    _Fold();
     if (LastOp == DW_OP_stack_value && m_Loc.NumParts == 1) _MakeComputed();
     return m_Loc;
 }
@@ -337,7 +348,10 @@ ELF_SYM_LOC LocationByAttr(const ELF_FILE& File, const DWARF_DIE& Die, U32 Attr,
     }
     if (!pExpr) return {};
     CLocBuilder Builder(File.Info, *Owner.pUnit, Attr, PC);
-    return Builder.Build(pExpr, Size);
+    const ELF_SYM_LOC Loc = Builder.Build(pExpr, Size);
+    // Where a member lies can't depend on a frame.
+    if (!Builder.IsPartial() || Attr == DW_AT_data_member_location) return Loc;
+    return SymKeepExpression(File, {pExpr, Size, Owner.pUnit, false});
 }
 
 ELF_SYM_LOC MemberLocation(const ELF_FILE& File, const DWARF_DIE& Die)
@@ -410,6 +424,30 @@ ELF_SYM_LOC ELF_GetSymLoc(ELF_SYM_HANDLE hSym, U32 PC)
         }
     }
     return Loc;
+}
+
+ELF_SYM_LOC ELF_GetArrayBoundLoc(ELF_SYM_HANDLE hSym, U32 Dim, U32 PC, I64* pAdd)
+{
+    *pAdd = 0;
+    DIE_REF Ref;
+    if (!DieFind(ELF_GetSymType(hSym, true), Ref) || Ref.Die.Tag() != DW_TAG_array_type) return {};
+    const ELF_FILE& File = *Ref.pFile;
+    DWARF_DIE Child, Next;
+    bool Has = File.FirstChild(Ref.Die, Child);
+    for (U32 Index = 0; Has; Child = Next) {
+        if (Child.Tag() == DW_TAG_subrange_type && Index++ == Dim) break;
+        Has = File.NextSibling(Child, Next);
+    }
+    if (!Has) return {};
+    DWARF_VALUE Bound = File.Info.GetAttr(Child, DW_AT_count);
+    if (!Bound) {
+        Bound = File.Info.GetAttr(Child, DW_AT_upper_bound);
+        *pAdd = 1 - static_cast<I64>(File.Info.GetAttr(Child, DW_AT_lower_bound).Value);
+    }
+    DWARF_DIE Variable;
+    if (Bound.Class == DWARF_CLASS::REFERENCE && File.ReadDie(static_cast<U32>(Bound.Value), Variable) && !Variable.IsNull())
+        return LocationByAttr(File, Variable, DW_AT_location, PC);
+    return Bound.pBlock ? SymKeepExpression(File, {Bound.pBlock, Bound.BlockSize, Child.pUnit, true}) : ELF_SYM_LOC{};
 }
 
 bool ELF_LocIsValid(const ELF_SYM_LOC& Loc)

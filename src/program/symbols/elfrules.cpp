@@ -39,7 +39,7 @@ ELF_SYM_LOC ToLoc(const DWARF_FRAME_RULE& Rule, U32 Reg, bool IsCfa)
 
 /// The last answer: a window asks for the CFA of one PC once for each of its variables.
 struct CFA_CACHE {
-    U64 Serial = 0;
+    U64 Serial = 0; ///< of the file, 0 while the cache is empty
     U32 PC = 0;
     ELF_SYM_LOC Loc{};
 };
@@ -70,7 +70,7 @@ ELF_SYM_LOC ELF_GetCfa(U32 PC)
 {
     static CFA_CACHE s_Cache;
     ELF_FILE* pFile = ElfCurrent();
-    if (!pFile || PC == 0) return {};
+    if (!pFile) return {};
     if (s_Cache.Serial == pFile->Serial && s_Cache.PC == PC) return s_Cache.Loc;
     const U32 LinkPC = ELF_FromRuntimeAddr(PC, 1, 0);
     const int Fde = pFile->Adapter.FindFde(LinkPC);

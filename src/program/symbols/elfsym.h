@@ -108,6 +108,9 @@ int ELF_GetArrayInfo(ELF_SYM_HANDLE hSym, ELF_ARRAY_INFO* pInfo);
 
 /// Where the symbol's data lies at a PC; PC 0 or 0xFFFFFFFF takes the first location there is.
 ELF_SYM_LOC ELF_GetSymLoc(ELF_SYM_HANDLE hSym, U32 PC);
+/// Where the number lies from which a dimension of an array gets its length in a function, when the length is only known
+/// at run time: that number and *pAdd. No parts when it is fixed or not known at this PC.
+ELF_SYM_LOC ELF_GetArrayBoundLoc(ELF_SYM_HANDLE hSym, U32 Dim, U32 PC, I64* pAdd);
 bool ELF_IsMemPart(U32 LocType); ///< an evaluated part of this type names bytes in memory
 bool ELF_IsRegPart(U32 LocType); ///< ... a register
 bool ELF_LocIsValid(const ELF_SYM_LOC& Loc);

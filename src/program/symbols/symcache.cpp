@@ -9,6 +9,8 @@ struct CACHE {
     U64 Serial = 0;
     std::unordered_map<U32, std::vector<U32>> Locals, Members, Bases;
     std::unordered_map<U32, std::string> TypeTexts;
+    std::vector<SYM_EXPRESSION> aExpr;
+    std::unordered_map<const U8*, U32> ExprNumbers;
     U32 RangesOf = DIE_ID_NONE;
     std::vector<std::pair<U32, U32>> aRange;
 };
@@ -124,4 +126,24 @@ const std::string* SymFindTypeText(const ELF_FILE& File, U32 Id)
 const std::string& SymKeepTypeText(const ELF_FILE& File, U32 Id, std::string sText)
 {
     return CacheOf(File).TypeTexts[Id] = std::move(sText);
+}
+
+ELF_SYM_LOC SymKeepExpression(const ELF_FILE& File, const SYM_EXPRESSION& Expr)
+{
+    CACHE& Cache = CacheOf(File);
+    const auto [it, IsNew] = Cache.ExprNumbers.try_emplace(Expr.pBytes, static_cast<U32>(Cache.aExpr.size()));
+    if (IsNew) Cache.aExpr.push_back(Expr);
+    ELF_SYM_LOC Loc{};
+    Loc.NumParts = 1;
+    Loc.aPart[0].Type = ELF_LOC_COMPUTED;
+    Loc.aPart[0].NestedType = SYM_NESTED_EXPRESSION;
+    Loc.aPart[0].NestedAddr = it->second;
+    Loc.aPart[0].NestedReg = File.Slot;
+    return Loc;
+}
+
+const SYM_EXPRESSION* SymFindExpression(const ELF_FILE& File, U32 Number)
+{
+    const CACHE& Cache = CacheOf(File);
+    return Number < Cache.aExpr.size() ? &Cache.aExpr[Number] : nullptr;
 }

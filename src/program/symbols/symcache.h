@@ -16,3 +16,16 @@ const std::vector<std::pair<U32, U32>>& SymRanges(ELF_SYM_HANDLE hSym);
 /// The kept type text of a symbol, null if it was not made yet; and the keeping of one.
 const std::string* SymFindTypeText(const ELF_FILE& File, U32 Id);
 const std::string& SymKeepTypeText(const ELF_FILE& File, U32 Id, std::string sText);
+
+/// An expression that has to be run; its bytes lie in the file's sections.
+struct SYM_EXPRESSION {
+    const U8* pBytes;
+    U32 Size;
+    const DWARF_UNIT* pUnit;
+    bool IsValue; ///< it gives the value itself, not the place of it
+};
+/// The nested type of a computed part that is an expression: NestedAddr is its number, NestedReg the slot of its file.
+inline constexpr U32 SYM_NESTED_EXPRESSION = 32;
+/// The location that stands for an expression, and the expression behind a number (null if there is none).
+ELF_SYM_LOC SymKeepExpression(const ELF_FILE& File, const SYM_EXPRESSION& Expr);
+const SYM_EXPRESSION* SymFindExpression(const ELF_FILE& File, U32 Number);

@@ -1,28 +1,32 @@
 // A sweep over all interval ends, with the intervals around the present address kept outermost first.
 #include "program/tables/functionmap.h"
 
+#include <algorithm>
+
 void CFunctionMap::Add(U32 Low, U32 High, U64 hSym, KIND Kind)
 {
     if (Low > High) return;
-    m_ahSym.push_back(hSym);
-    m_aInterval.push_back({Low, High, static_cast<U32>(m_ahSym.size()), Kind});
+    // The highest bit of an id would name a unit of types, which has no code.
+    const U32 Base = Kind == KIND::ELF_SYMBOL;
+    m_ahBase[Base] = hSym & ~0xFFFFFFFFull;
+    const U32 Ref = Base << ID_BITS | (static_cast<U32>(hSym) & ID_MASK);
+    m_aInterval.push_back({Low, High, static_cast<U32>(m_aInterval.size()), Ref, Kind});
 }
 
 void CFunctionMap::Reserve(size_t Count)
 {
     m_aInterval.reserve(Count);
-    m_ahSym.reserve(Count);
 }
 
 void CFunctionMap::_Append(U32 Addr, const std::vector<INTERVAL>& aAround)
 {
-    U32 Outer = 0, Inner = 0;
+    U32 Outer = NO_SYMBOL, Inner = NO_SYMBOL;
     for (const INTERVAL& Interval : aAround) {
-        if (!Outer && Interval.Kind == KIND::FUNCTION) Outer = Interval.Ref;
+        if (Outer == NO_SYMBOL && Interval.Kind == KIND::FUNCTION) Outer = Interval.Ref;
         if (Interval.Kind == KIND::EXPANSION) Inner = Interval.Ref;
     }
-    if (!Outer && !aAround.empty()) Outer = aAround.front().Ref;
-    if (!Inner) Inner = Outer;
+    if (Outer == NO_SYMBOL && !aAround.empty()) Outer = aAround.front().Ref;
+    if (Inner == NO_SYMBOL) Inner = Outer;
     if (!m_aStretch.empty() && m_aStretch.back().Addr == Addr) m_aStretch.pop_back();
     if (!m_aStretch.empty() && m_aStretch.back().Outer == Outer && m_aStretch.back().Inner == Inner) return;
     m_aStretch.push_back({Addr, Outer, Inner});
@@ -33,7 +37,7 @@ void CFunctionMap::Build()
     m_aStretch.clear();
     std::vector<INTERVAL> aAll;
     aAll.swap(m_aInterval);
-    auto IsOuter = [](const INTERVAL& a, const INTERVAL& b) { return a.Size() != b.Size() ? a.Size() > b.Size() : a.Ref < b.Ref; };
+    auto IsOuter = [](const INTERVAL& a, const INTERVAL& b) { return a.Size() != b.Size() ? a.Size() > b.Size() : a.Order < b.Order; };
     std::sort(aAll.begin(), aAll.end(), [&](const INTERVAL& a, const INTERVAL& b) { return a.Low != b.Low ? a.Low < b.Low : IsOuter(a, b); });
     m_aStretch.reserve(aAll.size() * 2);
     std::vector<INTERVAL> aAround;
@@ -59,11 +63,10 @@ void CFunctionMap::Build()
     }
     CloseBelow(0x100000000ull);
     m_aStretch.shrink_to_fit();
-    m_Index.Build(m_aStretch.data(), m_aStretch.size());
 }
 
 const CFunctionMap::STRETCH* CFunctionMap::Find(U32 Addr) const
 {
-    const STRETCH* pNext = m_Index.UpperBound(m_aStretch.data(), m_aStretch.size(), Addr);
-    return pNext == m_aStretch.data() ? nullptr : pNext - 1;
+    const auto it = std::upper_bound(m_aStretch.begin(), m_aStretch.end(), Addr, [](U32 Key, const STRETCH& Stretch) { return Key < Stretch.Addr; });
+    return it == m_aStretch.begin() ? nullptr : &*it - 1;
 }

@@ -3,11 +3,14 @@
 //   CNameIndex Index;
 //   Index.Add(sName, hSym);             // sName lives as long as the index
 //   Index.Build();
-//   Index.ForEach("main", [&](U64 hSym) { ... });   // in the order of the adding
+//   for (U64 hSym : Index.Find("main")) ...         // in the order of the adding
+//
+// The symbols of a name lie side by side, so that a name that stands for many costs little more than one.
 #pragma once
 #include "app/services/types.h"
 
 #include <cstring>
+#include <span>
 #include <vector>
 
 class CNameIndex {
@@ -19,18 +22,17 @@ public:
     }
     void Build();
     bool IsBuilt() const { return !m_aFirst.empty(); }
-    template <typename VISIT> void ForEach(const char* sName, VISIT Visit) const
+    /// The symbols of a name; empty before Build().
+    std::span<const U64> Find(const char* sName) const
     {
-        if (!IsBuilt()) return;
+        if (!IsBuilt()) return {};
         const U32 Key = Hash(sName);
         const size_t Bucket = Key & (m_aFirst.size() - 2);
-        const char* sSame = nullptr; // linkers keep one copy of each text
         for (U32 i = m_aFirst[Bucket]; i < m_aFirst[Bucket + 1]; i++) {
-            const ENTRY& Entry = m_aEntry[i];
-            if (Entry.Hash != Key || (Entry.sName != sSame && std::strcmp(Entry.sName, sName) != 0)) continue;
-            sSame = Entry.sName;
-            Visit(Entry.hSym);
+            const NAME& Name = m_aName[i];
+            if (Name.Hash == Key && std::strcmp(Name.sName, sName) == 0) return {m_ahSym.data() + Name.First, m_aName[i + 1].First - Name.First};
         }
+        return {};
     }
 
 private:
@@ -39,13 +41,31 @@ private:
         const char* sName;
         U64 hSym;
     };
+    struct NAME {
+        const char* sName;
+        U32 Hash;
+        U32 First; ///< its first symbol; they end where those of the next name begin
+    };
     static constexpr size_t MAX_HASHED = 256; ///< characters; longer names differ before
+    /// Eight characters a step: names of templates are long.
     static U32 Hash(const char* sName)
     {
-        U32 Value = 2166136261u;
-        for (const char* pEnd = sName + MAX_HASHED; *sName && sName != pEnd; sName++) Value = (Value ^ static_cast<U8>(*sName)) * 16777619u;
-        return Value ^ Value >> 15;
+        constexpr U64 FACTOR = 0x9E3779B97F4A7C15ull;
+        size_t Left = strnlen(sName, MAX_HASHED);
+        U64 Value = Left;
+        while (Left > 0) {
+            const size_t Count = Left < 8 ? Left : 8;
+            U64 Word = 0;
+            std::memcpy(&Word, sName, Count);
+            Value = (Value ^ Word) * FACTOR;
+            Value ^= Value >> 29;
+            sName += Count;
+            Left -= Count;
+        }
+        return static_cast<U32>(Value ^ Value >> 32);
     }
-    std::vector<ENTRY> m_aEntry; ///< by bucket, in each in the order of the adding
-    std::vector<U32> m_aFirst;   ///< first entry of each bucket, and the end; a power of two and one
+    std::vector<ENTRY> m_aEntry; ///< until Build()
+    std::vector<NAME> m_aName;   ///< by bucket, and one behind the last
+    std::vector<U64> m_ahSym;    ///< by name, for each in the order of the adding
+    std::vector<U32> m_aFirst;   ///< first name of each bucket, and the end; a power of two and one
 };

@@ -49,7 +49,7 @@ static PROG_MAP_SPAN SpanAt(const PROG_TABLES& Tab, const PROG_MAP_ROW* pFirst, 
 
 static const PROG_MAP_ROW* LowerRow(const PROG_TABLES& Tab, U32 Addr)
 {
-    return Tab.MapIndex.LowerBound(Tab.aMap.data(), Tab.aMap.size(), Addr);
+    return Tab.CodeIndex.LowerBound<0>(Tab.aMap, Addr);
 }
 
 PROG_MAP_SPAN ProgRowsAt(const PROG_TABLES& Tab, U32 Addr) { return SpanAt(Tab, LowerRow(Tab, Addr), Addr); }
@@ -65,9 +65,9 @@ PROG_MAP_SPAN ProgRowsFor(const PROG_TABLES& Tab, U32 Addr)
     if (pRow == Tab.aMap.data()) return NONE;
     const U32 Below = pRow[-1].Addr;
     if (Addr - Below > FALLBACK_BYTES) return NONE;
-    const CFunctionMap::STRETCH* pStretch = Tab.FunctionMap.Find(Addr);
-    if (!pStretch || !pStretch->Outer) return NONE;
-    if (pStretch->Addr > Below && ProgFunctionAt(Tab, Below, true) != Tab.FunctionMap.Handle(pStretch->Outer)) return NONE;
+    const CFunctionMap::STRETCH* pStretch = ProgStretchAt(Tab, Addr);
+    const ELF_SYM_HANDLE hFunc = pStretch ? Tab.FunctionMap.Handle(pStretch->Outer) : 0;
+    if (!hFunc || (pStretch->Addr > Below && ProgFunctionAt(Tab, Below, true) != hFunc)) return NONE;
     const PROG_MAP_ROW* pFirst = pRow - 1;
     while (pFirst != Tab.aMap.data() && pFirst[-1].Addr == Below) pFirst--;
     return {pFirst, pRow};
@@ -127,7 +127,7 @@ I64 PROG_GetNextMappedAddr(U32 Addr)
     const CProgLock Lock;
     const PROG_TABLES& Tab = PROG_Tables(Lock);
     if (!Tab.Loaded) return -1;
-    const PROG_MAP_ROW* pRow = Tab.MapIndex.UpperBound(Tab.aMap.data(), Tab.aMap.size(), Addr);
+    const PROG_MAP_ROW* pRow = Tab.CodeIndex.UpperBound<0>(Tab.aMap, Addr);
     return pRow != Tab.aMap.data() + Tab.aMap.size() ? static_cast<I64>(pRow->Addr) : -1;
 }
 

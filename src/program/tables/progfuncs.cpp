@@ -93,9 +93,18 @@ std::pair<const PROG_INSTANCE*, const PROG_INSTANCE*> ProgInstances(const PROG_T
     return {std::lower_bound(pBegin, pEnd, PROG_INSTANCE{hOrigin, 0}), std::upper_bound(pBegin, pEnd, PROG_INSTANCE{hOrigin, ~0ull})};
 }
 
+const CFunctionMap::STRETCH* ProgStretchAt(const PROG_TABLES& Tab, U32 Addr)
+{
+    const auto& aStretch = Tab.FunctionMap.Stretches();
+    const CFunctionMap::STRETCH* pNext = Tab.CodeIndex.UpperBound<1>(aStretch, Addr);
+    return pNext == aStretch.data() ? nullptr : pNext - 1;
+}
+
 ELF_SYM_HANDLE ProgFunctionAt(const PROG_TABLES& Tab, U32 Addr, bool PreferOuter)
 {
-    const CFunctionMap::STRETCH* pStretch = Tab.FunctionMap.Find(Addr);
+    // Mostly the line is asked for next.
+    Tab.CodeIndex.Prefetch<0>(Tab.aMap, Addr);
+    const CFunctionMap::STRETCH* pStretch = ProgStretchAt(Tab, Addr);
     if (!pStretch) return 0;
     return Tab.FunctionMap.Handle(PreferOuter ? pStretch->Outer : pStretch->Inner);
 }

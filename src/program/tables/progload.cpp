@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -54,6 +55,7 @@ std::vector<PROG_FILE*> FilesOfSrc(PROG_TABLES& Tab)
 /// Lowest code address: line records below it belong to code that isn't in the program.
 U32 LowestFunction(const PROG_TABLES& Tab)
 {
+    if (ELF_HasFunctionAtZero(Tab.hFile)) return ProgAlign(ELF_ToRuntimeAddr(0, 1, 0));
     U32 Lowest = 0xFFFFFFFFu;
     for (U32 i = 0; i < ELF_GetSymbolCount(Tab.hFile); i++) {
         const U32 Type = ELF_GetSymbolType(Tab.hFile, i);
@@ -111,6 +113,23 @@ void ProgLoadExists(PROG_TABLES& Tab)
     }
 }
 
+/// Declaration of the function that really lies at address 0, with an index of source files for a file number; line 0 if
+/// there is none.
+static CSrcLoc LocOfZero(const PROG_TABLES& Tab)
+{
+    constexpr U32 ATTR_DECL_FILE = 0x3A, ATTR_DECL_LINE = 0x3B;
+    if (!ELF_HasFunctionAtZero(Tab.hFile)) return {};
+    for (U32 i = 0; i < ELF_GetFunctionCount(Tab.hFile); i++) {
+        const ELF_CODE Code = ELF_GetCode(Tab.hFile, ELF_LIST_FUNCTIONS, i);
+        if (Code.NumRanges == 0 || Code.Low != 0 || !ELF_IsFunctionAtZero(Code.hSym)) continue;
+        const char* sFile = ELF_GetSymDeclFile(Code.hSym, ATTR_DECL_FILE);
+        for (U32 File = 0; File < ELF_GetSrcFileCount(Tab.hFile); File++) {
+            if (std::strcmp(ELF_GetSrcFile(Tab.hFile, File), sFile) == 0) return CSrcLoc(File, static_cast<U32>(ELF_GetSymAttr(Code.hSym, ATTR_DECL_LINE, nullptr)));
+        }
+    }
+    return {};
+}
+
 /// The rows of the line tables that belong to code of the program, still with indices of source files for file numbers.
 /// Sequences come in the order of their addresses, so that the rows are sorted almost for free.
 static void CollectRows(PROG_TABLES& Tab)
@@ -134,6 +153,18 @@ static void CollectRows(PROG_TABLES& Tab)
         First = i + 1;
     }
     std::sort(aSeq.begin(), aSeq.end());
+    if (const CSrcLoc Zero = LocOfZero(Tab); Zero.Line) {
+        // Of the sequences at address 0 one is that of the function there: the one that begins next to its declaration.
+        auto Distance = [&](const SEQUENCE& Seq) {
+            const ELF_LINE& Row = pLine[Seq.First];
+            return Row.File != Zero.File || Row.Line < Zero.Line ? 0xFFFFFFFFu : Row.Line - Zero.Line;
+        };
+        U32 Best = 0xFFFFFFFFu;
+        for (const SEQUENCE& Seq : aSeq) {
+            if (pLine[Seq.First].Addr == 0) Best = std::min(Best, Distance(Seq));
+        }
+        std::erase_if(aSeq, [&](const SEQUENCE& Seq) { return pLine[Seq.First].Addr == 0 && Distance(Seq) != Best; });
+    }
     Tab.aMap.reserve(Count);
     for (const SEQUENCE& Seq : aSeq) {
         // A record without a line has that of the record before it, across sequences too.
@@ -248,14 +279,14 @@ void ProgCleanMapping(PROG_TABLES& Tab)
     });
     for (PROG_MAP_ROW& Row : Tab.aMap) Row.Loc.File = apFile[Row.Loc.File]->Number;
     TidyRows(Tab);
-    Tab.MapIndex.Build(Tab.aMap.data(), Tab.aMap.size());
+    Tab.CodeIndex.Build(Tab.aMap, Tab.FunctionMap.Stretches());
 }
 
 void ProgSortMapping(PROG_TABLES& Tab)
 {
     TidyRows(Tab);
     Tab.aMap.shrink_to_fit();
-    Tab.MapIndex.Build(Tab.aMap.data(), Tab.aMap.size());
+    Tab.CodeIndex.Build(Tab.aMap, Tab.FunctionMap.Stretches());
 }
 
 void ProgLoadFileTree(PROG_TABLES& Tab)

@@ -3,6 +3,7 @@
 #include "program/tables/progtables.h"
 
 #include <algorithm>
+#include <span>
 
 namespace {
 
@@ -51,7 +52,8 @@ void ProgLoadInlines(PROG_TABLES& Tab)
     // An expansion that the line table doesn't know gets the line of its call.
     const size_t NumMapped = Tab.aMap.size();
     for (const auto& [Addr, hInst] : aEntry) {
-        const PROG_MAP_ROW* pRow = Tab.MapIndex.LowerBound(Tab.aMap.data(), NumMapped, Addr);
+        // What is added here stands behind the rows that the index knows.
+        const PROG_MAP_ROW* pRow = Tab.CodeIndex.LowerBound<0>(std::span(Tab.aMap.data(), NumMapped), Addr);
         if (pRow != Tab.aMap.data() + NumMapped && pRow->Addr == Addr) continue;
         const QString sFile = QString::fromUtf8(ELF_GetSymDeclFile(hInst, ATTR_CALL_FILE));
         const U32 File = sFile.isEmpty() ? 0xFFFFFFFFu : ProgFileOfPath(Tab, sFile);
@@ -97,7 +99,7 @@ void ProgLoadFunctions(PROG_TABLES& Tab)
         const char First = *ELF_GetSymbolName(Tab.hFile, ELF_GetSymId(Row.hSym));
         if (First != '?' && First != '$') aBest.push_back({ProgSymRange(Tab, Row.hSym), Row.hSym, false});
     }
-    auto IsEmpty = [](const BEST& Best) { return Best.Range.Start == 0 || Best.Range.Size == 0; };
+    auto IsEmpty = [](const BEST& Best) { return Best.Range.Size == 0 || (Best.Range.Start == 0 && !ELF_IsFunctionAtZero(Best.hSym)); };
     auto IsBefore = [](const BEST& a, const BEST& b) { return a.Range.Start < b.Range.Start; };
     std::erase_if(aBest, IsEmpty);
     std::stable_sort(aBest.begin(), aBest.end(), [](const BEST& a, const BEST& b) {
@@ -153,6 +155,7 @@ void ProgLoadFunctionTree(PROG_TABLES& Tab)
         ProgForEachRange(Code, [&](U32 Low, U32 High) { Add(Low, High, Code.hSym, CFunctionMap::KIND::EXPANSION); });
     }
     Tab.FunctionMap.Build();
+    Tab.CodeIndex.Build(Tab.aMap, Tab.FunctionMap.Stretches());
 }
 
 void ProgLoadFileFunctions(PROG_TABLES& Tab)

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <tuple>
 
 namespace {
@@ -69,16 +70,32 @@ void AddNames(CNameIndex& Names, const ELF_SYM_LIST& aSym)
     Names.Build();
 }
 
-/// Names of the functions, and those of functions that are only expanded.
+/// Names of the functions, and behind them the expansions by the names of what they expand. One that stands for its
+/// function in the list of functions is there already.
 void BuildFunctionNames(PROG_TABLES& Tab)
 {
-    AddNames(Tab.FunctionNames, Tab.aFunction);
-    ELF_SYM_HANDLE hPrev = 0;
-    for (const PROG_INSTANCE& Inst : Tab.aInstance) {
-        if (Inst.hOrigin != hPrev) Tab.OriginNames.Add(ELF_GetSymName(Inst.hOrigin), Inst.hOrigin);
-        hPrev = Inst.hOrigin;
+    std::vector<ELF_SYM_HANDLE> ahListed;
+    for (const ELF_SYM_HANDLE hFunc : std::as_const(Tab.aFunction)) {
+        Tab.FunctionNames.Add(ELF_GetSymName(hFunc), hFunc);
+        if (!ELF_SymIsElf(hFunc) && ELF_GetSymTag(hFunc) == ELF_TAG_INLINED_SUBROUTINE) ahListed.push_back(hFunc);
     }
-    Tab.OriginNames.Build();
+    std::sort(ahListed.begin(), ahListed.end());
+    struct NAMED {
+        ELF_SYM_HANDLE hInst;
+        const char* sName;
+    };
+    std::vector<NAMED> aNamed;
+    ELF_SYM_HANDLE hPrev = 0;
+    const char* sName = "";
+    for (const PROG_INSTANCE& Inst : Tab.aInstance) {
+        if (Inst.hOrigin != hPrev) sName = ELF_GetSymName(Inst.hOrigin);
+        hPrev = Inst.hOrigin;
+        if (!std::binary_search(ahListed.begin(), ahListed.end(), Inst.hInst)) aNamed.push_back({Inst.hInst, sName});
+    }
+    // In the order of the debug information, whatever functions of the same name they expand.
+    std::sort(aNamed.begin(), aNamed.end(), [](const NAMED& a, const NAMED& b) { return a.hInst < b.hInst; });
+    for (const NAMED& Named : aNamed) Tab.FunctionNames.Add(Named.sName, Named.hInst);
+    Tab.FunctionNames.Build();
 }
 
 /// Where the last "::" of a name stands that isn't part of template arguments or parameters, -1 if there is none.
@@ -108,35 +125,20 @@ struct SOUGHT {
     bool Fits(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym) const
     {
         if (sFull.isEmpty()) return true;
-        const QString sOwn = QualifiedName(Tab, hSym);
+        // Expansions are many, what they expand are few: the name that is kept is that of the latter.
+        const ELF_SYM_HANDLE hOrigin = ELF_GetSymOrigin(hSym);
+        const QString sOwn = QualifiedName(Tab, hOrigin ? hOrigin : hSym);
         return sOwn == sFull || sOwn.endsWith(QStringLiteral("::") + sFull);
     }
 };
 
 void AppendNamed(PROG_TABLES& Tab, const CNameIndex& Names, const SOUGHT& Name, ELF_SYM_LIST& aOut)
 {
-    Names.ForEach(Name.Plain.constData(), [&](ELF_SYM_HANDLE hSym) {
+    const std::span<const ELF_SYM_HANDLE> ahSym = Names.Find(Name.Plain.constData());
+    aOut.reserve(aOut.size() + static_cast<qsizetype>(ahSym.size()));
+    for (const ELF_SYM_HANDLE hSym : ahSym) {
         if (Name.Fits(Tab, hSym)) aOut.append(hSym);
-    });
-}
-
-/// The functions of a name, then its expansions in the order of the debug information.
-void AppendFunctions(PROG_TABLES& Tab, const SOUGHT& Name, ELF_SYM_LIST& aOut)
-{
-    if (!Tab.FunctionNames.IsBuilt()) BuildFunctionNames(Tab);
-    const qsizetype First = aOut.size();
-    AppendNamed(Tab, Tab.FunctionNames, Name, aOut);
-    const qsizetype NumFunctions = aOut.size();
-    Tab.OriginNames.ForEach(Name.Plain.constData(), [&](ELF_SYM_HANDLE hOrigin) {
-        if (!Name.Fits(Tab, hOrigin)) return;
-        const auto [pFirst, pLast] = ProgInstances(Tab, hOrigin);
-        for (const PROG_INSTANCE* p = pFirst; p != pLast; p++) aOut.append(p->hInst);
-    });
-    if (aOut.size() == NumFunctions) return;
-    std::sort(aOut.begin() + NumFunctions, aOut.end());
-    // An expansion that stands for its function is there already.
-    const QSet<ELF_SYM_HANDLE> Known(aOut.begin() + First, aOut.begin() + NumFunctions);
-    aOut.erase(std::remove_if(aOut.begin() + NumFunctions, aOut.end(), [&Known](ELF_SYM_HANDLE h) { return Known.contains(h); }), aOut.end());
+    }
 }
 
 ELF_SYM_LIST ElfList(const PROG_TABLES& Tab)
@@ -216,7 +218,10 @@ ELF_SYM_LIST PROG_FindSymbols(const QString& sName, bool Functions, bool Variabl
         // A static variable of the current function is in both lists.
         aFound.erase(std::remove_if(aFound.begin() + NumLocals, aFound.end(), [&Locals](ELF_SYM_HANDLE h) { return Locals.contains(h); }), aFound.end());
     }
-    if (Functions) AppendFunctions(Tab, Name, aFound);
+    if (Functions) {
+        if (!Tab.FunctionNames.IsBuilt()) BuildFunctionNames(Tab);
+        AppendNamed(Tab, Tab.FunctionNames, Name, aFound);
+    }
     if (Types) {
         if (!Tab.TypeNames.IsBuilt()) AddNames(Tab.TypeNames, Tab.aType);
         AppendNamed(Tab, Tab.TypeNames, Name, aFound);
@@ -224,9 +229,9 @@ ELF_SYM_LIST PROG_FindSymbols(const QString& sName, bool Functions, bool Variabl
     if (ElfSymbols) {
         if (!Tab.ElfNames.IsBuilt()) AddNames(Tab.ElfNames, ElfList(Tab));
         const QSet<ELF_SYM_HANDLE> Known(aFound.cbegin(), aFound.cend());
-        Tab.ElfNames.ForEach(Utf8.constData(), [&](ELF_SYM_HANDLE hSym) {
+        for (const ELF_SYM_HANDLE hSym : Tab.ElfNames.Find(Utf8.constData())) {
             if (!Known.contains(hSym)) aFound.append(hSym);
-        });
+        }
     }
     return Sort ? Sorted(aFound) : aFound;
 }

@@ -57,7 +57,7 @@ struct PROG_TABLES {
     QList<PROG_BLOCK> aBlock;
 
     CBigVector<PROG_MAP_ROW> aMap;    ///< by address, then the order of CSrcLoc
-    CAddrIndex MapIndex;               ///< of aMap
+    CAddrIndex<2> CodeIndex;           ///< of aMap and of the stretches of FunctionMap
     CBigVector<PROG_LOC_ROW> aByLoc;  ///< by file, line, address; through ProgRowsByLoc
 
     QList<U32> aFile;                  ///< file numbers in the order in which they were met
@@ -90,7 +90,7 @@ struct PROG_TABLES {
     QHash<ELF_SYM_HANDLE, CSrcLoc> SrcLocs;
     QHash<ELF_SYM_HANDLE, U32> Sizes;
     QHash<QPair<ELF_SYM_HANDLE, U32>, ELF_SYM_LOC> Locs;
-    CNameIndex FunctionNames, OriginNames, VariableNames, TypeNames, ElfNames;
+    CNameIndex FunctionNames, VariableNames, TypeNames, ElfNames;
     QHash<QString, QString> Macros;
     bool HasMacros = false;
     QHash<CSrcLoc, ELF_SYM_LIST> FunctionsAtLoc;
@@ -114,6 +114,8 @@ PROG_MAP_SPAN ProgRowsAt(const PROG_TABLES& Tab, U32 Addr);
 PROG_MAP_SPAN ProgRowsFor(const PROG_TABLES& Tab, U32 Addr);
 /// The rows by location, sorted at the first call.
 const CBigVector<PROG_LOC_ROW>& ProgRowsByLoc(PROG_TABLES& Tab);
+/// The functions around an address, null if there are none.
+const CFunctionMap::STRETCH* ProgStretchAt(const PROG_TABLES& Tab, U32 Addr);
 ELF_SYM_HANDLE ProgFunctionAt(const PROG_TABLES& Tab, U32 Addr, bool PreferOuter);
 /// The instances of an abstract function.
 std::pair<const PROG_INSTANCE*, const PROG_INSTANCE*> ProgInstances(const PROG_TABLES& Tab, ELF_SYM_HANDLE hOrigin);

@@ -84,6 +84,9 @@ public:
     /// Reads the registers of a frame; EvalFrameDone tells the end. 0, 1 if the frame is the selected one
     /// already, -1 if it has no PC or SP or can't be read.
     int EvalFrame(int Index);
+    /// The PC whose locations hold in a frame. Where a call is under way they are those of the call's last byte: compilers
+    /// end there what the callee may change.
+    U64 GetLocationPC(const CCallFrame& Frame) const;
     /// Evaluates a location in a frame: types 1 to 5 remain. A location of type 0 or without parts: failed.
     ELF_SYM_LOC ResolveLocation(const CCallFrame& Frame, const ELF_SYM_LOC& Loc) const;
 
@@ -141,6 +144,9 @@ private:
     // Locations.
     PART_RESULT _ResolvePart(const CCallFrame& Frame, const ELF_SYM_LOC_PART& Part, ELF_SYM_LOC_PART& Out) const;
     PART_RESULT _ResolveRegister(const CCallFrame& Frame, const ELF_SYM_LOC_PART& Part, ELF_SYM_LOC_PART& Out) const;
+    /// What a register held when the function of a frame was called, by the caller's word. False if it says nothing.
+    bool _ReadPassed(const CCallFrame& Frame, U32 Reg, ELF_SYM_LOC_PART* pOut, bool* pIsKnown) const;
+    ELF_SYM_LOC _EvalExpression(const CCallFrame& Frame, const ELF_SYM_LOC& Loc) const;
     PART_RESULT _ResolveNested(const CCallFrame& Frame, const ELF_SYM_LOC_PART& Part, ELF_SYM_LOC_PART& Out) const;
     bool _ReadPart(const CCallFrame& Frame, const ELF_SYM_LOC_PART& Part, U64* pValue) const;
     CRegSet* _FindRegs(const CCallFrame& Frame) const;

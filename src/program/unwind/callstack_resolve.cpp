@@ -3,6 +3,7 @@
 // rule where it put the value that its caller had.
 #include "app/services/log.h"
 #include "core/host/corehost.h"
+#include "program/symbols/locexpr.h"
 #include "program/tables/prog.h"
 #include "program/unwind/callstack.h"
 #include "program/unwind/regset.h"
@@ -123,6 +124,12 @@ CCallStack::PART_RESULT CCallStack::_ResolveNested(const CCallFrame& Frame, cons
     Out = Part;
     if (Part.Type == ELF_LOC_ENTRY_VALUE) {
         // What a parameter held on entry is what the caller's register holds at the call.
+        // For a register that the callee may use as it likes only the debug information of the call knows.
+        bool IsTold = false;
+        if (Part.NestedType == ELF_LOC_REG && _ReadPassed(Frame, Part.NestedReg, &Nested, &IsTold)) {
+            if (IsTold) Out = Nested, Out.Size = Part.Size;
+            return PART_OK;
+        }
         const CCallFrame& Older = GetFrame(Frame.Index + 1);
         if (Older.IsEmpty() || !IsPCValid(Older) || !IsSPValid(Older)) return PART_OK;
         return _ResolvePart(Older, GetNested(Part), Out);
@@ -140,9 +147,9 @@ CCallStack::PART_RESULT CCallStack::_ResolveNested(const CCallFrame& Frame, cons
     }
     U64 Addr = 0;
     if (!_ReadPart(Frame, Nested, &Addr)) return PART_FAILED;
-    Out = MakePart(ELF_LOC_MEM_ADDR_OFFSET);
-    Out.Addr = static_cast<U32>(Addr);
-    Out.Offset = Part.Offset;
+    Out = MakePart(ELF_LOC_MEM_FIXED);
+    // The part tells the offset of the register beneath it too, for its text; only another one comes on top.
+    Out.Addr = static_cast<U32>(Addr) + (Part.Offset == Part.NestedOffset ? 0 : static_cast<U32>(Part.Offset));
     Out.Size = Part.Size;
     return PART_OK;
 }
@@ -176,7 +183,89 @@ CCallStack::PART_RESULT CCallStack::_ResolvePart(const CCallFrame& Frame, const 
     }
 }
 
-ELF_SYM_LOC CCallStack::ResolveLocation(const CCallFrame& Frame, const ELF_SYM_LOC& Loc) const {
+U64 CCallStack::GetLocationPC(const CCallFrame& Frame) const {
+    const CCallFrame* pFrame = &Frame;
+    while (pFrame->Index > 0 && GetFrame(pFrame->Index - 1).IsInlined) pFrame = &GetFrame(pFrame->Index - 1);
+    const U64 PC = GetPC(*pFrame);
+    if (pFrame->Index <= 0) return PC;
+    // An interrupted function has called nothing: it goes on at its PC.
+    const CCallFrame& Callee = GetFrame(pFrame->Index - 1);
+    return Callee.ReturnAddrStatus == FRAME_VALUE_VALID && PC < Callee.ReturnAddr ? Callee.ReturnAddr - 1 : PC;
+}
+
+/// Callers that are asked for what they have passed, each of which may have got it from its own caller.
+static constexpr int MAX_PASSED_ON = 32;
+static thread_local int s_NumPassedOn = 0;
+
+bool CCallStack::_ReadPassed(const CCallFrame& Frame, U32 Reg, ELF_SYM_LOC_PART* pOut, bool* pIsKnown) const {
+    *pIsKnown = false;
+    const CCallFrame* pCallee = &Frame;
+    while (pCallee->IsInlined) pCallee = &GetFrame(pCallee->Index + 1);
+    const CCallFrame& Caller = GetFrame(pCallee->Index + 1);
+    if (pCallee->IsEmpty() || Caller.IsEmpty() || pCallee->ReturnAddrStatus != FRAME_VALUE_VALID || !IsPCValid(Caller) || !IsSPValid(Caller)) return false;
+    const CProgLock Lock;
+    const U64 PC = pCallee->RulePC == ~U64(0) ? GetPC(*pCallee) : pCallee->RulePC;
+    const ELF_SYM_HANDLE hCallee = PROG_GetFunctionAt(static_cast<U32>(PC), 1);
+    const ELF_SYM_HANDLE hCaller = PROG_GetFunctionAt(static_cast<U32>(GetPC(Caller)), 1);
+    ELF_SYM_LOC Loc;
+    if (!ELF_FindCallValue(hCaller, hCallee, static_cast<U32>(pCallee->ReturnAddr), Reg, &Loc)) return false;
+    if (Loc.NumParts == 0 || s_NumPassedOn >= MAX_PASSED_ON) return true;
+    s_NumPassedOn++;
+    const ELF_SYM_LOC Value = ResolveLocation(Caller, Loc);
+    s_NumPassedOn--;
+    if (Value.NumParts == 1 && Value.aPart[0].Type == ELF_LOC_CONST) {
+        *pOut = Value.aPart[0];
+        *pIsKnown = true;
+    }
+    return true;
+}
+
+ELF_SYM_LOC CCallStack::_EvalExpression(const CCallFrame& Frame, const ELF_SYM_LOC& Loc) const {
+    class CReader : public CLocFrame {
+    public:
+        CReader(const CCallStack& Stack, const CCallFrame& OfFrame) : m_Stack(Stack), m_Frame(OfFrame) {}
+        bool ReadReg(U32 Reg, U64* pValue) override {
+            ELF_SYM_LOC_PART Part = MakePart(ELF_LOC_REG), Place;
+            Part.Reg = Reg;
+            return m_Stack._ResolveRegister(m_Frame, Part, Place) == PART_OK && m_Stack._ReadPart(m_Frame, Place, pValue);
+        }
+        bool ReadMem(U32 Addr, U32 NumBytes, U64* pValue) override {
+            U8 ab[8] = {};
+            if (!UNWIND_GetHooks().ReadMem || UNWIND_GetHooks().ReadMem(Addr, NumBytes, ab) != 0) return false;
+            *pValue = GetInteger(ab, NumBytes);
+            return true;
+        }
+        bool GetFrameBase(U64* pValue) override {
+            *pValue = m_Frame.BasePointer;
+            return m_Frame.BasePointerStatus == FRAME_VALUE_VALID;
+        }
+        bool GetCfa(U64* pValue) override {
+            *pValue = m_Frame.CFA;
+            return m_Frame.CFAStatus == FRAME_VALUE_VALID;
+        }
+        bool ReadEntryReg(U32 Reg, U64* pValue) override {
+            ELF_SYM_LOC_PART Passed;
+            bool IsTold = false;
+            if (m_Stack._ReadPassed(m_Frame, Reg, &Passed, &IsTold)) return IsTold && m_Stack._ReadPart(m_Frame, Passed, pValue);
+            // Else known is what the function has put away; a register that it may have changed since has lost its value.
+            const CRegSet* pSet = m_Stack._FindRegs(m_Frame);
+            const ELF_SYM_LOC* pRule = pSet ? pSet->GetRule(Reg) : nullptr;
+            ELF_SYM_LOC_PART Place;
+            if (!pRule || pRule->NumParts != 1 || pRule->aPart[0].Type != ELF_LOC_MEM_CFA_OFFSET) return false;
+            return m_Stack._ResolvePart(m_Frame, pRule->aPart[0], Place) == PART_OK && m_Stack._ReadPart(m_Frame, Place, pValue);
+        }
+
+    private:
+        const CCallStack& m_Stack;
+        const CCallFrame& m_Frame;
+    };
+    const CProgLock Lock;
+    CReader Reader(*this, Frame);
+    return ELF_EvalExpression(Loc, Reader);
+}
+
+ELF_SYM_LOC CCallStack::ResolveLocation(const CCallFrame& Frame, const ELF_SYM_LOC& Unresolved) const {
+    const ELF_SYM_LOC Loc = ELF_IsExpression(Unresolved) ? _EvalExpression(Frame, Unresolved) : Unresolved;
     ELF_SYM_LOC Out{};
     Out.NumParts = std::min(Loc.NumParts, ELF_SYM_LOC_MAX_PARTS);
     for (U32 i = 0; i < Out.NumParts; i++) {

@@ -1,19 +1,59 @@
 # Run by gdb: stops at each call of Stop and prints frames and registers, and saves the memory. What is printed:
 #   STOP <number>
 #   FRAME <level> <kind> <name> <pc> <value of r4> ... <value of r11> <sp> <lr>
+#   LOCAL <level> <line> <name> <size> <value>          a number, or the address of an array
+#   LENGTH <level> <line> <name> <number of elements>   of an array
 import gdb
 import os
+import struct
 
 directory = os.environ["SNAPSHOT_DIR"]
 gdb.execute("set pagination off")
 gdb.execute("set confirm off")
 gdb.execute("set backtrace past-main on")
 gdb.Breakpoint("*Stop")
+
+
+def number(value):
+    """The bits of a scalar, None for anything else."""
+    kind = value.type.strip_typedefs()
+    if kind.code == gdb.TYPE_CODE_FLT:
+        return int.from_bytes(struct.pack("<f" if kind.sizeof == 4 else "<d", float(value)), "little")
+    if kind.code in (gdb.TYPE_CODE_INT, gdb.TYPE_CODE_CHAR, gdb.TYPE_CODE_BOOL, gdb.TYPE_CODE_ENUM, gdb.TYPE_CODE_PTR):
+        return int(value) & ((1 << 8 * kind.sizeof) - 1)
+    return None
+
+
+def print_locals(frame, level):
+    frame.select()
+    block = frame.block()
+    while block and not (block.is_static or block.is_global):
+        for symbol in block:
+            if not (symbol.is_variable or symbol.is_argument):
+                continue
+            place = "%d %d %s" % (level, symbol.line, symbol.name)
+            try:
+                value = symbol.value(frame)
+                kind = value.type.strip_typedefs()
+                if value.is_optimized_out:
+                    continue
+                if kind.code == gdb.TYPE_CODE_ARRAY:
+                    print("LOCAL %s %d %x" % (place, 0, int(value.address)))
+                    print("LENGTH %s %d" % (place, int(gdb.parse_and_eval("sizeof({0}) / sizeof({0}[0])".format(symbol.name)))))
+                elif number(value) is not None:
+                    print("LOCAL %s %d %x" % (place, kind.sizeof, number(value)))
+            except (gdb.error, TypeError, ValueError):
+                pass
+        if block.function:
+            break
+        block = block.superblock
+
+
 registers = ["r%d" % i for i in range(13)] + ["sp", "lr", "pc", "xpsr"]
-number = 0
-while number < 6:
+stop = 0
+while stop < 6:
     gdb.execute("continue", to_string=True)
-    print("STOP %d" % number)
+    print("STOP %d" % stop)
     frame = gdb.newest_frame()
     print("LIVE " + " ".join("%x" % (int(frame.read_register(r)) & 0xFFFFFFFF) for r in registers))
     level = 0
@@ -26,10 +66,14 @@ while number < 6:
                 except (gdb.error, ValueError, TypeError):
                     saved.append("?")
             print("FRAME %d %d %s %x %s" % (level, frame.type(), frame.name(), frame.pc(), " ".join(saved)))
+            try:
+                print_locals(frame, level)
+            except RuntimeError:
+                pass
             frame = frame.older()
             level += 1
     except gdb.error as error:
         print("ERROR %s" % error)
-    gdb.execute("dump binary memory %s/ram%d.bin 0x20000000 0x20010000" % (directory, number))
-    number += 1
+    gdb.execute("dump binary memory %s/ram%d.bin 0x20000000 0x20010000" % (directory, stop))
+    stop += 1
 gdb.execute("kill")
