@@ -335,6 +335,40 @@ private slots:
         Core::Unbind();
     }
 
+    /// Pieces of any size give the records that the whole gives; a binding that changes ends the work.
+    void AnalysisInPieces() {
+        Load(GetElf("decode_m4f"));
+        QHash<U32, int> aLength;
+        for (const CODE_SECTION& Section : ReadCodeSections(GetElf("decode_m4f"))) {
+            for (U32 Addr = Section.Start; Addr < Section.End; Addr += 2) {
+                if (Core::IsInstStart(Addr)) aLength[Addr] = Core::GetInstSize(Addr);
+            }
+        }
+        for (const U64 Piece : {U64(1), U64(6), U64(0x1000)}) {
+            Core::ClearCache();
+            Core::CProgramAnalysis Analysis;
+            U32 Before = 0;
+            while (Analysis.Step(Piece)) {
+                QVERIFY(Analysis.GetPermille() >= Before && Analysis.GetPermille() <= 1000);
+                Before = Analysis.GetPermille();
+            }
+            QCOMPARE(Analysis.GetPermille(), 1000u);
+            U64 NumBytes = 0;
+            for (auto It = aLength.cbegin(); It != aLength.cend(); ++It) {
+                CORE_INST_INFO Info;
+                QCOMPARE(Core::GetInstInfo(&Info, It.key()), 0);
+                QCOMPARE(Info.Length, It.value());
+                NumBytes += U64(Info.Length);
+            }
+            QCOMPARE(Analysis.GetNumDecoded(), NumBytes);
+        }
+        Core::CProgramAnalysis Analysis;
+        QVERIFY(Analysis.Step(2));
+        PROG_Unload();
+        QVERIFY(!Analysis.Step(2));
+        QVERIFY(Analysis.GetPermille() < 1000);
+    }
+
     void NoMappingSymbols() {
         QTemporaryDir Dir;
         const QString sPath = Dir.filePath("stripped.elf");

@@ -53,12 +53,16 @@ class tst_datafiles : public QObject {
 private slots:
     void objcopy_data();
     void objcopy();
+    void roundTrip_data();
+    void roundTrip();
+    void bigEndian();
     void records_data();
     void records();
     void suffixes();
     void move();
     void chunks();
     void corrupt();
+    void tooLarge();
     void save();
     void filters();
 };
@@ -98,6 +102,56 @@ void tst_datafiles::objcopy()
         QCOMPARE(Found, Elf.Data);
     }
     for (const CFileBlock& Block : aBlock) QVERIFY(Block.Size == U32(Block.Data.size()) && Block.VirtAddr == Block.LoadAddr);
+}
+
+void tst_datafiles::roundTrip_data()
+{
+    QTest::addColumn<QString>("Format");
+    QTest::addColumn<QString>("Suffix");
+    QTest::addColumn<U32>("Addr");
+    for (const U32 Addr : {0x0u, 0xFFF0u, 0x00FFFFF0u, 0x20000000u, 0xFFFE0000u}) {
+        const QByteArray sAddr = Hex(Addr, 8);
+        QTest::newRow(("hex " + sAddr).constData()) << "ihex" << "hex" << Addr;
+        QTest::newRow(("srec " + sAddr).constData()) << "srec" << "srec" << Addr;
+    }
+    QTest::newRow("bin") << "binary" << "bin" << 0x08000000u;
+}
+
+/// What is saved, turned into a format by objcopy and read again is the same, and so is what objcopy makes of it.
+void tst_datafiles::roundTrip()
+{
+    QFETCH(QString, Format);
+    QFETCH(QString, Suffix);
+    QFETCH(U32, Addr);
+    QByteArray Data(70001, 0); // crosses a border of 64 KB, where the address record of the hex format changes
+    U32 Seed = 1;
+    for (char& c : Data) c = char((Seed = Seed * 1664525 + 1013904223) >> 24);
+    const QString sSaved = CTestBuild::Dir() + "/saved.bin", sOut = CTestBuild::Dir() + "/trip." + Suffix;
+    QCOMPARE(CFileWorker::Instance().SaveFile(sSaved, Data.constData(), U32(Data.size())), 0);
+    CTestBuild::Run("objcopy", {"-I", "binary", "-O", Format, "--change-addresses=0x" + QString::number(Format == "binary" ? 0 : Addr, 16), sSaved, sOut});
+    const QList<CFileBlock> aBlock = Read(sOut, Suffix == "bin" ? I64(Addr) : -1);
+    QCOMPARE(aBlock.size(), 1);
+    QCOMPARE(aBlock[0].LoadAddr, Addr);
+    QCOMPARE(aBlock[0].Size, U32(Data.size()));
+    QVERIFY(aBlock[0].Data == Data);
+    const QString sAgain = CTestBuild::Dir() + "/again.bin", sTheirs = CTestBuild::Dir() + "/theirs.bin";
+    QCOMPARE(CFileWorker::Instance().SaveFile(sAgain, aBlock[0].Data.constData(), aBlock[0].Size), 0);
+    CTestBuild::Run("objcopy", {"-I", Format, "-O", "binary", sOut, sTheirs});
+    QFile Again(sAgain), Theirs(sTheirs);
+    QVERIFY(Again.open(QIODevice::ReadOnly) && Theirs.open(QIODevice::ReadOnly));
+    QVERIFY(Again.readAll() == Theirs.readAll());
+}
+
+/// The bytes of a big-endian program are those that objcopy takes out of it.
+void tst_datafiles::bigEndian()
+{
+    const QString sElf = CTestBuild::Get({"gcc", false, 4, 0, "-mbig-endian"}), sBin = CTestBuild::Dir() + "/big.bin";
+    const QList<CFileBlock> aBlock = Read(sElf);
+    QVERIFY(!aBlock.isEmpty());
+    CTestBuild::Run("arm-none-eabi-objcopy", {"-O", "binary", sElf, sBin});
+    const QList<CFileBlock> aBin = Read(sBin, aBlock[0].LoadAddr);
+    QCOMPARE(aBin.size(), 1);
+    for (const CFileBlock& Block : aBlock) QVERIFY(aBin[0].Data.mid(Block.LoadAddr - aBin[0].LoadAddr, Block.Size) == Block.Data);
 }
 
 void tst_datafiles::records_data()
@@ -200,6 +254,18 @@ void tst_datafiles::corrupt()
     SetLogConsoleSink({});
     // The last line of the last chunk isn't noted, though it is discarded.
     QCOMPARE(Read(Write("badlast.srec", Good + "S1bad\n")).size(), 1);
+}
+
+void tst_datafiles::tooLarge()
+{
+    QStringList asLine;
+    SetLogConsoleSink([&](const QString& sText, U32) { asLine.append(sText); });
+    const QString sPath = Write("huge.bin", "x");
+    QVERIFY(QFile::resize(sPath, 0x100000000));
+    QVERIFY(Read(sPath).isEmpty());
+    QFile::remove(sPath);
+    SetLogConsoleSink({});
+    QVERIFY(asLine.value(0).contains("larger than the address space"));
 }
 
 void tst_datafiles::save()

@@ -1,5 +1,7 @@
 #include "app/shell/programdata.h"
 
+#include "core/cache/core.h"
+#include "device/queue/device.h"
 #include "program/datafiles/fileworker.h"
 #include "program/elf/elf.h"
 #include "program/tables/prog.h"
@@ -7,6 +9,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <algorithm>
+#include <mutex>
 
 namespace {
 
@@ -36,6 +39,25 @@ PROGRAM_DATA ReadElf(const QString& sPath)
     return Data;
 }
 
+/// Data of a file as it is now.
+PROGRAM_DATA ReadData(const QString& sPath, U32 BinAddr)
+{
+    if (IsElfFile(sPath)) return ReadElf(sPath);
+    PROGRAM_DATA Data;
+    const bool Binary = QFileInfo(sPath).suffix().compare("bin", Qt::CaseInsensitive) == 0;
+    for (const CFileBlock& Block : BFile::CFileWorker::Instance().ReadFile(sPath, Binary ? I64(BinAddr) : -1))
+        Data.Blocks.append({Block.LoadAddr, Block.Data});
+    // The reader has told the reason where it knows one.
+    if (Data.Blocks.isEmpty()) Data.sError = QStringLiteral("no data in file ") + sPath;
+    return Data;
+}
+
+void Sort(PROGRAM_DATA& Data)
+{
+    std::sort(Data.Blocks.begin(), Data.Blocks.end(),
+              [](const PROGRAM_DATA_BLOCK& a, const PROGRAM_DATA_BLOCK& b) { return a.Addr < b.Addr; });
+}
+
 } // namespace
 
 bool IsElfFile(const QString& sPath)
@@ -57,31 +79,39 @@ PROGRAM_DATA GetProgramData(const QString& sPath, U32 BinAddr)
                 Data.Blocks.append({U32(Block.LoadAddr), QByteArray(reinterpret_cast<const char*>(Block.pData), Block.Size)});
     } else if (!s_sOtherPath.isEmpty() && sPath == s_sOtherPath) {
         Data = s_Other;
-    } else if (IsElfFile(sPath)) {
-        Data = ReadElf(sPath);
     } else {
-        const bool Binary = QFileInfo(sPath).suffix().compare("bin", Qt::CaseInsensitive) == 0;
-        for (const CFileBlock& Block : BFile::CFileWorker::Instance().ReadFile(sPath, Binary ? I64(BinAddr) : -1))
-            Data.Blocks.append({Block.LoadAddr, Block.Data});
-        // The reader has told the reason where it knows one.
-        if (Data.Blocks.isEmpty()) Data.sError = QStringLiteral("no data in file ") + sPath;
+        Data = ReadData(sPath, BinAddr);
     }
-    std::sort(Data.Blocks.begin(), Data.Blocks.end(),
-              [](const PROGRAM_DATA_BLOCK& a, const PROGRAM_DATA_BLOCK& b) { return a.Addr < b.Addr; });
+    Sort(Data);
     return Data;
 }
 
 QString LoadOtherProgramData(const QString& sPath, U32 BinAddr)
 {
-    const PROGRAM_DATA Data = GetProgramData(sPath, BinAddr);
+    // From the file, also when it is the one that is loaded: it may have been built anew.
+    PROGRAM_DATA Data = ReadData(sPath, BinAddr);
     if (!Data.sError.isEmpty()) return Data.sError;
+    Sort(Data);
+    ClearProgramData();
     s_Other = Data;
     s_sOtherPath = sPath;
     return {};
 }
 
+void BindOtherProgramData()
+{
+    QList<BFile::RAW_BLOCK> aBlock;
+    for (const PROGRAM_DATA_BLOCK& Block : std::as_const(s_Other.Blocks))
+        aBlock.append({Block.Addr, Block.Addr, static_cast<U32>(Block.Bytes.size()), reinterpret_cast<const U8*>(Block.Bytes.constData())});
+    Core::SetBlocks(aBlock.constData(), static_cast<U32>(aBlock.size()));
+}
+
 void ClearProgramData()
 {
+    if (!s_Other.Blocks.isEmpty()) {
+        const std::lock_guard Lock(CDevice::Get().GetDeviceMutex());
+        Core::SetBlocks(nullptr, 0); // their bytes go
+    }
     s_Other = {};
     s_sOtherPath.clear();
 }

@@ -24,6 +24,9 @@ PROGRAM_DATA GetProgramData(const QString& sPath, U32 BinAddr = 0);
 /// on success.
 QString LoadOtherProgramData(const QString& sPath, U32 BinAddr);
 void ClearProgramData();
+/// Gives the session's data to the core analysis as blocks of code; without effect while a program file is bound. Main
+/// thread, under the device mutex.
+void BindOtherProgramData();
 
 /// By the extension (elf, out, axf) or the first bytes: the magic of a 32-bit or 64-bit ELF file.
 bool IsElfFile(const QString& sPath);

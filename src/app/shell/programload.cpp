@@ -3,16 +3,20 @@
 
 #include "app/services/log.h"
 #include "app/services/mainthread.h"
+#include "app/shell/programdata.h"
 #include "core/cache/core.h"
+#include "core/host/corehost.h"
 #include "device/queue/device.h"
 #include "program/tables/prog.h"
 #include "views/framework/statusbar.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 namespace {
@@ -20,7 +24,10 @@ namespace {
 /// A program that is read in this time needs no progress, and nothing happens meanwhile.
 constexpr std::chrono::milliseconds QUIET_TIME(80);
 constexpr std::chrono::milliseconds POLL_TIME(10);
-constexpr int PROGRESS_MAX = 1000;
+constexpr std::chrono::milliseconds SLICE_TIME(15); ///< decoding between two looks at the events
+constexpr U64 PIECE_BYTES = 0x1000;
+constexpr int READ_SHARE = 1000; ///< of the progress: reading the file and building its tables
+constexpr int DECODE_SHARE = 200;
 
 bool s_IsLoading = false;
 
@@ -42,7 +49,7 @@ void RunBeside(CProgLoad& Load, const std::function<void()>& Job)
     };
     CStatusBar& Status = CStatusBar::Get();
     if (!Wait(QUIET_TIME)) {
-        if (!Status.IsProgressRunning()) Status.StartProgress(0, PROGRESS_MAX);
+        if (!Status.IsProgressRunning()) Status.StartProgress(0, READ_SHARE + DECODE_SHARE);
         do {
             Status.SetProgressValue(static_cast<int>(Load.Progress().Permille));
             QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
@@ -50,6 +57,43 @@ void RunBeside(CProgLoad& Load, const std::function<void()>& Job)
         } while (!Wait(POLL_TIME));
     }
     Thread.join();
+}
+
+/// Decodes the code that is bound to the core, in slices between which the application stays alive. The plug-in is only
+/// asked on the main thread and under the device mutex: another part of the session may exchange it in between. False
+/// after a cancel.
+bool DecodeInSlices(ELF_HANDLE hFile)
+{
+    CStatusBar& Status = CStatusBar::Get();
+    std::optional<Core::CProgramAnalysis> Analysis;
+    QElapsedTimer Total;
+    Total.start();
+    for (bool HasMore = true; HasMore;) {
+        {
+            const std::lock_guard Lock(CDevice::Get().GetDeviceMutex());
+            const CElfPrivate Private(hFile);
+            QElapsedTimer Slice;
+            Slice.start();
+            if (!Analysis) Analysis.emplace();
+            do {
+                HasMore = Analysis->Step(PIECE_BYTES);
+            } while (HasMore && Slice.elapsed() < SLICE_TIME.count());
+        }
+        if (!HasMore || (Total.elapsed() < QUIET_TIME.count() && !Status.IsProgressRunning())) continue;
+        if (!Status.IsProgressRunning()) Status.StartProgress(0, READ_SHARE + DECODE_SHARE);
+        Status.SetProgressValue(READ_SHARE + static_cast<int>(Analysis->GetPermille()) * DECODE_SHARE / 1000);
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        if (Status.WasCanceled()) return false;
+    }
+    return true;
+}
+
+/// A core plug-in that was loaded or exchanged while the program was being read has not met it.
+void BindAgain()
+{
+    if (!Core_IsLoaded() || Core::GetBoundFile() == PROG_GetFileHandle()) return;
+    Core::ClearCache();
+    if (Core::Bind(PROG_GetFileHandle()) == 0) Core::AnalyzeProgram();
 }
 
 } // namespace
@@ -70,6 +114,7 @@ int LoadProgramFile(const QString& sPath)
     {
         const std::lock_guard Lock(Dev.GetDeviceMutex());
         PROG_Unload();
+        Core::ClearCache();
     }
     RunBeside(Load, [&Load] { Load.ReadFile(); });
     bool Good;
@@ -78,17 +123,29 @@ int LoadProgramFile(const QString& sPath)
         Good = Load.BindCore();
     }
     if (Good) RunBeside(Load, [&Load] { Load.BuildTables(); });
+    if (Load.GetFile() && !Load.Progress().Cancel && !DecodeInSlices(Load.GetFile())) Load.Progress().Cancel = true;
     if (!HadProgress) CStatusBar::Get().EndProgress();
     int Result;
     {
         const std::lock_guard Lock(Dev.GetDeviceMutex());
         Result = Load.Publish();
-        if (Result == 0) {
-            Core::ClearCache();
-            Core::AnalyzeProgram();
-        }
+        if (Result == 0) BindAgain();
+        else Core::ClearCache();
     }
     if (Load.Progress().Cancel) LogWarning(QStringLiteral("opening of %1 was canceled").arg(sPath));
     s_IsLoading = false;
     return Result;
+}
+
+void DecodeOtherProgram()
+{
+    AssertMainThread("DecodeOtherProgram");
+    const bool HadProgress = CStatusBar::Get().IsProgressRunning();
+    {
+        const std::lock_guard Lock(CDevice::Get().GetDeviceMutex());
+        Core::ClearCache();
+        BindOtherProgramData();
+    }
+    DecodeInSlices(nullptr);
+    if (!HadProgress) CStatusBar::Get().EndProgress();
 }

@@ -6,5 +6,8 @@
 /// of the application are processed and the status bar shows the progress, whose cancel button ends it. 0, or -1 if
 /// the file can't be opened, was cancelled, or another one is being opened: no program is loaded then. Main thread.
 int LoadProgramFile(const QString& sPath);
+/// Decodes the data file that stands for a program (LoadOtherProgramData), in the same manner; a cancel leaves the rest of
+/// it undecoded. Main thread, no program file loaded.
+void DecodeOtherProgram();
 /// A program file is being opened: what would change the program must wait.
 bool IsProgramLoading();

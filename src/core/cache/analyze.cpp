@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 namespace Core {
 
@@ -36,8 +38,9 @@ const U8* FindSpanData(U64 Start, U64 End) {
     return nullptr;
 }
 
-/// Decodes the part of a section that lies in the region at Pos. Gives the position to go on at.
-U64 AnalyzeRegion(U64 Pos, U64 SectionEnd, U64* pNumBytes) {
+/// Finds the part of a section that lies in the region at Pos; it joins the spans if it is code with bytes. Gives the
+/// position to go on at.
+U64 CollectRegion(U64 Pos, U64 SectionEnd, std::vector<std::pair<U64, U64>>& aSpan) {
     const U64 Alignment = Core_GetStaticInfo().InstAlignment;
     REGION Region;
     U64 RegionEnd = 0;
@@ -46,10 +49,50 @@ U64 AnalyzeRegion(U64 Pos, U64 SectionEnd, U64* pNumBytes) {
     const U64 Start = std::max(Pos, Region.Addr);
     const U64 End = std::min(RegionEnd, SectionEnd);
     if (End <= Start) return Pos + Alignment;
-    if (!IsDataKind(Region.Kind)) {
-        if (const U8* pData = FindSpanData(Start, End)) *pNumBytes += AnalyzeAdd(Start, End, pData);
-    }
+    if (!IsDataKind(Region.Kind) && FindSpanData(Start, End)) aSpan.emplace_back(Start, End);
     return End;
+}
+
+/// Decodes from *pAddr on until it is at or behind Stop, with the bytes of the whole range at hand. Gives the bytes decoded.
+U64 Decode(const OVERLAY& Range, U64* pAddr, U64 Stop) {
+    const U64 Alignment = Core_GetStaticInfo().InstAlignment;
+    U64 NumBytes = 0;
+    Overlay = Range;
+    while (*pAddr < Stop) {
+        CORE_INST_INFO Info;
+        U64 Step = Alignment;
+        if (Core_AnalyzeInst(*pAddr, &Info) == 0 && Info.Length > 0) {
+            StoreInst(static_cast<U32>(*pAddr), Info);
+            Step = std::max(Alignment, static_cast<U64>(Info.Length));
+            NumBytes += static_cast<U64>(Info.Length);
+        }
+        *pAddr += Step;
+    }
+    Overlay = {};
+    DropTexts(); // counts and texts of the range are of the time before
+    return NumBytes;
+}
+
+/// False, with a report, for a range that the cache can't take.
+bool CheckRange(U64 Start, U64 End) {
+    if (Start >= End) {
+        Core_Log("Invalid address range input to function Core::AnalyzeAdd", CORE_LOG_FILE);
+        return false;
+    }
+    return true;
+}
+
+/// Addresses that the records have no place for; reported.
+bool IsOutside(U64 Start, U64 End) {
+    if (Start < CACHE_LIMIT && End < CACHE_LIMIT) return false;
+    Core_Log("Cannot add to instruction cache outside 32-bit address range", CORE_LOG_FILE);
+    return true;
+}
+
+bool CheckCore() {
+    if (Core_IsLoaded()) return true;
+    Core_Log("Failed to analyze instruction byte stream: module not initialized", CORE_LOG_FILE);
+    return false;
 }
 
 } // namespace
@@ -62,63 +105,60 @@ int ReadOverlay(U64 Addr, U32 Size, void* pBuffer) {
 }
 
 U64 AnalyzeAdd(U64 Start, U64 End, const U8* pData) {
-    if (!Core_IsLoaded()) {
-        Core_Log("Failed to analyze instruction byte stream: module not initialized", CORE_LOG_FILE);
-        return 0;
-    }
-    if (Start >= End) {
-        Core_Log("Invalid address range input to function Core::AnalyzeAdd", CORE_LOG_FILE);
-        return 0;
-    }
-    if (!pData) return 0;
-    if (Start >= CACHE_LIMIT || End >= CACHE_LIMIT) {
-        Core_Log("Cannot add to instruction cache outside 32-bit address range", CORE_LOG_FILE);
-        return 0;
-    }
-    const U64 Alignment = Core_GetStaticInfo().InstAlignment;
-    Overlay = {Start, End, pData};
-    U64 NumBytes = 0;
-    for (U64 Addr = Start - Start % Alignment; Addr < End;) {
-        CORE_INST_INFO Info;
-        U64 Step = Alignment;
-        if (Core_AnalyzeInst(Addr, &Info) == 0 && Info.Length > 0) {
-            StoreInst(static_cast<U32>(Addr), Info);
-            Step = std::max(Alignment, static_cast<U64>(Info.Length));
-            NumBytes += static_cast<U64>(Info.Length);
-        }
-        Addr += Step;
-    }
-    Overlay = {};
-    DropTexts(); // counts and texts of the range are of the time before
-    return NumBytes;
+    if (!CheckCore() || !CheckRange(Start, End) || !pData || IsOutside(Start, End)) return 0;
+    U64 Addr = Start - Start % Core_GetStaticInfo().InstAlignment;
+    return Decode({Start, End, pData}, &Addr, End);
 }
 
-int AnalyzeProgram() {
+CProgramAnalysis::CProgramAnalysis() : m_Generation(GetBindingGeneration()) {
     std::vector<std::pair<U64, U64>> aSection;
-    std::vector<std::pair<U64, U64>> aBlock;
     bool HasFile = false;
+    const U64 Alignment = Core_GetStaticInfo().InstAlignment;
     {
         CBindingLock Lock;
         HasFile = Lock.Get().hFile != nullptr;
         for (const SECTION& S : Lock.Get().aSection) {
             if (S.IsCode) aSection.emplace_back(S.Start, S.End);
         }
-        for (const BLOCK& B : Lock.Get().aBlock) aBlock.emplace_back(B.Start, B.End);
-    }
-    U64 NumBytes = 0;
-    if (HasFile) {
-        for (const auto& [Start, End] : aSection) {
-            const U64 Offset = ToRuntimeAddr(Start) - Start;
-            for (U64 Pos = Start + Offset; Pos < End + Offset;) Pos = AnalyzeRegion(Pos, End + Offset, &NumBytes);
-        }
-    } else {
-        const U64 Alignment = Core_GetStaticInfo().InstAlignment;
-        for (const auto& [Start, End] : aBlock) {
-            const U64 First = (Start + Alignment - 1) / Alignment * Alignment;
-            if (First < End) NumBytes += AnalyzeAdd(First, End, FindSpanData(First, End));
+        for (const BLOCK& B : Lock.Get().aBlock) {
+            const U64 First = (B.Start + Alignment - 1) / Alignment * Alignment;
+            if (!HasFile && First < B.End && B.pData) m_aSpan.emplace_back(First, B.End);
         }
     }
-    return static_cast<int>(std::min<U64>(NumBytes, 0x7FFFFFFF));
+    for (const auto& [Start, End] : aSection) {
+        const U64 Offset = ToRuntimeAddr(Start) - Start;
+        for (U64 Pos = Start + Offset; Pos < End + Offset;) Pos = CollectRegion(Pos, End + Offset, m_aSpan);
+    }
+    if (!m_aSpan.empty() && !CheckCore()) m_aSpan.clear();
+    std::erase_if(m_aSpan, [](const auto& Span) { return IsOutside(Span.first, Span.second); });
+    for (const auto& [Start, End] : m_aSpan) m_NumTotal += End - Start;
+}
+
+bool CProgramAnalysis::Step(U64 MaxBytes) {
+    // Pointers into the bytes of the program die with the binding; a core that was exchanged decodes from the beginning.
+    if (m_Next >= m_aSpan.size() || !Core_IsLoaded() || GetBindingGeneration() != m_Generation) return false;
+    const auto [Start, End] = m_aSpan[m_Next];
+    const U64 From = Start - Start % Core_GetStaticInfo().InstAlignment;
+    U64 Addr = From + m_Pos;
+    m_NumDecoded += Decode({Start, End, FindSpanData(Start, End)}, &Addr, std::min(End, Addr + std::min(MaxBytes, End)));
+    m_Pos = Addr - From;
+    if (Addr >= End) {
+        m_NumDone += End - Start;
+        m_Pos = 0;
+        m_Next++;
+    }
+    return m_Next < m_aSpan.size();
+}
+
+U32 CProgramAnalysis::GetPermille() const {
+    return m_NumTotal ? static_cast<U32>(std::min<U64>(1000, (m_NumDone + m_Pos) * 1000 / m_NumTotal)) : 1000;
+}
+
+int AnalyzeProgram() {
+    CProgramAnalysis Analysis;
+    while (Analysis.Step(CACHE_LIMIT)) {
+    }
+    return static_cast<int>(std::min<U64>(Analysis.GetNumDecoded(), 0x7FFFFFFF));
 }
 
 void ClearCache() {

@@ -19,6 +19,8 @@
 #include "program/tables/addrrange.h"
 
 #include <QString>
+#include <utility>
+#include <vector>
 
 namespace Core {
 
@@ -32,11 +34,30 @@ void RegisterHooks();
 int Bind(ELF_HANDLE hFile);
 /// Frees the region table. The decoded records stay until ClearCache. 0.
 int Unbind();
+/// The file that is bound, null if none. Any thread.
+ELF_HANDLE GetBoundFile();
 /// Loaded blocks of a program that comes from a data file, which has no sections and no regions. The bytes
-/// belong to the caller and live until the next call or Unbind.
+/// belong to the caller and live until the next call or Unbind. Without effect while a file is bound.
 void SetBlocks(const BFile::RAW_BLOCK* paBlock, U32 NumBlocks);
 /// Decodes all code regions of the bound file; without a file, the blocks. Gives the bytes decoded.
 int AnalyzeProgram();
+/// The same in pieces, so that a window stays alive meanwhile: each piece runs on the main thread under the device mutex,
+/// with the file that is bound as the ELF layer's current one; between them anything may happen. A binding or a core that
+/// was exchanged in between ends it.
+class CProgramAnalysis {
+public:
+    CProgramAnalysis();
+    bool Step(U64 MaxBytes);                        ///< decodes about so many bytes; false when nothing is left
+    U32 GetPermille() const;                        ///< how far it is, 0 to 1000
+    U64 GetNumDecoded() const { return m_NumDecoded; } ///< bytes
+
+private:
+    std::vector<std::pair<U64, U64>> m_aSpan;       ///< ranges of code, ends exclusive
+    size_t m_Next = 0;                              ///< the range under way
+    U64 m_Pos = 0;                                  ///< bytes of it that are done
+    U64 m_NumTotal = 0, m_NumDone = 0, m_NumDecoded = 0;
+    U32 m_Generation;
+};
 /// Decodes one address range into the cache; gives the bytes decoded. pData are the bytes at Start.
 U64 AnalyzeAdd(U64 Start, U64 End, const U8* pData);
 /// Frees all decoded records and texts.

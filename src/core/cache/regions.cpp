@@ -25,6 +25,7 @@ constexpr U64 ADDR_LIMIT = 0x100000000ull;
 std::shared_mutex BindingMutex;
 BINDING Binding;
 std::atomic<bool> IsRelocated{false};
+std::atomic<U32> Generation{0};
 
 void AddBlock(BINDING& New, U64 Start, U64 Size, const U8* pData) {
     if (Size == 0 || Start + Size > ADDR_LIMIT) return;
@@ -121,6 +122,7 @@ const BINDING& CBindingLock::Get() const {
 void ReplaceBinding(BINDING&& New) {
     IsRelocated = New.IsRelocated;
     std::unique_lock Lock(BindingMutex);
+    Generation++;
     std::swap(Binding, New); // the old one is freed by the caller, after the lock
 }
 
@@ -221,6 +223,10 @@ U64 GetNextBlock(U64 Addr) {
 ELF_HANDLE GetBoundFile() {
     CBindingLock Lock;
     return Lock.Get().hFile;
+}
+
+U32 GetBindingGeneration() {
+    return Generation;
 }
 
 U64 GetProgramEnd() {

@@ -74,7 +74,7 @@ bool IsInSection(U64 Addr);
 /// Start of the first block above the address, 2^64 - 1 if there is none.
 U64 GetNextBlock(U64 Addr);
 U64 GetProgramEnd();
-ELF_HANDLE GetBoundFile(); ///< null if none
+U32 GetBindingGeneration(); ///< another number after each change of the binding
 /// Bytes that AnalyzeAdd was given, on its own thread; 0, or -1 outside of them.
 int ReadOverlay(U64 Addr, U32 Size, void* pBuffer);
 /// Bytes of one section or block; 0, or -1 if none holds the whole range.

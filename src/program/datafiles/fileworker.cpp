@@ -14,6 +14,7 @@ namespace BFile {
 namespace {
 
 constexpr qint64 CHUNK_SIZE = 1000000;
+constexpr qint64 MAX_BINARY_SIZE = 0xFFFFFFFF; ///< a block tells its size in 32 bits
 constexpr int MSG_CORRUPT_RECORD = 94;
 
 /// Start of the next line end in [From, size), -1 if there is none.
@@ -166,6 +167,10 @@ QList<CFileBlock> CFileWorker::_ReadBinary(const QString& sPath)
 {
     QFile File(sPath);
     if (!File.open(QIODevice::ReadOnly)) return {};
+    if (File.size() > MAX_BINARY_SIZE) {
+        LogError(QStringLiteral("Could not open file %1: file is larger than the address space").arg(sPath));
+        return {};
+    }
     _StartProgress(QStringLiteral("Reading File..."), File.size());
     CFileBlock Block;
     for (;;) {

@@ -74,6 +74,7 @@ public:
     bool BuildTables(); ///< any thread, without the mutex. False after a cancel
     int Publish();      ///< main thread, nothing loaded: the program is loaded. 0, or -1 if a part before has failed
     ELF_PROGRESS& Progress() { return m_Progress; } ///< any thread
+    ELF_HANDLE GetFile() const { return m_hFile; }  ///< for CElfPrivate, between BindCore and Publish; else null
 
 private:
     void _Report();

@@ -147,7 +147,7 @@ int PROG_GetNextLineAddr(U32 Addr, U32* pNext)
     if (!Tab.Loaded || Tab.aMap.empty()) return -1;
     const CSrcLoc Start = FirstLoc(Tab, Addr);
     const U32 Step = ELF_GetCodeAlign();
-    const U64 Limit = std::min<U64>(static_cast<U64>(Addr) + NEXT_LINE_BYTES, static_cast<U64>(Tab.aMap.back().Addr) + 1);
+    const U64 Limit = std::min<U64>(static_cast<U64>(Addr) + NEXT_LINE_BYTES, static_cast<U64>(Tab.aMap.back().Addr));
     for (U64 At = ProgAlign(Addr); At < Limit; At += Step) {
         const CSrcLoc Loc = FirstLoc(Tab, static_cast<U32>(At));
         if (At <= Addr || !Loc.IsValid() || Loc.IsSameLine(Start)) continue;
