@@ -38,6 +38,7 @@
 #include <QCloseEvent>
 #include <QFileInfo>
 #include <QKeyEvent>
+#include <QMenuBar>
 #include <QTabBar>
 
 namespace {
@@ -139,6 +140,12 @@ void CMainWindow::ConnectWindows()
     if (const auto* pTabs = m_W.pSource->findChild<QTabBar*>())
         connect(pTabs, &QTabBar::currentChanged, this, &CMainWindow::UpdateActions);
     connect(this, &CMainWindow::DataFileOpened, this, &CMainWindow::OnDataFileOpened);
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget* pOld, QWidget* pNew) {
+        if (!pOld || pNew != menuBar()) return;
+        m_pFocusBeforeMenu = nullptr;
+        for (CWindow* pWindow : std::as_const(m_Windows))
+            if (pWindow != this && (pWindow->isAncestorOf(pOld) || pWindow == pOld)) m_pFocusBeforeMenu = pWindow;
+    });
     CCallStack& Stack = CCallStack::GetInstance();
     CBreakpointsDataModel& Points = CBreakpointsDataModel::Get();
     connect(&Points, &CBreakpointsDataModel::Changed, this, &CMainWindow::UpdateActions);

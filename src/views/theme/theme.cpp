@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QEvent>
 #include <QFontDatabase>
+#include <QProxyStyle>
 #include <QStyle>
 #include <QStyleFactory>
 #include <array>
@@ -177,6 +178,20 @@ QProgressBar { background: @hover; border: none; border-radius: 3px; text-align:
 QProgressBar::chunk { background: @highlight; border-radius: 3px; }
 )";
 
+constexpr char BASE_STYLE[] = "Fusion";
+constexpr int OVERFLOW_EXTENT = 26; ///< of the button behind which a tool bar keeps what has no room; a button's width
+
+/// The few measures that a style sheet can't set.
+class CThemeStyle : public QProxyStyle {
+public:
+    CThemeStyle() : QProxyStyle(QLatin1String(BASE_STYLE)) {}
+    int pixelMetric(PixelMetric Metric, const QStyleOption* pOption, const QWidget* pWidget) const override
+    {
+        if (Metric == PM_ToolBarExtensionExtent) return OVERFLOW_EXTENT;
+        return QProxyStyle::pixelMetric(Metric, pOption, pWidget);
+    }
+};
+
 QString ColorText(QRgb Color)
 {
     return QColor(Color).name();
@@ -195,7 +210,7 @@ void CTheme::Init(QApplication& App)
     CTheme& Theme = Get();
     Theme.m_pApp = &App;
     InitIconResources();
-    App.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    App.setStyle(new CThemeStyle);
     if (QFontDatabase::families().contains(QStringLiteral("DejaVu Sans")) && App.font().family().isEmpty())
         App.setFont(QFont(QStringLiteral("DejaVu Sans"), 9));
     App.installEventFilter(&Theme);
@@ -223,7 +238,7 @@ bool CTheme::IsDesktopDark()
     const QByteArray sGtkTheme = qgetenv("GTK_THEME").toLower();
     if (sGtkTheme.endsWith(":dark") || sGtkTheme.endsWith("-dark")) return true;
     // A fresh style asks the desktop, whatever palette the application has set meanwhile.
-    const std::unique_ptr<QStyle> pStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    const std::unique_ptr<QStyle> pStyle(QStyleFactory::create(QLatin1String(BASE_STYLE)));
     const QPalette Palette = pStyle->standardPalette();
     return Palette.color(QPalette::WindowText).lightness() > Palette.color(QPalette::Window).lightness();
 }
