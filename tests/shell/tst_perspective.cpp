@@ -113,6 +113,12 @@ void tst_Perspective::firstRun()
     for (int i = 0; i < NUM_TOOLBARS; i++)
         QCOMPARE(Main.GetToolBar(TOOLBAR_INDEX(i))->isVisible(), TOOLBARS[i].ShownAtFirst);
     QCOMPARE(Main.tabShape(), QTabWidget::Triangular);
+    int Index = -1;
+    const QTabBar* pTabs = FindTab("Call Stack", &Index); // dressed before anything was clicked
+    QVERIFY(pTabs && pTabs->isMovable() && pTabs->shape() == QTabBar::RoundedNorth && !pTabs->accessibleName().isEmpty());
+    // The code has the middle and the most room.
+    const QRect Code(Find("Source")->mapTo(&Main, QPoint()), Find("Source")->size());
+    QVERIFY2(Code.width() * 2 >= Main.width() && Code.height() * 2 >= Main.height(), qPrintable(QStringLiteral("%1x%2").arg(Code.width()).arg(Code.height())));
     for (CWindow* pWindow : Main.GetWindows())
         if (pWindow->GetDock()) QVERIFY2(!pWindow->GetDock()->accessibleName().isEmpty() || !pWindow->GetDock()->windowTitle().isEmpty(), qPrintable(pWindow->GetName()));
 }

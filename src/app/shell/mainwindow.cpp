@@ -8,6 +8,7 @@
 #include "app/services/settingsstore.h"
 #include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
+#include "app/shell/docktabs.h"
 #include "app/shell/programdata.h"
 #include "app/shell/welcomescreen.h"
 #include "app/shell/wiring.h"
@@ -293,6 +294,9 @@ bool CMainWindow::event(QEvent* pEvent)
         CheckProgramFileChanged();
         CheckProjectFileChanged();
     }
+    // A group of docks gets its tab bar as it is laid out; it has its look before it shows for the first time.
+    if (pEvent->type() == QEvent::ChildPolished && m_pDockTabs && qobject_cast<QTabBar*>(static_cast<QChildEvent*>(pEvent)->child()))
+        m_pDockTabs->Update();
     if (pEvent->type() == QEvent::Paint && !m_ShownOnce) {
         m_ShownOnce = true;
         m_WindowShownTimer.start();

@@ -19,6 +19,7 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QScreen>
+#include <algorithm>
 
 namespace {
 
@@ -66,9 +67,11 @@ void CMainWindow::ApplyDefaultLayout()
         pWindow->GetDock()->show();
     m_W.pCallStack->GetDock()->raise();
     m_W.pRegisters->GetDock()->raise();
-    resizeDocks({m_W.pBreakpoints->GetDock(), m_W.pRegisters->GetDock()}, {300, 500}, Qt::Horizontal);
-    resizeDocks({m_W.pCallStack->GetDock(), m_W.pRegisters->GetDock()}, {230, 480}, Qt::Vertical);
-    resizeDocks({m_W.pConsole->GetDock()}, {210}, Qt::Vertical);
+    // The code has the most room on every screen: what stands around it gets its part, within what its columns can use.
+    const int Left = std::clamp(width() * 17 / 100, 190, 320), Right = std::clamp(width() * 31 / 100, 360, 620);
+    resizeDocks({m_W.pBreakpoints->GetDock(), m_W.pRegisters->GetDock()}, {Left, Right}, Qt::Horizontal);
+    resizeDocks({m_W.pCallStack->GetDock(), m_W.pRegisters->GetDock()}, {height() * 24 / 100, height() * 48 / 100}, Qt::Vertical);
+    resizeDocks({m_W.pConsole->GetDock()}, {std::clamp(height() * 21 / 100, 150, 300)}, Qt::Vertical);
 }
 
 void CMainWindow::RestoreAppData()
