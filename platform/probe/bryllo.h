@@ -378,9 +378,10 @@ BRYLLO_API void BRYLLOARM_EnableLog(BRYLLO_LOG_HANDLER pHandler);
 BRYLLO_API void BRYLLOARM_SetWarnOutHandler(BRYLLO_LOG_HANDLER pHandler);
 BRYLLO_API void BRYLLOARM_SetErrorOutHandler(BRYLLO_LOG_HANDLER pHandler);
 /* Entry Index of the device table; 0 ok, negative on a bad index or record. With index -1 and a
- * null record: the number of entries. Index 0 is the entry "Unspecified". Needs no open probe. */
+ * null record: the number of entries. Index 0 is the entry "Unspecified". A device of several cores has as many
+ * entries of the same name. Needs no open probe. */
 BRYLLO_API int BRYLLOARM_DEVICE_GetInfo(int Index, BRYLLOARM_DEVICE_INFO* pInfo);
-/* Index of the device of that name, without regard to case; -1 when unknown. */
+/* Index of the (first) entry of that name, without regard to case; -1 when unknown. */
 BRYLLO_API int BRYLLOARM_DEVICE_GetIndex(const char* sName);
 /* Name of a core id, zero-terminated, cut to BufferSize; "Unknown" for others. */
 BRYLLO_API void BRYLLOARM_Core2CoreName(U32 Core, char* pBuffer, U16 BufferSize);

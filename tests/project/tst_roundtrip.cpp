@@ -112,6 +112,8 @@ class tst_roundtrip : public QObject {
 private slots:
     void Change_data();
     void Change();
+    void Groups_data();
+    void Groups();
     void SaveOfAnOpenProject_data();
     void SaveOfAnOpenProject();
     void Render_data();
@@ -197,6 +199,71 @@ void tst_roundtrip::Change()
         else
             QVERIFY(Project.WriteBrylloSettings(Given));
         QCOMPARE(Rig.Bytes("p.bdebug"), After);
+    }
+}
+
+void tst_roundtrip::Groups_data()
+{
+    AddProjects();
+}
+
+/// The settings of the other dialogs: trace, memory segments, and single variables.
+void tst_roundtrip::Groups()
+{
+    QFETCH(QString, Path);
+    QFile Source(Path);
+    QVERIFY(Source.open(QIODevice::ReadOnly));
+    const QByteArray Before = Source.readAll();
+    struct GROUP {
+        const char* Name;
+        bool (CProject::*pfWrite)(const QStringList&);
+        QStringList Commands;
+        QStringList MayGo;
+    };
+    const GROUP GROUPS[] = {
+        {"trace", &CProject::WriteTraceSettings,
+         {"Project.SetTraceSource (\"Trace Pins\");", "Project.SetTracePortWidth (2);",
+          "Edit.SysVar (VAR_TRACE_CORE_CLOCK, \"100 MHz\");"},
+         {"Project.SetTraceSource", "Project.SetTraceTiming", "Project.SetTraceFile", "Project.SetTracePortWidth",
+          "Project.ConfigSWO", "VAR_TRACE_INIT_ON_ATTACH", "VAR_TRACE_TIMESTAMPS_ENABLED", "VAR_TRACE_CORE_CLOCK"}},
+        {"segments", &CProject::WriteProjectSettings,
+         {"Target.AddMemorySegment (\"RAM1\", 0x20000000, 0x1000, 0);",
+          "Target.AddMemorySegment (\"RAM2\", 0x20040000, 0x1000, 0);"},
+         {"Target.AddMemorySegment"}},
+        {"paths", &CProject::WriteProjectSettings,
+         {"Project.AddPathSubstitute (\"C:/a b\", \"$(ProjectDir)\");"}, {"Project.AddPathSubstitute"}},
+    };
+    for (const GROUP& Group : GROUPS) {
+        CProjectRig Rig;
+        const QString sPath = Rig.Put("p.bdebug", Before);
+        QCOMPARE(BScript::Load(sPath), 0);
+        QCOMPARE(BScript::RunEvent(EVENT_ON_PROJECT_LOAD), 0);
+        QVERIFY2((CProject::Get().*Group.pfWrite)(Group.Commands), Group.Name);
+        const QByteArray After = Rig.Bytes("p.bdebug");
+        const QString sWrong = Compare(Before, After, Group.MayGo, Group.Commands);
+        QVERIFY2(sWrong.isEmpty(), qPrintable(QString("%1: %2").arg(Group.Name, sWrong)));
+        QVERIFY2((CProject::Get().*Group.pfWrite)(Group.Commands), Group.Name);
+        QCOMPARE(Rig.Bytes("p.bdebug"), After);
+    }
+    for (const int VarID : {PREF_TIMESTAMP_FORMAT, VAR_ALLOW_BMA_EMULATION}) {
+        CProjectRig Rig;
+        const QString sPath = Rig.Put("p.bdebug", Before);
+        QCOMPARE(BScript::Load(sPath), 0);
+        QCOMPARE(BScript::RunEvent(EVENT_ON_PROJECT_LOAD), 0);
+        const I64 Default = GetVar(VarID)->Default;
+        const QString sName = QLatin1String(GetVar(VarID)->Name);
+        QVERIFY(CProject::Get().WriteVar(sPath, VarID, QString::number(Default ? 0 : 1)));
+        const QByteArrayList Lines = SplitRaw(Rig.Bytes("p.bdebug"));
+        QStringList Written;
+        for (const QByteArray& Line : Lines)
+            if (Line.contains(sName.toLatin1())) Written << QString::fromUtf8(Line).trimmed();
+        QCOMPARE(Written.size(), 1);
+        QString sWrong = Compare(Before, Rig.Bytes("p.bdebug"), {sName}, Written);
+        QVERIFY2(sWrong.isEmpty(), qPrintable(sName + ": " + sWrong));
+        QVERIFY(CProject::Get().WriteVar(sPath, VarID, QString::number(Default)));
+        QVERIFY(!Rig.Bytes("p.bdebug").contains(sName.toLatin1()));
+        sWrong = Compare(Before, Rig.Bytes("p.bdebug"), {sName}, {});
+        QVERIFY2(sWrong.isEmpty(), qPrintable(sName + ": " + sWrong));
     }
 }
 

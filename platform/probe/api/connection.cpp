@@ -226,21 +226,46 @@ void BRYLLOARM_SetErrorOutHandler(BRYLLO_LOG_HANDLER pHandler)
     Call.Session().Log.SetErrorHandler(pHandler);
 }
 
+/// The device of an entry, null for none. Behind the devices stands an entry more for each further core of one.
+static const Sim::CDeviceEntry* FindDeviceOfIndex(int Index)
+{
+    const auto Devices = Sim::GetDeviceTable();
+    if (Index < 0) {
+        return nullptr;
+    }
+    std::size_t Rest = std::size_t(Index);
+    if (Rest < Devices.size()) {
+        return &Devices[Rest];
+    }
+    Rest -= Devices.size();
+    for (const Sim::CDeviceEntry& Device : Devices) {
+        const std::size_t NumFurther = Device.NumCores - 1;
+        if (Rest < NumFurther) {
+            return &Device;
+        }
+        Rest -= NumFurther;
+    }
+    return nullptr;
+}
+
 int BRYLLOARM_DEVICE_GetInfo(int Index, BRYLLOARM_DEVICE_INFO* pInfo)
 {
     CCall Call("DEVICE_GetInfo", CCall::Nothing);
     if (!Call.Ok()) {
         return Call.Error();
     }
-    const auto Devices = Sim::GetDeviceTable();
     if (Index == -1) {
-        return Call.Done(int(Devices.size()));
+        int Num = 0;
+        for (const Sim::CDeviceEntry& Device : Sim::GetDeviceTable()) {
+            Num += int(Device.NumCores);
+        }
+        return Call.Done(Num);
     }
-    if (Index < 0 || std::size_t(Index) >= Devices.size() || !pInfo ||
-        pInfo->SizeOfStruct != sizeof(*pInfo)) {
+    const Sim::CDeviceEntry* pEntry = FindDeviceOfIndex(Index);
+    if (!pEntry || !pInfo || pInfo->SizeOfStruct != sizeof(*pInfo)) {
         return Call.Done(int(BRYLLO_ERR_PARAM));
     }
-    const Sim::CDeviceEntry& Entry = Devices[std::size_t(Index)];
+    const Sim::CDeviceEntry& Entry = *pEntry;
     *pInfo = {};
     pInfo->SizeOfStruct = sizeof(*pInfo);
     pInfo->sName = Entry.sName;

@@ -8,6 +8,8 @@
 #include "project/file/project.h"
 #include "project/settings/appearance.h"
 #include "project/settings/settingsnotifier.h"
+#include "project/wizard/bryllosettingsdialog.h"
+#include "views/framework/messagebox.h"
 #include "views/settings/preferencesdialog.h"
 #include "views/settings/sysvarseditor.h"
 #include "views/theme/theme.h"
@@ -31,6 +33,19 @@ void OnToolsSysVars(int Id)
 {
     if (CheckParamCount(Id))
         CSysVarsEditor::Open(&CMainWindow::Get(), [] { return CProject::Get().WriteSystemSettings(); });
+}
+
+void OnToolsBrylloSettings(int Id)
+{
+    if (!CheckParamCount(Id)) return;
+    CBrylloSettingsDialog Dialog(&CMainWindow::Get());
+    if (const auto& Interceptor = CMessageBox::GetInterceptor()) {
+        const auto Buttons = QDialogButtonBox::Save | QDialogButtonBox::Close;
+        if (Interceptor(Dialog.windowTitle(), Dialog.GetSummary(), Buttons) == QDialogButtonBox::Save)
+            Dialog.OnButtonSaveClicked();
+        return;
+    }
+    Dialog.exec();
 }
 
 /// The variables that are settings of the connection as well.
@@ -72,6 +87,7 @@ void OnColorChanged(CMainWindow& Main, int ColorID)
 
 void RegisterSettingsCommands()
 {
+    SetCommandHandler(ACT_TOOLS_BRYLLO_SETTINGS, OnToolsBrylloSettings);
     SetCommandHandler(ACT_TOOLS_PREFERENCES, OnToolsPreferences);
     SetCommandHandler(ACT_TOOLS_SYS_VARS, OnToolsSysVars);
 }

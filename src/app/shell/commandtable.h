@@ -27,7 +27,7 @@ void RegisterBreakCommands();    ///< Break.*, Trace.*
 void RegisterDataBreakCommands(); ///< of those on data breakpoints; called by RegisterBreakCommands()
 void RegisterTargetCommands();   ///< Target.*, Elf.*, Util.*
 void RegisterProjectCommands();  ///< Project.*, Edit.*, Script.*
-void RegisterSettingsCommands(); ///< Tools.Preferences, Tools.SysVars
+void RegisterSettingsCommands(); ///< Tools.BrylloSettings, Tools.Preferences, Tools.SysVars
 /// The last one: a handler for each command that nobody carries out, because the window or dialog that it
 /// works on isn't part of this program. It checks the parameters and answers "unknown window".
 void RegisterAbsentCommands();

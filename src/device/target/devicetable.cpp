@@ -28,8 +28,7 @@ QList<DEVICE_ENTRY> ReadTable()
         Entry.sCore = CDeviceTarget::Get().GetCoreName(Device.Core);
         Entry.FlashSize = Device.FlashSize;
         Entry.RAMSize = Device.RAMSize;
-        NumOfName[Entry.sName.toLower()]++;
-        Table << Entry;
+        if (NumOfName[Entry.sName.toLower()]++ == 0) Table << Entry; // further cores are no devices of their own
     }
     for (DEVICE_ENTRY& Entry : Table) Entry.NumCores = NumOfName.value(Entry.sName.toLower());
     return Table;

@@ -151,8 +151,9 @@ ELF_SYM_HANDLE ELF_GetSymParent(ELF_SYM_HANDLE hSym)
         const DWARF_SCOPE* pScope = pFile->FindParentScope(Id);
         return pScope ? pFile->DebugHandle(pScope->Id) : 0;
     }
-    // A file symbol stands before the local symbols of the file.
-    for (Id++; Id-- > 0;) {
+    // A file symbol stands before the local symbols of the file; it has no parent itself.
+    if (pFile->Image.Symbols()[Id].Type() == STT_FILE) return 0;
+    while (Id-- > 0) {
         if (pFile->Image.Symbols()[Id].Type() == STT_FILE) return MakeSymHandle(pFile->Slot, ELF_SYM_KIND_ELF, Id);
     }
     return 0;

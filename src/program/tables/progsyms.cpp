@@ -320,8 +320,8 @@ void PROG_SetCurrentFunction(ELF_SYM_HANDLE hFunc)
     Tab.aCurrentLocal.clear();
     ELF_SYM_LIST aChain;
     // Variables of the functions that an expansion lies in are visible as well, behind its own.
-    for (ELF_SYM_HANDLE h = hFunc; h && aChain.size() < MAX_SCOPES; h = ELF_GetSymParent(h)) {
-        if (!ELF_SymIsElf(h) && ProgIsFunction(h)) aChain.prepend(h);
+    for (ELF_SYM_HANDLE h = hFunc; h && !ELF_SymIsElf(h) && aChain.size() < MAX_SCOPES; h = ELF_GetSymParent(h)) {
+        if (ProgIsFunction(h)) aChain.prepend(h);
         if (ELF_GetSymTag(h) == ELF_TAG_SUBPROGRAM) break;
     }
     for (const ELF_SYM_HANDLE h : std::as_const(aChain)) {

@@ -64,6 +64,8 @@ struct PROJECT_HOOKS {
 /// A target interface speed in Hz: a bare number is kHz, other texts follow the frequency rule; 0
 /// "auto" and 65535 "adaptive" stay, all else is rounded to whole kHz. -1 for no speed.
 I64 ParseTIFSpeed(const QString& sText);
+/// The text of a speed in Hz: "auto", "adaptive", "4 MHz" where it has a name, "1234 kHz" otherwise.
+QString FormatTIFSpeed(I64 Hz);
 
 class CProject : public QObject {
     Q_OBJECT

@@ -57,14 +57,15 @@ QString TargetIFName(I64 Value)
     return QStringLiteral("SWD");
 }
 
-QString SpeedText(I64 Hz)
+} // namespace
+
+QString FormatTIFSpeed(I64 Hz)
 {
     if (const CONSTANT* pRow = FindConstantByValue(QStringLiteral("FREQ_"), Hz)) {
         return pRow->DisplayName;
     }
     return QStringLiteral("%1 kHz").arg(Hz / 1000);
 }
-} // namespace
 
 QStringList CProject::GetCommandsFromSettings() const
 {
@@ -88,7 +89,7 @@ QStringList CProject::GetCommandsFromSettings() const
                               {IsIP ? QStringLiteral("IP") : QStringLiteral("USB"),
                                sIdent == QLatin1String(DEFAULT_HOST_NAME) ? QString() : sIdent});
     Commands += FormatCommand(ACT_PROJECT_SET_TARGET_IF, {TargetIFName(Number(DEVICE_PARAM_TARGET_IF))});
-    Commands += FormatCommand(ACT_PROJECT_SET_TIF_SPEED, {SpeedText(Number(DEVICE_PARAM_SPEED))});
+    Commands += FormatCommand(ACT_PROJECT_SET_TIF_SPEED, {FormatTIFSpeed(Number(DEVICE_PARAM_SPEED))});
     for (const QString& sFile : m_RegisterFiles) {
         Commands += FormatCommand(ACT_PROJECT_ADD_SVD_FILE,
                                   {Finder.Collapse(sFile, QStringLiteral("$(InstallDir)"))});

@@ -1,6 +1,9 @@
 #include "project/wizard/statetext.h"
 
+#include "project/file/project.h"
 #include "registers/svd/xmlfile.h"
+
+#include <QXmlStreamWriter>
 
 namespace {
 constexpr qsizetype MARK_LENGTH = 14; ///< characters that tell the begin and the end of an element
@@ -106,6 +109,78 @@ void ReplaceState(QString* psText, const QString& sElement)
         *psText += sElement;
     else
         psText->replace(Begin, End + sEnd.size() - Begin, sElement);
+}
+
+QString DescribeState(const TARGET_DEVICE_STATE& State, U32 NumCores)
+{
+    QString s = State.sDeviceName;
+    if (NumCores > 1) s += QStringLiteral(", Core #%1").arg(State.CoreIndex);
+    if (State.Endian) s += QStringLiteral(", Big Endian");
+    return s;
+}
+
+QString DescribeState(const HOST_INTERFACE_STATE& State)
+{
+    if (State.ConnectMode == HOST_CONNECT_TCPIP) return QStringLiteral("TCP/IP: ") + State.sHostName;
+    return State.UseSerialNo ? QStringLiteral("USB: SN=%1").arg(State.USBSerialNo) : QStringLiteral("USB");
+}
+
+QString DescribeState(const TARGET_INTERFACE_STATE& State)
+{
+    QString s = GetTargetIFName(State.TargetIF) + QStringLiteral(", ") + GetSpeedText(State);
+    if (State.MultipleTargets) s += QStringLiteral(", position %1, IRPre %2").arg(State.DRPre).arg(State.IRPre);
+    return s;
+}
+
+QString GetConfigXml(const QString& sText)
+{
+    TARGET_DEVICE_STATE Device;
+    HOST_INTERFACE_STATE Host;
+    TARGET_INTERFACE_STATE Target;
+    ReadState(sText, &Device);
+    ReadState(sText, &Host);
+    ReadState(sText, &Target);
+    QString sXml;
+    QXmlStreamWriter Writer(&sXml);
+    const auto Attribute = [&Writer](const char* sName, U32 Value) {
+        Writer.writeAttribute(sName, QStringLiteral("0x") + QString::number(Value, 16));
+    };
+    Writer.writeStartElement("BrylloSettings");
+    Writer.writeEmptyElement("HostInterface");
+    Attribute("ConnectMode", Host.ConnectMode);
+    Attribute("USBSerialNo", Host.USBSerialNo);
+    Writer.writeAttribute("HostName", Host.sHostName);
+    Attribute("UseSerialNo", Host.UseSerialNo);
+    Writer.writeEmptyElement("TargetDevice");
+    Attribute("CoreIndex", Device.CoreIndex);
+    Attribute("Endian", Device.Endian);
+    // A nameless device would replace the one that the project has.
+    if (!Device.sDeviceName.isEmpty()) Writer.writeAttribute("DeviceName", '"' + Device.sDeviceName + '"');
+    Writer.writeEmptyElement("TargetInterface");
+    Attribute("TargetIF", Target.TargetIF);
+    Attribute("DRPre", Target.DRPre);
+    Attribute("IRPre", Target.IRPre);
+    Attribute("MultipleTargets", Target.MultipleTargets);
+    Writer.writeAttribute("Speed", QString::number(Target.Speed));
+    Attribute("UseAdaptive", Target.UseAdaptive);
+    Attribute("UseMaxSpeed", Target.UseMaxSpeed);
+    Writer.writeEndElement();
+    return sXml;
+}
+
+const QStringList& GetTIFSpeedTexts()
+{
+    static const QStringList SPEEDS = {"50 MHz",  "25 MHz",  "20 MHz",  "15 MHz", "12 MHz", "10 MHz", "8 MHz",
+                                       "5 MHz",   "4 MHz",   "3 MHz",   "2 MHz",  "1 MHz",  "500 kHz", "200 kHz",
+                                       "100 kHz", "50 kHz",  "20 kHz",  "10 kHz", "5 kHz",  "2 kHz",  "1 kHz"};
+    return SPEEDS;
+}
+
+QString GetSpeedText(const TARGET_INTERFACE_STATE& State)
+{
+    constexpr I64 HZ_PER_KHZ = 1000;
+    if (State.UseAdaptive) return QStringLiteral("adaptive");
+    return State.UseMaxSpeed ? QStringLiteral("auto") : FormatTIFSpeed(I64(State.Speed) * HZ_PER_KHZ);
 }
 
 QString GetTargetIFName(U32 TargetIF)

@@ -8,6 +8,7 @@
 #include "app/services/types.h"
 
 #include <QString>
+#include <QStringList>
 
 struct TARGET_DEVICE_STATE {
     U32 CoreIndex = 0;  ///< among the device's cores
@@ -46,6 +47,19 @@ QString WriteState(const TARGET_INTERFACE_STATE& State);
 
 /// Puts an element in the place of the one of the same name in a text, or behind it when there is none.
 void ReplaceState(QString* psText, const QString& sElement);
+
+/// One line that tells the choice to a reader: "VS4F-512, Big Endian"; "USB: SN=42"; "SWD, 4 MHz".
+QString DescribeState(const TARGET_DEVICE_STATE& State, U32 NumCores);
+QString DescribeState(const HOST_INTERFACE_STATE& State);
+QString DescribeState(const TARGET_INTERFACE_STATE& State);
+
+/// The elements of a text as the configuration that the device reads (CDevice::ConfigureAsync).
+QString GetConfigXml(const QString& sText);
+
+/// Speeds that are offered, the fastest first.
+const QStringList& GetTIFSpeedTexts();
+/// Speed of a state as a command takes it: "4 MHz", "auto", "adaptive".
+QString GetSpeedText(const TARGET_INTERFACE_STATE& State);
 
 /// "JTAG", "SWD", "FINE", "cJTAG"; empty for any other number.
 QString GetTargetIFName(U32 TargetIF);

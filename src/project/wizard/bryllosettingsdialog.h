@@ -1,0 +1,48 @@
+// CBrylloSettingsDialog: device, target interface and host interface of the project, edited after it was made.
+//
+//   CBrylloSettingsDialog Dialog(pMainWindow);
+//   Dialog.exec();
+//
+// It holds the three choices as one state text (statetext.h), which it begins with the configuration in force. Save
+// runs the commands of the choice, hands the device its new configuration and writes the commands into the project.
+// Main thread only.
+#pragma once
+#include "app/services/types.h"
+
+#include <QDialog>
+#include <QStringList>
+
+class QGridLayout;
+class QLabel;
+
+class CBrylloSettingsDialog : public QDialog {
+    Q_OBJECT
+
+public:
+    explicit CBrylloSettingsDialog(QWidget* pParent = nullptr);
+
+    /// The commands of the choice, in their order. A device without a name is logged as an error and gives none.
+    QStringList GetCommands() const;
+    const QString& GetStateText() const { return m_sStateText; }
+    void SetStateText(const QString& sStateText);
+    /// The whole dialog without a user: its rows as text.
+    QString GetSummary() const;
+
+public slots:
+    void OnButtonSelectDeviceClicked();
+    void OnButtonSelectHostInterfaceClicked();
+    void OnButtonSelectTargetInterfaceClicked();
+    void OnButtonSaveClicked();
+    void OnButtonCloseClicked();
+
+private:
+    QWidget* BuildProbe();
+    QLabel* AddRow(QGridLayout* pLayout, const char* sTitle, const char* sName, const char* sIcon,
+                   void (CBrylloSettingsDialog::*pfSlot)());
+    void ShowState();
+
+    QString m_sStateText;
+    QLabel* m_pLabelDevice = nullptr;
+    QLabel* m_pLabelTargetInterface = nullptr;
+    QLabel* m_pLabelHostInterface = nullptr;
+};
