@@ -12,8 +12,11 @@
 #include "app/shell/warningsdialog.h"
 #include "app/shell/welcomescreen.h"
 #include "device/breakpoints/breakpoint.h"
+#include "project/wizard/bryllosettingsdialog.h"
 #include "project/wizard/deviceselectiondialog.h"
+#include "project/wizard/hostinterfacedialog.h"
 #include "project/wizard/projectwizard.h"
+#include "project/wizard/targetinterfacedialog.h"
 #include "views/debug/sourcewindow.h"
 #include "views/framework/dockwindow.h"
 #include "views/framework/filterheaderview.h"
@@ -35,6 +38,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QPlainTextEdit>
+#include <QRadioButton>
 #include <QRegularExpression>
 #include <QScrollBar>
 #include <QTabBar>
@@ -72,6 +76,9 @@ bool HasCommand(const QWidget* pWidget)
 {
     for (const QWidget* p = pWidget->parentWidget(); p; p = p->parentWidget())
         if (qobject_cast<const QToolBar*>(p) || p->inherits("CDockTitleBar")) return true;
+    // Of a group of radio buttons the Tab key reaches the checked one, and the arrow keys go on from there.
+    const auto* pRadio = qobject_cast<const QRadioButton*>(pWidget);
+    if (pRadio && pRadio->autoExclusive()) return true;
     return pWidget->objectName() == QLatin1String("buttonCancel") || qobject_cast<const QTabBar*>(pWidget);
 }
 
@@ -184,6 +191,9 @@ void tst_Controls::Dialogs_data()
     Row("welcome", [] { return new CWelcomeScreen({"/home/me/blinky/blinky.bdebug", "/home/me/motor.bdebug"}); });
     Row("welcome-first", [] { return new CWelcomeScreen({}); });
     Row("wizard", [] { return new CProjectWizard(&CMainWindow::Get()); });
+    Row("bryllo-settings", [] { return new CBrylloSettingsDialog(); });
+    Row("host-interface", [] { return new CHostInterfaceDialog({}); });
+    Row("target-interface", [] { return new CTargetInterfaceDialog({}); });
     Row("device", [] { return new CDeviceSelectionDialog({}, true, "VS4F-512"); });
     Row("breakpoint", [] { return new CBreakpointDialog(CBreakpoint(), "main.c:20"); });
     Row("plugin", [] { return new CPluginFileDialog(nullptr, "Select Core Plugin", "No plugin supports this core."); });
