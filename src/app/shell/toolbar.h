@@ -1,5 +1,5 @@
-// CToolBar: a tool bar of the main window. Its buttons settle what their command works on before they trigger it, and
-// what finds no room is reached by a button at the end that can be seen in both schemes.
+// CToolBar: a tool bar of the main window. Its buttons settle what their command works on before they trigger
+// it, and what finds no room is reached by a button at the end that can be seen in both schemes.
 #pragma once
 #include <QToolBar>
 #include <functional>
@@ -10,8 +10,8 @@ class CToolBar : public QToolBar {
 public:
     CToolBar(const QString& sTitle, QWidget* pParent);
 
-    /// What a pressed button does before its action is triggered, and what is undone when the button is let go beside
-    /// itself and triggers nothing. Both are called with the id given to AddCommand().
+    /// What a pressed button does before its action is triggered, and what is undone when the button is let
+    /// go beside itself and triggers nothing. Both are called with the id given to AddCommand().
     struct PRESS_HOOKS {
         std::function<void(int ID)> Prepare;
         std::function<void(int ID)> Forget;
