@@ -211,6 +211,14 @@ void tst_actions::unlinking()
         LinkActions(&First);
         LinkActions(&Second);
         QCOMPARE(GetAction(ACT_WIN_CLEAR), pSecond);
+        {
+            QWidget Third;
+            QAction* pThird = MakeAction(&Third, "actionWinClear");
+            LinkActions(&Third);
+            QCOMPARE(GetAction(ACT_WIN_CLEAR), pThird);
+            UnlinkActions(&Third); // the row goes back to the newest that is left
+            QCOMPARE(GetAction(ACT_WIN_CLEAR), pSecond);
+        }
         UnlinkActions(&First); // the row stays with the newer window
         QCOMPARE(GetAction(ACT_WIN_CLEAR), pSecond);
         QCOMPARE(GetActionId(pFirst), -1);

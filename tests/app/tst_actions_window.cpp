@@ -12,6 +12,7 @@
 #include "app/shell/commandtable.h"
 #include "app/shell/documentsearch.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/toolbar.h"
 #include "device/queue/device.h"
 #include "testdata.h"
 #include "views/debug/breakpointwindow.h"
@@ -28,7 +29,6 @@
 #include <QMenu>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QToolBar>
 
 class tst_ActionsWindow : public QObject {
     Q_OBJECT

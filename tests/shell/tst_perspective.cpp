@@ -7,6 +7,7 @@
 #include "app/services/messages.h"
 #include "app/services/settingsstore.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/toolbar.h"
 #include "device/queue/device.h"
 #include "views/debug/registerwindow.h"
 #include "views/debug/sourcewindow.h"
@@ -17,11 +18,16 @@
 #include "views/theme/theme.h"
 
 #include <QApplication>
+#include <QImage>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMouseEvent>
 #include <QScreen>
 #include <QTabBar>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QToolBar>
+#include <QToolButton>
+#include <algorithm>
 
 class tst_Perspective : public QObject {
     Q_OBJECT
@@ -35,12 +41,27 @@ private slots:
     void dockAndUndock();
     void toolBars();
     void clickOnTabGivesFocus();
+    void draggedTabKeepsItsPlace();
+    void overflowOfToolBars();
+    void rowsOutliveTheirNewestWindow();
+    void windowMenuByKeys();
     void smallAndLarge();
     void layoutOverRuns();
     void layoutFromElsewhere();
 
 private:
     void Open();
+    /// The tab bar that shows the window, and the place of its tab; null without one.
+    static QTabBar* FindTab(const char* sName, int* pIndex)
+    {
+        for (QTabBar* pBar : CMainWindow::Get().findChildren<QTabBar*>(QString(), Qt::FindDirectChildrenOnly))
+            for (int i = 0; i < pBar->count(); i++)
+                if (pBar->isVisible() && pBar->tabText(i) == Dock(sName)->windowTitle()) {
+                    *pIndex = i;
+                    return pBar;
+                }
+        return nullptr;
+    }
     static CWindow* Find(const char* sName) { return CMainWindow::Get().FindWindow(QLatin1String(sName), false); }
     static CDockWindow* Dock(const char* sName) { return Find(sName)->GetDock(); }
     static void Run(int Id, const QString& sParam = {})
@@ -92,6 +113,12 @@ void tst_Perspective::firstRun()
     for (int i = 0; i < NUM_TOOLBARS; i++)
         QCOMPARE(Main.GetToolBar(TOOLBAR_INDEX(i))->isVisible(), TOOLBARS[i].ShownAtFirst);
     QCOMPARE(Main.tabShape(), QTabWidget::Triangular);
+    int Index = -1;
+    const QTabBar* pTabs = FindTab("Call Stack", &Index); // dressed before anything was clicked
+    QVERIFY(pTabs && pTabs->isMovable() && pTabs->shape() == QTabBar::RoundedNorth && !pTabs->accessibleName().isEmpty());
+    // The code has the middle and the most room.
+    const QRect Code(Find("Source")->mapTo(&Main, QPoint()), Find("Source")->size());
+    QVERIFY2(Code.width() * 2 >= Main.width() && Code.height() * 2 >= Main.height(), qPrintable(QStringLiteral("%1x%2").arg(Code.width()).arg(Code.height())));
     for (CWindow* pWindow : Main.GetWindows())
         if (pWindow->GetDock()) QVERIFY2(!pWindow->GetDock()->accessibleName().isEmpty() || !pWindow->GetDock()->windowTitle().isEmpty(), qPrintable(pWindow->GetName()));
 }
@@ -169,16 +196,114 @@ void tst_Perspective::clickOnTabGivesFocus()
     QTest::qWait(20); // the toolkit makes the tab bar with the next layout
     Main.OnTabBarUpdateTimerTimeout();
     Find("Source")->setFocus();
-    QTabBar* pTabs = nullptr;
     int Index = -1;
-    for (QTabBar* pBar : Main.findChildren<QTabBar*>(QString(), Qt::FindDirectChildrenOnly))
-        for (int i = 0; i < pBar->count(); i++)
-            if (pBar->isVisible() && pBar->tabText(i) == Dock("Call Stack")->windowTitle()) pTabs = pBar, Index = i;
+    QTabBar* pTabs = FindTab("Call Stack", &Index);
     QVERIFY(pTabs && pTabs->isMovable());
     QTest::mouseClick(pTabs, Qt::LeftButton, {}, pTabs->tabRect(Index).center());
     QTRY_VERIFY(Find("Call Stack")->HasFocus());
     QVERIFY(Find("Call Stack")->IsVisible());
     QVERIFY(Find("Local Data")->IsObscured());
+}
+
+void tst_Perspective::draggedTabKeepsItsPlace()
+{
+    CMainWindow& Main = CMainWindow::Get();
+    const QList<const char*> Names{"Call Stack", "Local Data", "Disassembly"};
+    for (const char* sName : Names) Run(ACT_WINDOW_SHOW, QLatin1String(sName));
+    Main.tabifyDockWidget(Dock(Names[0]), Dock(Names[1]));
+    Main.tabifyDockWidget(Dock(Names[1]), Dock(Names[2]));
+    QTest::qWait(20);
+    Main.OnTabBarUpdateTimerTimeout();
+    int Index = -1;
+    QTabBar* pTabs = FindTab("Disassembly", &Index);
+    QVERIFY(pTabs);
+    QCOMPARE(Index, 2);
+    // By hand: press, a few moves to the left over both neighbours, release.
+    const QPoint From = pTabs->tabRect(2).center(), To = pTabs->tabRect(0).center() - QPoint(20, 0);
+    const auto Send = [pTabs](QEvent::Type Type, const QPoint& Pos, Qt::MouseButton Button, Qt::MouseButtons Down) {
+        QMouseEvent Event(Type, Pos, pTabs->mapToGlobal(Pos), Button, Down, Qt::NoModifier);
+        QApplication::sendEvent(pTabs, &Event);
+    };
+    Send(QEvent::MouseButtonPress, From, Qt::LeftButton, Qt::LeftButton);
+    for (int i = 1; i <= 8; i++) Send(QEvent::MouseMove, From + (To - From) * i / 8, Qt::NoButton, Qt::LeftButton);
+    Send(QEvent::MouseButtonRelease, To, Qt::LeftButton, Qt::NoButton);
+    const auto GetIndex = [](const char* sName) {
+        int At = -1;
+        return FindTab(sName, &At) ? At : -1;
+    };
+    QTRY_COMPARE(GetIndex("Disassembly"), 0);
+    QTRY_VERIFY(Find("Disassembly")->HasFocus());
+    Main.resize(Main.size() - QSize(40, 40)); // the group is laid out anew
+    QTest::qWait(50);
+    QCOMPARE(GetIndex("Disassembly"), 0);
+    QCOMPARE(GetIndex("Call Stack"), 1);
+    QCOMPARE(GetIndex("Local Data"), 2);
+    // And in the next run.
+    Main.close();
+    CMainWindow::Destroy();
+    Open();
+    QTRY_COMPARE(GetIndex("Disassembly"), 0);
+    QCOMPARE(GetIndex("Call Stack"), 1);
+    QCOMPARE(GetIndex("Local Data"), 2);
+    QVERIFY(Find("Disassembly")->IsVisible()); // which was in front
+}
+
+void tst_Perspective::overflowOfToolBars()
+{
+    CMainWindow& Main = CMainWindow::Get();
+    for (const char* sName : {"File", "Breakpoints", "View"}) Run(ACT_TOOLBAR_SHOW, QLatin1String(sName));
+    const CToolBar* pBar = Main.GetToolBar(TOOLBAR_VIEW);
+    const auto* pButton = pBar->findChild<QToolButton*>(QStringLiteral("qt_toolbar_ext_button"));
+    QVERIFY(pButton);
+    const QSize Before = Main.size();
+    Main.resize(1280, 800);
+    QTRY_VERIFY(!pButton->isVisible()); // all have room
+    Main.GetToolBar(TOOLBAR_VIEW)->setMaximumWidth(400);
+    QTRY_VERIFY(pButton->isVisible());
+    QVERIFY(!pButton->accessibleName().isEmpty() && pButton->width() >= 24 && pBar->rect().contains(pButton->geometry()));
+    // It can be seen: its strokes stand out from the ground as those of the other buttons do.
+    const QImage Picture = const_cast<QToolButton*>(pButton)->grab().toImage();
+    int Darkest = 255, Lightest = 0;
+    for (int y = 0; y < Picture.height(); y++)
+        for (int x = 0; x < Picture.width(); x++) {
+            Darkest = std::min(Darkest, qGray(Picture.pixel(x, y)));
+            Lightest = std::max(Lightest, qGray(Picture.pixel(x, y)));
+        }
+    QVERIFY2(Lightest - Darkest > 120, qPrintable(QString::number(Lightest - Darkest)));
+    Main.GetToolBar(TOOLBAR_VIEW)->setMaximumWidth(QWIDGETSIZE_MAX);
+    for (const char* sName : {"File", "Breakpoints", "View"}) Run(ACT_TOOLBAR_CLOSE, QLatin1String(sName));
+    Main.resize(Before);
+}
+
+void tst_Perspective::rowsOutliveTheirNewestWindow()
+{
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Registers 1"));
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Registers")); // all are open: a new one, which takes the rows over
+    const CWindow* pNewest = CMainWindow::Get().GetWindows().last();
+    QList<int> Rows;
+    for (int Id = 0; Id < NUM_ACTIONS; Id++)
+        if (GetAction(Id) && GetAction(Id)->parent() == pNewest) Rows.append(Id);
+    QVERIFY(Rows.contains(ACT_WIN_CLEAR));
+    Run(ACT_WINDOW_CLOSE, pNewest->GetName());
+    QTest::qWait(20);
+    for (const int Id : Rows) QVERIFY2(GetAction(Id), GetActionRow(Id)->ObjectName);
+}
+
+void tst_Perspective::windowMenuByKeys()
+{
+    CMainWindow& Main = CMainWindow::Get();
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Console"));
+    QVERIFY(Find("Console")->HasFocus());
+    QMenu* pMenu = Main.findChild<QMenu*>(QStringLiteral("menuWindow"));
+    Main.menuBar()->setFocus(Qt::MenuBarFocusReason); // as Alt does
+    Main.UpdateWindowMenu();
+    QStringList Checked;
+    for (const QAction* pAction : pMenu->actions())
+        if (pAction->isChecked() && pAction->property("document").isNull()) Checked += pAction->data().toString();
+    QCOMPARE(Checked, QStringList{"Console"});
+    Find("Source")->setFocus();
+    Main.UpdateWindowMenu();
+    for (const QAction* pAction : pMenu->actions()) QVERIFY(!pAction->isChecked() || !pAction->property("document").isNull());
 }
 
 void tst_Perspective::smallAndLarge()

@@ -1,5 +1,6 @@
-// The session's decisions and the reading of batch files, which need no window.
+// The session's decisions, the places of windows on screens and the reading of batch files, which need no window.
 #include "app/batch/batchscript.h"
+#include "app/shell/screenplace.h"
 #include "app/shell/sessiondecisions.h"
 
 #include <QTest>
@@ -12,6 +13,9 @@ private slots:
     void ShowPC_data();
     void ShowPC();
     void OpenKinds();
+    void Screens_data();
+    void Screens();
+    void FirstSize();
     void BatchLines_data();
     void BatchLines();
 };
@@ -66,6 +70,48 @@ void tst_Shell::OpenKinds()
     QCOMPARE(DecideOpenKind("/a/readme.txt"), OPEN_SOURCE);
     QCOMPARE(DecideOpenKind("/a/APP.HEX"), OPEN_DATA);
     QCOMPARE(DecideOpenKind("/a.dir/firmware"), OPEN_DATA);
+}
+
+void tst_Shell::Screens_data()
+{
+    const QRect Laptop(0, 0, 1280, 770), Right(1280, 0, 3840, 2130), Above(0, -1080, 1920, 1080);
+    QTest::addColumn<QList<QRect>>("Screens");
+    QTest::addColumn<QRect>("Frame");
+    QTest::addColumn<QRect>("Expected");
+    const auto Row = [](const char* sName, const QList<QRect>& Screens, const QRect& Frame, const QRect& Expected) {
+        QTest::newRow(sName) << Screens << Frame << Expected;
+    };
+    const QRect Inside(100, 50, 800, 600);
+    Row("where it was", {Laptop}, Inside, Inside);
+    Row("on the second screen", {Laptop, Right}, QRect(2000, 300, 1600, 1000), QRect(2000, 300, 1600, 1000));
+    Row("across two screens", {Laptop, Right}, QRect(1000, 100, 800, 600), QRect(1000, 100, 800, 600));
+    Row("on a screen above", {Laptop, Above}, QRect(50, -900, 800, 600), QRect(50, -900, 800, 600));
+    Row("half out at the bottom is reached", {Laptop}, QRect(100, 700, 800, 600), QRect(100, 700, 800, 600));
+    Row("half out at the left is reached", {Laptop}, QRect(-700, 50, 800, 600), QRect(-700, 50, 800, 600));
+    Row("only a corner is left", {Laptop}, QRect(-750, 50, 800, 600), QRect(0, 50, 800, 600));
+    Row("the title is above the screen", {Laptop}, QRect(100, -20, 800, 600), QRect(100, 0, 800, 600));
+    Row("the right screen has gone", {Laptop}, QRect(2000, 100, 800, 600), QRect(480, 100, 800, 600));
+    Row("larger than what is left", {Laptop}, QRect(2000, 300, 1600, 1000), QRect(0, 0, 1280, 770));
+    Row("the screen above has gone", {Laptop}, QRect(50, -900, 800, 600), QRect(50, 0, 800, 600));
+    Row("of two the nearer", {Laptop, Right}, QRect(6000, 500, 800, 600), QRect(4320, 500, 800, 600));
+    Row("narrow, but all of it shows", {Laptop}, QRect(100, 100, 50, 400), QRect(100, 100, 50, 400));
+    Row("no screens known", {}, QRect(9000, 9000, 800, 600), QRect(9000, 9000, 800, 600));
+}
+
+void tst_Shell::Screens()
+{
+    QFETCH(QList<QRect>, Screens);
+    QFETCH(QRect, Frame);
+    QTEST(GetReachableFrame(Frame, Screens), "Expected");
+}
+
+void tst_Shell::FirstSize()
+{
+    QCOMPARE(GetFirstSize(QSize(1280, 800)), QSize(1280, 800));
+    QCOMPARE(GetFirstSize(QSize(1920, 1080)), QSize(1600, 1000));
+    QCOMPARE(GetFirstSize(QSize(1920, 900)), QSize(1600, 900)); // 3840x1800 at a scale of 2
+    QCOMPARE(GetFirstSize(QSize(800, 600)), QSize(1600, 1000)); // nobody works on that
+    QCOMPARE(GetFirstSize(QSize()), QSize(1600, 1000));
 }
 
 void tst_Shell::BatchLines_data()

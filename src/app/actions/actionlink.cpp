@@ -7,12 +7,35 @@
 #include <QWidget>
 
 namespace {
-/// Ids of linked actions. Actions that died are taken out by their destroyed signal.
-QHash<const QAction*, int>& LinkedIds()
+struct LINK {
+    int Id = -1;
+    U64 Order = 0; ///< a later link has a higher number
+};
+
+/// Linked actions. Those that died are taken out by their destroyed signal.
+QHash<const QAction*, LINK>& Links()
 {
     // Kept to the end of the process: actions die after the statics of this file.
-    static auto& Instance = *new QHash<const QAction*, int>;
+    static auto& Instance = *new QHash<const QAction*, LINK>;
     return Instance;
+}
+
+/// Takes an action out. Its row goes over to the window of the same kind that was linked last of those that are left.
+void Unlink(const QAction* pAction)
+{
+    const LINK Gone = Links().take(pAction);
+    if (Gone.Id < 0) return;
+    ACTION_STATE& State = GetActionState(Gone.Id);
+    if (State.pAction && State.pAction != pAction) return; // the row follows a newer window
+    const QAction* pHeir = nullptr;
+    U64 Order = 0;
+    for (auto it = Links().cbegin(); it != Links().cend(); ++it) {
+        if (it->Id != Gone.Id || it->Order < Order) continue;
+        pHeir = it.key();
+        Order = it->Order;
+    }
+    State.pAction = const_cast<QAction*>(pHeir);
+    if (pHeir && GetCommandName(Gone.Id).isEmpty()) State.CommandEnabled = pHeir->isEnabled();
 }
 
 QSet<QString>& UnknownNames()
@@ -47,15 +70,16 @@ void Link(QAction* pAction, int Id)
     ACTION_STATE& State = GetActionState(Id);
     State.pAction = pAction;
     State.CommandEnabled = pAction->isEnabled();
-    if (!LinkedIds().contains(pAction)) {
-        QObject::connect(pAction, &QObject::destroyed, [pAction] { LinkedIds().remove(pAction); });
+    static U64 s_Order = 0;
+    if (!Links().contains(pAction)) {
+        QObject::connect(pAction, &QObject::destroyed, [pAction] { Unlink(pAction); });
         // A window switches its own actions by QAction alone; only commands have a state apart from the menus.
         if (GetCommandName(Id).isEmpty())
             QObject::connect(pAction, &QAction::enabledChanged, pAction, [pAction, Id](bool Enabled) {
                 if (GetAction(Id) == pAction) GetActionState(Id).CommandEnabled = Enabled;
             });
     }
-    LinkedIds().insert(pAction, Id);
+    Links().insert(pAction, {Id, ++s_Order});
 }
 } // namespace
 
@@ -75,13 +99,7 @@ void LinkActions(QWidget* pWindow)
 
 void UnlinkActions(QWidget* pWindow)
 {
-    for (QAction* pAction : pWindow->findChildren<QAction*>()) {
-        const int Id = GetActionId(pAction);
-        if (Id < 0) continue;
-        // A row that follows a newer window keeps that window's action.
-        if (GetActionState(Id).pAction == pAction) GetActionState(Id).pAction = nullptr;
-        LinkedIds().remove(pAction);
-    }
+    for (const QAction* pAction : pWindow->findChildren<QAction*>()) Unlink(pAction);
 }
 
 QStringList GetUnknownActionNames()
@@ -108,5 +126,5 @@ QString GetActionTitle(int Id)
 
 int GetActionId(const QAction* pAction)
 {
-    return LinkedIds().value(pAction, -1);
+    return Links().value(pAction).Id;
 }

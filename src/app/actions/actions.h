@@ -69,7 +69,8 @@ const ACTION_HOOKS& GetActionHooks();
 /// Joins every QAction below the widget whose object name a row has with that row: shortcut, status
 /// tip, tool tip. A row follows the widget linked last.
 void LinkActions(QWidget* pWindow);
-/// Takes the widget's actions out again; before the widget dies.
+/// Takes the widget's actions out again; before the widget dies. Its rows go back to the widget that was linked before it
+/// and still is.
 void UnlinkActions(QWidget* pWindow);
 /// Object names for which no row was found, sorted.
 QStringList GetUnknownActionNames();

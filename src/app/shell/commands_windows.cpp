@@ -2,10 +2,10 @@
 #include "app/actions/actions.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/toolbar.h"
 #include "views/framework/dockwindow.h"
 
 #include <QApplication>
-#include <QToolBar>
 
 namespace {
 

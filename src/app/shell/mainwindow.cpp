@@ -8,6 +8,7 @@
 #include "app/services/settingsstore.h"
 #include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
+#include "app/shell/docktabs.h"
 #include "app/shell/programdata.h"
 #include "app/shell/welcomescreen.h"
 #include "app/shell/wiring.h"
@@ -38,6 +39,7 @@
 #include <QCloseEvent>
 #include <QFileInfo>
 #include <QKeyEvent>
+#include <QMenuBar>
 #include <QTabBar>
 
 namespace {
@@ -139,6 +141,12 @@ void CMainWindow::ConnectWindows()
     if (const auto* pTabs = m_W.pSource->findChild<QTabBar*>())
         connect(pTabs, &QTabBar::currentChanged, this, &CMainWindow::UpdateActions);
     connect(this, &CMainWindow::DataFileOpened, this, &CMainWindow::OnDataFileOpened);
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget* pOld, QWidget* pNew) {
+        if (!pOld || pNew != menuBar()) return;
+        m_pFocusBeforeMenu = nullptr;
+        for (CWindow* pWindow : std::as_const(m_Windows))
+            if (pWindow != this && (pWindow->isAncestorOf(pOld) || pWindow == pOld)) m_pFocusBeforeMenu = pWindow;
+    });
     CCallStack& Stack = CCallStack::GetInstance();
     CBreakpointsDataModel& Points = CBreakpointsDataModel::Get();
     connect(&Points, &CBreakpointsDataModel::Changed, this, &CMainWindow::UpdateActions);
@@ -286,6 +294,9 @@ bool CMainWindow::event(QEvent* pEvent)
         CheckProgramFileChanged();
         CheckProjectFileChanged();
     }
+    // A group of docks gets its tab bar as it is laid out; it has its look before it shows for the first time.
+    if (pEvent->type() == QEvent::ChildPolished && m_pDockTabs && qobject_cast<QTabBar*>(static_cast<QChildEvent*>(pEvent)->child()))
+        m_pDockTabs->Update();
     if (pEvent->type() == QEvent::Paint && !m_ShownOnce) {
         m_ShownOnce = true;
         m_WindowShownTimer.start();

@@ -13,6 +13,7 @@
 #include <QElapsedTimer>
 #include <QHash>
 #include <QList>
+#include <QPointer>
 #include <array>
 #include <functional>
 
@@ -23,10 +24,10 @@ class CDisassemblyWindow;
 class CLocalsWindow;
 class CRegisterWindow;
 class CSourceWindow;
+class CToolBar;
 class CDockTabs;
 class QCloseEvent;
 class QMenu;
-class QToolBar;
 class QToolButton;
 
 /// What the next disconnect report is to do.
@@ -118,6 +119,7 @@ public:
     ///@{
     /// The window that answers to a name; hidden ones first, or only visible ones. Null if none.
     CWindow* FindWindow(const QString& sName, bool OnlyVisible) const;
+    CWindow* GetFocusedWindow() const;              ///< null if none has the focus
     const QList<CWindow*>& GetWindows() const { return m_Windows; }
     bool IsMessageBoxPending() const { return m_MessageBoxTimer.isActive(); } ///< "Break at Symbol" is to be shown
     const SESSION_WINDOWS& GetSessionWindows() const { return m_W; }
@@ -127,7 +129,7 @@ public:
     bool ShowToolBar(const QString& sTitle, bool Shown);
     void ShowFullScreen(bool On);
     bool IsFullScreenShown() const { return windowState().testFlag(Qt::WindowFullScreen); }
-    QToolBar* GetToolBar(TOOLBAR_INDEX Index) const { return m_apToolBar[Index]; }
+    CToolBar* GetToolBar(TOOLBAR_INDEX Index) const { return m_apToolBar[Index]; }
     ///@}
 
     SESSION_STATE& GetSession() { return m_S; }
@@ -263,13 +265,14 @@ private:
     SESSION_STATE m_S;
     SESSION_WINDOWS m_W;
     QList<CWindow*> m_Windows;
+    QPointer<CWindow> m_pFocusBeforeMenu; ///< the window that the menu bar took the focus from
     int m_Perspective = PERSPECTIVE_DEBUG;
     QList<WINDOW_FAMILY> m_Families;
     QHash<int, CWindow*> m_WindowOfAction;
     CDockTabs* m_pDockTabs = nullptr;
     std::array<QAction*, NUM_ACTIONS> m_apAction{};
     std::array<QMenu*, NUM_MENUS> m_apMenu{};
-    std::array<QToolBar*, NUM_TOOLBARS> m_apToolBar{};
+    std::array<CToolBar*, NUM_TOOLBARS> m_apToolBar{};
     QToolButton* m_pStartButton = nullptr;
     QToolButton* m_pResetButton = nullptr;
     QStringList m_RecentProjects;

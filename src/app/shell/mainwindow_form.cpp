@@ -6,6 +6,7 @@
 #include "app/shell/commandtable.h"
 #include "app/shell/docktabs.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/toolbar.h"
 #include "project/file/project.h"
 #include "project/settings/settingsnotifier.h"
 #include "project/settings/sysvars.h"
@@ -25,7 +26,6 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QScreen>
-#include <QToolBar>
 #include <QToolButton>
 
 namespace {
@@ -116,6 +116,10 @@ void CMainWindow::BuildMenus()
             m_apMenu[size_t(Layout.Index)]->menuAction()->setVisible(false);
     m_apMenu[MENU_CONNECT]->setIcon(GetIcon(QStringLiteral("control-power-green")));
     m_apMenu[MENU_RESET]->setIcon(GetIcon(QStringLiteral("reset")));
+    if (auto* pMore = menuBar()->findChild<QToolButton*>(QStringLiteral("qt_menubar_ext_button"))) {
+        pMore->setIcon(GetIcon(QStringLiteral("chevrons-right")));
+        pMore->setAccessibleName(QStringLiteral("More Menus"));
+    }
     connect(m_apMenu[MENU_WINDOW], &QMenu::aboutToShow, this, &CMainWindow::UpdateWindowMenu);
     connect(m_apMenu[MENU_WINDOW], &QMenu::triggered, this, &CMainWindow::OnWindowMenuActionTriggered);
     connect(m_apMenu[MENU_RECENT_PROJECTS], &QMenu::triggered, this, &CMainWindow::OnRecentMenuActionTriggered);
@@ -142,9 +146,10 @@ void CMainWindow::BuildToolBars()
     // The long bar of windows has a line of its own; beside the others it would push buttons out of sight.
     for (const TOOLBAR_INDEX i : {TOOLBAR_FILE, TOOLBAR_DEBUG, TOOLBAR_BREAKPOINTS, TOOLBAR_VIEW}) {
         const TOOLBAR_LAYOUT& Layout = TOOLBARS[i];
-        auto* pBar = new QToolBar(QLatin1String(Layout.Title), this);
+        auto* pBar = new CToolBar(QLatin1String(Layout.Title), this);
         pBar->setObjectName(QLatin1String(Layout.ObjectName));
-        pBar->setIconSize(QSize(20, 20));
+        // What the command of a button works on is settled before it is triggered, and must leave nothing behind.
+        pBar->SetPressHooks({[this](int ID) { SetDefaultParam(ID); }, [](int ID) { ClearAction(ID); }});
         for (int k = 0; k < Layout.NumEntries; k++) {
             const int Entry = Layout.aEntries[k];
             if (Entry == MENU_SEPARATOR)
@@ -153,17 +158,8 @@ void CMainWindow::BuildToolBars()
                 pBar->addWidget(m_pStartButton);
             else if (Entry == ACT_DEBUG_RESET)
                 pBar->addWidget(m_pResetButton);
-            else {
-                pBar->addAction(m_apAction[size_t(Entry)]);
-                // What the command of a button works on is settled before it is triggered.
-                if (auto* pButton = qobject_cast<QToolButton*>(pBar->widgetForAction(m_apAction[size_t(Entry)]))) {
-                    connect(pButton, &QToolButton::pressed, this, [this, Entry] { SetDefaultParam(Entry); });
-                    // A button that is let go beside itself triggers nothing and must leave nothing behind.
-                    connect(pButton, &QToolButton::released, this, [pButton, Entry] {
-                        if (!pButton->underMouse()) ClearAction(Entry);
-                    });
-                }
-            }
+            else
+                pBar->AddCommand(m_apAction[size_t(Entry)], Entry);
         }
         if (i == TOOLBAR_VIEW) addToolBarBreak(Qt::TopToolBarArea);
         addToolBar(Qt::TopToolBarArea, pBar);

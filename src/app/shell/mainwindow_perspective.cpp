@@ -4,6 +4,8 @@
 #include "app/services/appinfo.h"
 #include "app/services/settingsstore.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/screenplace.h"
+#include "app/shell/toolbar.h"
 #include "views/debug/breakpointwindow.h"
 #include "views/debug/callstackwindow.h"
 #include "views/debug/disassemblywindow.h"
@@ -17,7 +19,6 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QScreen>
-#include <QToolBar>
 #include <algorithm>
 
 namespace {
@@ -25,7 +26,6 @@ namespace {
 constexpr char GROUP_MAIN[] = "AppData/MainWindow";
 constexpr char KEY_TABLE_HEADERS[] = "TableHeaderState/";
 constexpr int STATE_VERSION = 0;
-constexpr QSize MIN_SEEN(80, 30); ///< of a window's top edge, so that it can still be dragged
 
 /// The settings group of a perspective: 0 to edit, 1 to debug. Empty for any other number.
 QString GetPerspectiveGroup(int Perspective)
@@ -35,40 +35,20 @@ QString GetPerspectiveGroup(int Perspective)
     return QStringLiteral("AppData/Perspectives/") + QLatin1String(NAMES[Perspective]);
 }
 
-/// Where a top-level window with this frame has to stand to be reached; its own place if it can be reached there.
-QRect GetReachableFrame(const QRect& Frame)
+QList<QRect> GetScreens()
 {
-    for (const QScreen* pScreen : QGuiApplication::screens()) {
-        const QRect Top(Frame.topLeft(), QSize(Frame.width(), MIN_SEEN.height()));
-        const QRect Seen = Top & pScreen->availableGeometry();
-        if (Seen.width() >= std::min(MIN_SEEN.width(), Frame.width()) && Seen.height() >= MIN_SEEN.height()) return Frame;
-    }
-    const QScreen* pScreen = QGuiApplication::primaryScreen();
-    if (!pScreen) return Frame;
-    const QRect Room = pScreen->availableGeometry();
-    QRect Moved(Frame.topLeft(), Frame.size().boundedTo(Room.size()));
-    Moved.moveLeft(std::clamp(Frame.left(), Room.left(), Room.right() - Moved.width() + 1));
-    Moved.moveTop(std::clamp(Frame.top(), Room.top(), Room.bottom() - Moved.height() + 1));
-    return Moved;
+    QList<QRect> Screens;
+    for (const QScreen* pScreen : QGuiApplication::screens()) Screens.append(pScreen->availableGeometry());
+    return Screens;
 }
 
 void BringOntoScreen(QWidget* pWidget)
 {
     const QRect Frame = pWidget->frameGeometry();
-    const QRect Moved = GetReachableFrame(Frame);
+    const QRect Moved = GetReachableFrame(Frame, GetScreens());
     if (Moved == Frame) return;
     pWidget->resize(pWidget->size() - (Frame.size() - Moved.size()));
     pWidget->move(Moved.topLeft());
-}
-
-/// Room for all windows of the default layout, as far as the screen has it.
-QSize GetFirstSize()
-{
-    constexpr QSize WANTED(1600, 1000);
-    constexpr QSize USABLE(1024, 700); // a screen that reports less can't be believed
-    const QScreen* pScreen = QGuiApplication::primaryScreen();
-    const QSize Screen = pScreen ? pScreen->availableGeometry().size() : QSize();
-    return Screen.width() < USABLE.width() || Screen.height() < USABLE.height() ? WANTED : WANTED.boundedTo(Screen);
 }
 
 } // namespace
@@ -87,9 +67,11 @@ void CMainWindow::ApplyDefaultLayout()
         pWindow->GetDock()->show();
     m_W.pCallStack->GetDock()->raise();
     m_W.pRegisters->GetDock()->raise();
-    resizeDocks({m_W.pBreakpoints->GetDock(), m_W.pRegisters->GetDock()}, {300, 500}, Qt::Horizontal);
-    resizeDocks({m_W.pCallStack->GetDock(), m_W.pRegisters->GetDock()}, {230, 480}, Qt::Vertical);
-    resizeDocks({m_W.pConsole->GetDock()}, {210}, Qt::Vertical);
+    // The code has the most room on every screen: what stands around it gets its part, within what its columns can use.
+    const int Left = std::clamp(width() * 17 / 100, 190, 320), Right = std::clamp(width() * 31 / 100, 360, 620);
+    resizeDocks({m_W.pBreakpoints->GetDock(), m_W.pRegisters->GetDock()}, {Left, Right}, Qt::Horizontal);
+    resizeDocks({m_W.pCallStack->GetDock(), m_W.pRegisters->GetDock()}, {height() * 24 / 100, height() * 48 / 100}, Qt::Vertical);
+    resizeDocks({m_W.pConsole->GetDock()}, {std::clamp(height() * 21 / 100, 150, 300)}, Qt::Vertical);
 }
 
 void CMainWindow::RestoreAppData()
@@ -97,7 +79,7 @@ void CMainWindow::RestoreAppData()
     const CSettingsStore& Store = CSettingsStore::Get();
     m_sDefaultDirOpen = Store.Read(GROUP_MAIN, "DefaultDirOpen", QDir::homePath()).toString();
     m_sDefaultDirSave = Store.Read(GROUP_MAIN, "DefaultDirSave", QDir::homePath()).toString();
-    resize(GetFirstSize());
+    resize(GetFirstSize(GetScreens().value(0).size()));
     if (const QByteArray Geometry = Store.Read(GROUP_MAIN, "Geometry", {}).toByteArray(); !Geometry.isEmpty())
         restoreGeometry(Geometry);
     m_RecentProjects = Store.Read(GROUP_MAIN, "RecentProjects", {}).toStringList();
@@ -120,7 +102,7 @@ void CMainWindow::RestorePerspective()
         restoreState(State, STATE_VERSION);
     for (int i = 0; i < NUM_TOOLBARS; i++) {
         const TOOLBAR_LAYOUT& Layout = TOOLBARS[i];
-        QToolBar* pBar = m_apToolBar[size_t(i)];
+        CToolBar* pBar = m_apToolBar[size_t(i)];
         pBar->setVisible(Store.Read(sGroup, Layout.SettingsKey, Layout.ShownAtFirst).toBool());
         if (QAction* pToggle = m_apAction[size_t(Layout.ToggleAction)]) pToggle->setChecked(!pBar->isHidden());
     }

@@ -3,6 +3,7 @@
 #include "app/console/consolewindow.h"
 #include "app/shell/docktabs.h"
 #include "app/shell/mainwindow.h"
+#include "app/shell/toolbar.h"
 #include "program/unwind/callstack.h"
 #include "views/debug/registerwindow.h"
 #include "views/debug/sourcewindow.h"
@@ -11,8 +12,8 @@
 
 #include <QFileInfo>
 #include <QMenu>
+#include <QMenuBar>
 #include <QTabBar>
-#include <QToolBar>
 #include <algorithm>
 
 CWindow* CMainWindow::FindWindow(const QString& sName, bool OnlyVisible) const
@@ -141,8 +142,7 @@ bool CMainWindow::CloseWindow(const QString& sName)
 {
     CWindow* pWindow = nullptr;
     if (sName.isEmpty()) {
-        for (CWindow* p : m_Windows)
-            if (p->HasFocus()) pWindow = p;
+        pWindow = GetFocusedWindow();
     } else {
         pWindow = FindWindow(sName, true);
     }
@@ -233,13 +233,21 @@ QString GetEntryText(const QString& sName, QChar Mnemonic)
 
 } // namespace
 
+CWindow* CMainWindow::GetFocusedWindow() const
+{
+    // A menu bar that was reached by a key has taken the focus, but what its commands work on stays the same.
+    if (menuBar()->hasFocus() && m_pFocusBeforeMenu) return m_pFocusBeforeMenu;
+    for (CWindow* pWindow : m_Windows)
+        if (pWindow->HasFocus()) return pWindow;
+    return nullptr;
+}
+
 void CMainWindow::UpdateWindowMenu()
 {
     QMenu* pMenu = m_apMenu[MENU_WINDOW];
     pMenu->clear();
-    const bool Floating = std::any_of(m_Windows.cbegin(), m_Windows.cend(), [](const CWindow* pWindow) {
-        return pWindow->HasFocus() && pWindow->IsFloating();
-    });
+    const CWindow* pFocused = GetFocusedWindow();
+    const bool Floating = pFocused && pFocused->IsFloating();
     for (const int Id : {int(ACT_WINDOW_CLOSE), int(ACT_WINDOW_CLOSE_ALL), int(Floating ? ACT_WINDOW_DOCK : ACT_WINDOW_UNDOCK)})
         if (m_apAction[size_t(Id)]) pMenu->addAction(m_apAction[size_t(Id)]);
     pMenu->addSeparator();
@@ -251,7 +259,7 @@ void CMainWindow::UpdateWindowMenu()
     for (CWindow* pWindow : Open) {
         QAction* pEntry = pMenu->addAction(GetEntryText(pWindow->GetDisplayName(), GetMnemonic(m_WindowOfAction.key(pWindow, -1))));
         pEntry->setCheckable(true);
-        pEntry->setChecked(pWindow->HasFocus());
+        pEntry->setChecked(pWindow == pFocused);
         pEntry->setData(pWindow->GetName());
     }
     pMenu->addSeparator();
@@ -261,7 +269,7 @@ void CMainWindow::UpdateWindowMenu()
     int Number = 0;
     for (const QString& sPath : m_W.pSource->GetFilePaths()) {
         const QString sMark = m_W.pSource->IsDocumentModified(GetViewFileNo(sPath)) ? QStringLiteral("*") : QString();
-        QAction* pEntry = pMenu->addAction(QStringLiteral("&%1 %2%3").arg(++Number).arg(QFileInfo(sPath).fileName(), sMark));
+        QAction* pEntry = pMenu->addAction(QStringLiteral("&%1 %2%3").arg(++Number).arg(QFileInfo(sPath).fileName().replace(u'&', QLatin1String("&&")), sMark));
         pEntry->setCheckable(true);
         pEntry->setChecked(sPath == m_W.pSource->GetActiveFile());
         pEntry->setProperty("document", sPath);

@@ -2,13 +2,13 @@
 
 #include "project/settings/sysvars.h"
 #include "views/framework/messagebox.h"
+#include "views/theme/icons.h"
 
 #include <QDesktopServices>
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
-#include <QStyle>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -27,7 +27,7 @@ CWarningsDialog::CWarningsDialog(const QStringList& Warnings, const QString& sPr
     pList->setWordWrap(true);
     pList->setAccessibleName(QLatin1String(TITLE));
     for (const QString& sText : Warnings)
-        pList->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_MessageBoxWarning), sText));
+        pList->addItem(new QListWidgetItem(GetIcon(QStringLiteral("exclamation")), sText));
     pLayout->addWidget(pList);
     auto* pBox = new QDialogButtonBox(this);
     QPushButton* pEdit = pBox->addButton(QDialogButtonBox::Open);

@@ -14,11 +14,13 @@
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QTableView>
+#include <algorithm>
 
 namespace {
 constexpr char TITLE[] = "Target Device Settings";
 constexpr char NO_DEVICE[] = "none";
 constexpr int FILTER_DELAY_MS = 5;
+constexpr int HEADING_MARGIN = 30; ///< pixels beside a heading's text: padding and the mark of the sorting
 
 /// Core families that have a core support plug-in, the common ones first.
 const QList<U32> FAMILIES = {6, 1, 3, 14, 7, 9, 10, 11, 15, 8, 12, 19};
@@ -102,7 +104,11 @@ void CDeviceSelectionDialog::BuildTable()
     QHeaderView* pHeader = m_pTable->horizontalHeader();
     pHeader->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     pHeader->setHighlightSections(false);
-    for (int i = 0; i < NUM_DEVICE_COLUMNS; i++) m_pTable->setColumnWidth(i, m_pModel->GetColumnWidth(i));
+    for (int i = 0; i < NUM_DEVICE_COLUMNS; i++) {
+        const QString sHeading = m_pModel->headerData(i, Qt::Horizontal, Qt::DisplayRole).toString();
+        const int Heading = pHeader->fontMetrics().horizontalAdvance(sHeading) + HEADING_MARGIN;
+        m_pTable->setColumnWidth(i, std::max(m_pModel->GetColumnWidth(i), Heading));
+    }
     pHeader->setSectionResizeMode(DEVICE_COL_NAME, QHeaderView::Stretch);
     pHeader->setSortIndicator(-1, Qt::AscendingOrder); // the library's order until the user asks for another
     m_pTable->setSortingEnabled(true);

@@ -57,6 +57,7 @@ void CSourceWindow::CreateWidgets()
     m_pTabBar = new QTabBar(pCentral);
     m_pTabBar->setObjectName(QStringLiteral("docTabBar"));
     m_pTabBar->setAccessibleName(QStringLiteral("Documents"));
+    m_pTabBar->setAccessibleName(QStringLiteral("Documents"));
     m_pTabBar->setTabsClosable(true);
     m_pTabBar->setMovable(true);
     m_pTabBar->setDocumentMode(true);

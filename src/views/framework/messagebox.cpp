@@ -11,6 +11,7 @@
 #include <QDateTime>
 #include <QGridLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QPushButton>
 #include <algorithm>
 
@@ -152,6 +153,15 @@ void CMessageBox::showEvent(QShowEvent* pEvent)
     for (QAbstractButton* pButton : Buttons) Width = std::max(Width, pButton->sizeHint().width());
     for (QAbstractButton* pButton : Buttons) pButton->setMinimumWidth(Width);
     QDialog::showEvent(pEvent);
+}
+
+void CMessageBox::paintEvent(QPaintEvent* pEvent)
+{
+    QDialog::paintEvent(pEvent);
+    // Without a frame of the desktop the box would run into the window behind it, which has the same ground.
+    QPainter Painter(this);
+    Painter.setPen(palette().color(QPalette::Disabled, QPalette::WindowText));
+    Painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 
 CMessageBox::BUTTON CMessageBox::Show()

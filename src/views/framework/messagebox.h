@@ -90,6 +90,7 @@ public slots:
 
 protected:
     void showEvent(QShowEvent* pEvent) override;
+    void paintEvent(QPaintEvent* pEvent) override;
 
 private:
     bool AnswerFromMemory(BUTTON& Answer) const;

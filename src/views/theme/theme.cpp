@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QEvent>
 #include <QFontDatabase>
+#include <QProxyStyle>
 #include <QStyle>
 #include <QStyleFactory>
 #include <array>
@@ -101,6 +102,8 @@ QMenu::item:selected { background: @highlight; color: @highlighttext; }
 QMenu::item:disabled { color: @weak; background: transparent; }
 QMenu::separator { height: 1px; background: @line; margin: 4px 6px; }
 QToolBar { background: @window; border: none; padding: 3px 6px; spacing: 2px; }
+QToolBar::handle:horizontal { width: 6px; margin: 7px 2px 7px 0; border-left: 2px dotted @border; }
+QToolBar::handle:vertical { height: 6px; margin: 0 7px 2px 7px; border-top: 2px dotted @border; }
 QToolBar::separator { background: @border; width: 1px; margin: 5px 5px; }
 QToolBar QToolButton, QFrame#FindBar QToolButton { border: 1px solid transparent; border-radius: 5px; padding: 4px; }
 QToolBar QToolButton[popupMode="1"] { padding-right: 17px; }
@@ -108,7 +111,7 @@ QToolBar QToolButton::menu-button { border: none; border-left: 1px solid transpa
     border-top-right-radius: 5px; border-bottom-right-radius: 5px; }
 QToolBar QToolButton::menu-button:hover { background: @pressed; }
 QToolButton::menu-arrow { image: url(:/Resources/Icons/chevron-down@scheme.svg); width: 10px; height: 10px; }
-QToolButton::menu-arrow:disabled { image: none; }
+QToolButton::menu-arrow:disabled { image: url(:/Resources/Icons/chevron-down-weak.svg); }
 QToolBar QToolButton:hover, QFrame#FindBar QToolButton:hover { background: @hover; }
 QToolBar QToolButton:pressed, QToolBar QToolButton:checked, QFrame#FindBar QToolButton:checked { background: @pressed; }
 QStatusBar { background: @window; border-top: 1px solid @line; }
@@ -155,7 +158,7 @@ QDialog QGroupBox { background: @base; border: 1px solid @line; border-radius: 6
 QDialog QGroupBox::title { subcontrol-origin: margin; subcontrol-position: top left; padding: 4px 2px; color: @button; }
 QDialog QTreeWidget, QDialog QTableWidget, QDialog QListWidget { border: 1px solid @line; border-radius: 6px; padding: 2px; }
 QDialog QTreeWidget { outline: 0; show-decoration-selected: 1; }
-QDialog QTreeWidget::item { padding: 3px 2px; }
+QDialog QTreeWidget::item { padding: 3px 0; }
 QCheckBox::indicator, QRadioButton::indicator { width: 13px; height: 13px; border: 1px solid @weak; background: @base; }
 QCheckBox::indicator { border-radius: 3px; }
 QRadioButton::indicator { border-radius: 7px; }
@@ -177,6 +180,56 @@ QProgressBar { background: @hover; border: none; border-radius: 3px; text-align:
 QProgressBar::chunk { background: @highlight; border-radius: 3px; }
 )";
 
+constexpr char BASE_STYLE[] = "Fusion";
+constexpr int OVERFLOW_EXTENT = 26; ///< of the button behind which a tool bar keeps what has no room; a button's width
+
+/// The toolkit's own pictures, in its file and message dialogs, are drawings of this program's set.
+struct STANDARD_ICON {
+    QStyle::StandardPixmap Standard;
+    const char* sName;
+};
+constexpr STANDARD_ICON aStandardIcons[] = {
+    {QStyle::SP_MessageBoxInformation, "information"},
+    {QStyle::SP_MessageBoxWarning, "exclamation"},
+    {QStyle::SP_MessageBoxCritical, "error"},
+    {QStyle::SP_MessageBoxQuestion, "question"},
+    {QStyle::SP_ArrowBack, "arrow-left"},
+    {QStyle::SP_ArrowForward, "arrow-right"},
+    {QStyle::SP_FileDialogBack, "arrow-left"},
+    {QStyle::SP_FileDialogToParent, "arrow-up"},
+    {QStyle::SP_FileDialogNewFolder, "folder-new"},
+    {QStyle::SP_FileDialogListView, "view-icons"},
+    {QStyle::SP_FileDialogDetailedView, "view-rows"},
+    {QStyle::SP_DirIcon, "folder-small-horizontal"},
+    {QStyle::SP_DirClosedIcon, "folder-small-horizontal"},
+    {QStyle::SP_DirOpenIcon, "folder-open"},
+    {QStyle::SP_DirHomeIcon, "folder-open"},
+    {QStyle::SP_DirLinkIcon, "folder-small-horizontal"},
+    {QStyle::SP_FileIcon, "document-empty"},
+    {QStyle::SP_FileLinkIcon, "document-empty"},
+    {QStyle::SP_ComputerIcon, "computer"},
+    {QStyle::SP_DesktopIcon, "computer"},
+    {QStyle::SP_DriveHDIcon, "drive"},
+    {QStyle::SP_LineEditClearButton, "cross-small"},
+};
+
+/// What a style sheet can't set.
+class CThemeStyle : public QProxyStyle {
+public:
+    CThemeStyle() : QProxyStyle(QLatin1String(BASE_STYLE)) {}
+    int pixelMetric(PixelMetric Metric, const QStyleOption* pOption, const QWidget* pWidget) const override
+    {
+        if (Metric == PM_ToolBarExtensionExtent) return OVERFLOW_EXTENT;
+        return QProxyStyle::pixelMetric(Metric, pOption, pWidget);
+    }
+    QIcon standardIcon(StandardPixmap Standard, const QStyleOption* pOption, const QWidget* pWidget) const override
+    {
+        for (const STANDARD_ICON& Icon : aStandardIcons)
+            if (Icon.Standard == Standard) return GetIcon(QLatin1String(Icon.sName));
+        return QProxyStyle::standardIcon(Standard, pOption, pWidget);
+    }
+};
+
 QString ColorText(QRgb Color)
 {
     return QColor(Color).name();
@@ -195,7 +248,7 @@ void CTheme::Init(QApplication& App)
     CTheme& Theme = Get();
     Theme.m_pApp = &App;
     InitIconResources();
-    App.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    App.setStyle(new CThemeStyle);
     if (QFontDatabase::families().contains(QStringLiteral("DejaVu Sans")) && App.font().family().isEmpty())
         App.setFont(QFont(QStringLiteral("DejaVu Sans"), 9));
     App.installEventFilter(&Theme);
@@ -223,7 +276,7 @@ bool CTheme::IsDesktopDark()
     const QByteArray sGtkTheme = qgetenv("GTK_THEME").toLower();
     if (sGtkTheme.endsWith(":dark") || sGtkTheme.endsWith("-dark")) return true;
     // A fresh style asks the desktop, whatever palette the application has set meanwhile.
-    const std::unique_ptr<QStyle> pStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    const std::unique_ptr<QStyle> pStyle(QStyleFactory::create(QLatin1String(BASE_STYLE)));
     const QPalette Palette = pStyle->standardPalette();
     return Palette.color(QPalette::WindowText).lightness() > Palette.color(QPalette::Window).lightness();
 }

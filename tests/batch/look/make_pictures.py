@@ -1,6 +1,10 @@
-"""Pictures of the program to look at: main window, console, menus and tool bars, light and dark, at 100 and 200 %.
+"""Pictures of the program to look at: main window, console, menus, tool bars, preferences, and the dialogs that wait for
+an answer (welcome screen, project wizard, questions), light and dark, at 100 and 200 %.
 
-  make_pictures.py --vantrel BIN --project P.bdebug --out DIR [--build DIR] [--schemes light,dark] [--scales 1,2]
+  make_pictures.py --vantrel BIN --project P.bdebug --out DIR [--build DIR] [--dialogs BIN] [--schemes light,dark]
+                   [--scales 1,2]
+
+The dialogs come from the test program tst_controls, which opens each of them; nobody answers one in a batch.
 
 Each run writes DIR/<scheme>-<scale>/<place>.png. What a picture shows has to be judged by eye; what can be told without
 one is checked: that each is there, has the size that its scale asks for and isn't of one colour, and that the dark ones
@@ -70,6 +74,12 @@ def run(args, scheme, scale, folder):
     done = subprocess.run(command, capture_output=True, text=True, env=environment, timeout=240, errors="replace")
     if done.returncode:
         sys.exit(f"{scheme} at {scale}: exit status {done.returncode}\n{done.stdout[-2000:]}{done.stderr[-2000:]}")
+    if args.dialogs:
+        environment.update(VANTREL_PICTURES=str(out), VANTREL_SCHEME=scheme)
+        done = subprocess.run([args.dialogs, "Dialogs"], capture_output=True, text=True, env=environment, timeout=240,
+                              errors="replace")
+        if done.returncode:
+            sys.exit(f"dialogs, {scheme} at {scale}:\n{done.stdout[-2000:]}{done.stderr[-2000:]}")
     return out
 
 
@@ -79,10 +89,13 @@ def main():
     parser.add_argument("--project", required=True)
     parser.add_argument("--out", required=True)
     parser.add_argument("--build", default="")
+    parser.add_argument("--dialogs", default="")
     parser.add_argument("--schemes", default="light,dark")
     parser.add_argument("--scales", default="1,2")
     args = parser.parse_args()
     wanted = [line.split("<out>/")[1].split()[0] for line in (HERE / "look.txt").read_text().splitlines() if "<out>/" in line]
+    if args.dialogs:
+        wanted += ["dialog-welcome.png", "dialog-welcome-first.png", "dialog-wizard.png", "dialog-question.png"]
     faults, sizes, lightness = [], {}, {}
     with tempfile.TemporaryDirectory(prefix="vantrel-look-") as folder:
         for scale in args.scales.split(","):

@@ -1,0 +1,254 @@
+// Every window and dialog of the program, looked at as somebody does who has no mouse or no screen: each control has a
+// name that a screen reader can say, can be reached by keys, and has the room that its text needs.
+// With VANTREL_PICTURES set to a folder each dialog leaves its picture there; VANTREL_SCHEME=dark makes dark ones.
+#include "app/actions/actions.h"
+#include "app/services/cmdline.h"
+#include "app/services/mainthread.h"
+#include "app/services/messages.h"
+#include "app/services/settingsstore.h"
+#include "app/shell/breakpointdialog.h"
+#include "app/shell/mainwindow.h"
+#include "app/shell/pluginfiledialog.h"
+#include "app/shell/warningsdialog.h"
+#include "app/shell/welcomescreen.h"
+#include "device/breakpoints/breakpoint.h"
+#include "project/wizard/bryllosettingsdialog.h"
+#include "project/wizard/deviceselectiondialog.h"
+#include "project/wizard/hostinterfacedialog.h"
+#include "project/wizard/projectwizard.h"
+#include "project/wizard/targetinterfacedialog.h"
+#include "views/debug/sourcewindow.h"
+#include "views/framework/dockwindow.h"
+#include "views/framework/filterheaderview.h"
+#include "views/framework/messagebox.h"
+#include "views/settings/preferencesdialog.h"
+#include "views/settings/sysvarseditor.h"
+#include "views/theme/theme.h"
+
+#include <QAbstractButton>
+#include <QAbstractItemView>
+#include <QAbstractSlider>
+#include <QAbstractSpinBox>
+#include <QAccessible>
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPlainTextEdit>
+#include <QRadioButton>
+#include <QRegularExpression>
+#include <QScrollBar>
+#include <QTabBar>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTextEdit>
+#include <QTimer>
+#include <QToolBar>
+#include <functional>
+#include <memory>
+
+namespace {
+
+bool IsControl(const QWidget* pWidget)
+{
+    // What a control is made of belongs to it.
+    if (pWidget->objectName().startsWith(QLatin1String("qt_")) && !qobject_cast<const QAbstractButton*>(pWidget)) return false;
+    for (const QWidget* p = pWidget->parentWidget(); p; p = p->parentWidget())
+        if (qobject_cast<const QComboBox*>(p) || qobject_cast<const QAbstractSpinBox*>(p) || qobject_cast<const QTabBar*>(p) ||
+            p->inherits("QHeaderView") || qobject_cast<const QAbstractItemView*>(p) || qobject_cast<const QLineEdit*>(p))
+            return false;
+    // The button of an empty window comes with its text when there is something to do.
+    for (const QWidget* p = pWidget->parentWidget(); p; p = p->parentWidget())
+        if (p->inherits("CEmptyOverlay") && !pWidget->isVisible()) return false;
+    if (qobject_cast<const QScrollBar*>(pWidget) || pWidget->inherits("QHeaderView")) return false;
+    return qobject_cast<const QAbstractButton*>(pWidget) || qobject_cast<const QLineEdit*>(pWidget) ||
+           qobject_cast<const QComboBox*>(pWidget) || qobject_cast<const QAbstractSpinBox*>(pWidget) ||
+           qobject_cast<const QAbstractItemView*>(pWidget) || qobject_cast<const QPlainTextEdit*>(pWidget) ||
+           qobject_cast<const QTextEdit*>(pWidget) || qobject_cast<const QAbstractSlider*>(pWidget) ||
+           qobject_cast<const QTabBar*>(pWidget);
+}
+
+/// Whether the keyboard needs no way to the control itself, because a command with a menu entry or a key does the same.
+bool HasCommand(const QWidget* pWidget)
+{
+    for (const QWidget* p = pWidget->parentWidget(); p; p = p->parentWidget())
+        if (qobject_cast<const QToolBar*>(p) || p->inherits("CDockTitleBar")) return true;
+    // Of a group of radio buttons the Tab key reaches the checked one, and the arrow keys go on from there.
+    const auto* pRadio = qobject_cast<const QRadioButton*>(pWidget);
+    if (pRadio && pRadio->autoExclusive()) return true;
+    return pWidget->objectName() == QLatin1String("buttonCancel") || qobject_cast<const QTabBar*>(pWidget);
+}
+
+QString Describe(const QWidget* pWidget)
+{
+    return QStringLiteral("%1 \"%2\" of %3").arg(QLatin1String(pWidget->metaObject()->className()), pWidget->objectName(),
+                                                  QLatin1String(pWidget->parentWidget()->metaObject()->className()));
+}
+
+QString GetSpokenName(QWidget* pWidget)
+{
+    if (!pWidget->accessibleName().isEmpty()) return pWidget->accessibleName();
+    QAccessibleInterface* pInterface = QAccessible::queryAccessibleInterface(pWidget);
+    return pInterface ? pInterface->text(QAccessible::Name).trimmed() : QString();
+}
+
+} // namespace
+
+class tst_Controls : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void Windows();
+    void Menus();
+    void Dialogs_data();
+    void Dialogs();
+
+private:
+    QStringList Inspect(QWidget* pTop) const;
+    void InspectDialog(QDialog& Dialog) const;
+
+    QTemporaryDir m_Dir;
+};
+
+void tst_Controls::initTestCase()
+{
+    SetMainThread();
+    InitMessageTable();
+    CmdLineArgs Args;
+    Args.BatchFile = "-"; // nobody answers a welcome screen
+    SetCmdLineArgs(Args);
+    CSettingsStore::Get().SetDir(m_Dir.path());
+    CTheme::Init(*qApp);
+    CTheme::SetScheme(qgetenv("VANTREL_SCHEME") == "dark" ? THEME_DARK : THEME_LIGHT);
+    CSettingsStore::Get().Write("AppData/Appearance", "Scheme", int(CTheme::GetScheme()));
+    CMessageBox::SetInterceptor([](const QString&, const QString&, CMessageBox::BUTTONS) { return int(QDialogButtonBox::No); });
+    CMainWindow::Get().show();
+    QVERIFY(QTest::qWaitForWindowActive(&CMainWindow::Get()));
+    QTest::qWait(50);
+}
+
+void tst_Controls::cleanupTestCase()
+{
+    CMainWindow::Get().close();
+    CMainWindow::Destroy();
+}
+
+/// The faults of a window's controls.
+QStringList tst_Controls::Inspect(QWidget* pTop) const
+{
+    QStringList Faults;
+    for (QWidget* pWidget : pTop->findChildren<QWidget*>()) {
+        if (const auto* pLabel = qobject_cast<QLabel*>(pWidget)) {
+            if (pLabel->isVisible() && !pLabel->wordWrap() && pLabel->pixmap(Qt::ReturnByValue).isNull() &&
+                pLabel->sizePolicy().horizontalPolicy() != QSizePolicy::Ignored && pLabel->sizeHint().width() > pLabel->width())
+                Faults += Describe(pLabel) + QStringLiteral(" is too narrow for ") + pLabel->text();
+            continue;
+        }
+        if (!IsControl(pWidget)) continue;
+        if (GetSpokenName(pWidget).isEmpty()) Faults += Describe(pWidget) + QStringLiteral(" has no name");
+        if (!pWidget->isVisible() || !pWidget->isEnabled()) continue;
+        if (!(pWidget->focusPolicy() & Qt::TabFocus) && !HasCommand(pWidget))
+            Faults += Describe(pWidget) + QStringLiteral(" can't be reached by keys");
+        const auto* pButton = qobject_cast<QAbstractButton*>(pWidget);
+        if (pButton && !pButton->text().isEmpty() && !HasCommand(pWidget) && pButton->sizeHint().width() > pButton->width() + 1)
+            Faults += Describe(pWidget) + QStringLiteral(" is too narrow for ") + pButton->text();
+    }
+    return Faults;
+}
+
+void tst_Controls::Windows()
+{
+    CMainWindow& Main = CMainWindow::Get();
+    for (const char* sBar : {"File", "View", "Breakpoints"}) Main.ShowToolBar(QLatin1String(sBar), true);
+    Main.GetSessionWindows().pSource->OpenFindBar();
+    for (CWindow* pWindow : Main.GetWindows()) Main.ShowWindow(pWindow->GetName());
+    for (const QSize Size : {QSize(1280, 800), QSize(1920, 1080)}) {
+        Main.resize(Size);
+        QTest::qWait(250); // the tab bars are dressed by a timer
+        const QStringList Faults = Inspect(&Main);
+        QVERIFY2(Faults.isEmpty(), qPrintable(Faults.join(QLatin1Char('\n'))));
+    }
+}
+
+void tst_Controls::Menus()
+{
+    for (QMenu* pMenu : CMainWindow::Get().findChildren<QMenu*>(QRegularExpression(QStringLiteral("^menu")))) {
+        QVERIFY2(!pMenu->title().isEmpty(), qPrintable(pMenu->objectName()));
+        for (const QAction* pAction : pMenu->actions())
+            QVERIFY2(pAction->isSeparator() || !pAction->text().isEmpty(), qPrintable(pMenu->objectName()));
+    }
+}
+
+void tst_Controls::Dialogs_data()
+{
+    QTest::addColumn<std::function<QDialog*()>>("Make"); ///< null: the dialog comes up by itself
+    const auto Row = [](const char* sName, const std::function<QDialog*()>& Make) { QTest::newRow(sName) << Make; };
+    Row("welcome", [] { return new CWelcomeScreen({"/home/me/blinky/blinky.bdebug", "/home/me/motor.bdebug"}); });
+    Row("welcome-first", [] { return new CWelcomeScreen({}); });
+    Row("wizard", [] { return new CProjectWizard(&CMainWindow::Get()); });
+    Row("bryllo-settings", [] { return new CBrylloSettingsDialog(); });
+    Row("host-interface", [] { return new CHostInterfaceDialog({}); });
+    Row("target-interface", [] { return new CTargetInterfaceDialog({}); });
+    Row("device", [] { return new CDeviceSelectionDialog({}, true, "VS4F-512"); });
+    Row("breakpoint", [] { return new CBreakpointDialog(CBreakpoint(), "main.c:20"); });
+    Row("plugin", [] { return new CPluginFileDialog(nullptr, "Select Core Plugin", "No plugin supports this core."); });
+    Row("filter", [] { return new CFilterHeaderDialog("Value", true, nullptr); });
+    Row("preferences", [] { return new CPreferencesDialog(); });
+    Row("sysvars", [] { return new CSysVarsEditor([] { return false; }); });
+    Row("question", [] {
+        return new CMessageBox("Reset Code Profile", "Reset Execution Counters and Profiling Data?", {},
+                               QDialogButtonBox::Yes | QDialogButtonBox::No, MSGBOX_MODE_REMEMBER);
+    });
+    Row("warnings", {});
+}
+
+void tst_Controls::InspectDialog(QDialog& Dialog) const
+{
+    QVERIFY(!Dialog.windowTitle().trimmed().isEmpty());
+    // A dialog of several pages is looked at page by page.
+    auto* pPages = qobject_cast<CPreferencesDialog*>(&Dialog);
+    constexpr int NUM_PAGES = 15;
+    for (int Page = 0; Page < (pPages ? NUM_PAGES : 1); Page++) {
+        if (pPages) pPages->ShowPage(Page);
+        QTest::qWait(20);
+        const QStringList Faults = Inspect(&Dialog);
+        QVERIFY2(Faults.isEmpty(), qPrintable(QStringLiteral("page %1: ").arg(Page) + Faults.join(QLatin1Char('\n'))));
+    }
+    QVERIFY(Dialog.focusWidget()); // keys go somewhere from the start
+    QVERIFY(Dialog.height() <= 760 && Dialog.width() <= 1240); // of a screen of 1280x800, with its bars
+    if (const QString sFolder = qEnvironmentVariable("VANTREL_PICTURES"); !sFolder.isEmpty())
+        QVERIFY(Dialog.grab().save(QDir(sFolder).filePath(QStringLiteral("dialog-%1.png").arg(QLatin1String(QTest::currentDataTag())))));
+}
+
+void tst_Controls::Dialogs()
+{
+    QFETCH(std::function<QDialog*()>, Make);
+    if (Make) {
+        const std::unique_ptr<QDialog> pDialog(Make());
+        pDialog->show();
+        QVERIFY(QTest::qWaitForWindowActive(pDialog.get()));
+        InspectDialog(*pDialog);
+        return;
+    }
+    const auto Interceptor = CMessageBox::GetInterceptor();
+    CMessageBox::SetInterceptor({});
+    bool Seen = false;
+    QTimer::singleShot(100, this, [this, &Seen] {
+        auto* pDialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!pDialog) return;
+        Seen = true;
+        InspectDialog(*pDialog);
+        pDialog->reject();
+    });
+    CWarningsDialog::Ask({"Project.SetDevice: unknown device", "Project.AddSvdFile: file not found"}, "/a/b.bdebug", nullptr);
+    CMessageBox::SetInterceptor(Interceptor);
+    QVERIFY(Seen);
+}
+
+QTEST_MAIN(tst_Controls)
+#include "tst_controls.moc"
