@@ -58,6 +58,7 @@ private slots:
     void Commands_data();
     void Commands();
     void SaveChangesProjectAndDevice();
+    void WhatSavingLeaves();
     void WithoutAUser();
 };
 
@@ -227,6 +228,36 @@ void tst_bryllosettings::SaveChangesProjectAndDevice()
     QCOMPARE(Config.GetString(DCP_HOST_NAME), QString("board"));
     QCOMPARE(CBrylloSettingsDialog().GetSummary(),
              QString("Target Device: VS0P-2CORE, Core #1\nTarget Interface: SWD, 4 MHz\nHost Interface: TCP/IP: board"));
+}
+
+/// What could not be written stays in the dialog; a device without a name leaves the project's; another architecture
+/// gets no core support of the old one.
+void tst_bryllosettings::WhatSavingLeaves()
+{
+    CProjectRig Rig;
+    const QByteArray Before = "void OnProjectLoad (void) {\n  Project.SetCorePlugin (\"CorePluginARM\");\n"
+                              "  Project.SetDevice (\"VS0-32\");\n  Project.SetTIFSpeed (\"1 MHz\");\n}\n";
+    const QString sPath = Rig.Put("p.bdebug", Before);
+    QCOMPARE(BScript::Load(sPath), 0);
+    CDeviceTarget::Get().Config.Reset();
+    CBrylloSettingsDialog NoDevice;
+    NoDevice.OnButtonSaveClicked();
+    QVERIFY(Rig.Bytes("p.bdebug").contains("Project.SetDevice (\"VS0-32\");"));
+
+    CDeviceTarget::Get().Config.SetString(DCP_DEVICE_NAME, "VS0-32");
+    CBrylloSettingsDialog Dialog;
+    Dialog.SetStateText(State({0, 0, "VSRV32-256"}, {}, {}));
+    Rig.Put("p.bdebug", "no function of that name\n");
+    Dialog.show();
+    Dialog.OnButtonSaveClicked();
+    QVERIFY(Dialog.isVisible() && Rig.Boxes.size() == 1);
+    QCOMPARE(Rig.Bytes("p.bdebug"), QByteArray("no function of that name\n"));
+    Rig.Put("p.bdebug", Before);
+    Dialog.OnButtonSaveClicked();
+    QVERIFY(!Dialog.isVisible());
+    QVERIFY(!Rig.Bytes("p.bdebug").contains("SetCorePlugin"));
+    QVERIFY(Rig.Bytes("p.bdebug").contains("VSRV32-256"));
+    CDevice::Get().WaitForJob(BT_CONFIGURE, false, 5000);
 }
 
 void tst_bryllosettings::WithoutAUser()
