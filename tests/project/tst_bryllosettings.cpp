@@ -60,6 +60,7 @@ private slots:
     void SaveChangesProjectAndDevice();
     void WhatSavingLeaves();
     void WithoutAUser();
+    void LockedInASession();
 };
 
 void tst_bryllosettings::initTestCase()
@@ -282,6 +283,30 @@ void tst_bryllosettings::WithoutAUser()
     QCOMPARE(Boxes[1], QString("Target Interface Settings: SWD, 4 MHz"));
     QVERIFY(Boxes[2].startsWith("Host Interface Settings: "));
     QCOMPARE(Dialog.GetStateText(), sBefore);
+}
+
+void tst_bryllosettings::LockedInASession()
+{
+    CProjectRig Rig;
+    CDeviceTarget::Get().Config.Reset();
+    CDevice::Get().SetConfigParamAsync(DCP_DEVICE_NAME, "VS4F-512");
+    CDevice::Get().SetConfigParamAsync(DCP_TARGET_IF, 1);
+    QVERIFY(CDevice::Get().ConnectAsync(CM_ATTACH) >= 0);
+    QTRY_VERIFY(CDevice::Get().IsConnected());
+    QStringList Boxes;
+    CMessageBox::SetInterceptor([&](const QString& sTitle, const QString& sText, CMessageBox::BUTTONS) {
+        Boxes << sTitle + ": " + sText;
+        return int(QDialogButtonBox::Ok);
+    });
+    CBrylloSettingsDialog Dialog;
+    for (const char* sButton : {"buttonSelectDevice", "buttonSelectTargetInterface", "buttonSelectHostInterface"})
+        Child<QToolButton>(Dialog, sButton)->click();
+    CMessageBox::SetInterceptor({});
+    const QString sLocked = ": This setting cannot be edited while debugging";
+    QCOMPARE(Boxes, (QStringList{"Target Device" + sLocked, "Target Interface" + sLocked, "Host Interface" + sLocked}));
+    QVERIFY(Child<QLabel>(Dialog, "labelModel")->text().contains("simulated"));
+    CDevice::Get().DisconnectAsync();
+    QTRY_VERIFY(!CDevice::Get().IsConnected());
 }
 
 QTEST_MAIN(tst_bryllosettings)
