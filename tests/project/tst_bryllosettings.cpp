@@ -58,7 +58,9 @@ private slots:
     void Commands_data();
     void Commands();
     void SaveChangesProjectAndDevice();
+    void WhatSavingLeaves();
     void WithoutAUser();
+    void LockedInASession();
 };
 
 void tst_bryllosettings::initTestCase()
@@ -229,6 +231,36 @@ void tst_bryllosettings::SaveChangesProjectAndDevice()
              QString("Target Device: VS0P-2CORE, Core #1\nTarget Interface: SWD, 4 MHz\nHost Interface: TCP/IP: board"));
 }
 
+/// What could not be written stays in the dialog; a device without a name leaves the project's; another architecture
+/// gets no core support of the old one.
+void tst_bryllosettings::WhatSavingLeaves()
+{
+    CProjectRig Rig;
+    const QByteArray Before = "void OnProjectLoad (void) {\n  Project.SetCorePlugin (\"CorePluginARM\");\n"
+                              "  Project.SetDevice (\"VS0-32\");\n  Project.SetTIFSpeed (\"1 MHz\");\n}\n";
+    const QString sPath = Rig.Put("p.bdebug", Before);
+    QCOMPARE(BScript::Load(sPath), 0);
+    CDeviceTarget::Get().Config.Reset();
+    CBrylloSettingsDialog NoDevice;
+    NoDevice.OnButtonSaveClicked();
+    QVERIFY(Rig.Bytes("p.bdebug").contains("Project.SetDevice (\"VS0-32\");"));
+
+    CDeviceTarget::Get().Config.SetString(DCP_DEVICE_NAME, "VS0-32");
+    CBrylloSettingsDialog Dialog;
+    Dialog.SetStateText(State({0, 0, "VSRV32-256"}, {}, {}));
+    Rig.Put("p.bdebug", "no function of that name\n");
+    Dialog.show();
+    Dialog.OnButtonSaveClicked();
+    QVERIFY(Dialog.isVisible() && Rig.Boxes.size() == 1);
+    QCOMPARE(Rig.Bytes("p.bdebug"), QByteArray("no function of that name\n"));
+    Rig.Put("p.bdebug", Before);
+    Dialog.OnButtonSaveClicked();
+    QVERIFY(!Dialog.isVisible());
+    QVERIFY(!Rig.Bytes("p.bdebug").contains("SetCorePlugin"));
+    QVERIFY(Rig.Bytes("p.bdebug").contains("VSRV32-256"));
+    CDevice::Get().WaitForJob(BT_CONFIGURE, false, 5000);
+}
+
 void tst_bryllosettings::WithoutAUser()
 {
     QStringList Boxes;
@@ -251,6 +283,30 @@ void tst_bryllosettings::WithoutAUser()
     QCOMPARE(Boxes[1], QString("Target Interface Settings: SWD, 4 MHz"));
     QVERIFY(Boxes[2].startsWith("Host Interface Settings: "));
     QCOMPARE(Dialog.GetStateText(), sBefore);
+}
+
+void tst_bryllosettings::LockedInASession()
+{
+    CProjectRig Rig;
+    CDeviceTarget::Get().Config.Reset();
+    CDevice::Get().SetConfigParamAsync(DCP_DEVICE_NAME, "VS4F-512");
+    CDevice::Get().SetConfigParamAsync(DCP_TARGET_IF, 1);
+    QVERIFY(CDevice::Get().ConnectAsync(CM_ATTACH) >= 0);
+    QTRY_VERIFY(CDevice::Get().IsConnected());
+    QStringList Boxes;
+    CMessageBox::SetInterceptor([&](const QString& sTitle, const QString& sText, CMessageBox::BUTTONS) {
+        Boxes << sTitle + ": " + sText;
+        return int(QDialogButtonBox::Ok);
+    });
+    CBrylloSettingsDialog Dialog;
+    for (const char* sButton : {"buttonSelectDevice", "buttonSelectTargetInterface", "buttonSelectHostInterface"})
+        Child<QToolButton>(Dialog, sButton)->click();
+    CMessageBox::SetInterceptor({});
+    const QString sLocked = ": This setting cannot be edited while debugging";
+    QCOMPARE(Boxes, (QStringList{"Target Device" + sLocked, "Target Interface" + sLocked, "Host Interface" + sLocked}));
+    QVERIFY(Child<QLabel>(Dialog, "labelModel")->text().contains("simulated"));
+    CDevice::Get().DisconnectAsync();
+    QTRY_VERIFY(!CDevice::Get().IsConnected());
 }
 
 QTEST_MAIN(tst_bryllosettings)

@@ -55,6 +55,7 @@ private slots:
     void Speed();
     void Duplicates();
     void WarningsAreToldOnce();
+    void SaveNewProject_data();
     void SaveNewProject();
     void SaveKeepsUserText();
     void CommandLine();
@@ -526,8 +527,22 @@ void tst_project::WarningsAreToldOnce()
     QCOMPARE(Project.LogScriptError(), 1); // told again after a close
 }
 
+void tst_project::SaveNewProject_data()
+{
+    QTest::addColumn<QString>("Folder");
+    QTest::addColumn<int>("NumSubstitutes");
+    // The random part of a temporary folder's name may or may not have capitals: both cases have names of their own.
+    QTest::newRow("capitals") << QDir::tempPath() + QStringLiteral("/Vantrel-Save-%1").arg(QCoreApplication::applicationPid()) << 2;
+    QTest::newRow("no capitals")
+        << QDir::tempPath().toLower() + QStringLiteral("/vantrel-save-%1").arg(QCoreApplication::applicationPid()) << 1;
+}
+
 void tst_project::SaveNewProject()
 {
+    QFETCH(QString, Folder);
+    QFETCH(int, NumSubstitutes);
+    if (!QDir().mkpath(Folder)) QSKIP("the folder of temporary files has capitals in its own name");
+    const auto Cleanup = qScopeGuard([&Folder] { QDir(Folder).removeRecursively(); });
     CProjectRig Rig;
     CProject& Project = CProject::Get();
     QSignalSpy Modified(&Project, &CProject::ModifiedChanged);
@@ -538,23 +553,27 @@ void tst_project::SaveNewProject()
     QVERIFY(Project.IsModified());
     QCOMPARE(Modified.last()[0].toBool(), true);
     QCOMPARE(Rig.Texts[19], QString("DEV")); // the commands have run
-    const QString sPath = Rig.In("new.bdebug");
-    Project.SetProgramFile(Rig.In("sub/app.elf"));
+    const QString sPath = Folder + "/new.bdebug";
+    const auto Read = [&sPath] {
+        QFile File(sPath);
+        return File.open(QIODevice::ReadOnly) ? File.readAll() : QByteArray();
+    };
+    Project.SetProgramFile(Folder + "/sub/app.elf");
     QVERIFY(Project.Save(sPath));
     QVERIFY(!Project.IsModified());
     QVERIFY(!BScript::IsFileChanged());
-    const QString s = Text(Rig.Bytes("new.bdebug"));
+    const QString s = Text(Read());
     QVERIFY2(s.contains("  Project.SetDevice (\"DEV\");\n  Project.SetHostIF (\"USB\", \"\");\n  "
                         "Project.SetTargetIF (\"SWD\");\n"
                         "  Project.SetTIFSpeed (\"4 MHz\");\n"),
              qPrintable(s));
     QVERIFY2(s.contains("  // User settings\n  //\n  File.Open (\"$(ProjectDir)/sub/app.elf\");\n}\n"),
              qPrintable(s));
-    QCOMPARE(s.count("Project.AddPathSubstitute"), Rig.Dir.path() == Rig.Dir.path().toLower() ? 1 : 2);
+    QCOMPARE(s.count("Project.AddPathSubstitute"), NumSubstitutes);
     // Saving again changes nothing, and the file loads as it is.
-    const QByteArray Before = Rig.Bytes("new.bdebug");
+    const QByteArray Before = Read();
     QVERIFY(Project.Save(sPath));
-    QCOMPARE(Rig.Bytes("new.bdebug"), Before);
+    QCOMPARE(Read(), Before);
     QCOMPARE(BScript::Load(sPath), 0);
     BScript::RunEvent(EVENT_ON_PROJECT_LOAD);
     QCOMPARE(Rig.Errors, QStringList());

@@ -3,9 +3,15 @@
 #include "projectrig.h"
 
 #include "app/actions/commandtext.h"
+#include "device/queue/device.h"
+#include "device/target/devicetarget.h"
 #include "project/file/deviceparams.h"
+#include "project/settings/appearance.h"
+#include "project/wizard/bryllosettingsdialog.h"
+#include "project/wizard/statetext.h"
 #include "script/host/textfile.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QStringConverter>
 #include <QTest>
@@ -112,6 +118,10 @@ class tst_roundtrip : public QObject {
 private slots:
     void Change_data();
     void Change();
+    void initTestCase();
+    void cleanupTestCase() { CDevice::Get().Shutdown(); }
+    void ConnectionDialog_data();
+    void ConnectionDialog();
     void Groups_data();
     void Groups();
     void SaveOfAnOpenProject_data();
@@ -198,6 +208,99 @@ void tst_roundtrip::Change()
             QVERIFY(Project.WriteSystemSettings());
         else
             QVERIFY(Project.WriteBrylloSettings(Given));
+        QCOMPARE(Rig.Bytes("p.bdebug"), After);
+    }
+}
+
+void tst_roundtrip::initTestCase()
+{
+    InitSysVars();
+    InitColorsAndFonts(QApplication::font());
+    DEVICE_RegisterTarget();
+    CDevice::Get().CreateEventWorker(this);
+}
+
+void tst_roundtrip::ConnectionDialog_data()
+{
+    AddProjects();
+}
+
+namespace {
+/// One change that a user makes in the dialog of the connection.
+struct CHOICE {
+    const char* Name;
+    QList<int> Commands; ///< that the change sets anew
+    void (*pfChange)(TARGET_STATE& State);
+};
+const CHOICE CHOICES[] = {
+    {"nothing", {}, [](TARGET_STATE&) {}},
+    {"device", {ACT_PROJECT_SET_DEVICE}, [](TARGET_STATE& s) { s.Device.sDeviceName = "VS7F-1024"; }},
+    {"byte order", {ACT_TARGET_SET_ENDIANESS}, [](TARGET_STATE& s) { s.Device.Endian = !s.Device.Endian; }},
+    {"serial number", {ACT_PROJECT_SET_HOST_IF}, [](TARGET_STATE& s) { s.Host = {HOST_CONNECT_USB, 600100001, "", true}; }},
+    {"address", {ACT_PROJECT_SET_HOST_IF}, [](TARGET_STATE& s) { s.Host = {HOST_CONNECT_TCPIP, 0, "10.0.0.2:3333", false}; }},
+    {"interface", {ACT_PROJECT_SET_TARGET_IF}, [](TARGET_STATE& s) { s.Interface.TargetIF = 7; }},
+    {"speed", {ACT_PROJECT_SET_TIF_SPEED}, [](TARGET_STATE& s) {
+         s.Interface.Speed = 12345;
+         s.Interface.UseMaxSpeed = s.Interface.UseAdaptive = false;
+     }},
+    {"scan chain", {ACT_PROJECT_SET_JTAG_CONFIG}, [](TARGET_STATE& s) {
+         s.Interface.DRPre = 3;
+         s.Interface.IRPre = 13;
+         s.Interface.MultipleTargets = true;
+     }},
+};
+constexpr int PROBE_COMMANDS[] = {ACT_PROJECT_SET_CORE_PLUGIN, ACT_PROJECT_SET_DEVICE,    ACT_TARGET_SET_ENDIANESS,
+                                  ACT_PROJECT_SET_HOST_IF,     ACT_PROJECT_SET_TARGET_IF, ACT_PROJECT_SET_TIF_SPEED,
+                                  ACT_PROJECT_SET_JTAG_CONFIG};
+
+/// The device is configured as the script of a project has asked for.
+void ConfigureAs(const CProjectRig& Rig, const QStringList& EndianLines)
+{
+    CDeviceConfig& Config = CDeviceTarget::Get().Config;
+    Config.Reset();
+    for (auto It = Rig.Numbers.begin(); It != Rig.Numbers.end(); ++It) Config.SetInt(U32(It.key()), int(It.value()));
+    for (auto It = Rig.Texts.begin(); It != Rig.Texts.end(); ++It) Config.SetString(U32(It.key()), It.value());
+    if (!EndianLines.isEmpty()) Config.SetInt(DCP_ENDIAN, SplitCommandArgs(EndianLines.last()).value(0) == "1");
+}
+} // namespace
+
+/// The dialog of the connection gives all of its commands; only those that were changed or never said change the file.
+void tst_roundtrip::ConnectionDialog()
+{
+    QFETCH(QString, Path);
+    QFile Source(Path);
+    QVERIFY(Source.open(QIODevice::ReadOnly));
+    const QByteArray Before = Source.readAll();
+    const QByteArray Plain = Before.contains('\0') ? SplitRaw(Before).join() : Before;
+    for (const CHOICE& Choice : CHOICES) {
+        CProjectRig Rig;
+        const QString sPath = Rig.Put("p.bdebug", Before);
+        QCOMPARE(BScript::Load(sPath), 0);
+        QCOMPARE(BScript::RunEvent(EVENT_ON_PROJECT_LOAD), 0);
+        ConfigureAs(Rig, Live(Plain, "Target.SetEndianess"));
+        CBrylloSettingsDialog Dialog;
+        TARGET_STATE State(Dialog.GetStateText());
+        Choice.pfChange(State);
+        Dialog.SetStateText(WriteState(State.Device) + WriteState(State.Host) + WriteState(State.Interface));
+        const QStringList Given = Dialog.GetCommands();
+        QStringList Names, Written;
+        for (const int Id : PROBE_COMMANDS) {
+            const QString sName = GetCommandName(Id);
+            const QStringList Mine = Given.filter(sName);
+            const qsizetype NumLines = Live(Plain, sName).size();
+            const bool IsChanged = Choice.Commands.contains(Id);
+            if (!IsChanged && (NumLines == 1 || Mine.isEmpty())) continue; // stays as it is, to the byte
+            Names << sName;
+            Written << Mine;
+        }
+        Dialog.OnButtonSaveClicked();
+        CDevice::Get().WaitForJob(BT_CONFIGURE, false, 5000);
+        QVERIFY2(Dialog.result() == QDialog::Accepted, Choice.Name);
+        const QByteArray After = Rig.Bytes("p.bdebug");
+        const QString sWrong = Compare(Before, After, Names, Written);
+        QVERIFY2(sWrong.isEmpty(), qPrintable(QString("%1: %2\n%3").arg(Choice.Name, sWrong, QString::fromUtf8(After))));
+        CBrylloSettingsDialog Again;
+        Again.OnButtonSaveClicked();
         QCOMPARE(Rig.Bytes("p.bdebug"), After);
     }
 }

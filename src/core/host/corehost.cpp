@@ -29,16 +29,8 @@ int CurrentCoreId = 0;
 CORE_REG_BUFFER LiveRegs;
 CORE_REG_BUFFER ScratchRegs;
 
-/// File name of the default plug-in of a core family, null if there is none.
-const char* GetDefaultName(int CoreId) {
-    const U32 Family = static_cast<U32>(CoreId) >> 24;
-    if (Family == 3 || (Family >= 6 && Family <= 12) || Family == 14 || Family == 15) return "CorePluginARM";
-    if (Family == 19) return "CorePluginRISCV";
-    return nullptr;
-}
-
 QString GetDefaultPath(int CoreId) {
-    const char* sName = GetDefaultName(CoreId);
+    const char* sName = Core_GetDefaultPluginName(CoreId);
     if (!sName) return QString();
     const CORE_HOOKS& Hooks = Core_GetHooks();
     const QString sAppDir = Hooks.GetAppDir ? Hooks.GetAppDir() : QCoreApplication::applicationDirPath();
@@ -73,6 +65,13 @@ void SizeRegBuffer(CORE_REG_BUFFER& Regs, U32 NumRegs) {
 }
 
 } // namespace
+
+const char* Core_GetDefaultPluginName(int CoreId) {
+    const U32 Family = static_cast<U32>(CoreId) >> 24;
+    if (Family == 3 || (Family >= 6 && Family <= 12) || Family == 14 || Family == 15) return "CorePluginARM";
+    if (Family == 19) return "CorePluginRISCV";
+    return nullptr;
+}
 
 CCoreDeviceLock::CCoreDeviceLock() {
     if (Core_GetHooks().LockDevice) Core_GetHooks().LockDevice();

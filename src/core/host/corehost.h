@@ -24,6 +24,9 @@ int Core_Unload();
 /// True while a plug-in is initialised. Any thread.
 bool Core_IsLoaded();
 
+/// File name, without suffix, of the plug-in that comes with the program for a core; null if there is none.
+const char* Core_GetDefaultPluginName(int CoreId);
+
 /// The path that a load for the core id would use. May ask the user for the file. 0, or -1 with
 /// an empty path when there is no way to tell it. Main thread.
 int Core_GetPluginPath(int CoreId, QString* pPath);

@@ -99,12 +99,15 @@ public:
     /// one of the names, inserts the commands into the dialog or the user section, and touches
     /// nothing else. sPath empty or missing asks for one. True on success; a failure is shown and logged.
     bool WriteSettings(const QString& sPath, bool Merge, const QStringList& Commands,
-                       const QStringList& Names);
+                       const QStringList& Names, const QStringList& Silent = {});
     bool WriteVar(const QString& sPath, int VarID, const QString& sValue);
     bool WriteProjectSettings(const QStringList& Commands);
     bool WriteTraceSettings(const QStringList& Commands);
     bool WriteSystemSettings();
-    bool WriteBrylloSettings(const QStringList& Commands);
+    /// Silent: commands that aren't written, but a line that says the same stays. Untouched: names of commands whose
+    /// lines stay whatever they say.
+    bool WriteBrylloSettings(const QStringList& Commands, const QStringList& Silent = {},
+                             const QStringList& Untouched = {});
     /// Writes the commands of SetFromCmdLine() into a project file. Its own description files stay
     /// the project's: those of the command line are only defaults. The notice is logged if the
     /// text changed.
@@ -158,7 +161,8 @@ private:
     bool _ReportNew(const QString& sWarning);
     bool _WriteFailed(const QString& sReason) const;
     QString _GetTextToSave(const QString& sPath, const QString& sOldPath) const;
-    bool _WriteGroup(const QStringList& Commands, const QStringList& Names, const char* sNotice);
+    bool _WriteGroup(const QStringList& Commands, const QStringList& Names, const char* sNotice,
+                     const QStringList& Silent = {});
 
     PROJECT_HOOKS m_Hooks;
     QTimer m_OpenTimer;

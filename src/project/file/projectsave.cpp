@@ -160,7 +160,7 @@ bool CProject::_WriteFailed(const QString& sReason) const
 }
 
 bool CProject::WriteSettings(const QString& sPath, bool Merge, const QStringList& Commands,
-                             const QStringList& Names)
+                             const QStringList& Names, const QStringList& Silent)
 {
     QString sFile = sPath;
     if (!QFileInfo(sFile).isFile()) {
@@ -179,7 +179,7 @@ bool CProject::WriteSettings(const QString& sPath, bool Merge, const QStringList
         return _WriteFailed(QStringLiteral("file contents could not be read"));
     }
     QStringList Warnings;
-    PROJECT_EDIT Edit{Merge, Commands, Names};
+    PROJECT_EDIT Edit{Merge, Commands, Names, Silent};
     DropUnchanged(sText, &Edit, IsSameCommand);
     const QString sBefore = sText;
     const bool HasBody = EditProjectText(&sText, Edit, &Warnings);
@@ -227,9 +227,10 @@ bool CProject::WriteVar(const QString& sPath, int VarID, const QString& sValue)
     return WriteSettings(sPath, true, Commands, {GetVarCommandName(VarID)});
 }
 
-bool CProject::_WriteGroup(const QStringList& Commands, const QStringList& Names, const char* sNotice)
+bool CProject::_WriteGroup(const QStringList& Commands, const QStringList& Names, const char* sNotice,
+                           const QStringList& Silent)
 {
-    if (!WriteSettings(GetPath(), true, Commands, Names)) {
+    if (!WriteSettings(GetPath(), true, Commands, Names, Silent)) {
         return false;
     }
     LogInfo(QLatin1String(sNotice));
@@ -280,9 +281,12 @@ bool CProject::WriteTraceSettings(const QStringList& Commands)
     return _WriteGroup(Commands, GetTraceSettingNames(), "Trace settings were written to the project file");
 }
 
-bool CProject::WriteBrylloSettings(const QStringList& Commands)
+bool CProject::WriteBrylloSettings(const QStringList& Commands, const QStringList& Silent,
+                                   const QStringList& Untouched)
 {
-    return _WriteGroup(Commands, GetProbeSettingNames(), "Bryllo settings were written to the project file");
+    QStringList Names = GetProbeSettingNames();
+    Names.removeIf([&Untouched](const QString& sName) { return Untouched.contains(sName); });
+    return _WriteGroup(Commands, Names, "Bryllo settings were written to the project file", Silent);
 }
 
 bool CProject::WriteSystemSettings()
@@ -348,7 +352,7 @@ QString CProject::_GetTextToSave(const QString& sPath, const QString& sOldPath) 
                          ACT_PROJECT_SET_TIF_SPEED, ACT_PROJECT_ADD_SVD_FILE}) {
         Names += GetCommandName(Id);
     }
-    PROJECT_EDIT Edit{true, Commands, Names};
+    PROJECT_EDIT Edit{true, Commands, Names, {}};
     const auto IsSubstitute = [](const QString& s) {
         return FindCommand(GetNameOfCommandText(s)) == ACT_PROJECT_ADD_PATH_SUBSTITUTE;
     };

@@ -212,7 +212,7 @@ void DropUnchanged(const QString& sText, PROJECT_EDIT* pEdit,
     for (const QString& sName : pEdit->Names) {
         GROUP Group{QRegularExpression(sName), {}, {}, false};
         Group.Lines = Lines.filter(Group.Name);
-        Group.Commands = pEdit->Commands.filter(Group.Name);
+        Group.Commands = (pEdit->Commands + pEdit->Silent).filter(Group.Name);
         Group.Same = !Group.Lines.isEmpty() && Group.Lines.size() == Group.Commands.size() &&
                      std::equal(Group.Lines.begin(), Group.Lines.end(), Group.Commands.begin(), IsSame);
         Groups += Group;

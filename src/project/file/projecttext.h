@@ -15,6 +15,7 @@ struct PROJECT_EDIT {
     bool Merge = true;    ///< new lines come before the old ones of their section, else behind
     QStringList Commands; ///< command lines to write
     QStringList Names;    ///< regular expressions; lines of the body that hold one are removed
+    QStringList Silent = {}; ///< commands that aren't written, but whose like stays when DropUnchanged() meets it
 };
 
 /// The body of OnProjectLoad: [*pBegin, *pEnd), from behind the line of its "{" up to its "}".

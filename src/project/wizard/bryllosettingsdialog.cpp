@@ -9,6 +9,7 @@
 #include "project/file/project.h"
 #include "project/wizard/deviceselectiondialog.h"
 #include "project/wizard/hostinterfacedialog.h"
+#include "project/wizard/statecommands.h"
 #include "project/wizard/statetext.h"
 #include "project/wizard/targetinterfacedialog.h"
 #include "views/framework/messagebox.h"
@@ -24,6 +25,7 @@
 
 namespace {
 constexpr char TITLE[] = "Bryllo Settings";
+constexpr char ICON[] = "gear";
 constexpr char ROW_DEVICE[] = "Target Device";
 constexpr char ROW_TARGET_INTERFACE[] = "Target Interface";
 constexpr char ROW_HOST_INTERFACE[] = "Host Interface";
@@ -72,10 +74,11 @@ bool IsLocked(const char* sTitle)
 }
 } // namespace
 
-CBrylloSettingsDialog::CBrylloSettingsDialog(QWidget* pParent) : QDialog(pParent), m_sStateText(GetStateOfConfig())
+CBrylloSettingsDialog::CBrylloSettingsDialog(QWidget* pParent) : QDialog(pParent), m_sOldState(GetStateOfConfig()), m_sStateText(m_sOldState)
 {
     setObjectName(QStringLiteral("BrylloSettingsDialog"));
     setWindowTitle(QLatin1String(TITLE));
+    setWindowIcon(GetIcon(QLatin1String(ICON)));
     setModal(true);
 
     auto* pLayout = new QVBoxLayout(this);
@@ -137,6 +140,7 @@ QLabel* CBrylloSettingsDialog::AddRow(QGridLayout* pLayout, const char* sTitle, 
     pButton->setAccessibleName(QStringLiteral("Choose ") + QLatin1String(sTitle));
     pButton->setFocusPolicy(Qt::StrongFocus);
     connect(pButton, &QToolButton::clicked, this, pfSlot);
+    pValue->setAccessibleName(QLatin1String(sTitle));
     pLayout->addWidget(new QLabel(QLatin1String(sTitle), this), Row, 0);
     pLayout->addWidget(pValue, Row, 1);
     pLayout->addWidget(pButton, Row, 2);
@@ -151,15 +155,10 @@ void CBrylloSettingsDialog::SetStateText(const QString& sStateText)
 
 void CBrylloSettingsDialog::ShowState()
 {
-    TARGET_DEVICE_STATE Device;
-    HOST_INTERFACE_STATE Host;
-    TARGET_INTERFACE_STATE Target;
-    ReadState(m_sStateText, &Device);
-    ReadState(m_sStateText, &Host);
-    ReadState(m_sStateText, &Target);
-    m_pLabelDevice->setText(DescribeState(Device, GetNumCores(Device.sDeviceName)));
-    m_pLabelHostInterface->setText(DescribeState(Host));
-    m_pLabelTargetInterface->setText(DescribeState(Target));
+    const TARGET_STATE State(m_sStateText);
+    m_pLabelDevice->setText(DescribeState(State.Device, GetNumCores(State.Device.sDeviceName)));
+    m_pLabelHostInterface->setText(DescribeState(State.Host));
+    m_pLabelTargetInterface->setText(DescribeState(State.Interface));
 }
 
 QString CBrylloSettingsDialog::GetSummary() const
@@ -198,46 +197,31 @@ void CBrylloSettingsDialog::OnButtonSelectTargetInterfaceClicked()
 
 QStringList CBrylloSettingsDialog::GetCommands() const
 {
-    TARGET_DEVICE_STATE Device;
-    HOST_INTERFACE_STATE Host;
-    TARGET_INTERFACE_STATE Target;
-    ReadState(m_sStateText, &Device);
-    ReadState(m_sStateText, &Host);
-    ReadState(m_sStateText, &Target);
-    QStringList Commands;
-    if (Device.sDeviceName.isEmpty())
-        LogError(QLatin1String(NO_DEVICE));
-    else
-        Commands << FormatCommand(ACT_PROJECT_SET_DEVICE, {Device.sDeviceName});
-    if (Device.Endian) Commands << FormatCommand(ACT_TARGET_SET_ENDIANESS, {QStringLiteral("1")});
-    const bool IsIP = Host.ConnectMode == HOST_CONNECT_TCPIP;
-    const QString sSerialNo = Host.UseSerialNo ? QString::number(Host.USBSerialNo) : QString();
-    Commands << FormatCommand(ACT_PROJECT_SET_HOST_IF, {IsIP ? QStringLiteral("IP") : QStringLiteral("USB"),
-                                                        IsIP ? Host.sHostName : sSerialNo});
-    Commands << FormatCommand(ACT_PROJECT_SET_TARGET_IF, {GetTargetIFName(Target.TargetIF)});
-    Commands << FormatCommand(ACT_PROJECT_SET_TIF_SPEED, {GetSpeedText(Target)});
-    if (Target.MultipleTargets)
-        Commands << FormatCommand(ACT_PROJECT_SET_JTAG_CONFIG,
-                                  {QString::number(Target.DRPre), QString::number(Target.IRPre)});
-    return Commands;
+    if (TARGET_STATE(m_sStateText).Device.sDeviceName.isEmpty()) LogError(QLatin1String(NO_DEVICE));
+    return GetStateCommands(m_sStateText);
+}
+
+void CBrylloSettingsDialog::Configure()
+{
+    // The text holds what no command can say: the core of the device, and all that is off again. The commands reach what
+    // depends on a setting, and the console's record.
+    CDevice::Get().ConfigureAsync(GetConfigXml(m_sStateText).toUtf8().constData());
+    if (!UsesSamePlugin(m_sOldState, m_sStateText)) CProject::Get().SetCorePluginFile({});
+    for (const QString& sCommand : GetChangeCommands(m_sOldState, m_sStateText)) {
+        const PARSED_COMMAND Command = ParseCommand(sCommand);
+        PerformActionList(Command.Id, Command.Params);
+    }
 }
 
 void CBrylloSettingsDialog::OnButtonSaveClicked()
 {
-    QStringList Commands = GetCommands();
-    if (!CDevice::Get().IsConnected()) {
-        for (const QString& sCommand : Commands) {
-            const PARSED_COMMAND Command = ParseCommand(sCommand);
-            PerformActionList(Command.Id, Command.Params);
-        }
-        // What no command can say goes this way: the core of the device, and all that is off again.
-        CDevice::Get().ConfigureAsync(GetConfigXml(m_sStateText).toUtf8().constData());
+    const QStringList Untouched = GetUntouchedCommands(m_sOldState, m_sStateText);
+    if (m_sStateText != m_sOldState) {
+        if (IsLocked(TITLE)) return;
+        Configure();
     }
-    // The core support that the project names isn't part of this dialog; its line must not get lost with the others.
-    CProject& Project = CProject::Get();
-    if (const QString sPlugin = Project.GetCorePluginFile(); !sPlugin.isEmpty())
-        Commands.prepend(FormatCommand(ACT_PROJECT_SET_CORE_PLUGIN, {sPlugin}));
-    Project.WriteBrylloSettings(Commands);
+    if (!CProject::Get().WriteBrylloSettings(GetCommands(), GetSilentCommands(m_sStateText), Untouched)) return;
+    m_sOldState = m_sStateText;
     accept();
 }
 

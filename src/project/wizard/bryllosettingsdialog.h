@@ -4,7 +4,8 @@
 //   Dialog.exec();
 //
 // It holds the three choices as one state text (statetext.h), which it begins with the configuration in force. Save
-// runs the commands of the choice, hands the device its new configuration and writes the commands into the project.
+// hands the device its new configuration, runs the commands of what has changed and writes all commands into the project.
+// It stays open when they could not be written.
 // Main thread only.
 #pragma once
 #include "app/services/types.h"
@@ -40,7 +41,9 @@ private:
     QLabel* AddRow(QGridLayout* pLayout, const char* sTitle, const char* sName, const char* sIcon,
                    void (CBrylloSettingsDialog::*pfSlot)());
     void ShowState();
+    void Configure(); ///< the device and all that depends on it take over what was chosen
 
+    QString m_sOldState; ///< the configuration in force
     QString m_sStateText;
     QLabel* m_pLabelDevice = nullptr;
     QLabel* m_pLabelTargetInterface = nullptr;

@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QRadioButton>
+#include <QRegularExpressionValidator>
 #include <QStyle>
 
 namespace {
@@ -36,9 +37,11 @@ CHostInterfaceDialog::CHostInterfaceDialog(const QString& sStateText, QWidget* p
     m_pEditSerialNo->setObjectName(QStringLiteral("editBoxSerialNo"));
     m_pEditSerialNo->setAccessibleName(QStringLiteral("Serial No."));
     m_pEditHostName->setObjectName(QStringLiteral("editBoxHostName"));
-    m_pEditHostName->setMaxLength(MAX_HOST_NAME);
-    auto* pLabelHost = new QLabel(QStringLiteral("IP Address: "), this);
-    pLabelHost->setBuddy(m_pEditHostName);
+    // A name or an address, with or without a port. Blanks and quotes would break the project's command.
+    m_pEditHostName->setValidator(new QRegularExpressionValidator(
+        QRegularExpression(QStringLiteral("[^\\s\"]{0,%1}").arg(MAX_HOST_NAME)), m_pEditHostName));
+    m_pLabelHost = new QLabel(QStringLiteral("IP Address: "), this);
+    m_pLabelHost->setBuddy(m_pEditHostName);
     m_pEditHostName->setAccessibleName(QStringLiteral("IP Address"));
     for (QLineEdit* pEdit : {m_pEditSerialNo, m_pEditHostName})
         pEdit->setMinimumWidth(pEdit->fontMetrics().horizontalAdvance(QLatin1String(WIDEST_ADDRESS)) + FIELD_MARGIN);
@@ -51,7 +54,7 @@ CHostInterfaceDialog::CHostInterfaceDialog(const QString& sStateText, QWidget* p
     pLayout->addWidget(m_pCheckBoxUseSerialNo, 0, 1);
     pLayout->addWidget(m_pEditSerialNo, 0, 2);
     pLayout->addWidget(m_pButtonTCPIP, 1, 0);
-    pLayout->addWidget(pLabelHost, 1, 1);
+    pLayout->addWidget(m_pLabelHost, 1, 1);
     pLayout->addWidget(m_pEditHostName, 1, 2);
     pLayout->setRowMinimumHeight(2, 8);
     pLayout->setRowStretch(2, 1);
@@ -78,8 +81,9 @@ void CHostInterfaceDialog::Validate()
     m_pCheckBoxUseSerialNo->setEnabled(IsUSB);
     m_pEditSerialNo->setEnabled(IsUSB && m_pCheckBoxUseSerialNo->isChecked());
     m_pEditHostName->setEnabled(!IsUSB);
+    m_pLabelHost->setEnabled(!IsUSB);
     bool IsNumber = false;
-    m_pEditSerialNo->text().trimmed().toUInt(&IsNumber);
+    m_pEditSerialNo->text().trimmed().toUInt(&IsNumber, 0);
     SetAcceptable(IsUSB ? !m_pCheckBoxUseSerialNo->isChecked() || IsNumber : !m_pEditHostName->text().trimmed().isEmpty());
 }
 
@@ -109,7 +113,7 @@ QString CHostInterfaceDialog::GetStateText() const
 {
     HOST_INTERFACE_STATE State;
     State.ConnectMode = m_pButtonTCPIP->isChecked() ? HOST_CONNECT_TCPIP : HOST_CONNECT_USB;
-    State.USBSerialNo = m_pEditSerialNo->text().trimmed().toUInt();
+    State.USBSerialNo = m_pEditSerialNo->text().trimmed().toUInt(nullptr, 0);
     State.sHostName = m_pEditHostName->text().trimmed();
     State.UseSerialNo = m_pCheckBoxUseSerialNo->isChecked();
     return WriteState(State);

@@ -3,6 +3,7 @@
 #include "project/wizard/statedialog.h"
 
 class QCheckBox;
+class QLabel;
 class QLineEdit;
 class QRadioButton;
 
@@ -28,4 +29,5 @@ private:
     QCheckBox* m_pCheckBoxUseSerialNo;
     QLineEdit* m_pEditSerialNo;
     QLineEdit* m_pEditHostName;
+    QLabel* m_pLabelHost = nullptr;
 };

@@ -2,12 +2,18 @@
 
 #include "project/wizard/statetext.h"
 #include "views/framework/messagebox.h"
+#include "views/theme/icons.h"
 
 #include <QPushButton>
+
+namespace {
+constexpr char ICON[] = "gear";
+}
 
 CStateDialog::CStateDialog(const char* sTitle, QWidget* pParent) : QDialog(pParent)
 {
     setWindowTitle(QLatin1String(sTitle));
+    setWindowIcon(GetIcon(QLatin1String(ICON)));
     setModal(true);
 }
 

@@ -79,6 +79,13 @@ bool ReadState(const QString& sText, TARGET_INTERFACE_STATE* pState)
     return true;
 }
 
+TARGET_STATE::TARGET_STATE(const QString& sText)
+{
+    ReadState(sText, &Device);
+    ReadState(sText, &Host);
+    ReadState(sText, &Interface);
+}
+
 QString WriteState(const TARGET_DEVICE_STATE& State)
 {
     return QStringLiteral("<TargetDevice>") + Number("CoreIndex", State.CoreIndex) + Number("Endian", State.Endian) +
@@ -134,12 +141,7 @@ QString DescribeState(const TARGET_INTERFACE_STATE& State)
 
 QString GetConfigXml(const QString& sText)
 {
-    TARGET_DEVICE_STATE Device;
-    HOST_INTERFACE_STATE Host;
-    TARGET_INTERFACE_STATE Target;
-    ReadState(sText, &Device);
-    ReadState(sText, &Host);
-    ReadState(sText, &Target);
+    const auto [Device, Host, Target] = TARGET_STATE(sText);
     QString sXml;
     QXmlStreamWriter Writer(&sXml);
     const auto Attribute = [&Writer](const char* sName, U32 Value) {

@@ -36,6 +36,14 @@ struct TARGET_INTERFACE_STATE {
     bool UseMaxSpeed = false;
 };
 
+/// What the three elements of a text say; an element that it lacks has its defaults.
+struct TARGET_STATE {
+    explicit TARGET_STATE(const QString& sText);
+    TARGET_DEVICE_STATE Device;
+    HOST_INTERFACE_STATE Host;
+    TARGET_INTERFACE_STATE Interface;
+};
+
 /// Reads one dialog's element out of a text. False, with *pState as it was, if the text has none.
 bool ReadState(const QString& sText, TARGET_DEVICE_STATE* pState);
 bool ReadState(const QString& sText, HOST_INTERFACE_STATE* pState);

@@ -125,7 +125,9 @@ QGroupBox* CTargetInterfaceDialog::BuildScanChain()
 
 void CTargetInterfaceDialog::SetState(const TARGET_INTERFACE_STATE& State)
 {
-    m_pBoxTargetIF->setCurrentIndex(std::max(m_pBoxTargetIF->findData(State.TargetIF), 0));
+    // A number without a name stays what it is until another interface is chosen.
+    if (m_pBoxTargetIF->findData(State.TargetIF) < 0) m_pBoxTargetIF->addItem(GetTargetIFName(State.TargetIF), State.TargetIF);
+    m_pBoxTargetIF->setCurrentIndex(m_pBoxTargetIF->findData(State.TargetIF));
     (State.UseAdaptive ? m_pButtonAdaptive : State.UseMaxSpeed ? m_pButtonAuto : m_pButtonFixed)->setChecked(true);
     const TARGET_INTERFACE_STATE Fresh; // what is offered to someone who leaves one of the two modes
     const bool IsFixed = m_pButtonFixed->isChecked() && State.Speed != 0;
