@@ -4,21 +4,14 @@
 //
 // With VANTREL_MENU_PICTURES set to a folder, pictures of all menus are left there.
 #include "app/actions/actions.h"
-#include "app/console/consolewindow.h"
-#include "app/services/cmdline.h"
-#include "app/services/mainthread.h"
-#include "app/services/messages.h"
-#include "app/services/settingsstore.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/documentsearch.h"
-#include "app/shell/mainwindow.h"
 #include "app/shell/toolbar.h"
-#include "device/queue/device.h"
 #include "testdata.h"
+#include "tests/shell/mainwindowtest.h"
 #include "views/debug/breakpointwindow.h"
 #include "views/debug/disassemblywindow.h"
 #include "views/debug/sourcewindow.h"
-#include "views/framework/messagebox.h"
 #include "views/theme/theme.h"
 
 #include <QAction>
@@ -27,8 +20,6 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QMenu>
-#include <QTemporaryDir>
-#include <QTest>
 
 class tst_ActionsWindow : public QObject {
     Q_OBJECT
@@ -50,40 +41,23 @@ private slots:
     void Search();
 
 private:
-    void Press(const QString& sKey);
-    QStringList TakeLines();
+    void Press(const QString& sKey) { m_Main.Press(sKey); }
+    QStringList TakeLines() { return m_Main.TakeLines(); }
 
-    QTemporaryDir m_Dir;
-    QStringList m_Lines;
+    CMainWindowTest m_Main;
     QLineEdit* m_pInput = nullptr;
 };
 
 void tst_ActionsWindow::initTestCase()
 {
-    SetMainThread();
-    InitMessageTable();
-    CmdLineArgs Args;
-    Args.BatchFile = "-"; // nobody answers a welcome screen
-    SetCmdLineArgs(Args);
-    CSettingsStore::Get().SetDir(m_Dir.path());
-    CTheme::Init(*qApp);
-    CMessageBox::SetInterceptor([](const QString&, const QString&, CMessageBox::BUTTONS Buttons) {
-        return int(CMessageBox::GetDefaultButton(Buttons));
-    });
-    CMainWindow& Main = CMainWindow::Get();
-    Main.show();
-    QVERIFY(QTest::qWaitForWindowActive(&Main));
-    QTest::qWait(50); // the first paint starts what follows the start
-    CConsoleWindow::Get().SetTranscriptSink([this](const QString& s, bool) { m_Lines += s.split('\n'); });
+    QVERIFY(m_Main.Start());
     m_pInput = CConsoleWindow::Get().findChild<QLineEdit*>();
     QVERIFY(m_pInput);
 }
 
 void tst_ActionsWindow::cleanupTestCase()
 {
-    CConsoleWindow::Get().SetTranscriptSink({});
-    CDevice::Get().Shutdown();
-    CMainWindow::Destroy();
+    m_Main.Stop();
 }
 
 void tst_ActionsWindow::init()
@@ -91,18 +65,6 @@ void tst_ActionsWindow::init()
     m_pInput->setFocus();
     m_pInput->clear();
     TakeLines();
-}
-
-void tst_ActionsWindow::Press(const QString& sKey)
-{
-    const QKeyCombination Key = QKeySequence(sKey, QKeySequence::PortableText)[0];
-    QTest::keyClick(CMainWindow::Get().windowHandle(), Key.key(), Key.keyboardModifiers());
-}
-
-QStringList tst_ActionsWindow::TakeLines()
-{
-    CConsoleWindow::Get().Flush();
-    return std::exchange(m_Lines, {});
 }
 
 void tst_ActionsWindow::EveryRow()
@@ -249,7 +211,7 @@ void tst_ActionsWindow::Copy()
 
 void tst_ActionsWindow::SaveByKey()
 {
-    const QString sPath = m_Dir.filePath("text.c"), sOther = m_Dir.filePath("other.c");
+    const QString sPath = m_Main.GetPath("text.c"), sOther = m_Main.GetPath("other.c");
     for (const QString& s : {sPath, sOther}) {
         QFile File(s);
         QVERIFY(File.open(QIODevice::WriteOnly) && File.write("int a;\n") > 0);
@@ -258,7 +220,7 @@ void tst_ActionsWindow::SaveByKey()
     QVERIFY(Source.Open(sOther) && Source.Open(sPath));
     Source.GetEditor()->setFocus();
     QVERIFY(!IsCommandEnabled(ACT_FILE_SAVE));
-    QTest::keyClick(CMainWindow::Get().windowHandle(), Qt::Key_X);
+    Press("X");
     QVERIFY(IsCommandEnabled(ACT_FILE_SAVE) && IsCommandEnabled(ACT_FILE_SAVE_ALL));
     Source.SetCurrentTab(Source.GetTabNumber(sOther));
     QVERIFY(!IsCommandEnabled(ACT_FILE_SAVE) && IsCommandEnabled(ACT_FILE_SAVE_ALL));

@@ -8,16 +8,17 @@
 #include "project/settings/appearance.h"
 #include "project/settings/sysvars.h"
 
-#include <QAbstractTextDocumentLayout>
 #include <QAction>
+#include <QApplication>
+#include <QClipboard>
 #include <QFile>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QRegularExpression>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
-#include <QTextEdit>
 #include <thread>
 #include <vector>
 
@@ -62,6 +63,8 @@ private slots:
     void transcript();
     void clear();
     void inputLine();
+    void selection();
+    void pastedLines();
     void enteredCommands();
     void echo();
     void echoOfErrors();
@@ -70,7 +73,7 @@ private slots:
 
 private:
     CConsoleWindow& Console() { return CConsoleWindow::Get(); }
-    QTextEdit* Text() { return Console().findChild<QTextEdit*>("textEditConsole"); }
+    QPlainTextEdit* Text() { return Console().findChild<QPlainTextEdit*>("textEditConsole"); }
     QStringList Flushed()
     {
         Console().Flush();
@@ -142,7 +145,7 @@ void tst_console::manyLines()
         if (i % 900 == 899) Console().Flush();
     }
     const QStringList Lines = Flushed();
-    QVERIFY(Lines.size() >= CONSOLE_MAX_LINES && Lines.size() < NumLines);
+    QCOMPARE(Lines.size(), CONSOLE_MAX_LINES);
     QCOMPARE(Lines.last(), QString::number(NumLines - 1));
     QCOMPARE(Lines.first(), QString::number(NumLines - Lines.size()));
     QCOMPARE(Console().GetSidebarLines().size(), Lines.size());
@@ -152,17 +155,21 @@ void tst_console::timeStampAlignment()
 {
     Console().SetSidebarVisible(true);
     Console().Print("normal\nsecond");
-    Console().PrintLines({"fixed"});
-    for (int i = 0; i < 60; i++) Console().Print("line");
+    Console().PrintLines({"fixed", ""});
+    for (int i = 0; i < 60; i++) Console().Print(i % 2 ? "line" : QString::fromUtf8("\u4e2d \u0e01 other scripts"));
     Console().Flush();
-    auto* pSidebar = Console().findChild<QTextEdit*>("textEditSidebar");
-    QTextBlock a = Text()->document()->begin();
-    QTextBlock b = pSidebar->document()->begin();
-    const auto* pA = Text()->document()->documentLayout();
-    const auto* pB = pSidebar->document()->documentLayout();
-    for (; a.isValid() && b.isValid(); a = a.next(), b = b.next())
-        QCOMPARE(pA->blockBoundingRect(a).top(), pB->blockBoundingRect(b).top());
-    QVERIFY(!a.isValid() && !b.isValid());
+    auto* pSidebar = Console().findChild<QPlainTextEdit*>("textEditSidebar");
+    const auto GetTops = [](const QPlainTextEdit* pEdit) {
+        QList<int> Tops;
+        for (QTextBlock b = pEdit->document()->begin(); b.isValid(); b = b.next())
+            Tops.append(pEdit->cursorRect(QTextCursor(b)).top());
+        return Tops;
+    };
+    for (const auto Action : {QScrollBar::SliderToMaximum, QScrollBar::SliderToMinimum}) {
+        Text()->verticalScrollBar()->triggerAction(Action);
+        QCOMPARE(GetTops(Text()), GetTops(pSidebar));
+    }
+    Text()->verticalScrollBar()->triggerAction(QScrollBar::SliderToMaximum);
     QVERIFY(pSidebar->width() > 10);
     QVERIFY(Console().GetText().size() < 63);
     QCOMPARE(Console().GetText().last(), "line");
@@ -194,6 +201,16 @@ void tst_console::colorsAndFonts()
     QVERIFY(!Format(0).hasProperty(QTextFormat::FontFamilies));
     QVERIFY(Format(3).hasProperty(QTextFormat::FontFamilies));
     QVERIFY(!Format(4).hasProperty(QTextFormat::FontFamilies));
+    // A change of the table or the font reaches what is shown.
+    SetColor(COLOR_LOGGING_ERROR, 0xFF445566u);
+    QCOMPARE(Format(2).foreground().color(), QColor(0x44, 0x55, 0x66));
+    const QFont OldFont = GetFont(FONT_CONSOLE);
+    QFont Font = OldFont;
+    Font.setPointSize(17);
+    SetFont(FONT_CONSOLE, Font, false);
+    QCOMPARE(Format(3).font().pointSize(), 17);
+    QCOMPARE(Text()->font().pointSize(), 17);
+    SetFont(FONT_CONSOLE, OldFont, false);
 }
 
 void tst_console::logMessages()
@@ -281,6 +298,66 @@ void tst_console::inputLine()
     QVERIFY(pBar->value() < pBar->maximum());
     Key(Qt::Key_PageDown);
     QCOMPARE(pBar->value(), pBar->maximum());
+}
+
+/// What somebody selects stays selected and in sight until it is let go.
+void tst_console::selection()
+{
+    for (int i = 0; i < 100; i++) Console().Print(QStringLiteral("line %1").arg(i));
+    Console().Flush();
+    QScrollBar* pBar = Text()->verticalScrollBar();
+    pBar->setValue(10);
+    QTextCursor Cursor(Text()->document()->findBlockByNumber(12));
+    Cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+    Text()->setTextCursor(Cursor);
+    const int Top = pBar->value();
+    for (int i = 0; i < 500; i++) Console().Print("more");
+    Console().Flush();
+    QCOMPARE(Text()->textCursor().selectedText(), "line 12");
+    QCOMPARE(pBar->value(), Top);
+    // Lines that go above take the view with them.
+    const int NumLines = CONSOLE_MAX_LINES - 600 + 5;
+    for (int i = 0; i < NumLines; i++) {
+        Console().Print("more");
+        if (i % 900 == 899) Console().Flush();
+    }
+    Console().Flush();
+    QCOMPARE(Text()->textCursor().selectedText(), "line 12");
+    QCOMPARE(pBar->value(), Top - 5);
+    // A command is entered to see what it says.
+    auto* pInput = Console().findChild<QLineEdit*>("lineEditInput");
+    QTest::keyClicks(Text(), "no.such"); // typing goes to the input line from here too
+    QCOMPARE(pInput->text(), "no.such");
+    QTest::keyClick(pInput, Qt::Key_Return);
+    Console().Flush();
+    QCOMPARE(pBar->value(), pBar->maximum());
+}
+
+void tst_console::pastedLines()
+{
+    CTestWindow Window;
+    Console().AddCommandListener(&Window);
+    auto* pInput = Console().findChild<QLineEdit*>("lineEditInput");
+    bool IsBusy = true;
+    Console().SetBusyCheck([&] { return IsBusy; });
+    QApplication::clipboard()->setText("Debug.Halt();\r\n  // a comment\n\n\tFile.Load (\"a\", 1);\nDebug.");
+    pInput->setFocus();
+    QTest::keySequence(pInput, QKeySequence::Paste);
+    QCOMPARE(pInput->text(), "Debug."); // the line that isn't ended waits for the user
+    QTest::qWait(50);
+    QCOMPARE(Flushed(), QStringList());
+    QVERIFY(Console().IsUpdatePending());
+    Window.Handler = [&](int) { IsBusy = true; };
+    IsBusy = false;
+    QTRY_COMPARE(Flushed(), QStringList{"Debug.Halt();"});
+    QTest::qWait(50);
+    QCOMPARE(Flushed().size(), 1);
+    IsBusy = false;
+    QTRY_COMPARE(Flushed().value(1), "File.Load (\"a\", 1);");
+    QVERIFY(!Console().IsUpdatePending());
+    QCOMPARE(pInput->text(), "Debug.");
+    QCOMPARE(Console().GetHistory().mid(0, 2), (QStringList{"File.Load (\"a\", 1);", "Debug.Halt();"}));
+    Console().SetBusyCheck({});
 }
 
 void tst_console::enteredCommands()

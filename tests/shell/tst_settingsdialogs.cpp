@@ -1,21 +1,13 @@
 // The settings dialogs in the main window, through keys and clicks: every change is a command that is echoed,
 // acts in the open windows, and can be taken back.
 #include "app/actions/actions.h"
-#include "app/console/consolewindow.h"
-#include "app/services/cmdline.h"
-#include "app/services/mainthread.h"
-#include "app/services/messages.h"
-#include "app/services/settingsstore.h"
-#include "app/shell/mainwindow.h"
-#include "device/queue/device.h"
 #include "project/settings/appearance.h"
 #include "project/settings/settingspersist.h"
 #include "project/settings/sysvars.h"
+#include "tests/shell/mainwindowtest.h"
 #include "views/debug/sourceeditor.h"
-#include "views/framework/messagebox.h"
 #include "views/settings/preferencesdialog.h"
 #include "views/settings/sysvarseditor.h"
-#include "views/theme/theme.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -28,11 +20,9 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
-#include <QSignalSpy>
 #include <QSpinBox>
 #include <QStackedWidget>
 #include <QTableWidget>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <QTreeWidget>
@@ -78,42 +68,19 @@ private:
         QTest::mouseClick(pDialog->findChild<QDialogButtonBox*>("buttonBox")->button(Button), Qt::LeftButton);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
-    QStringList TakeLines()
-    {
-        CConsoleWindow::Get().Flush();
-        return std::exchange(m_Lines, {});
-    }
+    QStringList TakeLines() { return m_Main.TakeLines(); }
 
-    QTemporaryDir m_Dir;
-    QStringList m_Lines;
+    CMainWindowTest m_Main;
 };
 
 void tst_settingsdialogs::initTestCase()
 {
-    SetMainThread();
-    InitMessageTable();
-    CmdLineArgs Args;
-    Args.BatchFile = "-"; // nobody answers a welcome screen
-    SetCmdLineArgs(Args);
-    CSettingsStore::Get().SetDir(m_Dir.path());
-    CTheme::Init(*qApp);
-    CMessageBox::SetInterceptor([](const QString&, const QString&, CMessageBox::BUTTONS Buttons) {
-        return int(CMessageBox::GetDefaultButton(Buttons));
-    });
-    CMainWindow& Main = CMainWindow::Get();
-    QSignalSpy Started(&Main, &CMainWindow::InitComplete); // the first paint starts what follows the start
-    Main.show();
-    QVERIFY(QTest::qWaitForWindowActive(&Main));
-    QTRY_VERIFY(!Started.isEmpty());
-    QCoreApplication::processEvents();
-    CConsoleWindow::Get().SetTranscriptSink([this](const QString& s, bool) { m_Lines += s.split('\n'); });
+    QVERIFY(m_Main.Start());
 }
 
 void tst_settingsdialogs::cleanupTestCase()
 {
-    CConsoleWindow::Get().SetTranscriptSink({});
-    CDevice::Get().Shutdown();
-    CMainWindow::Destroy();
+    m_Main.Stop();
 }
 
 void tst_settingsdialogs::init()
@@ -291,7 +258,7 @@ void tst_settingsdialogs::search()
             if ((*it)->parent()) Titles.append((*it)->text(0));
         return Titles;
     };
-    QTest::keyClick(pDialog->windowHandle(), Qt::Key_F, Qt::ControlModifier);
+    m_Main.Press("Ctrl+F", pDialog);
     auto* pFilter = pDialog->findChild<QLineEdit*>("lineEditFilter");
     QVERIFY(pFilter->hasFocus());
     QTest::keyClicks(pFilter, "TAB spac");

@@ -126,8 +126,15 @@ bool CBatchRunner::Fail(const QString& sText)
     return false;
 }
 
+/// File.Exit has been followed: there is no project, no session and no window to work with any more.
+bool CBatchRunner::IsProgramLeft()
+{
+    return CMainWindow::Get().GetSession().Closing;
+}
+
 QString CBatchRunner::GetUnsettled() const
 {
+    if (IsProgramLeft()) return {};
     if (CProject::Get().IsOpening()) return QStringLiteral("a project is opening");
     if (BScript::IsRunning()) return QStringLiteral("a script function runs");
     if (!CDevice::Get().IsIdle()) return QStringLiteral("the device is busy");
@@ -145,6 +152,7 @@ bool CBatchRunner::WaitUntil(const std::function<bool()>& Done, int Ms)
     for (int Idle = 0;;) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
         CConsoleWindow::Get().Flush();
+        if (IsProgramLeft()) return true; // nothing will come any more
         // Twice in a row: a queued call of the last event may only now start new work.
         Idle = Done() ? Idle + 1 : 0;
         if (Idle == 0 && CDevice::Get().IsIdle())
@@ -171,7 +179,7 @@ void CBatchRunner::Run()
     }
     Settle();
     m_NumErrorsTold = GetErrorCount(); // those of the start were told as they came
-    for (int i = 0; i < m_Lines.size() && !m_Quit; i++) {
+    for (int i = 0; i < m_Lines.size() && !m_Quit && !IsProgramLeft(); i++) {
         const BATCH_STEP Step = ParseBatchLine(m_Lines[i], i + 1);
         if (Step.Kind == BATCH_STEP_NONE) continue;
         if (RunStep(Step)) continue;
@@ -182,7 +190,7 @@ void CBatchRunner::Run()
     if (!m_sFirstFailure.isEmpty()) std::fprintf(stderr, "vantrel: batch failed at %s\n", qPrintable(m_sFirstFailure));
     // A session that is still there is ended in order before the window closes.
     m_Answers.clear();
-    if (CDevice::Get().IsConnected()) {
+    if (!IsProgramLeft() && CDevice::Get().IsConnected()) {
         CMainWindow::Get().Disconnect();
         Settle();
     }

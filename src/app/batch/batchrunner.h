@@ -33,7 +33,8 @@ public:
     int GetStatus() const { return m_Status; }
 
 public slots:
-    void Run(); ///< runs everything, then leaves the event loop with the status
+    /// Runs everything, or up to the line that leaves the program; then leaves the event loop with the status.
+    void Run();
 
 private:
     using HANDLER = bool (CBatchRunner::*)(const BATCH_STEP& Step);
@@ -51,6 +52,7 @@ private:
     U64 GetErrorCount() const; ///< of commands and of the log since the start
     int OnMessageBox(const QString& sTitle, const QString& sText, int Buttons);
     void Settle();
+    static bool IsProgramLeft();
     QString GetUnsettled() const; ///< what is still under way; empty when all has settled
     bool IsSettled() const { return GetUnsettled().isEmpty(); }
     bool WaitUntil(const std::function<bool()>& Done, int Ms);

@@ -10,39 +10,40 @@
 #include "views/theme/theme.h"
 
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QScrollBar>
 #include <QTextBlock>
-#include <QTextEdit>
+#include <algorithm>
 
 namespace {
 constexpr int UPDATE_INTERVAL_MS = 100;
 constexpr int MAX_MESSAGES_PER_UPDATE = 100;
-constexpr int MAX_EXTRA_LINES = 5'000; ///< grow before lines are taken out, which lays out all that stay
+constexpr int PASTE_INTERVAL_MS = 10; ///< between two looks whether the next pasted line may run
 constexpr int PROPERTY_COLOR_ID = QTextFormat::UserProperty + 1; ///< of a text in a colour of the colour table
 
 CConsoleWindow* pInstance = nullptr;
 
 /// Appends a text, in a paragraph of its own if asked.
-void AppendText(QTextEdit* pEdit, const QString& sText, const QTextCharFormat& Format,
-                const QTextBlockFormat& Block, bool NewParagraph)
+void AppendText(QPlainTextEdit* pEdit, const QString& sText, const QTextCharFormat& Format, bool NewParagraph)
 {
     QTextCursor Cursor(pEdit->document());
     Cursor.movePosition(QTextCursor::End);
-    if (NewParagraph)
-        Cursor.insertBlock(Block, Format);
-    else
-        Cursor.setBlockFormat(Block);
+    if (NewParagraph) Cursor.insertBlock(QTextBlockFormat(), Format);
     Cursor.insertText(sText, Format);
 }
 
-void RemoveFirstLines(QTextEdit* pEdit, int NumLines)
+/// Takes the oldest lines out. A view that is held stays on its text.
+void RemoveFirstLines(QPlainTextEdit* pEdit, int NumLines)
 {
+    QScrollBar* pBar = pEdit->verticalScrollBar();
+    const int TopLine = pBar->value();
     QTextCursor Cursor(pEdit->document());
     Cursor.setPosition(pEdit->document()->findBlockByNumber(NumLines).position(), QTextCursor::KeepAnchor);
     Cursor.removeSelectedText();
+    pBar->setValue(std::max(0, TopLine - NumLines));
 }
 
-QStringList GetLinesOf(const QTextEdit* pEdit)
+QStringList GetLinesOf(const QPlainTextEdit* pEdit)
 {
     QStringList Lines;
     for (QTextBlock b = pEdit->document()->begin(); b.isValid(); b = b.next()) Lines.append(b.text());
@@ -70,6 +71,8 @@ CConsoleWindow::CConsoleWindow(QWidget* pParent) : CWindow(pParent, QStringLiter
     m_UpdateTimer.setInterval(UPDATE_INTERVAL_MS);
     m_UpdateTimer.setSingleShot(true);
     connect(&m_UpdateTimer, &QTimer::timeout, this, &CConsoleWindow::OnUpdateTimerTimeout);
+    m_PasteTimer.setInterval(PASTE_INTERVAL_MS);
+    connect(&m_PasteTimer, &QTimer::timeout, this, &CConsoleWindow::_RunPastedLine);
     SetFlag(WF_CONTENTS_MODIFIABLE, true);
     SetFlag(WF_CLEAR_ON_HIDE, false);
     SetFlag(WF_CLEAR_ON_DISCONNECT, false);
@@ -191,10 +194,9 @@ int CConsoleWindow::_Drain(int MaxMessages)
     }
     Sidebar.endEditBlock();
     Text.endEditBlock();
-    // Both columns have the same lines, so both lose the same. An edit of its own costs a tenth of what it would in the
-    // one above.
-    if (const int NumLines = m_pText->document()->blockCount(); NumLines > CONSOLE_MAX_LINES + MAX_EXTRA_LINES)
-        for (QTextEdit* pEdit : {m_pText, m_pSidebar}) RemoveFirstLines(pEdit, NumLines - CONSOLE_MAX_LINES);
+    // Both columns have the same lines, so both lose the same.
+    if (const int NumExtra = m_pText->document()->blockCount() - CONSOLE_MAX_LINES; NumExtra > 0)
+        for (QPlainTextEdit* pEdit : {m_pText, m_pSidebar}) RemoveFirstLines(pEdit, NumExtra);
     ResizeSidebarToOptWidth();
     return n;
 }
@@ -216,34 +218,33 @@ void CConsoleWindow::_ShowMessage(const CONSOLE_MESSAGE& Message)
     } else if (Look.ColorID < 0 && Look.Color != m_DefaultColor)
         m_Format.setForeground(QColor::fromRgba(Look.Color));
 
-    QTextBlockFormat Block;
-    Block.setLineHeight(_GetLineHeight(), QTextBlockFormat::FixedHeight);
-    AppendText(m_pText, Message.Text, m_Format, Block, Look.NewLine && m_HasText);
+    AppendText(m_pText, Message.Text, m_Format, Look.NewLine && m_HasText);
     if (IsLogFileOpen(LOG_SLOT_CONSOLE)) WriteLogFile(LOG_SLOT_CONSOLE, Message.Text.toUtf8() + '\n');
     if (m_TranscriptSink) m_TranscriptSink(Message.Text, Look.IsError);
 
     const QString sTime = FormatTimeUs(Message.Time_us);
     // A message that goes on in the last line brings a stamp only for the lines that it adds.
     const int NumStamps = Look.NewLine || !m_HasText ? Message.NumLines : Message.NumLines - 1;
-    Block.setAlignment(Qt::AlignRight);
-    if (NumStamps > 0) AppendText(m_pSidebar, QStringList(NumStamps, sTime).join('\n'), {}, Block, m_HasText);
+    if (NumStamps > 0) AppendText(m_pSidebar, QStringList(NumStamps, sTime).join('\n'), {}, m_HasText);
     m_HasText = true;
 }
 
-void CConsoleWindow::_RecolorText()
+void CConsoleWindow::_RestyleText()
 {
     struct STRETCH {
         int Pos;
         int Length;
-        int ColorID;
+        QTextCharFormat Format;
     };
     QList<STRETCH> Stretches;
     for (QTextBlock Block = m_pText->document()->begin(); Block.isValid(); Block = Block.next()) {
         for (auto it = Block.begin(); !it.atEnd(); ++it) {
             const QTextFragment Fragment = it.fragment();
-            const QTextCharFormat Format = Fragment.charFormat();
-            if (Format.hasProperty(PROPERTY_COLOR_ID))
-                Stretches.append({Fragment.position(), Fragment.length(), Format.intProperty(PROPERTY_COLOR_ID)});
+            const QTextCharFormat Old = Fragment.charFormat();
+            QTextCharFormat New;
+            if (Old.hasProperty(PROPERTY_COLOR_ID)) New.setForeground(CTheme::GetColor(Old.intProperty(PROPERTY_COLOR_ID)));
+            if (Old.hasProperty(QTextFormat::FontFamilies)) New.setFont(m_FixedFont);
+            if (!New.isEmpty()) Stretches.append({Fragment.position(), Fragment.length(), New});
         }
     }
     QTextCursor Cursor(m_pText->document());
@@ -251,9 +252,7 @@ void CConsoleWindow::_RecolorText()
     for (const STRETCH& Stretch : Stretches) {
         Cursor.setPosition(Stretch.Pos);
         Cursor.setPosition(Stretch.Pos + Stretch.Length, QTextCursor::KeepAnchor);
-        QTextCharFormat Format;
-        Format.setForeground(CTheme::GetColor(Stretch.ColorID));
-        Cursor.mergeCharFormat(Format);
+        Cursor.mergeCharFormat(Stretch.Format);
     }
     Cursor.endEditBlock();
 }
@@ -261,6 +260,7 @@ void CConsoleWindow::_RecolorText()
 void CConsoleWindow::Clear()
 {
     m_pInput->clear();
+    m_PastedLines.clear();
     m_Ring.Clear();
     m_pText->clear();
     m_pSidebar->clear();
@@ -279,7 +279,7 @@ void CConsoleWindow::SetLogFile(QString sPath)
 
 bool CConsoleWindow::IsUpdatePending() const
 {
-    return !m_Ring.IsEmpty(); // the timer runs on for a while after the last message
+    return !m_Ring.IsEmpty() || !m_PastedLines.isEmpty(); // the timer runs on for a while after the last message
 }
 
 // ---- Text
@@ -297,8 +297,7 @@ QStringList CConsoleWindow::GetSidebarLines() const
 
 QStringList CConsoleWindow::GetText(int)
 {
-    const int Height = _GetLineHeight();
-    const int First = m_pText->verticalScrollBar()->value() / Height;
-    return GetLines().mid(First, qMax(1, m_pText->viewport()->height() / Height));
+    return GetLines().mid(m_pText->verticalScrollBar()->value(),
+                          qMax(1, m_pText->viewport()->height() / _GetLineHeight()));
 }
 #include "moc_consolewindow.cpp"

@@ -20,15 +20,15 @@
 #include <atomic>
 #include <functional>
 
-/// The console keeps at least this many lines; older ones go. The log file has them all.
+/// The console keeps this many lines; older ones go. The log file has them all.
 inline constexpr int CONSOLE_MAX_LINES = 20'000;
 
 class CCompletionPopup;
 class QFrame;
 class QKeyEvent;
 class QLineEdit;
+class QPlainTextEdit;
 class QScrollBar;
-class QTextEdit;
 
 class CConsoleWindow : public CWindow {
     Q_OBJECT
@@ -64,6 +64,10 @@ public:
     U64 GetErrorCount() const { return m_NumErrors.load(std::memory_order_relaxed); }
     /// Errors that were logged since the start. Any thread.
     U64 GetLogErrorCount() const { return m_NumLogErrors.load(std::memory_order_relaxed); }
+
+    /// Tells whether what the line before has set off is still under way; lines that were pasted together wait for its
+    /// end. Without a function each follows at once.
+    void SetBusyCheck(std::function<bool()> IsBusy) { m_IsBusy = std::move(IsBusy); }
 
     // --- CWindow ---
 
@@ -124,9 +128,14 @@ private:
     int _Drain(int MaxMessages); ///< number of messages taken
     void _ShowMessage(const CONSOLE_MESSAGE& Message);
     void _ShowEndOfText();
-    void _RecolorText(); ///< gives what is shown the colours of the table as they are now
+    bool _IsViewHeld() const; ///< somebody selects text: new lines must not move it away
+    void _RestyleText();      ///< gives what is shown the colours and the fixed font as they are now
     void _UpdateHorzBar();
     int _GetLineHeight() const;
+
+    bool _TypeIntoInput(QKeyEvent* pEvent); ///< a key that came to the text; true if the input line has taken it
+    void _TakePastedLines(const QString& sText); ///< runs all lines but the last, which stays in the input line
+    void _RunPastedLine();
 
     // Completion of the input line.
     bool _HandleCompletionKey(QKeyEvent* pEvent); ///< true if the key was one of the list's
@@ -136,8 +145,8 @@ private:
     void _UpdateCompletion(bool IsRequested); ///< list and hint for the text in front of the cursor
     void _HideCompletion();
 
-    QTextEdit* m_pText = nullptr;
-    QTextEdit* m_pSidebar = nullptr;
+    QPlainTextEdit* m_pText = nullptr;
+    QPlainTextEdit* m_pSidebar = nullptr;
     QFrame* m_pSidebarLine = nullptr;
     QWidget* m_pHorzBarLine = nullptr;
     QScrollBar* m_pHorzBar = nullptr;
@@ -162,6 +171,10 @@ private:
     bool m_IsFixed = false; ///< the text format is that of the fixed font
     QTextCharFormat m_Format;
     CCommandHistory m_History;
+    QStringList m_PastedLines; ///< not yet run
+    QTimer m_PasteTimer;
+    int m_NumIdleLooks = 0; ///< since the last pasted line
+    std::function<bool()> m_IsBusy;
     QList<QPointer<CWindow>> m_Listeners;
     TRANSCRIPT_SINK m_TranscriptSink;
 };

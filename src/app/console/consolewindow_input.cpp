@@ -7,10 +7,12 @@
 #include "project/settings/sysvars.h"
 
 #include <QAction>
+#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QRegularExpression>
 #include <QScrollBar>
-#include <QTextEdit>
 
 // ---- Input
 // -------------------------------------------------------------------------------------------------
@@ -26,7 +28,19 @@ bool CConsoleWindow::eventFilter(QObject* pObject, QEvent* pEvent)
         pKey->accept();
         return false;
     }
+    if (pObject == m_pText && pEvent->type() == QEvent::KeyPress) return _TypeIntoInput(static_cast<QKeyEvent*>(pEvent));
     return CWindow::eventFilter(pObject, pEvent);
+}
+
+bool CConsoleWindow::_TypeIntoInput(QKeyEvent* pEvent)
+{
+    const bool IsPaste = pEvent->matches(QKeySequence::Paste);
+    const bool IsShortcut = pEvent->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+    const bool IsText = !IsShortcut && !pEvent->text().isEmpty() && pEvent->text().front().isPrint();
+    if (!IsPaste && !IsText) return false;
+    m_pInput->setFocus();
+    QCoreApplication::sendEvent(m_pInput, pEvent);
+    return true;
 }
 
 void CConsoleWindow::OnInputFieldKeyPressed(QKeyEvent* pEvent)
@@ -67,10 +81,36 @@ void CConsoleWindow::OnCommandEntered(QString sText)
     m_pInput->clear();
     _HideCompletion();
     m_IsHintClosed = false;
+    m_pText->moveCursor(QTextCursor::End); // a selection holds the view, but now the answer is to be seen
     if (!sText.isEmpty())
         ExecuteCommand(sText);
     else
         _Write(QString(), _GetLook(Qt::transparent, false));
+}
+
+void CConsoleWindow::_TakePastedLines(const QString& sText)
+{
+    static const QRegularExpression LineEnd(QStringLiteral("\r\n|\r|\n"));
+    QStringList Lines = sText.split(LineEnd);
+    m_pInput->setText(Lines.takeLast());
+    _HideCompletion();
+    // What was recorded in a project script brings its comments and empty lines along.
+    for (const QString& sLine : Lines)
+        if (const QString s = sLine.trimmed(); !s.isEmpty() && !s.startsWith(QLatin1String("//"))) m_PastedLines.append(s);
+    if (!m_PasteTimer.isActive()) m_PasteTimer.start();
+}
+
+void CConsoleWindow::_RunPastedLine()
+{
+    if (m_PastedLines.isEmpty()) return m_PasteTimer.stop();
+    // Twice in a row: between two links of a chain of work nothing is under way for a moment.
+    m_NumIdleLooks = m_IsBusy && m_IsBusy() ? 0 : m_NumIdleLooks + 1;
+    if (m_NumIdleLooks < 2) return;
+    m_NumIdleLooks = 0;
+    const QString sLine = m_PastedLines.takeFirst();
+    const QString sBegun = m_pInput->text();
+    OnCommandEntered(sLine);
+    if (m_pInput->text().isEmpty()) m_pInput->setText(sBegun);
 }
 
 int CConsoleWindow::ExecuteCommand(QString sText)

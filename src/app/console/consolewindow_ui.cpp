@@ -11,15 +11,17 @@
 #include <QAction>
 #include <QEvent>
 #include <QFrame>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPainter>
 #include <QPalette>
+#include <QPlainTextEdit>
 #include <QScrollBar>
 #include <QStyle>
 #include <QTextBlock>
-#include <QTextEdit>
+#include <QTextOption>
 #include <QVBoxLayout>
 #include <memory>
 
@@ -42,16 +44,34 @@ protected:
     }
 };
 
-QTextEdit* MakeTextEdit(QWidget* pParent, const char* sName)
+/// Lines of one height whatever font and script they are in, so that the two columns stay aligned.
+class CLineLayout : public QPlainTextDocumentLayout {
+public:
+    using QPlainTextDocumentLayout::QPlainTextDocumentLayout;
+    int LineHeight = 1; ///< pixels
+
+    QRectF blockBoundingRect(const QTextBlock& Block) const override
+    {
+        QRectF Rect = QPlainTextDocumentLayout::blockBoundingRect(Block);
+        if (Rect.isValid()) Rect.setHeight(LineHeight);
+        return Rect;
+    }
+};
+
+/// A plain text keeps no pixel position of a line: what comes below and goes above costs nothing for the lines between.
+QPlainTextEdit* MakeTextEdit(QWidget* pParent, const char* sName)
 {
-    auto* pEdit = new QTextEdit(pParent);
+    auto* pEdit = new QPlainTextEdit(pParent);
+    auto* pDocument = new QTextDocument(pEdit);
+    pDocument->setDocumentLayout(new CLineLayout(pDocument));
+    pEdit->setDocument(pDocument);
     pEdit->setObjectName(sName);
     pEdit->setReadOnly(true);
     pEdit->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     pEdit->setTabChangesFocus(true);
     pEdit->setUndoRedoEnabled(false);
     pEdit->setFrameShape(QFrame::NoFrame);
-    pEdit->setLineWrapMode(QTextEdit::NoWrap);
+    pEdit->setLineWrapMode(QPlainTextEdit::NoWrap);
     pEdit->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     pEdit->setContextMenuPolicy(Qt::CustomContextMenu);
     return pEdit;
@@ -77,6 +97,12 @@ void CConsoleWindow::_BuildWidgets()
     auto* pTextRow = MakeRow(pFrame);
     m_pSidebar = MakeTextEdit(pFrame, "textEditSidebar");
     m_pSidebar->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // Aligned to the right edge of the widget, so the text has its width, yet no stamp is broken.
+    m_pSidebar->setLineWrapMode(QPlainTextEdit::WidgetWidth);
+    m_pSidebar->setWordWrapMode(QTextOption::NoWrap);
+    QTextOption Option = m_pSidebar->document()->defaultTextOption();
+    Option.setAlignment(Qt::AlignRight);
+    m_pSidebar->document()->setDefaultTextOption(Option);
     m_pSidebarLine = new QFrame(pFrame);
     m_pSidebarLine->setFrameShape(QFrame::VLine);
     m_pSidebarLine->setFrameShadow(QFrame::Plain);
@@ -107,8 +133,14 @@ void CConsoleWindow::_BuildWidgets()
     m_pInput->setAccessibleName(QStringLiteral("Command"));
     m_pInput->setPlaceholderText(QStringLiteral("Enter a command, ? lists all"));
     m_pInput->installEventFilter(this);
+    m_pText->installEventFilter(this);
     m_pPopup = new CCompletionPopup(m_pInput);
-    connect(m_pInput, &QLineEdit::textEdited, this, [this] { _UpdateCompletion(false); });
+    connect(m_pInput, &QLineEdit::textEdited, this, [this](const QString& sText) {
+        if (sText.contains('\n') || sText.contains('\r'))
+            _TakePastedLines(sText);
+        else
+            _UpdateCompletion(false);
+    });
     connect(m_pInput, &QLineEdit::cursorPositionChanged, this, [this] {
         if (m_pPopup->isVisible()) _UpdateCompletion(m_IsListRequested);
     });
@@ -157,10 +189,10 @@ void CConsoleWindow::_BuildActions()
     connect(&Notifier, &CSettingsNotifier::FontChanged, this, [this](int FontID) {
         if (FontID == FONT_CONSOLE) _ApplyFont();
     });
-    connect(&Notifier, &CSettingsNotifier::ColorChanged, this, &CConsoleWindow::_RecolorText);
+    connect(&Notifier, &CSettingsNotifier::ColorChanged, this, &CConsoleWindow::_RestyleText);
     connect(&CTheme::Get(), &CTheme::SchemeChanged, this, [this] {
         _UpdateColors();
-        _RecolorText();
+        _RestyleText();
     });
 }
 
@@ -186,15 +218,12 @@ void CConsoleWindow::_ApplyFont()
     // The next message builds its format from the new fonts.
     m_IsFixed = false;
     m_Format = QTextCharFormat();
-    for (QTextEdit* pEdit : {m_pText, m_pSidebar}) {
+    for (QPlainTextEdit* pEdit : {m_pText, m_pSidebar}) {
+        static_cast<CLineLayout*>(pEdit->document()->documentLayout())->LineHeight = _GetLineHeight();
         pEdit->setFont(m_Font);
         pEdit->document()->setDefaultFont(m_Font);
-        QTextCursor Cursor(pEdit->document());
-        Cursor.select(QTextCursor::Document);
-        QTextBlockFormat Block;
-        Block.setLineHeight(_GetLineHeight(), QTextBlockFormat::FixedHeight);
-        Cursor.mergeBlockFormat(Block);
     }
+    _RestyleText();
     m_pInput->setFont(m_Font);
     ResizeSidebarToOptWidth();
 }
@@ -236,9 +265,8 @@ void CConsoleWindow::ResizeSidebarToOptWidth()
     if (m_pSidebar->isHidden()) return;
     int Width = 0;
     if (m_HasText) {
-        const int Height = _GetLineHeight();
-        const int First = m_pSidebar->verticalScrollBar()->value() / Height;
-        const int NumVisible = m_pSidebar->viewport()->height() / Height;
+        const int First = m_pSidebar->verticalScrollBar()->value();
+        const int NumVisible = m_pSidebar->viewport()->height() / _GetLineHeight();
         const int Last = qMin(First + NumVisible, m_pSidebar->document()->blockCount() - 1);
         const QFontMetrics Metrics(m_Font);
         for (const int i : {First, Last - 1, Last}) {
@@ -259,8 +287,16 @@ void CConsoleWindow::_UpdateHorzBar()
     m_pHorzBarLine->setVisible(pBar->maximum() > pBar->minimum());
 }
 
+bool CConsoleWindow::_IsViewHeld() const
+{
+    // From the press on: the end of the text would become the start of the selection that is being made.
+    const bool IsSelecting = m_pText->hasFocus() && QGuiApplication::mouseButtons().testFlag(Qt::LeftButton);
+    return IsSelecting || m_pText->textCursor().hasSelection();
+}
+
 void CConsoleWindow::_ShowEndOfText()
 {
+    if (_IsViewHeld()) return _UpdateHorzBar();
     m_pText->moveCursor(QTextCursor::End);
     m_pText->verticalScrollBar()->setValue(m_pText->verticalScrollBar()->maximum());
     m_pText->horizontalScrollBar()->setValue(m_pText->horizontalScrollBar()->minimum());

@@ -242,6 +242,8 @@ void WireWindows(CMainWindow& Main)
     WireTargetIO(Main);
     WireSettings(Main);
     WireConsoleCompletion(Main);
+    CConsoleWindow::Get().SetBusyCheck(
+        [] { return CProject::Get().IsOpening() || BScript::IsRunning() || !CDevice::Get().IsIdle(); });
 }
 
 void UnwireLayers()
