@@ -353,8 +353,8 @@ void CModelViewWindow::BackupState(int StateID)
         for (int i = 0; i < m_pHeader->count(); i++) Backup.Widths.append(m_pHeader->sectionSize(i));
     Backup.ScrollX = m_pView->horizontalScrollBar()->value();
     Backup.ScrollY = m_pView->verticalScrollBar()->value();
-    Backup.SortColumn = m_pSortFilter->sortColumn();
-    Backup.SortOrder = m_pSortFilter->sortOrder();
+    Backup.SortColumn = m_pSortFilter->GetSortColumn();
+    Backup.SortOrder = m_pSortFilter->GetSortOrder();
     m_StateBackups.insert(StateID, Backup);
     m_pModel->BackupAttributes();
 }
