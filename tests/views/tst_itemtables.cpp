@@ -221,7 +221,7 @@ void tst_itemtables::rowsComeAndGo()
     QFETCH(int, Column);
     QFETCH(bool, Filtered);
     QFETCH(bool, Flat);
-    CRowWindow Window(MakeRows(400, false));
+    CRowWindow Window(MakeRows(120, false));
     if (!Flat) Window.SetIndentation(14);
     CRowModel& Model = *Window.m_pRows;
     CModelFaults Faults;
@@ -241,22 +241,22 @@ void tst_itemtables::rowsComeAndGo()
         if (Flat) QVERIFY2(Shown == Order, sAfter); // the base class leaves equal rows as they came
     };
     // A row that is in the way of all of it and that the view keeps hold of.
-    Model.Insert(200, {{QStringLiteral("unit_1 kept"), qlonglong(7)}});
-    const QPersistentModelIndex Kept(Window.MapToView(Model.index(200, 1)));
+    Model.Insert(100, {{QStringLiteral("unit_1 kept"), qlonglong(7)}});
+    const QPersistentModelIndex Kept(Window.MapToView(Model.index(100, 1)));
     QVERIFY(Kept.isValid());
     quint32 Random = 1;
-    for (int i = 0; i < 60; i++) {
+    for (int i = 0; i < 40; i++) {
         Random = Random * 1664525u + 1013904223u;
         const int Row = int((Random >> 10) % quint32(Model.m_Rows.size()));
         switch (i % 5) {
         case 0:
-            Model.Insert(Row, MakeRows(i % 3 ? 3 : 90, false));
+            Model.Insert(Row, MakeRows(i % 3 ? 3 : 70, false));
             break;
         case 1:
             Model.Insert(int(Model.m_Rows.size()), MakeRows(1, false));
             break;
         case 2:
-            Model.Remove(0, i % 4 ? 2 : 80);
+            Model.Remove(0, i % 4 ? 2 : 70);
             break;
         case 3:
             if (Model.m_Rows[Row].sName.endsWith(QLatin1String("kept"))) break;
