@@ -233,12 +233,14 @@ void tst_Perspective::layoutFromElsewhere()
         Store.Write(QStringLiteral("AppData/Perspectives/Debug"), QLatin1String(sKey), QByteArray("no state at all"));
     Store.Write(QStringLiteral("AppData/MainWindow"), QStringLiteral("Geometry"), QByteArray(50, 'x'));
     Store.Write(QStringLiteral("AppData/Perspectives/Debug"), QStringLiteral("ExtraWindows"),
-                QStringList{QStringLiteral("Registers 1"), QStringLiteral("Registers x"), QStringLiteral("Nothing 2"), QString()});
+                QStringList{QStringLiteral("Registers 1"), QStringLiteral("Registers x"),
+                            QStringLiteral("Nothing 2"), QString()});
     Open();
     QVERIFY(Find("Console")->IsOpen()); // the default layout
     QVERIFY(Find("Registers 1")->IsOpen());
     int NumRegisters = 0;
-    for (const CWindow* pWindow : CMainWindow::Get().GetWindows()) NumRegisters += pWindow->GetName().startsWith(QLatin1String("Registers"));
+    for (const CWindow* pWindow : CMainWindow::Get().GetWindows())
+        NumRegisters += pWindow->GetName().startsWith(QLatin1String("Registers"));
     QCOMPARE(NumRegisters, 1);
     QVERIFY(!qobject_cast<CModelViewWindow*>(Find("Call Stack"))->GetHeader()->isSectionHidden(2));
 }

@@ -228,7 +228,8 @@ void tst_debugwindows::registersOfTheCPUMode()
     Hooks.GetCPUModeName = [&sMode] { return sMode; };
     Hooks.GetRegGroups = [&sMode] { // the handler has a stack pointer of its own
         const VIEW_REG SP{QStringLiteral("SP"), {}, 32, sMode == QLatin1String("Thread") ? 14u : 13u};
-        return QList<VIEW_REG_GROUP>{{QStringLiteral("Mode"), {}, {SP}, true}, {QStringLiteral("Others"), {}, {{QStringLiteral("R0"), {}, 32, 0}}}};
+        return QList<VIEW_REG_GROUP>{{QStringLiteral("Mode"), {}, {SP}, true},
+                                     {QStringLiteral("Others"), {}, {{QStringLiteral("R0"), {}, 32, 0}}}};
     };
     SetDebugViewHooks(Hooks);
     CRegisterWindow Window;

@@ -62,7 +62,8 @@ public:
         emit layoutAboutToBeChanged();
         const QModelIndexList Old = persistentIndexList();
         QModelIndexList New;
-        for (const QModelIndex& Index : Old) New.append(index(int(m_Rows.size()) - 1 - Index.row(), Index.column()));
+        for (const QModelIndex& Index : Old)
+            New.append(index(int(m_Rows.size()) - 1 - Index.row(), Index.column()));
         std::reverse(m_Rows.begin(), m_Rows.end());
         changePersistentIndexList(Old, New);
         emit layoutChanged();
@@ -213,7 +214,9 @@ void tst_itemtables::rowsComeAndGo_data()
     for (const int Column : {-1, 0, 1})
         for (const bool Filtered : {false, true})
             for (const bool Flat : {true, false})
-                QTest::addRow("column %d, %s, %s", Column, Filtered ? "filtered" : "all", Flat ? "flat" : "tree") << Column << Filtered << Flat;
+                QTest::addRow("column %d, %s, %s", Column, Filtered ? "filtered" : "all",
+                              Flat ? "flat" : "tree")
+                    << Column << Filtered << Flat;
 }
 
 void tst_itemtables::rowsComeAndGo()
@@ -225,7 +228,8 @@ void tst_itemtables::rowsComeAndGo()
     if (!Flat) Window.SetIndentation(14);
     CRowModel& Model = *Window.m_pRows;
     CModelFaults Faults;
-    QAbstractItemModelTester Tester(Window.GetSortFilter(), QAbstractItemModelTester::FailureReportingMode::Warning);
+    QAbstractItemModelTester Tester(Window.GetSortFilter(),
+                                    QAbstractItemModelTester::FailureReportingMode::Warning);
     if (Column >= 0)
         Window.SetSortColumn(Column, Qt::DescendingOrder);
     else
@@ -268,7 +272,8 @@ void tst_itemtables::rowsComeAndGo()
             Model.Reverse();
         }
         Check(qPrintable(QStringLiteral("step %1").arg(i)));
-        if (Kept.isValid()) QCOMPARE(Kept.sibling(Kept.row(), 0).data().toString(), QStringLiteral("unit_1 kept"));
+        if (Kept.isValid())
+            QCOMPARE(Kept.sibling(Kept.row(), 0).data().toString(), QStringLiteral("unit_1 kept"));
     }
     Model.Remove(0, int(Model.m_Rows.size()));
     QCOMPARE(Window.GetNumRows(), 0);

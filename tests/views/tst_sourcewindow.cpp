@@ -11,13 +11,13 @@
 
 #include <QAction>
 #include <QClipboard>
+#include <QComboBox>
 #include <QLabel>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QStackedWidget>
 #include <QTabBar>
 #include <QTemporaryDir>
-#include <QComboBox>
 #include <QTest>
 
 class tst_sourcewindow : public QObject {

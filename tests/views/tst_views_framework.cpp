@@ -13,14 +13,14 @@
 #include "views/theme/icons.h"
 #include "viewsenv.h"
 
-#include <QDropEvent>
-#include <QMenu>
-#include <QMimeData>
 #include <QAbstractItemModelTester>
 #include <QAction>
 #include <QCheckBox>
+#include <QDropEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMimeData>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSignalSpy>

@@ -116,7 +116,8 @@ void CMainWindow::RestorePerspective()
     m_Perspective = PERSPECTIVE_DEBUG;
     const QString sGroup = GetPerspectiveGroup(m_Perspective);
     ApplyDefaultLayout();
-    AddExtraWindows(Store.Read(sGroup, KEY_EXTRA_WINDOWS, {}).toStringList()); // the state places only windows that are there
+    AddExtraWindows(Store.Read(sGroup, KEY_EXTRA_WINDOWS, {})
+                        .toStringList()); // the state places only windows that are there
     // A state that can't be read leaves the default layout.
     if (const QByteArray State = Store.Read(sGroup, "WindowState", {}).toByteArray(); !State.isEmpty())
         restoreState(State, STATE_VERSION);

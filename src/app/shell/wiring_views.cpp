@@ -311,7 +311,9 @@ void WireValues(DEBUG_VIEW_HOOKS& Hooks, CMainWindow& Main)
         }
         return Groups;
     };
-    Hooks.GetCPUModeName = [] { return Core_IsLoaded() ? Core_GetCPUModeName(CDevice::Get().GetCPUMode()) : QString(); };
+    Hooks.GetCPUModeName = [] {
+        return Core_IsLoaded() ? Core_GetCPUModeName(CDevice::Get().GetCPUMode()) : QString();
+    };
     Hooks.ReadRegs = [&Main](const QList<U32>& RegIds, QList<U64>&, QList<bool>&) {
         for (CWindow* pWindow : Main.GetWindows())
             if (auto* pRegisters = qobject_cast<CRegisterWindow*>(pWindow))

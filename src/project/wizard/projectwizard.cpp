@@ -44,9 +44,9 @@ constexpr WIZARD_PAGE s_aPages[] = {
 constexpr int NUM_PAGES = 3;
 constexpr int LAST_PAGE = NUM_PAGES - 1;
 
-const QStringList SPEEDS = {"50 MHz", "25 MHz", "20 MHz", "15 MHz",  "12 MHz",  "10 MHz",  "8 MHz",
-                            "5 MHz",  "4 MHz",  "3 MHz",  "2 MHz",   "1 MHz",   "500 kHz", "200 kHz",
-                            "100 kHz", "50 kHz", "20 kHz", "10 kHz", "5 kHz",   "2 kHz",   "1 kHz"};
+const QStringList SPEEDS = {"50 MHz",  "25 MHz", "20 MHz", "15 MHz", "12 MHz", "10 MHz",  "8 MHz",
+                            "5 MHz",   "4 MHz",  "3 MHz",  "2 MHz",  "1 MHz",  "500 kHz", "200 kHz",
+                            "100 kHz", "50 kHz", "20 kHz", "10 kHz", "5 kHz",  "2 kHz",   "1 kHz"};
 
 /// The program's drawing in the header; it takes its colour when it is painted.
 class CIconLabel : public QWidget {

@@ -8,7 +8,7 @@
 namespace {
 enum COLUMNS { COL_NAME, COL_VALUE, COL_ADDRESS, COL_DESCRIPTION, NUM_COLUMNS };
 constexpr TABLE_COLUMN aColumns[] = {{"Name", COLUMN_TEXT, 165},
-                                     {"Value", COLUMN_NUMERIC, 105},
+                                     {"Value", COLUMN_NUMERIC, 140},
                                      {"Address", COLUMN_HEX, 80},
                                      {"Description", COLUMN_TEXT, 140}};
 static_assert(std::size(aColumns) == NUM_COLUMNS);
@@ -34,7 +34,8 @@ void CRegistersDataModel::SetGroups(const QList<VIEW_REG_GROUP>& Groups)
 
 bool CRegistersDataModel::ShowsCPUMode() const
 {
-    return std::any_of(m_Groups.cbegin(), m_Groups.cend(), [](const VIEW_REG_GROUP& Group) { return Group.ShowsCPUMode; });
+    return std::any_of(m_Groups.cbegin(), m_Groups.cend(),
+                       [](const VIEW_REG_GROUP& Group) { return Group.ShowsCPUMode; });
 }
 
 void CRegistersDataModel::Invalidate()
@@ -109,7 +110,8 @@ QString CRegistersDataModel::GetValueText(const QModelIndex& Index) const
 {
     const VIEW_REG* pReg = GetReg(Index);
     if (!pReg) {
-        const bool ShowsMode = IsTargetHalted() && !Index.parent().isValid() && m_Groups.value(Index.row()).ShowsCPUMode;
+        const bool ShowsMode =
+            IsTargetHalted() && !Index.parent().isValid() && m_Groups.value(Index.row()).ShowsCPUMode;
         return ShowsMode ? AskHook(GetDebugViewHooks().GetCPUModeName, QString()) : QString();
     }
     U64 Value = 0;

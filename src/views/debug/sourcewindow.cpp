@@ -492,7 +492,8 @@ void CSourceWindow::InitHeaderBar()
 
 void CSourceWindow::OnHeaderBarUpdateTimerTimeout()
 {
-    // A locked bar keeps to the function of the PC, or the one that the user has picked, wherever the cursor goes.
+    // A locked bar keeps to the function of the PC, or the one that the user has picked, wherever the cursor
+    // goes.
     if (GetVarValue(PREF_LOCK_HEADER_BAR) == 0) ShowFuncInHeaderBar(U32(m_pEditor->GetCursor().y() + 1));
 }
 

@@ -7,7 +7,8 @@
 #include <QPushButton>
 #include <QScreen>
 
-CDialog::CDialog(const QString& sObjectName, const QString& sTitle, const QString& sIcon, QWidget* pParent) : QDialog(pParent)
+CDialog::CDialog(const QString& sObjectName, const QString& sTitle, const QString& sIcon, QWidget* pParent)
+    : QDialog(pParent)
 {
     setObjectName(sObjectName);
     setWindowTitle(sTitle);
@@ -24,28 +25,34 @@ void CDialog::WriteSetting(const QString& sName, const QVariant& Value)
     CSettingsStore::Get().Write(QStringLiteral("AppData/") + objectName(), sName, Value);
 }
 
+bool CDialog::Raise(CDialog* pDialog)
+{
+    if (!pDialog->isVisible()) return false;
+    pDialog->raise();
+    pDialog->activateWindow();
+    return true;
+}
+
 void CDialog::ShowOver(CDialog* pDialog)
 {
-    if (pDialog->isVisible()) {
-        pDialog->raise();
-        pDialog->activateWindow();
-        return;
-    }
     pDialog->setAttribute(Qt::WA_DeleteOnClose);
     pDialog->open();
 }
 
 void CDialog::SetOnlyDefault(QDialogButtonBox* pBox, int StandardButton)
 {
-    for (QAbstractButton* pButton : pBox->buttons()) static_cast<QPushButton*>(pButton)->setAutoDefault(false);
+    for (QAbstractButton* pButton : pBox->buttons())
+        static_cast<QPushButton*>(pButton)->setAutoDefault(false);
     pBox->button(QDialogButtonBox::StandardButton(StandardButton))->setDefault(true);
 }
 
 void CDialog::showEvent(QShowEvent* pEvent)
 {
-    // A screen that is too small leaves the buttons in sight, and the pages scroll. One that reports next to nothing is none.
+    // A screen that is too small leaves the buttons in sight, and the pages scroll. One that reports next to
+    // nothing is none.
     const QSize Screen = screen()->availableGeometry().size();
-    if (Screen.width() > minimumWidth() && Screen.height() > minimumHeight()) resize(size().boundedTo(Screen));
+    if (Screen.width() > minimumWidth() && Screen.height() > minimumHeight())
+        resize(size().boundedTo(Screen));
     QDialog::showEvent(pEvent);
 }
 

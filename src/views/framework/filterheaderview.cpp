@@ -208,7 +208,8 @@ void CFilterHeaderView::resizeEvent(QResizeEvent* pEvent)
 }
 
 CFilterHeaderDialog::CFilterHeaderDialog(const QString& sColumn, bool IsNumeric, QWidget* pParent)
-    : CDialog(QStringLiteral("FilterHeaderDialog"), QStringLiteral("Set Filter"), QStringLiteral("funnel-small"), pParent)
+    : CDialog(QStringLiteral("FilterHeaderDialog"), QStringLiteral("Set Filter"),
+              QStringLiteral("funnel-small"), pParent)
 {
     auto* pLayout = new QFormLayout(this);
     auto AddEdit = [this, pLayout](const char* sLabel, const char* sName) {

@@ -7,6 +7,12 @@ void CFlatRows::SetPlain()
     *this = CFlatRows();
 }
 
+int CFlatRows::ToView(int SourceRow) const
+{
+    if (m_IsPlain) return SourceRow;
+    return std::size_t(SourceRow) < m_ToView.size() ? m_ToView[std::size_t(SourceRow)] : -1;
+}
+
 void CFlatRows::Take(std::vector<int>&& ToSource, int NumSourceRows)
 {
     m_IsPlain = false;

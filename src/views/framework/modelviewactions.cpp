@@ -23,10 +23,11 @@ constexpr int MAX_ROWS_TO_EXPAND = 20; ///< from here on unfolding everything wo
 /// The format that an entry of the item's menu stands for; -1 for the window's own.
 int GetItemFormat(const QAction* pAction)
 {
-    static const QHash<QString, int> s_Formats{{QStringLiteral("actionDisplayAsBinary"), DISPLAY_FORMAT_BINARY},
-                                               {QStringLiteral("actionDisplayAsDec"), DISPLAY_FORMAT_DEC},
-                                               {QStringLiteral("actionDisplayAsHex"), DISPLAY_FORMAT_HEX},
-                                               {QStringLiteral("actionDisplayAsChar"), DISPLAY_FORMAT_CHAR}};
+    static const QHash<QString, int> s_Formats{
+        {QStringLiteral("actionDisplayAsBinary"), DISPLAY_FORMAT_BINARY},
+        {QStringLiteral("actionDisplayAsDec"), DISPLAY_FORMAT_DEC},
+        {QStringLiteral("actionDisplayAsHex"), DISPLAY_FORMAT_HEX},
+        {QStringLiteral("actionDisplayAsChar"), DISPLAY_FORMAT_CHAR}};
     return s_Formats.value(pAction->objectName(), -1);
 }
 } // namespace

@@ -64,7 +64,8 @@ QVariant CSortFilter::headerData(int Section, Qt::Orientation Orientation, int R
 {
     if (Role == Qt::DecorationRole && Orientation == Qt::Horizontal && m_Filters.value(Section).IsActive())
         return GetIcon(QStringLiteral("funnel-small"));
-    if (m_IsFlat && sourceModel()) return sourceModel()->headerData(Section, Orientation, Role); // the base makes its tables here
+    if (m_IsFlat && sourceModel())
+        return sourceModel()->headerData(Section, Orientation, Role); // the base makes its tables here
     return QSortFilterProxyModel::headerData(Section, Orientation, Role);
 }
 

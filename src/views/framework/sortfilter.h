@@ -1,8 +1,9 @@
 // CSortFilter, the proxy between a window's model and its view: sorting by the rules of the columns, one
 // filter a column, and the hook by which a row that is being painted asks for its value.
 //
-// Trees go the way of the base class. A flat table may have a million rows, for which the base's tables take longer than
-// everything else until the first rows are on the screen: there the order is kept in CFlatRows (sortfilterflat.cpp).
+// Trees go the way of the base class. A flat table may have a million rows, for which the base's tables take
+// longer than everything else until the first rows are on the screen: there the order is kept in CFlatRows
+// (sortfilterflat.cpp).
 #pragma once
 #include "views/framework/flatrows.h"
 #include "views/framework/itemroles.h"
@@ -91,8 +92,11 @@ private:
     bool IsSorted() const;
     void BuildOrder();
     void SortRows(std::vector<int>& Rows) const;
-    bool IsAhead(int SourceRow, int OtherSourceRow) const; ///< in the present order; of two rows always one is
-    bool IsOrderKept(int First, int Last) const;           ///< after a change of these rows of the model
+    bool IsLess(int SourceRow,
+                int OtherSourceRow) const; ///< in the present direction; neither of two equal rows is
+    bool IsAhead(int SourceRow,
+                 int OtherSourceRow) const;      ///< in the present order; of two rows always one is
+    bool IsOrderKept(int First, int Last) const; ///< after a change of these rows of the model
     LAYOUT BeginLayout();
     void EndLayout(const LAYOUT& Layout);
     void ApplyOrder();

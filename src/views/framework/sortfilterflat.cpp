@@ -1,5 +1,5 @@
-// CSortFilter over a flat table: its rows are numbers in an order that is worked out here, without the tables of the base
-// class. Also the item-model interface of both kinds, which asks the base for trees.
+// CSortFilter over a flat table: its rows are numbers in an order that is worked out here, without the tables
+// of the base class. Also the item-model interface of both kinds, which asks the base for trees.
 #include "views/framework/modelviewwindow.h"
 #include "views/framework/sortfilter.h"
 #include "views/framework/treeview.h"
@@ -9,8 +9,8 @@
 
 namespace {
 constexpr int MIN_ROWS_FOR_SORT_KEYS = 1000;
-/// From this number of rows on a change is told to the views as one new layout: each row told on its own takes them
-/// as long as all of them together.
+/// From this number of rows on a change is told to the views as one new layout: each row told on its own
+/// takes them as long as all of them together.
 constexpr int MAX_SINGLE_ROWS = 64;
 } // namespace
 
@@ -45,15 +45,18 @@ void CSortFilter::ConnectFlat(QAbstractItemModel* pModel)
 
     connect(pModel, &QAbstractItemModel::dataChanged, this, &CSortFilter::OnSourceDataChanged);
     connect(pModel, &QAbstractItemModel::headerDataChanged, this, &QAbstractItemModel::headerDataChanged);
-    connect(pModel, &QAbstractItemModel::rowsAboutToBeInserted, this, &CSortFilter::OnSourceRowsAboutToBeInserted);
+    connect(pModel, &QAbstractItemModel::rowsAboutToBeInserted, this,
+            &CSortFilter::OnSourceRowsAboutToBeInserted);
     connect(pModel, &QAbstractItemModel::rowsInserted, this, &CSortFilter::OnSourceRowsInserted);
-    connect(pModel, &QAbstractItemModel::rowsAboutToBeRemoved, this, &CSortFilter::OnSourceRowsAboutToBeRemoved);
+    connect(pModel, &QAbstractItemModel::rowsAboutToBeRemoved, this,
+            &CSortFilter::OnSourceRowsAboutToBeRemoved);
     connect(pModel, &QAbstractItemModel::rowsRemoved, this, &CSortFilter::OnSourceRowsRemoved);
     const auto BeginChange = [this] { m_Layout = BeginLayout(); };
     const auto EndChange = [this] {
         m_SortKeys.Clear();
         BuildOrder();
         EndLayout(m_Layout);
+        m_Layout = LAYOUT();
     };
     connect(pModel, &QAbstractItemModel::rowsAboutToBeMoved, this, BeginChange);
     connect(pModel, &QAbstractItemModel::rowsMoved, this, EndChange);
@@ -94,7 +97,8 @@ QModelIndex CSortFilter::index(int Row, int Column, const QModelIndex& Parent) c
     if (!m_IsFlat) return QSortFilterProxyModel::index(Row, Column, Parent);
     // A view asks for every row of a table, all of which there are, when it works out their places.
     if (m_pWindow->GetView()->IsLayingOut() && !Parent.isValid()) return createIndex(Row, Column);
-    const bool Exists = Row >= 0 && Column >= 0 && !Parent.isValid() && Row < rowCount() && Column < columnCount();
+    const bool Exists =
+        Row >= 0 && Column >= 0 && !Parent.isValid() && Row < rowCount() && Column < columnCount();
     return Exists ? createIndex(Row, Column) : QModelIndex();
 }
 
@@ -145,15 +149,19 @@ bool CSortFilter::IsSorted() const
     return m_SortingEnabled && m_SortColumn >= 0 && m_SortColumn < columnCount();
 }
 
+bool CSortFilter::IsLess(int SourceRow, int OtherSourceRow) const
+{
+    const QModelIndex One = sourceModel()->index(SourceRow, m_SortColumn);
+    const QModelIndex Other = sourceModel()->index(OtherSourceRow, m_SortColumn);
+    return m_SortOrder == Qt::AscendingOrder ? lessThan(One, Other) : lessThan(Other, One);
+}
+
 bool CSortFilter::IsAhead(int SourceRow, int OtherSourceRow) const
 {
     if (!IsSorted()) return SourceRow < OtherSourceRow;
-    const QModelIndex One = sourceModel()->index(SourceRow, m_SortColumn);
-    const QModelIndex Other = sourceModel()->index(OtherSourceRow, m_SortColumn);
-    const bool Ascending = m_SortOrder == Qt::AscendingOrder;
-    if (Ascending ? lessThan(One, Other) : lessThan(Other, One)) return true;
     // Equal rows keep the model's order, so that no change of another row moves them.
-    return SourceRow < OtherSourceRow && !(Ascending ? lessThan(Other, One) : lessThan(One, Other));
+    return IsLess(SourceRow, OtherSourceRow) ||
+           (SourceRow < OtherSourceRow && !IsLess(OtherSourceRow, SourceRow));
 }
 
 void CSortFilter::SortRows(std::vector<int>& Rows) const
@@ -163,7 +171,7 @@ void CSortFilter::SortRows(std::vector<int>& Rows) const
     if (IsLarge && (HasKeys || BuildSortKeys(m_SortColumn)))
         m_SortKeys.Sort(Rows, m_SortOrder == Qt::AscendingOrder);
     else
-        std::sort(Rows.begin(), Rows.end(), [this](int One, int Other) { return IsAhead(One, Other); });
+        std::stable_sort(Rows.begin(), Rows.end(), [this](int One, int Other) { return IsLess(One, Other); });
 }
 
 void CSortFilter::BuildOrder()
@@ -189,7 +197,8 @@ CSortFilter::LAYOUT CSortFilter::BeginLayout()
     emit layoutAboutToBeChanged();
     LAYOUT Layout;
     Layout.Places = persistentIndexList();
-    for (const QModelIndex& Place : std::as_const(Layout.Places)) Layout.SourceCells.append(mapToSource(Place));
+    for (const QModelIndex& Place : std::as_const(Layout.Places))
+        Layout.SourceCells.append(mapToSource(Place));
     return Layout;
 }
 
@@ -226,7 +235,8 @@ bool CSortFilter::IsOrderKept(int First, int Last) const
 
 // ---- Changes of the model --------------------------------------------------------------------------------
 
-void CSortFilter::OnSourceDataChanged(const QModelIndex& First, const QModelIndex& Last, const QList<int>& Roles)
+void CSortFilter::OnSourceDataChanged(const QModelIndex& First, const QModelIndex& Last,
+                                      const QList<int>& Roles)
 {
     m_SortKeys.Clear();
     if (m_Rows.IsPlain()) {
@@ -235,7 +245,8 @@ void CSortFilter::OnSourceDataChanged(const QModelIndex& First, const QModelInde
     }
     if (!IsOrderKept(First.row(), Last.row())) ApplyOrder();
     if (Last.row() - First.row() >= MAX_SINGLE_ROWS) { // more rows than a screen has: wherever they stand now
-        if (const int NumRows = rowCount()) emit dataChanged(index(0, First.column()), index(NumRows - 1, Last.column()), Roles);
+        if (const int NumRows = rowCount())
+            emit dataChanged(index(0, First.column()), index(NumRows - 1, Last.column()), Roles);
         return;
     }
     for (int i = First.row(); i <= Last.row(); i++)
@@ -282,7 +293,8 @@ void CSortFilter::OnSourceRowsAboutToBeRemoved(const QModelIndex& Parent, int Fi
         const LAYOUT Layout = BeginLayout();
         std::vector<int> Left;
         for (int i = 0; i < m_Rows.GetNumRows(); i++)
-            if (const int Source = m_Rows.ToSource(i); Source < First || Source > Last) Left.push_back(Source);
+            if (const int Source = m_Rows.ToSource(i); Source < First || Source > Last)
+                Left.push_back(Source);
         m_Rows.Take(std::move(Left), sourceModel()->rowCount());
         return EndLayout(Layout);
     }

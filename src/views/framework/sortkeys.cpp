@@ -97,7 +97,8 @@ bool CSortKeys::Build(const QAbstractItemModel& Model, int Column, bool IsNumeri
 
 void CSortKeys::Sort(std::vector<int>& Rows, bool Ascending) const
 {
-    // Ranks are small whole numbers without gaps: counting how many rows have each gives all rows their places.
+    // Ranks are small whole numbers without gaps: counting how many rows have each gives all rows their
+    // places.
     const auto GetPlace = [&](int Row) {
         const U32 Rank = m_Ranks[size_t(Row)];
         return size_t(IsPinned(Row) ? 0 : m_NumRanks) + (Ascending ? Rank : m_NumRanks - 1 - Rank);

@@ -21,8 +21,8 @@ public:
     bool IsBuilt() const { return !m_Ranks.empty(); }
     int GetColumn() const { return m_Column; }
     bool IsLess(int Left, int Right) const { return m_Ranks[size_t(Left)] < m_Ranks[size_t(Right)]; }
-    /// Puts rows, given in the model's order, into that of the keys: pinned rows first under either direction, equal ones
-    /// as they come.
+    /// Puts rows, given in the model's order, into that of the keys: pinned rows first under either
+    /// direction, equal ones as they come.
     void Sort(std::vector<int>& Rows, bool Ascending) const;
     bool IsPinned(int Row) const { return m_AnyPinned && m_Pinned[size_t(Row)]; }
 

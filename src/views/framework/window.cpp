@@ -499,7 +499,8 @@ bool CWindow::eventFilter(QObject* pObject, QEvent* pEvent)
         return true;
     case QEvent::DragMove: // an item view would ask its model, which has no say in what a drop means
         if (!TestFlag(WF_ACCEPT_DROPS)) break;
-        pEvent->setAccepted(static_cast<QDragMoveEvent*>(pEvent)->mimeData()->hasFormat(QStringLiteral("text/plain")));
+        pEvent->setAccepted(
+            static_cast<QDragMoveEvent*>(pEvent)->mimeData()->hasFormat(QStringLiteral("text/plain")));
         return true;
     case QEvent::Drop:
         if (!TestFlag(WF_ACCEPT_DROPS)) break;

@@ -37,7 +37,8 @@ int ResolveHead(int Page)
 
 CPreferencesDialog* CPreferencesDialog::Open(QWidget* pParent)
 {
-    return OpenOver<CPreferencesDialog>(pParent, OBJECT_NAME, [pParent] { return new CPreferencesDialog(pParent); });
+    return OpenOver<CPreferencesDialog>(pParent, OBJECT_NAME,
+                                        [pParent] { return new CPreferencesDialog(pParent); });
 }
 
 CPreferencesDialog::CPreferencesDialog(QWidget* pParent)

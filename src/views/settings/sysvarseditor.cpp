@@ -62,7 +62,8 @@ QString GetRangeText(int VarID)
 
 CSysVarsEditor* CSysVarsEditor::Open(QWidget* pParent, SAVE_FUNCTION Save)
 {
-    return OpenOver<CSysVarsEditor>(pParent, OBJECT_NAME, [&] { return new CSysVarsEditor(std::move(Save), pParent); });
+    return OpenOver<CSysVarsEditor>(pParent, OBJECT_NAME,
+                                    [&] { return new CSysVarsEditor(std::move(Save), pParent); });
 }
 
 CSysVarsEditor::CSysVarsEditor(SAVE_FUNCTION Save, QWidget* pParent)
