@@ -28,9 +28,12 @@ QString tst_Registers::Write(const QByteArray& Bytes)
 }
 
 static const QByteArray GOOD =
-    "<?xml version=\"1.0\"?><cpu><name>x</name><groups><group><name>Core</name><registers>"
+    "<?xml "
+    "version=\"1.0\"?><cpu><name>x</name><groups><group><name>Core</name><cpumodedependent>true</"
+    "cpumodedependent><registers>"
     "<register><name>R0</name><index>0</index></register>"
-    "<register><name>R13</name><displayName>SP</displayName><index>0x0D</index><description>stack \n pointer</description></register>"
+    "<register><name>R13</name><displayName>SP</displayName><index>0x0D</index><description>stack \n "
+    "pointer</description></register>"
     "<register><name>PRIMASK</name><id>PRIMASK</id><access>read-only</access></register>"
     "</registers></group><group derivedFrom=\"Core\"><name>Copy</name></group></groups></cpu>";
 
@@ -39,6 +42,7 @@ void tst_Registers::Reads()
     QCOMPARE(LoadCpuRegisters(Write(GOOD)), QString());
     QCOMPARE(GetCpuRegisterGroups().size(), 1);
     const CPU_REGISTER_GROUP Group = GetCpuRegisterGroups().first();
+    QVERIFY(Group.IsModeDependent);
     QCOMPARE(Group.Registers.size(), 3);
     QCOMPARE(Group.Registers[1].Description, QStringLiteral("stack pointer"));
     QVERIFY(Group.Registers[2].ReadOnly);

@@ -331,6 +331,9 @@ void tst_Perspective::layoutOverRuns()
     pStack->SetColumnVisible(2, false);
     Dock("Call Stack")->setFloating(true);
     Dock("Call Stack")->move(90000, 90000); // on a screen that has gone by the next run
+    for (int i = 0; i < 2; i++) Run(ACT_WINDOW_SHOW, QStringLiteral("Registers"));
+    Run(ACT_WINDOW_CLOSE, QStringLiteral("Registers 2")); // leaves a gap in the numbers
+    qobject_cast<CModelViewWindow*>(Find("Registers 3"))->SetColumnWidth(0, 222);
     CMainWindow::Get().close();
     CMainWindow::Destroy();
     Open();
@@ -340,6 +343,9 @@ void tst_Perspective::layoutOverRuns()
     QCOMPARE(pStack->GetHeader()->sectionSize(0), 321);
     QVERIFY(pStack->GetHeader()->isSectionHidden(2));
     QVERIFY(pStack->IsFloating());
+    QVERIFY(!Find("Registers 2"));
+    QVERIFY(Find("Registers 3") && Find("Registers 3")->IsOpen());
+    QCOMPARE(qobject_cast<CModelViewWindow*>(Find("Registers 3"))->GetHeader()->sectionSize(0), 222);
     QVERIFY(QGuiApplication::primaryScreen()->availableGeometry().intersects(Dock("Call Stack")->frameGeometry()));
 }
 
@@ -351,9 +357,16 @@ void tst_Perspective::layoutFromElsewhere()
     for (const char* sKey : {"WindowState", "TableHeaderState/Call Stack"})
         Store.Write(QStringLiteral("AppData/Perspectives/Debug"), QLatin1String(sKey), QByteArray("no state at all"));
     Store.Write(QStringLiteral("AppData/MainWindow"), QStringLiteral("Geometry"), QByteArray(50, 'x'));
+    Store.Write(QStringLiteral("AppData/Perspectives/Debug"), QStringLiteral("ExtraWindows"),
+                QStringList{QStringLiteral("Registers 1"), QStringLiteral("Registers x"),
+                            QStringLiteral("Nothing 2"), QString()});
     Open();
     QVERIFY(Find("Console")->IsOpen()); // the default layout
     QVERIFY(Find("Registers 1")->IsOpen());
+    int NumRegisters = 0;
+    for (const CWindow* pWindow : CMainWindow::Get().GetWindows())
+        NumRegisters += pWindow->GetName().startsWith(QLatin1String("Registers"));
+    QCOMPARE(NumRegisters, 1);
     QVERIFY(!qobject_cast<CModelViewWindow*>(Find("Call Stack"))->GetHeader()->isSectionHidden(2));
 }
 

@@ -27,6 +27,7 @@ private slots:
     void stackIsEmptyWithoutTarget();
     void registersAreReadByGroup();
     void registersChangeAndAge();
+    void registersOfTheCPUMode();
     void registersOfOuterFrame();
     void registerEdits_data();
     void registerEdits();
@@ -217,6 +218,31 @@ void tst_debugwindows::registersChangeAndAge()
     QCOMPARE(Window.GetItemTextColor(R3), CTheme::GetColor(COLOR_CHANGE_LEVEL_1_FG));
     Window.OnDeviceResetDone(m_Program.PC, RM_RESET_HALT);
     QVERIFY(!Window.GetRegisterModel()->GetStoredRole(R3, ROLE_CHANGE_LEVEL).isValid());
+}
+
+void tst_debugwindows::registersOfTheCPUMode()
+{
+    m_Program.Connected = m_Program.Halted = true;
+    DEBUG_VIEW_HOOKS Hooks = GetDebugViewHooks();
+    QString sMode = QStringLiteral("Thread");
+    Hooks.GetCPUModeName = [&sMode] { return sMode; };
+    Hooks.GetRegGroups = [&sMode] { // the handler has a stack pointer of its own
+        const VIEW_REG SP{QStringLiteral("SP"), {}, 32, sMode == QLatin1String("Thread") ? 14u : 13u};
+        return QList<VIEW_REG_GROUP>{{QStringLiteral("Mode"), {}, {SP}, true},
+                                     {QStringLiteral("Others"), {}, {{QStringLiteral("R0"), {}, 32, 0}}}};
+    };
+    SetDebugViewHooks(Hooks);
+    CRegisterWindow Window;
+    CRegistersDataModel* pModel = Window.GetRegisterModel();
+    QCOMPARE(pModel->index(0, 1).data().toString(), QStringLiteral("Thread"));
+    QCOMPARE(pModel->index(1, 1).data().toString(), QString());
+    QVERIFY(pModel->FindReg(14).isValid());
+    sMode = QStringLiteral("Handler");
+    Window.OnDeviceCPUModeChanged(2);
+    QCOMPARE(pModel->index(0, 1).data().toString(), QStringLiteral("Handler"));
+    QVERIFY(pModel->FindReg(13).isValid() && !pModel->FindReg(14).isValid());
+    m_Program.Halted = false; // the mode of the last halt says nothing about a program that runs
+    QCOMPARE(pModel->index(0, 1).data().toString(), QString());
 }
 
 void tst_debugwindows::registersOfOuterFrame()

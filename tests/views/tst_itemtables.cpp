@@ -45,6 +45,29 @@ public:
         if (Index.isValid() && Role == ROLE_SORT_VALUE) return Index.column() == 1 ? m_Rows[Index.row()].Value : QVariant();
         return CTableModel::data(Index, Role);
     }
+    void Insert(int Row, const QList<ROW>& Rows)
+    {
+        beginInsertRows({}, Row, Row + int(Rows.size()) - 1);
+        for (int i = 0; i < Rows.size(); i++) m_Rows.insert(Row + i, Rows[i]);
+        endInsertRows();
+    }
+    void Remove(int Row, int Count)
+    {
+        beginRemoveRows({}, Row, Row + Count - 1);
+        m_Rows.remove(Row, Count);
+        endRemoveRows();
+    }
+    void Reverse()
+    {
+        emit layoutAboutToBeChanged();
+        const QModelIndexList Old = persistentIndexList();
+        QModelIndexList New;
+        for (const QModelIndex& Index : Old)
+            New.append(index(int(m_Rows.size()) - 1 - Index.row(), Index.column()));
+        std::reverse(m_Rows.begin(), m_Rows.end());
+        changePersistentIndexList(Old, New);
+        emit layoutChanged();
+    }
     QList<ROW> m_Rows;
 };
 
@@ -108,6 +131,8 @@ private slots:
     void orderAndFilter_data();
     void orderAndFilter();
     void changesOfRowsKeepTheOrder();
+    void rowsComeAndGo_data();
+    void rowsComeAndGo();
     void filterKeepsTheSelection();
     void exportsWhatIsShown();
     void headerStateOfOtherColumns();
@@ -178,6 +203,81 @@ void tst_itemtables::changesOfRowsKeepTheOrder()
     Window.m_pRows->m_Rows = Rows;
     Window.m_pRows->EndReset();
     QCOMPARE(Window.GetOrder(), SortPlainly(Rows, 1, true));
+    QCOMPARE(Faults.Get(), QStringList());
+}
+
+void tst_itemtables::rowsComeAndGo_data()
+{
+    QTest::addColumn<int>("Column"); // -1: unsorted
+    QTest::addColumn<bool>("Filtered");
+    QTest::addColumn<bool>("Flat");
+    for (const int Column : {-1, 0, 1})
+        for (const bool Filtered : {false, true})
+            for (const bool Flat : {true, false})
+                QTest::addRow("column %d, %s, %s", Column, Filtered ? "filtered" : "all",
+                              Flat ? "flat" : "tree")
+                    << Column << Filtered << Flat;
+}
+
+void tst_itemtables::rowsComeAndGo()
+{
+    QFETCH(int, Column);
+    QFETCH(bool, Filtered);
+    QFETCH(bool, Flat);
+    CRowWindow Window(MakeRows(120, false));
+    if (!Flat) Window.SetIndentation(14);
+    CRowModel& Model = *Window.m_pRows;
+    CModelFaults Faults;
+    QAbstractItemModelTester Tester(Window.GetSortFilter(),
+                                    QAbstractItemModelTester::FailureReportingMode::Warning);
+    if (Column >= 0)
+        Window.SetSortColumn(Column, Qt::DescendingOrder);
+    else
+        Window.SetSortingEnabled(false);
+    if (Filtered) Window.GetSortFilter()->SetFilterText(0, QStringLiteral("1"));
+    const auto Check = [&](const char* sAfter) {
+        QList<int> Order(Model.m_Rows.size());
+        std::iota(Order.begin(), Order.end(), 0);
+        if (Column >= 0) Order = SortPlainly(Model.m_Rows, Column, false);
+        Order.removeIf([&](int Row) { return Filtered && !Model.m_Rows[Row].sName.contains(u'1'); });
+        const QList<int> Shown = Window.GetOrder();
+        QVERIFY2(QSet(Shown.begin(), Shown.end()) == QSet(Order.begin(), Order.end()), sAfter);
+        if (Flat) QVERIFY2(Shown == Order, sAfter); // the base class leaves equal rows as they came
+    };
+    // A row that is in the way of all of it and that the view keeps hold of.
+    Model.Insert(100, {{QStringLiteral("unit_1 kept"), qlonglong(7)}});
+    const QPersistentModelIndex Kept(Window.MapToView(Model.index(100, 1)));
+    QVERIFY(Kept.isValid());
+    quint32 Random = 1;
+    for (int i = 0; i < 40; i++) {
+        Random = Random * 1664525u + 1013904223u;
+        const int Row = int((Random >> 10) % quint32(Model.m_Rows.size()));
+        switch (i % 5) {
+        case 0:
+            Model.Insert(Row, MakeRows(i % 3 ? 3 : 70, false));
+            break;
+        case 1:
+            Model.Insert(int(Model.m_Rows.size()), MakeRows(1, false));
+            break;
+        case 2:
+            Model.Remove(0, i % 4 ? 2 : 70);
+            break;
+        case 3:
+            if (Model.m_Rows[Row].sName.endsWith(QLatin1String("kept"))) break;
+            Model.m_Rows[Row].sName = QStringLiteral("unit_%1").arg(i);
+            Model.m_Rows[Row].Value = qlonglong(i) - 30;
+            Model.NotifyItemChanged(Model.index(Row, 0), Model.index(Row, 1));
+            break;
+        default:
+            Model.Reverse();
+        }
+        Check(qPrintable(QStringLiteral("step %1").arg(i)));
+        if (Kept.isValid())
+            QCOMPARE(Kept.sibling(Kept.row(), 0).data().toString(), QStringLiteral("unit_1 kept"));
+    }
+    Model.Remove(0, int(Model.m_Rows.size()));
+    QCOMPARE(Window.GetNumRows(), 0);
+    QVERIFY(!Kept.isValid());
     QCOMPARE(Faults.Get(), QStringList());
 }
 

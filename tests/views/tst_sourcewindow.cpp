@@ -11,6 +11,7 @@
 
 #include <QAction>
 #include <QClipboard>
+#include <QComboBox>
 #include <QLabel>
 #include <QSettings>
 #include <QSignalSpy>
@@ -38,6 +39,7 @@ private slots:
     void editingIsGuarded();
     void closingAsksAboutChanges();
     void missingFileSaysSo();
+    void headerBarFollowsUnlessLocked();
     void findGoesAround();
     void sessionLines();
     void syntax_data();
@@ -410,6 +412,24 @@ void tst_sourcewindow::missingFileSaysSo()
     m_pWindow->ReopenResolvedDocuments();
     QVERIFY(!pLabel->isVisible());
     QCOMPARE(m_pWindow->GetDocText(sPath), QStringLiteral("int Found;\n"));
+}
+
+void tst_sourcewindow::headerBarFollowsUnlessLocked()
+{
+    Halt(30);
+    auto* pSymbols = m_pWindow->findChild<QComboBox*>(QStringLiteral("comboBoxSymbols"));
+    QCOMPARE(pSymbols->currentText(), QStringLiteral("_Toggle"));
+    SetVar(PREF_LOCK_HEADER_BAR, 0, false);
+    m_pWindow->SetPreference(PREF_LOCK_HEADER_BAR, 0);
+    m_pWindow->GetEditor()->SetCursorTextPos(QPoint(0, 20));
+    QTRY_COMPARE(pSymbols->currentText(), QStringLiteral("SysTick_Handler"));
+    SetVar(PREF_LOCK_HEADER_BAR, 1, false);
+    m_pWindow->SetPreference(PREF_LOCK_HEADER_BAR, 1);
+    m_pWindow->GetEditor()->SetCursorTextPos(QPoint(0, 24));
+    QTest::qWait(600); // longer than the bar takes to follow
+    QCOMPARE(pSymbols->currentText(), QStringLiteral("SysTick_Handler"));
+    Halt(41); // the PC moves it also then
+    QCOMPARE(pSymbols->currentText(), QStringLiteral("main"));
 }
 
 void tst_sourcewindow::findGoesAround()

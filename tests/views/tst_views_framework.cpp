@@ -16,8 +16,11 @@
 #include <QAbstractItemModelTester>
 #include <QAction>
 #include <QCheckBox>
+#include <QDropEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMimeData>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -142,6 +145,8 @@ private slots:
     void sessionLine();
     void windowNames();
     void displayFormats();
+    void itemFormatIsTicked();
+    void dropsAreTheWindowsOwn();
     void parseValues_data();
     void parseValues();
     void messageBoxInterceptor();
@@ -477,6 +482,9 @@ void tst_views_framework::headerStateText()
     QCOMPARE(Other.GetHeader()->logicalIndex(0), 1);
     QCOMPARE(Other.GetHeader()->sectionSize(1), 27); // too narrow to grab otherwise
     QCOMPARE(Other.GetHeader()->sortIndicatorOrder(), Qt::DescendingOrder);
+    Other.GetHeader()->SetStateText(QStringLiteral("SortCol=None"));
+    QCOMPARE(Other.GetHeader()->GetSetting(QStringLiteral("SortCol")), QStringLiteral("None"));
+    Other.GetHeader()->SetStateText(QStringLiteral("SortCol=Name"));
     // Garbage from a file changes nothing.
     QCOMPARE(Other.GetHeader()->SetStateText(QStringLiteral("VisibleCols=[\"None of them\"], Foo=1, ,=,")),
              1);
@@ -575,6 +583,59 @@ void tst_views_framework::displayFormats()
     QCOMPARE(FormatValue(~U64(0), DISPLAY_FORMAT_DEC), QStringLiteral("18446744073709551615"));
     QCOMPARE(FindDisplayFormat(QStringLiteral("\"display_format_dec\"")), int(DISPLAY_FORMAT_DEC));
     QCOMPARE(FindDisplayFormat(QStringLiteral("HEX")), -1);
+}
+
+void tst_views_framework::itemFormatIsTicked()
+{
+    class CMenuWindow : public CCounterWindow {
+    public:
+        QString GetTicked(const QModelIndex& Index)
+        {
+            QMenu Menu;
+            SetCurrentItem(Index);
+            AddCommonMenuEntries(&Menu, Index);
+            for (const QAction* pAction : Menu.actions())
+                if (pAction->text() == QLatin1String("Displa&y As"))
+                    for (const QAction* pEntry : pAction->menu()->actions())
+                        if (pEntry->isChecked()) return pEntry->text();
+            return {};
+        }
+    } Window;
+    const QModelIndex Cell = Window.m_pCounters->index(1, 1);
+    QCOMPARE(Window.GetTicked(Cell), QStringLiteral("De&fault"));
+    Window.findChild<QAction*>(QStringLiteral("actionDisplayAsBinary"))->trigger();
+    QCOMPARE(Window.GetItemDisplayFormat(Cell), int(DISPLAY_FORMAT_BINARY));
+    QCOMPARE(Window.GetTicked(Cell), QStringLiteral("&Binary"));
+    QCOMPARE(Window.GetTicked(Window.m_pCounters->index(0, 1)), QStringLiteral("De&fault"));
+}
+
+void tst_views_framework::dropsAreTheWindowsOwn()
+{
+    class CDropWindow : public CCounterWindow {
+    public:
+        void OnDragDrop(QDropEvent* pEvent) override { m_sDropped = pEvent->mimeData()->text(); }
+        QString m_sDropped;
+    } Window;
+    QMimeData Text;
+    Text.setText(QStringLiteral("Counter + 1"));
+    QMimeData Other;
+    Other.setData(QStringLiteral("image/png"), "x");
+    const auto Drop = [&Window](const QMimeData& Data) {
+        QWidget* pViewport = Window.GetView()->viewport();
+        QDragEnterEvent Enter(QPoint(5, 5), Qt::CopyAction, &Data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(pViewport, &Enter);
+        if (!Enter.isAccepted()) return false;
+        QDragMoveEvent Move(QPoint(6, 6), Qt::CopyAction, &Data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(pViewport, &Move);
+        QDropEvent Event(QPointF(6, 6), Qt::CopyAction, &Data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(pViewport, &Event);
+        return Move.isAccepted();
+    };
+    QVERIFY(!Drop(Text)); // its view takes none
+    Window.GetView()->setDragDropMode(QAbstractItemView::DropOnly);
+    QVERIFY(!Drop(Other));
+    QVERIFY(Drop(Text));
+    QCOMPARE(Window.m_sDropped, Text.text());
 }
 
 void tst_views_framework::parseValues_data()

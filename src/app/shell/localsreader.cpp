@@ -4,6 +4,7 @@
 #include "device/target/datamanager.h"
 #include "program/eval/evalhooks.h"
 #include "program/tables/prog.h"
+#include "project/settings/sysvars.h"
 #include "views/framework/window.h"
 
 CLocalsReader& CLocalsReader::Get()
@@ -90,8 +91,8 @@ QList<VIEW_SYMBOL> CLocalsReader::GetRows(const QStringList& Path)
             Symbols.append(Holder);
             continue;
         }
-        constexpr int MAX_MEMBERS = 1000;
-        for (int i = 0; i < std::min(Holder.GetChildCount(), MAX_MEMBERS); i++) Symbols.append(Holder.GetChild(i));
+        const int NumMembers = std::min(Holder.GetChildCount(), int(GetVarValue(PREF_MAX_SYMBOL_MEMBERS)));
+        for (int i = 0; i < NumMembers; i++) Symbols.append(Holder.GetChild(i));
     }
     QList<VIEW_SYMBOL> Rows;
     for (CSymbol& Symbol : Symbols) {

@@ -216,7 +216,10 @@ private:
     void PlaceWindow(CWindow* pWindow, const char* sDockName, Qt::DockWidgetArea Area);
     void JoinSelections(CWindow* pWindow, const QList<CWindow*>& Others);
     CWindow* FindWindowToShow(const QString& sName);
-    CWindow* AddFamilyWindow(WINDOW_FAMILY& Family);
+    CWindow* AddFamilyWindow(WINDOW_FAMILY& Family,
+                             const QString& sWantedName = {}); ///< hidden; null if the name is taken
+    QStringList GetExtraWindowNames() const; ///< of the windows of a family beyond its first
+    void AddExtraWindows(const QStringList& Names);
     bool RemoveFamilyWindow(CWindow* pWindow); ///< false: it isn't one, or the last of its family
     void BringOntoScreen();
     void ConnectWindows();

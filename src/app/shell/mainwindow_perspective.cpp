@@ -25,6 +25,7 @@ namespace {
 
 constexpr char GROUP_MAIN[] = "AppData/MainWindow";
 constexpr char KEY_TABLE_HEADERS[] = "TableHeaderState/";
+constexpr char KEY_EXTRA_WINDOWS[] = "ExtraWindows";
 constexpr int STATE_VERSION = 0;
 
 /// The settings group of a perspective: 0 to edit, 1 to debug. Empty for any other number.
@@ -97,6 +98,8 @@ void CMainWindow::RestorePerspective()
     m_Perspective = PERSPECTIVE_DEBUG;
     const QString sGroup = GetPerspectiveGroup(m_Perspective);
     ApplyDefaultLayout();
+    AddExtraWindows(Store.Read(sGroup, KEY_EXTRA_WINDOWS, {})
+                        .toStringList()); // the state places only windows that are there
     // A state that can't be read leaves the default layout.
     if (const QByteArray State = Store.Read(sGroup, "WindowState", {}).toByteArray(); !State.isEmpty())
         restoreState(State, STATE_VERSION);
@@ -133,6 +136,7 @@ void CMainWindow::SaveAppData()
     Store.Write(GROUP_MAIN, "Version", GetVersionText());
     const QString sGroup = GetPerspectiveGroup(m_Perspective);
     Store.Write(sGroup, "WindowState", saveState(STATE_VERSION));
+    Store.Write(sGroup, KEY_EXTRA_WINDOWS, GetExtraWindowNames());
     for (int i = 0; i < NUM_TOOLBARS; i++)
         Store.Write(sGroup, TOOLBARS[i].SettingsKey, m_apToolBar[size_t(i)]->isVisible());
     for (CWindow* pWindow : std::as_const(m_Windows))

@@ -72,10 +72,11 @@ void CMainWindow::JoinSelections(CWindow* pWindow, const QList<CWindow*>& Others
     }
 }
 
-CWindow* CMainWindow::AddFamilyWindow(WINDOW_FAMILY& Family)
+CWindow* CMainWindow::AddFamilyWindow(WINDOW_FAMILY& Family, const QString& sWantedName)
 {
+    if (!sWantedName.isEmpty() && FindWindow(sWantedName, false)) return nullptr;
     // One that was closed has left a gap in the numbers, and no two windows may bear one name.
-    QString sName;
+    QString sName = sWantedName;
     for (qsizetype Number = Family.Windows.size() + 1; sName.isEmpty() || FindWindow(sName, false); Number++)
         sName = QStringLiteral("%1 %2").arg(Family.sKind).arg(Number);
     const QList<CWindow*> Others = m_Windows;
@@ -88,6 +89,25 @@ CWindow* CMainWindow::AddFamilyWindow(WINDOW_FAMILY& Family)
     // It has missed the halt that made the others active.
     if (pWindow->TestFlag(WF_ACTIVATE_ON_HALT) && IsTargetHalted()) pWindow->SetActive(true);
     return pWindow;
+}
+
+QStringList CMainWindow::GetExtraWindowNames() const
+{
+    QStringList Names;
+    for (const WINDOW_FAMILY& Family : m_Families)
+        for (const CWindow* pWindow : Family.Windows.mid(1)) Names.append(pWindow->GetName());
+    return Names;
+}
+
+void CMainWindow::AddExtraWindows(const QStringList& Names)
+{
+    for (const QString& sName : Names) {
+        bool IsNumber = false;
+        const QString sKind = sName.section(u' ', 0, -2);
+        const int Number = sName.section(u' ', -1).toInt(&IsNumber);
+        for (WINDOW_FAMILY& Family : m_Families)
+            if (IsNumber && Number > 0 && Family.sKind == sKind) AddFamilyWindow(Family, sName);
+    }
 }
 
 bool CMainWindow::RemoveFamilyWindow(CWindow* pWindow)

@@ -299,14 +299,20 @@ void WireValues(DEBUG_VIEW_HOOKS& Hooks, CMainWindow& Main)
     Hooks.GetRegGroups = [] {
         QList<VIEW_REG_GROUP> Groups;
         for (const CPU_REGISTER_GROUP& Group : GetCpuRegisterGroups()) {
-            VIEW_REG_GROUP View{Group.Name, Group.Description, {}};
+            VIEW_REG_GROUP View{Group.Name, Group.Description, {}, Group.IsModeDependent};
+            U32 Number = 0;
             for (const CPU_REGISTER& Register : Group.Registers) {
-                const U32 RegId = Register.Id.isEmpty() ? Core_GetRegId(Register.Index) : 0xFFFFFFFFu;
+                // The plug-in gives the registers of the present mode by their numbers.
+                const U32 Index = Group.IsModeDependent ? Number++ : Register.Index;
+                const U32 RegId = Register.Id.isEmpty() ? Core_GetRegId(Index) : 0xFFFFFFFFu;
                 if (RegId != 0xFFFFFFFFu) View.Regs.append({Register.Name, Register.Description, Register.Bits, RegId});
             }
             if (!View.Regs.isEmpty()) Groups.append(View);
         }
         return Groups;
+    };
+    Hooks.GetCPUModeName = [] {
+        return Core_IsLoaded() ? Core_GetCPUModeName(CDevice::Get().GetCPUMode()) : QString();
     };
     Hooks.ReadRegs = [&Main](const QList<U32>& RegIds, QList<U64>&, QList<bool>&) {
         for (CWindow* pWindow : Main.GetWindows())

@@ -68,11 +68,9 @@ QFrame* MakeLine(QWidget* pParent)
 
 } // namespace
 
-CProjectWizard::CProjectWizard(QWidget* pParent) : QDialog(pParent)
+CProjectWizard::CProjectWizard(QWidget* pParent)
+    : CDialog(QStringLiteral("ProjectWizard"), QLatin1String(TITLE), QLatin1String(ICON), pParent)
 {
-    setObjectName(QStringLiteral("ProjectWizard"));
-    setWindowTitle(QLatin1String(TITLE));
-    setWindowIcon(GetIcon(QLatin1String(ICON)));
     setModal(true);
     m_pPages = new QStackedWidget(this);
     m_pPages->addWidget(BuildPageTargetSettings());
@@ -300,7 +298,7 @@ QString CProjectWizard::GetDeviceName() const
 
 void CProjectWizard::showEvent(QShowEvent* pEvent)
 {
-    QDialog::showEvent(pEvent);
+    CDialog::showEvent(pEvent);
     ValidatePageTargetSettings();
     if (GetDeviceName().isEmpty()) findChild<QToolButton*>(QStringLiteral("buttonSelectDevice"))->setFocus();
 }

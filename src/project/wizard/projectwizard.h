@@ -9,8 +9,8 @@
 #pragma once
 #include "app/services/types.h"
 #include "device/queue/deviceeventlistener.h"
+#include "views/framework/dialog.h"
 
-#include <QDialog>
 #include <QStringList>
 
 class QComboBox;
@@ -21,7 +21,7 @@ class QLineEdit;
 class QPushButton;
 class QStackedWidget;
 
-class CProjectWizard : public QDialog, public CDeviceEventListener {
+class CProjectWizard : public CDialog, public CDeviceEventListener {
     Q_OBJECT
 
 public:

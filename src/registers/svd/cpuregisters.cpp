@@ -14,6 +14,11 @@ U32 ToNumber(const QString& sText, U32 Default)
     return Ok ? Value : Default;
 }
 
+bool ToBool(const QString& sText)
+{
+    return sText.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0 || ToNumber(sText, 0) != 0;
+}
+
 CPU_REGISTER ReadRegister(const CXmlNode& Node)
 {
     CPU_REGISTER Register;
@@ -52,6 +57,7 @@ QString LoadCpuRegisters(const QString& sPath)
         CPU_REGISTER_GROUP Group;
         Group.Name = Node.GetText("name");
         Group.Description = Node.GetText("description");
+        Group.IsModeDependent = ToBool(Node.GetText("cpumodedependent"));
         for (const CXmlNode& Register : Node.GetChild("registers").GetChildren("register"))
             Group.Registers.append(ReadRegister(Register));
         if (!Group.Registers.isEmpty()) Groups.append(Group);

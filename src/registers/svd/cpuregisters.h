@@ -24,6 +24,8 @@ struct CPU_REGISTER {
 struct CPU_REGISTER_GROUP {
     QString Name;
     QString Description;
+    bool IsModeDependent =
+        false; ///< its registers are those of the CPU's present mode; the plug-in knows which
     QList<CPU_REGISTER> Registers;
 };
 

@@ -64,6 +64,7 @@ struct VIEW_REG_GROUP {
     QString sName;
     QString sDescription;
     QList<VIEW_REG> Regs;
+    bool ShowsCPUMode = false; ///< the registers are those of the CPU's mode, whose name is the group's value
 };
 
 /// One row of the break and tracepoints window; children are derived breakpoints.
@@ -137,7 +138,8 @@ struct DEBUG_VIEW_HOOKS {
     std::function<int(U32 PC)> FindFrame;         ///< -1 for none
     std::function<void()> InvalidateStack;
     // Registers.
-    std::function<QList<VIEW_REG_GROUP>()> GetRegGroups;
+    std::function<QList<VIEW_REG_GROUP>()> GetRegGroups; ///< asked anew when the CPU's mode changes
+    std::function<QString()> GetCPUModeName;             ///< of the target's last halt; empty if unknown
     /// Asks for registers by index; true and the values if they are known at once, else the answer is an
     /// event.
     std::function<bool(const QList<U32>& RegIdxs, QList<U64>& Values, QList<bool>& Valid)> ReadRegs;

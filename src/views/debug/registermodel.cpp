@@ -3,10 +3,12 @@
 #include "views/framework/modelviewwindow.h"
 #include "views/theme/icons.h"
 
+#include <algorithm>
+
 namespace {
 enum COLUMNS { COL_NAME, COL_VALUE, COL_ADDRESS, COL_DESCRIPTION, NUM_COLUMNS };
 constexpr TABLE_COLUMN aColumns[] = {{"Name", COLUMN_TEXT, 165},
-                                     {"Value", COLUMN_NUMERIC, 105},
+                                     {"Value", COLUMN_NUMERIC, 140},
                                      {"Address", COLUMN_HEX, 80},
                                      {"Description", COLUMN_TEXT, 140}};
 static_assert(std::size(aColumns) == NUM_COLUMNS);
@@ -28,6 +30,12 @@ void CRegistersDataModel::SetGroups(const QList<VIEW_REG_GROUP>& Groups)
     BeginReset();
     m_Groups = Groups;
     EndReset();
+}
+
+bool CRegistersDataModel::ShowsCPUMode() const
+{
+    return std::any_of(m_Groups.cbegin(), m_Groups.cend(),
+                       [](const VIEW_REG_GROUP& Group) { return Group.ShowsCPUMode; });
 }
 
 void CRegistersDataModel::Invalidate()
@@ -101,7 +109,11 @@ void CRegistersDataModel::SetRegValues(const QList<U32>& RegIdxs, const QList<U6
 QString CRegistersDataModel::GetValueText(const QModelIndex& Index) const
 {
     const VIEW_REG* pReg = GetReg(Index);
-    if (!pReg) return QString();
+    if (!pReg) {
+        const bool ShowsMode =
+            IsTargetHalted() && !Index.parent().isValid() && m_Groups.value(Index.row()).ShowsCPUMode;
+        return ShowsMode ? AskHook(GetDebugViewHooks().GetCPUModeName, QString()) : QString();
+    }
     U64 Value = 0;
     if (!GetValue(Index, Value)) return IsTargetConnected() ? sUnknown : QString();
     const int Format = GetWindow() ? GetWindow()->GetItemDisplayFormat(Index) : int(DISPLAY_FORMAT_HEX);

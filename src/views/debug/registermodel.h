@@ -13,6 +13,7 @@ public:
 
     void SetGroups(const QList<VIEW_REG_GROUP>& Groups); ///< values of registers that stay are kept
     bool HasGroups() const { return !m_Groups.isEmpty(); }
+    bool ShowsCPUMode() const; ///< a group holds the registers of the CPU's present mode
     void Invalidate(); ///< drops all values
     /// Stores a batch of values; a register that couldn't be read loses its value.
     void SetRegValues(const QList<U32>& RegIdxs, const QList<U64>& Values, const QList<bool>& Valid);

@@ -80,6 +80,11 @@ void CRegisterWindow::OnDeviceDisconnectDone()
     CModelViewWindow::OnDeviceDisconnectDone();
 }
 
+void CRegisterWindow::OnDeviceCPUModeChanged(U32)
+{
+    if (m_pRegisters->ShowsCPUMode()) Rebuild(); // the group of the mode's registers has others now
+}
+
 void CRegisterWindow::OnPluginLoaded(QString, int)
 {
     Rebuild();

@@ -20,6 +20,7 @@ public:
 
     void OnDeviceConnectDone(CONNECT_MODES Mode) override;
     void OnDeviceDisconnectDone() override;
+    void OnDeviceCPUModeChanged(U32 NewMode) override;
     void OnDeviceReadRegDone(U32 BrylloRegIdx, U64 RegValue) override;
     void OnDeviceReadRegFailed(U32 BrylloRegIdx) override;
     void OnDeviceReadRegsDone(U32 Cnt, U32* paBrylloRegIdxs, U64* paRegVals, U8* paRegStatus) override;

@@ -178,7 +178,7 @@ void CSourceWindow::Update(U32 NewPC)
     m_PC = NewPC;
     m_PCLoc = NewPC == ADDR_NONE ? CSrcLoc() : AskHook(GetDebugViewHooks().GetSrcLoc, CSrcLoc(), NewPC);
     UpdateReadOnly();
-    if (IsPCShown()) SelectPcLine();
+    if (IsPCShown() && SelectPcLine()) ShowFuncInHeaderBar(m_PCLoc.Line);
     Repaint();
 }
 
@@ -339,6 +339,9 @@ void CSourceWindow::SetPreference(int SysVarID, I64 Value)
     case PREF_RESTRICT_SRC_EDIT:
         UpdateReadOnly();
         break;
+    case PREF_LOCK_HEADER_BAR:
+        m_HeaderTimer.start();
+        break;
     default:
         break;
     }
@@ -485,14 +488,20 @@ void CSourceWindow::InitHeaderBar()
     for (const VIEW_FUNC& Func : std::as_const(m_Funcs))
         if (!Func.sScope.isEmpty() && m_pComboScope->findText(Func.sScope) < 0)
             m_pComboScope->addItem(Func.sScope);
-    OnHeaderBarUpdateTimerTimeout();
+    ShowFuncInHeaderBar(U32(m_pEditor->GetCursor().y() + 1));
 }
 
 void CSourceWindow::OnHeaderBarUpdateTimerTimeout()
 {
+    // A locked bar keeps to the function of the PC, or the one that the user has picked, wherever the cursor
+    // goes.
+    if (GetVarValue(PREF_LOCK_HEADER_BAR) == 0) ShowFuncInHeaderBar(U32(m_pEditor->GetCursor().y() + 1));
+}
+
+void CSourceWindow::ShowFuncInHeaderBar(U32 Line)
+{
     if (m_Funcs.isEmpty()) return;
-    // The function at the cursor is the last that starts at or above it.
-    const U32 Line = U32(m_pEditor->GetCursor().y() + 1);
+    // The function of a line is the last that starts at or above it.
     const VIEW_FUNC* pCurrent = nullptr;
     for (const VIEW_FUNC& Func : std::as_const(m_Funcs))
         if (Func.Line <= Line && (!pCurrent || Func.Line >= pCurrent->Line)) pCurrent = &Func;

@@ -205,6 +205,7 @@ private:
     void RememberLocation(CSrcLoc Loc);
     void UpdateFindMatches();
     void InitHeaderBar();
+    void ShowFuncInHeaderBar(U32 Line);  ///< one-based line of the active document
     QString GetRowLocationText(int Row); ///< "main.c:12" or an address, as commands take it
     QAction* FindAction(const char* sName) const;
 

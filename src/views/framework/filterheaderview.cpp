@@ -208,10 +208,9 @@ void CFilterHeaderView::resizeEvent(QResizeEvent* pEvent)
 }
 
 CFilterHeaderDialog::CFilterHeaderDialog(const QString& sColumn, bool IsNumeric, QWidget* pParent)
-    : QDialog(pParent)
+    : CDialog(QStringLiteral("FilterHeaderDialog"), QStringLiteral("Set Filter"),
+              QStringLiteral("funnel-small"), pParent)
 {
-    setObjectName(QStringLiteral("FilterHeaderDialog"));
-    setWindowTitle(QStringLiteral("Set Filter"));
     auto* pLayout = new QFormLayout(this);
     auto AddEdit = [this, pLayout](const char* sLabel, const char* sName) {
         auto* pEdit = new QLineEdit(this);

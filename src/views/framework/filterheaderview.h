@@ -1,7 +1,8 @@
 // CFilterHeaderView, the frame of an item window with a filter bar: a row of editors aligned with the columns
 // of the tree view below. CFilterHeaderDialog asks for the filter of one column.
 #pragma once
-#include <QDialog>
+#include "views/framework/dialog.h"
+
 #include <QTimer>
 #include <QWidget>
 
@@ -42,7 +43,7 @@ private:
     QList<int> m_EditedColumns;
 };
 
-class CFilterHeaderDialog : public QDialog {
+class CFilterHeaderDialog : public CDialog {
     Q_OBJECT
 
 public:

@@ -19,7 +19,18 @@
 
 namespace {
 constexpr int MAX_ROWS_TO_EXPAND = 20; ///< from here on unfolding everything would bury the window in rows
+
+/// The format that an entry of the item's menu stands for; -1 for the window's own.
+int GetItemFormat(const QAction* pAction)
+{
+    static const QHash<QString, int> s_Formats{
+        {QStringLiteral("actionDisplayAsBinary"), DISPLAY_FORMAT_BINARY},
+        {QStringLiteral("actionDisplayAsDec"), DISPLAY_FORMAT_DEC},
+        {QStringLiteral("actionDisplayAsHex"), DISPLAY_FORMAT_HEX},
+        {QStringLiteral("actionDisplayAsChar"), DISPLAY_FORMAT_CHAR}};
+    return s_Formats.value(pAction->objectName(), -1);
 }
+} // namespace
 
 void CModelViewWindow::OnContentChanged()
 {
@@ -121,16 +132,10 @@ void CModelViewWindow::OnItemDisplayFormatActionTriggered()
     const QModelIndex Index = GetCurrentItem();
     auto* pAction = qobject_cast<QAction*>(sender());
     if (!Index.isValid() || !pAction) return;
-    static const QHash<QString, int> s_Formats{
-        {QStringLiteral("actionDisplayAsBinary"), DISPLAY_FORMAT_BINARY},
-        {QStringLiteral("actionDisplayAsDec"), DISPLAY_FORMAT_DEC},
-        {QStringLiteral("actionDisplayAsHex"), DISPLAY_FORMAT_HEX},
-        {QStringLiteral("actionDisplayAsChar"), DISPLAY_FORMAT_CHAR}};
-    const auto it = s_Formats.constFind(pAction->objectName());
-    if (it == s_Formats.constEnd())
+    if (const int Format = GetItemFormat(pAction); Format < 0)
         m_pModel->RemoveRoleEntry(Index, ROLE_DISPLAY_FORMAT);
     else
-        m_pModel->SetRole(Index, ROLE_DISPLAY_FORMAT, U32(*it), false, true);
+        m_pModel->SetRole(Index, ROLE_DISPLAY_FORMAT, U32(Format), false, true);
     Repaint();
 }
 
@@ -274,7 +279,11 @@ void CModelViewWindow::AddCommonMenuEntries(QMenu* pMenu, const QModelIndex& Sou
     if (SourceIndex.isValid() &&
         (GetColumnFlags(SourceIndex.column()) & COLUMN_NUMERIC || IsChangeHighlighted(1))) {
         QMenu* pSubMenu = pMenu->addMenu(QStringLiteral("Displa&y As"));
-        for (QAction* pAction : std::as_const(m_ItemFormatActions)) pSubMenu->addAction(pAction);
+        const QVariant Own = m_pModel->GetStoredRole(SourceIndex, ROLE_DISPLAY_FORMAT);
+        for (QAction* pAction : std::as_const(m_ItemFormatActions)) {
+            pAction->setChecked(GetItemFormat(pAction) == (Own.isValid() ? Own.toInt() : -1));
+            pSubMenu->addAction(pAction);
+        }
         AddDisplayFormatMenu(pMenu);
         pMenu->addSeparator();
     }
@@ -353,8 +362,8 @@ void CModelViewWindow::BackupState(int StateID)
         for (int i = 0; i < m_pHeader->count(); i++) Backup.Widths.append(m_pHeader->sectionSize(i));
     Backup.ScrollX = m_pView->horizontalScrollBar()->value();
     Backup.ScrollY = m_pView->verticalScrollBar()->value();
-    Backup.SortColumn = m_pSortFilter->sortColumn();
-    Backup.SortOrder = m_pSortFilter->sortOrder();
+    Backup.SortColumn = m_pSortFilter->GetSortColumn();
+    Backup.SortOrder = m_pSortFilter->GetSortOrder();
     m_StateBackups.insert(StateID, Backup);
     m_pModel->BackupAttributes();
 }

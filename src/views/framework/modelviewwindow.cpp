@@ -208,6 +208,7 @@ void CModelViewWindow::ResizeColumnsToContents()
 void CModelViewWindow::SetIndentation(int Pixels)
 {
     m_Indentation = Pixels;
+    m_pSortFilter->SetFlat(IsFlatTable());
     m_pView->setIndentation(Pixels);
     m_pView->setRootIsDecorated(Pixels > 0);
 }

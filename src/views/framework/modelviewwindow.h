@@ -185,6 +185,8 @@ protected:
     void AddCommonMenuEntries(QMenu* pMenu, const QModelIndex& SourceIndex);
     void UpdateActions() override;
     void ConnectSignals() override;
+    /// Qt::Key_Up or Qt::Key_Down, whichever came last: the way in which to pass rows that can't be selected.
+    int GetLastArrowKey() const { return m_LastArrowKey; }
 
     QAction* m_pActionExpandAll = nullptr;
     QAction* m_pActionCollapseAll = nullptr;
@@ -229,5 +231,5 @@ private:
     int m_Indentation = 14;
     QMap<int, STATE_BACKUP> m_StateBackups;
     QList<QAction*> m_ItemFormatActions;
-    int m_LastArrowKey = 0;
+    int m_LastArrowKey = Qt::Key_Down;
 };

@@ -24,20 +24,13 @@ CSortFilter::CSortFilter(CModelViewWindow* pWindow, CItemDelegate* pDelegate)
 {
     setDynamicSortFilter(true);
     pDelegate->SetSortFilter(this);
-    const auto Forget = [this] { m_pTopLevel = nullptr; };
-    connect(this, &QAbstractItemModel::modelAboutToBeReset, this, Forget);
-    connect(this, &QAbstractItemModel::modelReset, this, Forget);
-    connect(this, &QAbstractItemModel::layoutAboutToBeChanged, this, Forget);
-    connect(this, &QAbstractItemModel::layoutChanged, this, Forget);
-    connect(this, &QAbstractItemModel::rowsAboutToBeInserted, this, Forget);
-    connect(this, &QAbstractItemModel::rowsInserted, this, Forget);
-    connect(this, &QAbstractItemModel::rowsAboutToBeRemoved, this, Forget);
-    connect(this, &QAbstractItemModel::rowsRemoved, this, Forget);
 }
 
 void CSortFilter::setSourceModel(QAbstractItemModel* pModel)
 {
     if (QAbstractItemModel* pOld = sourceModel()) pOld->disconnect(this);
+    m_Rows.SetPlain();
+    if (!pModel) return QSortFilterProxyModel::setSourceModel(pModel);
     // Connected ahead of the base, which sorts anew in its own answers to these signals.
     const auto OnWholeChange = [this] { DropSortKeys(true); };
     const auto OnRowChange = [this] { DropSortKeys(false); };
@@ -51,6 +44,7 @@ void CSortFilter::setSourceModel(QAbstractItemModel* pModel)
     connect(pModel, &QAbstractItemModel::rowsMoved, this, OnRowChange);
     DropSortKeys(true);
     QSortFilterProxyModel::setSourceModel(pModel);
+    if (m_IsFlat) ConnectFlat(pModel);
 }
 
 CTableModel* CSortFilter::GetTableModel() const
@@ -70,34 +64,9 @@ QVariant CSortFilter::headerData(int Section, Qt::Orientation Orientation, int R
 {
     if (Role == Qt::DecorationRole && Orientation == Qt::Horizontal && m_Filters.value(Section).IsActive())
         return GetIcon(QStringLiteral("funnel-small"));
+    if (m_IsFlat && sourceModel())
+        return sourceModel()->headerData(Section, Orientation, Role); // the base makes its tables here
     return QSortFilterProxyModel::headerData(Section, Orientation, Role);
-}
-
-QModelIndex CSortFilter::index(int Row, int Column, const QModelIndex& Parent) const
-{
-    if (Parent.isValid() || !m_pWindow->IsFlatTable()) return QSortFilterProxyModel::index(Row, Column, Parent);
-    if (m_pTopLevel && Row >= 0 && Row < m_NumTopLevel && Column == 0) return createIndex(Row, 0, m_pTopLevel);
-    const QModelIndex Index = QSortFilterProxyModel::index(Row, Column);
-    if (!m_pTopLevel && Index.isValid()) {
-        m_pTopLevel = Index.internalPointer();
-        m_NumTopLevel = rowCount();
-    }
-    return Index;
-}
-
-bool CSortFilter::hasChildren(const QModelIndex& Parent) const
-{
-    if (!Parent.isValid()) return QSortFilterProxyModel::hasChildren(Parent);
-    // Children are never filtered, so the mapping that the base would make for each row isn't needed.
-    return !m_pWindow->IsFlatTable() && Parent.column() == 0 && sourceModel() &&
-           sourceModel()->hasChildren(mapToSource(Parent));
-}
-
-Qt::ItemFlags CSortFilter::flags(const QModelIndex& Index) const
-{
-    // For the places of its rows a view only wants to know whether they can unfold.
-    if (m_pWindow->IsFlatTable() && m_pWindow->GetView()->IsLayingOut()) return Qt::ItemNeverHasChildren;
-    return QSortFilterProxyModel::flags(Index);
 }
 
 // ---- Sorting ---------------------------------------------------------------------------------------------
@@ -135,8 +104,13 @@ void CSortFilter::DropSortKeys(bool MayBuild)
 bool CSortFilter::HasSortKeys(int Column) const
 {
     if (m_SortKeys.IsBuilt() && m_SortKeys.GetColumn() == Column) return true;
-    if (!m_MayBuildSortKeys || sourceModel()->rowCount() < MIN_ROWS_FOR_SORT_KEYS) return false;
+    if (m_IsFlat || !m_MayBuildSortKeys || sourceModel()->rowCount() < MIN_ROWS_FOR_SORT_KEYS) return false;
     m_MayBuildSortKeys = false;
+    return BuildSortKeys(Column);
+}
+
+bool CSortFilter::BuildSortKeys(int Column) const
+{
     const QString sModel = sourceModel()->objectName();
     for (const char* sOwnOrder : OWN_ORDER_MODELS)
         if (sModel == QLatin1String(sOwnOrder)) return false;
@@ -146,8 +120,13 @@ bool CSortFilter::HasSortKeys(int Column) const
 
 void CSortFilter::sort(int Column, Qt::SortOrder Order)
 {
+    m_SortColumn = Column;
+    m_SortOrder = Order;
     m_MayBuildSortKeys = true;
-    QSortFilterProxyModel::sort(Column, Order);
+    if (m_IsFlat)
+        ApplyOrder();
+    else
+        QSortFilterProxyModel::sort(Column, Order);
 }
 
 bool CSortFilter::lessThan(const QModelIndex& Left, const QModelIndex& Right) const
@@ -155,17 +134,17 @@ bool CSortFilter::lessThan(const QModelIndex& Left, const QModelIndex& Right) co
     if (!m_SortingEnabled) {
         // Source order under either direction.
         const bool Less = Left.row() < Right.row();
-        return sortOrder() == Qt::AscendingOrder ? Less : Right.row() < Left.row();
+        return m_SortOrder == Qt::AscendingOrder ? Less : Right.row() < Left.row();
     }
-    if (HasSortKeys(Left.column()) && (m_pWindow->IsFlatTable() || !Left.parent().isValid())) {
-        const bool Ascending = sortOrder() == Qt::AscendingOrder;
+    if (HasSortKeys(Left.column()) && (m_IsFlat || !Left.parent().isValid())) {
+        const bool Ascending = m_SortOrder == Qt::AscendingOrder;
         if (m_SortKeys.IsPinned(Left.row()) != m_SortKeys.IsPinned(Right.row()))
             return m_SortKeys.IsPinned(Ascending ? Left.row() : Right.row());
         return m_SortKeys.IsLess(Left.row(), Right.row());
     }
     const bool PinnedLeft = Left.data(ROLE_PINNED).toBool();
     const bool PinnedRight = Right.data(ROLE_PINNED).toBool();
-    if (PinnedLeft != PinnedRight) return sortOrder() == Qt::AscendingOrder ? PinnedLeft : PinnedRight;
+    if (PinnedLeft != PinnedRight) return m_SortOrder == Qt::AscendingOrder ? PinnedLeft : PinnedRight;
     const QString sModel = sourceModel()->objectName();
     if (sModel == QLatin1String("CallStackDataModel")) return Left.row() < Right.row();
     const int Flags = m_pWindow->GetColumnFlags(Left.column());
@@ -178,7 +157,7 @@ bool CSortFilter::lessThan(const QModelIndex& Left, const QModelIndex& Right) co
         if (Left.column() == 0 && Left.parent().isValid()) return Left.row() < Right.row();
     if (sModel == QLatin1String("SymbolsDataModel") && (Flags & COLUMN_TEXT) && Left.parent().isValid()) {
         // Members keep the order of their declaration, whichever way the column is sorted.
-        return sortOrder() == Qt::AscendingOrder ? Left.row() < Right.row() : Right.row() < Left.row();
+        return m_SortOrder == Qt::AscendingOrder ? Left.row() < Right.row() : Right.row() < Left.row();
     }
     if (!(Flags & COLUMN_TEXT) && (Flags & COLUMN_NUMERIC)) return IsNumberLess(Left, Right);
     return IsTextLess(Left, Right);
@@ -282,7 +261,10 @@ void CSortFilter::ApplyFilters()
     // One report of a new layout, which keeps selection and expansion: to tell views of each run of rows that comes or
     // goes takes minutes in a large table. The present sort is applied to what is left.
     m_MayBuildSortKeys = true;
-    invalidate();
+    if (m_IsFlat)
+        ApplyOrder();
+    else
+        invalidate();
     emit headerDataChanged(Qt::Horizontal, 0, columnCount() - 1);
 }
 

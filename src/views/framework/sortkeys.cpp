@@ -85,6 +85,7 @@ bool CSortKeys::Build(const QAbstractItemModel& Model, int Column, bool IsNumeri
         if (i > 0 && Compare(Order[i - 1], Order[i]) != 0) Rank++;
         m_Ranks[Order[i]] = Rank;
     }
+    m_NumRanks = Rank + 1;
     m_Pinned.resize(Order.size());
     for (size_t i = 0; i < Order.size(); i++) {
         m_Pinned[i] = Model.index(int(i), Column).data(ROLE_PINNED).toBool();
@@ -92,4 +93,20 @@ bool CSortKeys::Build(const QAbstractItemModel& Model, int Column, bool IsNumeri
     }
     m_Column = Column;
     return true;
+}
+
+void CSortKeys::Sort(std::vector<int>& Rows, bool Ascending) const
+{
+    // Ranks are small whole numbers without gaps: counting how many rows have each gives all rows their
+    // places.
+    const auto GetPlace = [&](int Row) {
+        const U32 Rank = m_Ranks[size_t(Row)];
+        return size_t(IsPinned(Row) ? 0 : m_NumRanks) + (Ascending ? Rank : m_NumRanks - 1 - Rank);
+    };
+    std::vector<U32> Starts(size_t(m_NumRanks) * 2 + 1);
+    for (const int Row : Rows) Starts[GetPlace(Row) + 1]++;
+    std::partial_sum(Starts.begin(), Starts.end(), Starts.begin());
+    std::vector<int> Sorted(Rows.size());
+    for (const int Row : Rows) Sorted[Starts[GetPlace(Row)]++] = Row;
+    Rows.swap(Sorted);
 }

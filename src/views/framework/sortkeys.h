@@ -21,11 +21,15 @@ public:
     bool IsBuilt() const { return !m_Ranks.empty(); }
     int GetColumn() const { return m_Column; }
     bool IsLess(int Left, int Right) const { return m_Ranks[size_t(Left)] < m_Ranks[size_t(Right)]; }
+    /// Puts rows, given in the model's order, into that of the keys: pinned rows first under either
+    /// direction, equal ones as they come.
+    void Sort(std::vector<int>& Rows, bool Ascending) const;
     bool IsPinned(int Row) const { return m_AnyPinned && m_Pinned[size_t(Row)]; }
 
 private:
     int m_Column = -1;
     bool m_AnyPinned = false;
+    U32 m_NumRanks = 0;
     std::vector<U32> m_Ranks; ///< by row; equal rows have equal ranks
     std::vector<bool> m_Pinned;
 };

@@ -118,8 +118,9 @@ QString CTableHeader::GetSetting(const QString& sKey) const
 bool CTableHeader::SetSetting(const QString& sKey, const QString& sValue)
 {
     if (sKey == QLatin1String("SortCol")) {
-        const int Section = FindSection(Unquote(sValue));
-        if (Section >= 0) setSortIndicator(Section, sortIndicatorOrder());
+        const QString sTitle = Unquote(sValue);
+        const int Section = FindSection(sTitle);
+        if (Section >= 0 || sTitle == sNone) setSortIndicator(Section, sortIndicatorOrder());
         return true;
     }
     if (sKey == QLatin1String("SortOrder")) {

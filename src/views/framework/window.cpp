@@ -492,6 +492,20 @@ bool CWindow::eventFilter(QObject* pObject, QEvent* pEvent)
         break;
     case QEvent::Gesture:
         return OnGestureEvent(static_cast<QGestureEvent*>(pEvent));
+    case QEvent::DragEnter:
+        if (!TestFlag(WF_ACCEPT_DROPS)) break;
+        pEvent->ignore();
+        OnDragEnter(static_cast<QDragEnterEvent*>(pEvent));
+        return true;
+    case QEvent::DragMove: // an item view would ask its model, which has no say in what a drop means
+        if (!TestFlag(WF_ACCEPT_DROPS)) break;
+        pEvent->setAccepted(
+            static_cast<QDragMoveEvent*>(pEvent)->mimeData()->hasFormat(QStringLiteral("text/plain")));
+        return true;
+    case QEvent::Drop:
+        if (!TestFlag(WF_ACCEPT_DROPS)) break;
+        OnDragDrop(static_cast<QDropEvent*>(pEvent));
+        return true;
     default:
         break;
     }

@@ -1,6 +1,5 @@
 #include "views/settings/preferencesdialog.h"
 
-#include "app/services/settingsstore.h"
 #include "project/settings/settingsnotifier.h"
 #include "project/settings/sysvars.h"
 #include "views/framework/messagebox.h"
@@ -27,11 +26,6 @@ constexpr char KEY_RECENT_PAGE[] = "RecentPageID";
 constexpr int TREE_WIDTH = 230;
 constexpr QSize DIALOG_SIZE(870, 680);
 
-QString GetStoreGroup()
-{
-    return QStringLiteral("AppData/") + QLatin1String(OBJECT_NAME);
-}
-
 /// The page that a head stands for.
 int ResolveHead(int Page)
 {
@@ -43,22 +37,13 @@ int ResolveHead(int Page)
 
 CPreferencesDialog* CPreferencesDialog::Open(QWidget* pParent)
 {
-    if (auto* pOpen = pParent->findChild<CPreferencesDialog*>(QLatin1String(OBJECT_NAME))) {
-        pOpen->raise();
-        pOpen->activateWindow();
-        return pOpen;
-    }
-    auto* pDialog = new CPreferencesDialog(pParent);
-    pDialog->setAttribute(Qt::WA_DeleteOnClose);
-    pDialog->open();
-    return pDialog;
+    return OpenOver<CPreferencesDialog>(pParent, OBJECT_NAME,
+                                        [pParent] { return new CPreferencesDialog(pParent); });
 }
 
-CPreferencesDialog::CPreferencesDialog(QWidget* pParent) : QDialog(pParent)
+CPreferencesDialog::CPreferencesDialog(QWidget* pParent)
+    : CDialog(QLatin1String(OBJECT_NAME), QLatin1String(TITLE), QStringLiteral("gear"), pParent)
 {
-    setObjectName(QLatin1String(OBJECT_NAME));
-    setWindowTitle(QLatin1String(TITLE));
-    setWindowIcon(GetIcon(QStringLiteral("gear")));
     m_Baseline.Take();
     auto* pColumn = new QVBoxLayout(this);
     auto* pRow = new QHBoxLayout;
@@ -103,9 +88,7 @@ CPreferencesDialog::CPreferencesDialog(QWidget* pParent) : QDialog(pParent)
     connect(&Notifier, &CSettingsNotifier::ColorChanged, this, &CPreferencesDialog::OnSettingsChanged);
     connect(&Notifier, &CSettingsNotifier::FontChanged, this, &CPreferencesDialog::OnSettingsChanged);
     resize(DIALOG_SIZE.expandedTo(minimumSizeHint()));
-    ShowPage(CSettingsStore::Get()
-                 .Read(GetStoreGroup(), QLatin1String(KEY_RECENT_PAGE), int(PAGE_APPLICATION))
-                 .toInt());
+    ShowPage(ReadSetting(QLatin1String(KEY_RECENT_PAGE), int(PAGE_APPLICATION)).toInt());
     m_pTree->setFocus();
 }
 
@@ -159,9 +142,7 @@ void CPreferencesDialog::BuildButtons()
     pApply->setEnabled(false);
     pApply->setToolTip(QStringLiteral("Keeps the changes made so far; Cancel then returns to them"));
     pDefaults->setToolTip(QStringLiteral("Defaults of this page"));
-    for (QAbstractButton* pButton : m_pButtons->buttons())
-        static_cast<QPushButton*>(pButton)->setAutoDefault(false);
-    m_pButtons->button(QDialogButtonBox::Ok)->setDefault(true);
+    SetOnlyDefault(m_pButtons, QDialogButtonBox::Ok);
     connect(m_pButtons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(m_pButtons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(pDefaults, &QPushButton::clicked, this, &CPreferencesDialog::RestoreDefaults);
@@ -254,8 +235,8 @@ void CPreferencesDialog::done(int Result)
         m_Baseline.Restore();
         RefreshPages();
     }
-    CSettingsStore::Get().Write(GetStoreGroup(), QLatin1String(KEY_RECENT_PAGE), GetPage());
-    QDialog::done(Result);
+    WriteSetting(QLatin1String(KEY_RECENT_PAGE), GetPage());
+    CDialog::done(Result);
 }
 
 #include "moc_preferencesdialog.cpp"

@@ -6,10 +6,10 @@
 // A change is a command, carried out and echoed at once, so that it can be seen in the open windows. OK keeps
 // what was changed, Cancel takes it back, Apply makes it what a later Cancel returns to.
 #pragma once
+#include "views/framework/dialog.h"
 #include "views/settings/preferencepages.h"
 #include "views/settings/settingsbaseline.h"
 
-#include <QDialog>
 #include <array>
 
 class CColorsPage;
@@ -22,7 +22,7 @@ class QStackedWidget;
 class QTreeWidget;
 class QTreeWidgetItem;
 
-class CPreferencesDialog : public QDialog {
+class CPreferencesDialog : public CDialog {
     Q_OBJECT
 public:
     /// Opens the dialog over a window, which is blocked meanwhile. The dialog deletes itself.

@@ -62,23 +62,14 @@ QString GetRangeText(int VarID)
 
 CSysVarsEditor* CSysVarsEditor::Open(QWidget* pParent, SAVE_FUNCTION Save)
 {
-    if (auto* pOpen = pParent->findChild<CSysVarsEditor*>(QLatin1String(OBJECT_NAME))) {
-        pOpen->raise();
-        pOpen->activateWindow();
-        return pOpen;
-    }
-    auto* pEditor = new CSysVarsEditor(std::move(Save), pParent);
-    pEditor->setAttribute(Qt::WA_DeleteOnClose);
-    pEditor->open();
-    return pEditor;
+    return OpenOver<CSysVarsEditor>(pParent, OBJECT_NAME,
+                                    [&] { return new CSysVarsEditor(std::move(Save), pParent); });
 }
 
 CSysVarsEditor::CSysVarsEditor(SAVE_FUNCTION Save, QWidget* pParent)
-    : QDialog(pParent), m_Save(std::move(Save))
+    : CDialog(QLatin1String(OBJECT_NAME), QLatin1String(TITLE), QStringLiteral("edit-mathematics"), pParent),
+      m_Save(std::move(Save))
 {
-    setObjectName(QLatin1String(OBJECT_NAME));
-    setWindowTitle(QLatin1String(TITLE));
-    setWindowIcon(GetIcon(QStringLiteral("edit-mathematics")));
     auto* pColumn = new QVBoxLayout(this);
     BuildTable();
     pColumn->addWidget(m_pTable, 1);
@@ -88,9 +79,7 @@ CSysVarsEditor::CSysVarsEditor(SAVE_FUNCTION Save, QWidget* pParent)
     pSave->setToolTip(QStringLiteral("Writes the system variables into the project"));
     pSave->setEnabled(bool(m_Save));
     // Enter belongs to the table; the buttons have their keys.
-    for (QAbstractButton* pButton : pButtons->buttons())
-        static_cast<QPushButton*>(pButton)->setAutoDefault(false);
-    pButtons->button(QDialogButtonBox::Close)->setDefault(true);
+    SetOnlyDefault(pButtons, QDialogButtonBox::Close);
     connect(pButtons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(pSave, &QPushButton::clicked, this, [this] {
         if (m_Save()) accept();
@@ -181,7 +170,7 @@ bool CSysVarsEditor::eventFilter(QObject* pObject, QEvent* pEvent)
             return true;
         }
     }
-    return QDialog::eventFilter(pObject, pEvent);
+    return CDialog::eventFilter(pObject, pEvent);
 }
 
 void CSysVarsEditor::OnCellClicked(int Row, int Column)

@@ -4,13 +4,14 @@
 //
 // A value is changed by the command Edit.SysVar at once. Save also writes the values into the project.
 #pragma once
-#include <QDialog>
+#include "views/framework/dialog.h"
+
 #include <functional>
 
 class QTableWidget;
 class QTableWidgetItem;
 
-class CSysVarsEditor : public QDialog {
+class CSysVarsEditor : public CDialog {
     Q_OBJECT
 public:
     /// Writes the variables into the project; false if that failed, and the editor stays open.
