@@ -45,6 +45,8 @@ U64 CollectRegion(U64 Pos, U64 SectionEnd, std::vector<std::pair<U64, U64>>& aSp
     REGION Region;
     U64 RegionEnd = 0;
     const int Index = FindRegion(Pos);
+    // Compilers leave a table of vectors at the start of the code without a symbol; the code behind it counts.
+    if (Index < 0) return std::min(GetNextRegionAddr(Pos), SectionEnd);
     if (!GetRegion(Index, &Region, &RegionEnd) || Region.Symbol < 1) return SectionEnd;
     const U64 Start = std::max(Pos, Region.Addr);
     const U64 End = std::min(RegionEnd, SectionEnd);

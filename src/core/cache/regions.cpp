@@ -184,6 +184,13 @@ int FindRegion(U64 Addr) {
     return Index;
 }
 
+U64 GetNextRegionAddr(U64 Addr) {
+    CBindingLock Lock;
+    const BINDING& B = Lock.Get();
+    const auto Next = static_cast<size_t>(SearchRegion(B, Addr) + 1);
+    return Next < B.aRegion.size() ? B.aRegion[Next].Addr : ADDR_LIMIT;
+}
+
 bool GetRegion(int Index, REGION* pRegion, U64* pEnd) {
     CBindingLock Lock;
     const BINDING& B = Lock.Get();

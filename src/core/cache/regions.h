@@ -67,6 +67,8 @@ U64 ToRuntimeAddr(U64 Addr);
 /// Copies a region; false if there is none of that index. pEnd gets the start of the next region, or the end of
 /// the program for the last.
 bool GetRegion(int Index, REGION* pRegion, U64* pEnd);
+/// Start of the first region above the address, 0x100000000 if none.
+U64 GetNextRegionAddr(U64 Addr);
 /// Bounds of the loaded block that holds the address, at run time; false if none does.
 bool GetBlockEnd(U64 Addr, U64* pEnd);
 /// The address lies in a section with bytes; in a program without sections, in a block.

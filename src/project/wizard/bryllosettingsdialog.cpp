@@ -74,11 +74,9 @@ bool IsLocked(const char* sTitle)
 }
 } // namespace
 
-CBrylloSettingsDialog::CBrylloSettingsDialog(QWidget* pParent) : QDialog(pParent), m_sOldState(GetStateOfConfig()), m_sStateText(m_sOldState)
+CBrylloSettingsDialog::CBrylloSettingsDialog(QWidget* pParent)
+    : CDialog(QStringLiteral("BrylloSettingsDialog"), QLatin1String(TITLE), QLatin1String(ICON), pParent), m_sOldState(GetStateOfConfig()), m_sStateText(m_sOldState)
 {
-    setObjectName(QStringLiteral("BrylloSettingsDialog"));
-    setWindowTitle(QLatin1String(TITLE));
-    setWindowIcon(GetIcon(QLatin1String(ICON)));
     setModal(true);
 
     auto* pLayout = new QVBoxLayout(this);

@@ -9,14 +9,14 @@
 // Main thread only.
 #pragma once
 #include "app/services/types.h"
+#include "views/framework/dialog.h"
 
-#include <QDialog>
 #include <QStringList>
 
 class QGridLayout;
 class QLabel;
 
-class CBrylloSettingsDialog : public QDialog {
+class CBrylloSettingsDialog : public CDialog {
     Q_OBJECT
 
 public:

@@ -44,12 +44,11 @@ DEVICE_SELECTION ShowDeviceSelection(const QString& sStateText, bool CanChooseCo
 
 CDeviceSelectionDialog::CDeviceSelectionDialog(const QString& sStateText, bool CanChooseCore, const QString& sDeviceName,
                                                QWidget* pParent)
-    : QDialog(pParent), m_pModel(new CDeviceDataModel(this)), m_pProxy(new CDeviceDataProxyModel(m_pModel, this)),
+    : CDialog(QStringLiteral("DeviceSelectionDialog"), QLatin1String(TITLE), QStringLiteral("cpu2"), pParent),
+      m_pModel(new CDeviceDataModel(this)), m_pProxy(new CDeviceDataProxyModel(m_pModel, this)),
       m_pTable(new QTableView(this)), m_pLabelSelected(new QLabel(this)), m_pBoxEndian(new QComboBox(this)),
       m_pBoxCore(new QComboBox(this))
 {
-    setObjectName(QStringLiteral("DeviceSelectionDialog"));
-    setWindowTitle(QLatin1String(TITLE));
     BuildTable();
 
     auto* pLayout = new QVBoxLayout(this);
@@ -224,7 +223,7 @@ void CDeviceSelectionDialog::OnLabelSelectedDeviceClicked()
 
 void CDeviceSelectionDialog::showEvent(QShowEvent* pEvent)
 {
-    QDialog::showEvent(pEvent);
+    CDialog::showEvent(pEvent);
     // The filter row is in sight unless the device chosen lies further down than the table is high.
     m_pTable->scrollToTop();
     OnLabelSelectedDeviceClicked();
@@ -239,7 +238,7 @@ bool CDeviceSelectionDialog::eventFilter(QObject* pObject, QEvent* pEvent)
         if (pObject == m_pTable->viewport() && IsPress) OnTableClicked(pMouse->pos(), pMouse->button());
         if (pObject == m_pTable->viewport() && !IsPress) OnTableDoubleClicked(pMouse->pos(), pMouse->button());
     }
-    return QDialog::eventFilter(pObject, pEvent);
+    return CDialog::eventFilter(pObject, pEvent);
 }
 
 #include "moc_deviceselectiondialog.cpp"

@@ -4,8 +4,8 @@
 //   if (Choice.Accepted) ... Choice.sDeviceName ...
 #pragma once
 #include "app/services/types.h"
+#include "views/framework/dialog.h"
 
-#include <QDialog>
 #include <QModelIndex>
 #include <QTimer>
 
@@ -31,7 +31,7 @@ struct DEVICE_SELECTION {
 DEVICE_SELECTION ShowDeviceSelection(const QString& sStateText, bool CanChooseCore, const QString& sDeviceName,
                                      QWidget* pParent);
 
-class CDeviceSelectionDialog : public QDialog {
+class CDeviceSelectionDialog : public CDialog {
     Q_OBJECT
 
 public:

@@ -25,12 +25,11 @@ HOST_INTERFACE_STATE ReadHostState(const QString& sStateText)
 } // namespace
 
 CHostInterfaceDialog::CHostInterfaceDialog(const QString& sStateText, QWidget* pParent)
-    : CStateDialog(TITLE, pParent), m_pButtonUSB(new QRadioButton(QStringLiteral("USB  "), this)),
+    : CStateDialog("HostInterfaceDialog", TITLE, pParent), m_pButtonUSB(new QRadioButton(QStringLiteral("USB  "), this)),
       m_pButtonTCPIP(new QRadioButton(QStringLiteral("TCP/IP  "), this)),
       m_pCheckBoxUseSerialNo(new QCheckBox(QStringLiteral("Serial No."), this)), m_pEditSerialNo(new QLineEdit(this)),
       m_pEditHostName(new QLineEdit(this))
 {
-    setObjectName(QStringLiteral("HostInterfaceDialog"));
     m_pButtonUSB->setObjectName(QStringLiteral("radioButtonUSB"));
     m_pButtonTCPIP->setObjectName(QStringLiteral("radioButtonTCPIP"));
     m_pCheckBoxUseSerialNo->setObjectName(QStringLiteral("checkBoxUseSerialNo"));

@@ -10,10 +10,9 @@ namespace {
 constexpr char ICON[] = "gear";
 }
 
-CStateDialog::CStateDialog(const char* sTitle, QWidget* pParent) : QDialog(pParent)
+CStateDialog::CStateDialog(const char* sObjectName, const char* sTitle, QWidget* pParent)
+    : CDialog(QLatin1String(sObjectName), QLatin1String(sTitle), QLatin1String(ICON), pParent)
 {
-    setWindowTitle(QLatin1String(sTitle));
-    setWindowIcon(GetIcon(QLatin1String(ICON)));
     setModal(true);
 }
 

@@ -6,14 +6,15 @@
 //
 // Main thread only.
 #pragma once
-#include <QDialog>
+#include "views/framework/dialog.h"
+
 #include <QDialogButtonBox>
 
-class CStateDialog : public QDialog {
+class CStateDialog : public CDialog {
     Q_OBJECT
 
 public:
-    explicit CStateDialog(const char* sTitle, QWidget* pParent);
+    CStateDialog(const char* sObjectName, const char* sTitle, QWidget* pParent);
 
     virtual QString GetStateText() const = 0; ///< the dialog's element
     virtual QString GetSummary() const = 0;   ///< the choice in one line, as the settings dialog shows it

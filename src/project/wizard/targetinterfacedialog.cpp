@@ -36,9 +36,8 @@ TARGET_INTERFACE_STATE ReadTargetState(const QString& sStateText)
 } // namespace
 
 CTargetInterfaceDialog::CTargetInterfaceDialog(const QString& sStateText, QWidget* pParent)
-    : CStateDialog(TITLE, pParent), m_pBoxTargetIF(new QComboBox(this))
+    : CStateDialog("TargetInterfaceDialog", TITLE, pParent), m_pBoxTargetIF(new QComboBox(this))
 {
-    setObjectName(QStringLiteral("TargetInterfaceDialog"));
     m_pBoxTargetIF->setObjectName(QStringLiteral("comboBoxTargetInterface"));
     m_pBoxTargetIF->setAccessibleName(QStringLiteral("Target Interface"));
     for (const U32 TargetIF : INTERFACES) m_pBoxTargetIF->addItem(GetTargetIFName(TargetIF), TargetIF);

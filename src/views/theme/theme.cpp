@@ -159,16 +159,16 @@ QDialog QGroupBox::title { subcontrol-origin: margin; subcontrol-position: top l
 QDialog QTreeWidget, QDialog QTableWidget, QDialog QListWidget { border: 1px solid @line; border-radius: 6px; padding: 2px; }
 QDialog QTreeWidget { outline: 0; show-decoration-selected: 1; }
 QDialog QTreeWidget::item { padding: 3px 0; }
-QCheckBox::indicator, QRadioButton::indicator { width: 13px; height: 13px; border: 1px solid @weak; background: @base; }
-QCheckBox::indicator { border-radius: 3px; }
+QCheckBox::indicator, QRadioButton::indicator, QGroupBox::indicator { width: 13px; height: 13px; border: 1px solid @weak; background: @base; }
+QCheckBox::indicator, QGroupBox::indicator { border-radius: 3px; }
 QRadioButton::indicator { border-radius: 7px; }
-QCheckBox::indicator:hover, QRadioButton::indicator:hover, QCheckBox::indicator:focus, QRadioButton::indicator:focus {
+QCheckBox::indicator:hover, QGroupBox::indicator:hover, QRadioButton::indicator:hover, QCheckBox::indicator:focus, QRadioButton::indicator:focus {
     border-color: @highlight; }
-QCheckBox::indicator:checked { background: @highlight; border-color: @highlight;
+QCheckBox::indicator:checked, QGroupBox::indicator:checked { background: @highlight; border-color: @highlight;
     image: url(:/Resources/Icons/tick-white.svg); }
 QRadioButton::indicator:checked { width: 7px; height: 7px; border: 4px solid @highlight; background: #ffffff; }
-QCheckBox::indicator:disabled, QRadioButton::indicator:disabled { border-color: @border; background: @window; }
-QCheckBox::indicator:checked:disabled { background: @scroll; border-color: @scroll; }
+QCheckBox::indicator:disabled, QGroupBox::indicator:disabled, QRadioButton::indicator:disabled { border-color: @border; background: @window; }
+QCheckBox::indicator:checked:disabled, QGroupBox::indicator:checked:disabled { background: @scroll; border-color: @scroll; }
 QAbstractSpinBox { background: @base; border: 1px solid @border; border-radius: 4px; padding: 2px 20px 2px 4px; }
 QAbstractSpinBox:focus { border-color: @highlight; }
 QAbstractSpinBox::up-button, QAbstractSpinBox::down-button { border: none; width: 18px; background: transparent; }
