@@ -391,6 +391,27 @@ private slots:
         PROG_Unload();
     }
 
+    /// A table at the start of a section that no symbol marks: what lies behind its end is decoded all the same.
+    void StartWithoutMappingSymbol() {
+        QTemporaryDir Dir;
+        const QString sPath = Dir.filePath("vectors.elf"), sSource = Dir.filePath("vectors.s");
+        QFile Source(sSource);
+        QVERIFY(Source.open(QIODevice::WriteOnly));
+        Source.write(".syntax unified\n.cpu cortex-m3\n.thumb\n.text\n.word 0x20001000, Start+1\n"
+                     ".globl Start\n.thumb_func\nStart: movs r0, #1\n bl Start\n");
+        Source.close();
+        RunCommand(QStringLiteral("arm-none-eabi-gcc -nostdlib -Wl,-Ttext=0x100,-eStart -o \"%1\" \"%2\"").arg(sPath, sSource));
+        RunCommand(QStringLiteral("arm-none-eabi-objcopy --strip-symbol='$d' \"%1\"").arg(sPath));
+        QCOMPARE(PROG_Load(sPath), 0);
+        Core::ClearCache();
+        QCOMPARE(Core::FindRegion(0x100), -1);
+        QCOMPARE(Core::AnalyzeProgram(), 6);
+        QVERIFY(!Core::IsInstStart(0x100));
+        QVERIFY(Core::IsInstStart(0x108));
+        QVERIFY(Core::IsInstStart(0x10A));
+        PROG_Unload();
+    }
+
     void WithoutAPlugin() {
         Load(GetElf("regions"));
         const U32 Start = GetAddr("Start");
