@@ -534,14 +534,14 @@ void tst_project::SaveNewProject_data()
     // The random part of a temporary folder's name may or may not have capitals: both cases have names of their own.
     QTest::newRow("capitals") << QDir::tempPath() + QStringLiteral("/Vantrel-Save-%1").arg(QCoreApplication::applicationPid()) << 2;
     QTest::newRow("no capitals")
-        << QDir::tempPath().toLower() + QStringLiteral("/vantrel-save-%1").arg(QCoreApplication::applicationPid()) << 1;
+        << QStringLiteral("/tmp/vantrel-save-%1").arg(QCoreApplication::applicationPid()) << 1;
 }
 
 void tst_project::SaveNewProject()
 {
     QFETCH(QString, Folder);
     QFETCH(int, NumSubstitutes);
-    if (!QDir().mkpath(Folder)) QSKIP("the folder of temporary files has capitals in its own name");
+    QVERIFY(QDir().mkpath(Folder));
     const auto Cleanup = qScopeGuard([&Folder] { QDir(Folder).removeRecursively(); });
     CProjectRig Rig;
     CProject& Project = CProject::Get();

@@ -24,21 +24,27 @@
 #include <QTest>
 #include <utility>
 
+/// What a start does before there is a window. Boxes without a user get the answer, 0 for their default button.
+inline void PrepareMainWindow(const QString& sSettingsDir, int Answer = 0)
+{
+    SetMainThread();
+    InitMessageTable();
+    CmdLineArgs Args;
+    Args.BatchFile = "-"; // nobody answers a welcome screen
+    SetCmdLineArgs(Args);
+    CSettingsStore::Get().SetDir(sSettingsDir);
+    CTheme::Init(*qApp);
+    CMessageBox::SetInterceptor([Answer](const QString&, const QString&, CMessageBox::BUTTONS Buttons) {
+        return Answer ? Answer : int(CMessageBox::GetDefaultButton(Buttons));
+    });
+}
+
 class CMainWindowTest {
 public:
     /// Shows the window and waits for the end of the start. False if it doesn't come up.
     bool Start()
     {
-        SetMainThread();
-        InitMessageTable();
-        CmdLineArgs Args;
-        Args.BatchFile = "-"; // nobody answers a welcome screen
-        SetCmdLineArgs(Args);
-        CSettingsStore::Get().SetDir(m_Dir.path());
-        CTheme::Init(*qApp);
-        CMessageBox::SetInterceptor([](const QString&, const QString&, CMessageBox::BUTTONS Buttons) {
-            return int(CMessageBox::GetDefaultButton(Buttons));
-        });
+        PrepareMainWindow(m_Dir.path());
         CMainWindow& Main = CMainWindow::Get();
         QSignalSpy Started(&Main, &CMainWindow::InitComplete); // the first paint starts what follows the start
         Main.show();

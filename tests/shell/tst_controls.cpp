@@ -1,6 +1,7 @@
 // Every window and dialog of the program, looked at as somebody does who has no mouse or no screen: each control has a
 // name that a screen reader can say, can be reached by keys, and has the room that its text needs.
 // With VANTREL_PICTURES set to a folder each dialog leaves its picture there; VANTREL_SCHEME=dark makes dark ones.
+#include "mainwindowtest.h"
 #include "app/actions/actions.h"
 #include "app/services/cmdline.h"
 #include "app/services/mainthread.h"
@@ -117,16 +118,9 @@ private:
 
 void tst_Controls::initTestCase()
 {
-    SetMainThread();
-    InitMessageTable();
-    CmdLineArgs Args;
-    Args.BatchFile = "-"; // nobody answers a welcome screen
-    SetCmdLineArgs(Args);
-    CSettingsStore::Get().SetDir(m_Dir.path());
-    CTheme::Init(*qApp);
+    PrepareMainWindow(m_Dir.path(), QDialogButtonBox::No);
     CTheme::SetScheme(qgetenv("VANTREL_SCHEME") == "dark" ? THEME_DARK : THEME_LIGHT);
     CSettingsStore::Get().Write("AppData/Appearance", "Scheme", int(CTheme::GetScheme()));
-    CMessageBox::SetInterceptor([](const QString&, const QString&, CMessageBox::BUTTONS) { return int(QDialogButtonBox::No); });
     CMainWindow::Get().show();
     QVERIFY(QTest::qWaitForWindowActive(&CMainWindow::Get()));
     QTest::qWait(50);

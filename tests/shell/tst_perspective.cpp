@@ -1,5 +1,6 @@
 // The layout of the main window: what a first run shows, windows shown, closed, docked and floated by command and mouse,
 // and what the settings bring back in the next run.
+#include "mainwindowtest.h"
 #include "app/actions/actions.h"
 #include "app/console/consolewindow.h"
 #include "app/services/cmdline.h"
@@ -88,14 +89,7 @@ void tst_Perspective::Open()
 
 void tst_Perspective::initTestCase()
 {
-    SetMainThread();
-    InitMessageTable();
-    CmdLineArgs Args;
-    Args.BatchFile = "-"; // nobody answers a welcome screen
-    SetCmdLineArgs(Args);
-    CSettingsStore::Get().SetDir(m_Dir.path());
-    CTheme::Init(*qApp);
-    CMessageBox::SetInterceptor([](const QString&, const QString&, CMessageBox::BUTTONS) { return int(QDialogButtonBox::No); });
+    PrepareMainWindow(m_Dir.path(), QDialogButtonBox::No);
     Open();
 }
 

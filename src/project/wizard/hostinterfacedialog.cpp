@@ -15,13 +15,6 @@ constexpr char TITLE[] = "Host Interface Settings";
 constexpr char WIDEST_ADDRESS[] = "999.999.999.999";
 constexpr int FIELD_MARGIN = 24; ///< of a text field beside its text, in pixels
 constexpr int MAX_HOST_NAME = 255;
-
-HOST_INTERFACE_STATE ReadHostState(const QString& sStateText)
-{
-    HOST_INTERFACE_STATE State;
-    ReadState(sStateText, &State);
-    return State;
-}
 } // namespace
 
 CHostInterfaceDialog::CHostInterfaceDialog(const QString& sStateText, QWidget* pParent)
@@ -60,7 +53,7 @@ CHostInterfaceDialog::CHostInterfaceDialog(const QString& sStateText, QWidget* p
     pLayout->setColumnStretch(2, 1);
     pLayout->addWidget(MakeButtons(), 3, 0, 1, 3);
 
-    const HOST_INTERFACE_STATE State = ReadHostState(sStateText);
+    const HOST_INTERFACE_STATE State = GetState<HOST_INTERFACE_STATE>(sStateText);
     (State.ConnectMode == HOST_CONNECT_TCPIP ? m_pButtonTCPIP : m_pButtonUSB)->setChecked(true);
     m_pCheckBoxUseSerialNo->setChecked(State.UseSerialNo);
     if (State.USBSerialNo != 0) m_pEditSerialNo->setText(QString::number(State.USBSerialNo));
@@ -120,7 +113,7 @@ QString CHostInterfaceDialog::GetStateText() const
 
 QString CHostInterfaceDialog::GetSummary() const
 {
-    return DescribeState(ReadHostState(GetStateText()));
+    return DescribeState(GetState<HOST_INTERFACE_STATE>(GetStateText()));
 }
 
 #include "moc_hostinterfacedialog.cpp"

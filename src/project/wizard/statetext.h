@@ -49,6 +49,14 @@ bool ReadState(const QString& sText, TARGET_DEVICE_STATE* pState);
 bool ReadState(const QString& sText, HOST_INTERFACE_STATE* pState);
 bool ReadState(const QString& sText, TARGET_INTERFACE_STATE* pState);
 
+/// The same as a value: the defaults where the text has no such element.
+template <typename STATE> STATE GetState(const QString& sText)
+{
+    STATE State;
+    ReadState(sText, &State);
+    return State;
+}
+
 QString WriteState(const TARGET_DEVICE_STATE& State);
 QString WriteState(const HOST_INTERFACE_STATE& State);
 QString WriteState(const TARGET_INTERFACE_STATE& State);

@@ -26,13 +26,6 @@ I64 GetVarMax(int VarID)
     GetVarRange(VarID, &Min, &Max);
     return I64(Max);
 }
-
-TARGET_INTERFACE_STATE ReadTargetState(const QString& sStateText)
-{
-    TARGET_INTERFACE_STATE State;
-    ReadState(sStateText, &State);
-    return State;
-}
 } // namespace
 
 CTargetInterfaceDialog::CTargetInterfaceDialog(const QString& sStateText, QWidget* pParent)
@@ -56,7 +49,7 @@ CTargetInterfaceDialog::CTargetInterfaceDialog(const QString& sStateText, QWidge
     pLayout->addStretch(1);
     pLayout->addWidget(MakeButtons());
 
-    SetState(ReadTargetState(sStateText));
+    SetState(GetState<TARGET_INTERFACE_STATE>(sStateText));
     for (QRadioButton* pButton : {m_pButtonAuto, m_pButtonAdaptive, m_pButtonFixed})
         connect(pButton, &QRadioButton::clicked, this, &CTargetInterfaceDialog::OnRadioButtonSpeedClicked);
     connect(m_pBoxTargetIF, &QComboBox::currentIndexChanged, this, &CTargetInterfaceDialog::Validate);
@@ -190,7 +183,7 @@ QString CTargetInterfaceDialog::GetStateText() const
 
 QString CTargetInterfaceDialog::GetSummary() const
 {
-    return DescribeState(ReadTargetState(GetStateText()));
+    return DescribeState(GetState<TARGET_INTERFACE_STATE>(GetStateText()));
 }
 
 #include "moc_targetinterfacedialog.cpp"
