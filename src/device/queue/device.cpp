@@ -103,7 +103,9 @@ void CDevice::run()
         bool Exhausted;
         {
             std::lock_guard Lock(m_DeviceMutex);
+            m_Pass.fetch_add(1, std::memory_order_seq_cst);
             Exhausted = _RunPass();
+            m_Pass.fetch_add(1, std::memory_order_seq_cst);
         }
         if (Exhausted) continue;
         std::unique_lock Lock(m_WakeMutex);
@@ -241,13 +243,18 @@ void CDevice::_ReleaseJob(DEVICE_JOB* pJob)
 bool CDevice::IsIdle() const
 {
     if (HasEnded()) return true; // what was scheduled behind the end is never worked on
+    // Within a pass a request is already taken back and its report not yet posted: only what is the same before and
+    // after, with no pass between, says that nothing is under way.
+    const U64 Pass = m_Pass.load(std::memory_order_seq_cst);
+    if (Pass % 2 != 0) return false;
     DEVICE_EVENT Event;
     // A run-to that hasn't arrived by then may never: the program may not come there. The target just runs.
     const bool IsGoalFar =
         State.PendingJob == BT_RUN_TO && State.Running && DEVSTATE_NowMS() - State.ResumedAtMS > RUN_TO_MS;
     return m_NumLive.load(std::memory_order_acquire) == 0 && !m_Events.Peek(0, &Event) && !State.HaltSeqActive &&
            !State.SrcStepActive && (State.PendingJob == 0 || IsGoalFar) && !State.UserHaltRequested &&
-           State.FinishConnectMode < 0 && State.FinishResetMode < 0 && State.BPConditionResult < 0;
+           State.FinishConnectMode < 0 && State.FinishResetMode < 0 && State.BPConditionResult < 0 &&
+           m_Pass.load(std::memory_order_seq_cst) == Pass;
 }
 
 int CDevice::PostJobEvent(U32 Type, U32 Status, U64 Param0, I64 Result, U64 Result1)

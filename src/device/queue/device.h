@@ -239,6 +239,7 @@ private:
     std::recursive_mutex m_DeviceMutex;
     U64 m_NextSeqNo;
     std::atomic<I64> m_NumLive{0}; ///< records in slots: scheduled or posted, and not yet released
+    std::atomic<U64> m_Pass{0};    ///< odd while the worker is within a pass
     std::atomic<U8> m_aSuppressed[BT_LAST] = {};
 
     std::mutex m_WakeMutex;
