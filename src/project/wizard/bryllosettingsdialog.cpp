@@ -128,9 +128,8 @@ QLabel* CBrylloSettingsDialog::AddRow(QGridLayout* pLayout, const char* sTitle, 
     const int Row = pLayout->rowCount();
     auto* pValue = new QLabel(this);
     pValue->setObjectName(QStringLiteral("label") + QLatin1String(sName));
-    pValue->setFrameShape(QFrame::StyledPanel);
+    pValue->setProperty("valueField", true); // the theme frames it like an input field
     pValue->setMinimumWidth(VALUE_WIDTH);
-    pValue->setMargin(3);
     auto* pButton = new QToolButton(this);
     pButton->setObjectName(QStringLiteral("buttonSelect") + QLatin1String(sName));
     pButton->setIcon(GetIcon(QLatin1String(sIcon)));

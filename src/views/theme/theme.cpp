@@ -156,6 +156,7 @@ QTabBar::close-button:hover { background: @pressed; }
 QDialogButtonBox { dialogbuttonbox-buttons-have-icons: 0; }
 QDialog QGroupBox { background: @base; border: 1px solid @line; border-radius: 6px; margin-top: 24px; padding: 4px; }
 QDialog QGroupBox::title { subcontrol-origin: margin; subcontrol-position: top left; padding: 4px 2px; color: @button; }
+QDialog QLabel[valueField="true"] { background: @base; border: 1px solid @line; border-radius: 4px; padding: 3px 6px; }
 QDialog QTreeWidget, QDialog QTableWidget, QDialog QListWidget { border: 1px solid @line; border-radius: 6px; padding: 2px; }
 QDialog QTreeWidget { outline: 0; show-decoration-selected: 1; }
 QDialog QTreeWidget::item { padding: 3px 0; }
