@@ -215,6 +215,77 @@ private slots:
         QVERIFY2(NumEqual >= NumValues && NumSynthetic >= NumDropped, qPrintable(QStringLiteral("%1 %2").arg(NumEqual).arg(NumSynthetic)));
     }
 
+    /// Expressions through pointers that have no value of their own.
+    void Expressions_data() {
+        QTest::addColumn<int>("Index");
+        QTest::addColumn<QString>("Expr");
+        QTest::addColumn<QString>("Value");
+        QTest::addColumn<QString>("Error");
+        const struct { int Index; const char* sExpr; const char* sValue; const char* sError; } Rows[] = {
+            {0, "*pCount", "5", ""},
+            {2, "pBits->next", "12", ""},
+            {2, "pBits->middle + pBits->low", "0", ""},
+            {2, "(*pBits).high", "9029", ""},
+            {2, "sizeof(*pBits)", "12", ""},
+            {2, "pBits", "", ""},
+            {2, "pBits->nothing", "", "Error evaluating operator -> : right operand has invalid value "},
+            {2, "pBits + 1", "", "Error evaluating operator + : left operand value could not be read from target hardware"},
+            {2, "pBits == 0", "", "Error evaluating operator == : left operand value could not be read from target hardware"},
+            {4, "*p", "7", ""},
+            {4, "p[0] * 2", "14", ""},
+            {4, "p[1]", "42", ""},
+            {4, "pWide->big", "4886718345", ""},
+            {4, "pWide->ratio * 2", "12", ""},
+        };
+        for (const auto& Row : Rows) QTest::newRow(Row.sExpr) << Row.Index << Row.sExpr << Row.sValue << Row.sError;
+    }
+
+    void Expressions() {
+        QFETCH(int, Index);
+        QFETCH(QString, Expr);
+        QFETCH(QString, Value);
+        QFETCH(QString, Error);
+        static const QList<STOP> s_aStop = Load("pieces_gcc_o2_5");
+        QCOMPARE(s_aStop.size(), NUM_STOPS);
+        TakeStop(s_aStop[Index]);
+        Stack().SetSelectedFrame(1);
+        CExpression Expression(Expr);
+        const int Result = Expression.Evaluate();
+        QCOMPARE(Expression.GetError(), Error);
+        if (!Error.isEmpty()) return;
+        QVERIFY(Result > 0);
+        CSymbol Symbol = Expression.GetResult();
+        Symbol.Read();
+        QCOMPARE(Symbol.GetValueStr(10), Value);
+    }
+
+    /// What can be written has the new value then; a lost piece or a constant leaves all as it was.
+    void Writes() {
+        const QList<STOP> aStop = Load("pieces_gcc_o2_5");
+        QCOMPARE(aStop.size(), NUM_STOPS);
+        int NumWritten = 0, NumRefused = 0;
+        for (const STOP& Stop : aStop) {
+            TakeStop(Stop);
+            for (const GDB_VALUE& Theirs : Stop.aValue) {
+                const CSymbol Symbol = Follow(FindVariable(Theirs.Level, Theirs.sName, Theirs.Line), Theirs.sPath);
+                CSymbol Before = Symbol, After = Symbol;
+                if (Theirs.sState != "=" || Before.Read() != 0 || !Before.IsValueValid()) continue;
+                QByteArray New = Before.Value;
+                New[0] = char(New[0] ^ (1 << Symbol.BitOffset));
+                m_NumWrites = 0;
+                const bool IsWritten = Symbol.Write(New) == 0;
+                QCOMPARE(m_NumWrites > 0, IsWritten);
+                NumWritten += IsWritten;
+                NumRefused += !IsWritten;
+                if (!IsWritten) continue;
+                QCOMPARE(After.Read(), 0);
+                QCOMPARE(After.Value[0], New[0]);
+                QCOMPARE(Symbol.Write(Before.Value), 0);
+            }
+        }
+        QVERIFY2(NumWritten >= 8 && NumRefused >= 8, qPrintable(QStringLiteral("%1 %2").arg(NumWritten).arg(NumRefused)));
+    }
+
     void cleanupTestCase() {
         PROG_Unload();
         Core_Unload();
