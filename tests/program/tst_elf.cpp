@@ -1,7 +1,8 @@
 // The ELF layer against readelf, and against files that are not what they should be.
+#include "fuzz/elf/anyframe.h"
 #include "program/elf/elf.h"
 #include "program/symbols/elfsym.h"
-#include "program/symbols/locexpr.h"
+#include "program/symbols/locpieces.h"
 #include "testbuild.h"
 
 #include <QFile>
@@ -47,16 +48,6 @@ ELF_HANDLE Open(const QString& sPath, bool Debug = true)
     return ELF_Open(sPath.toUtf8().constData(), Debug);
 }
 
-/// A frame that has an answer to everything.
-class CAnyFrame : public CLocFrame {
-    static bool Any(U64 Seed, U64* pValue) { return *pValue = Seed * 0x9E3779B97F4A7C15ull, true; }
-    bool ReadReg(U32 Reg, U64* p) override { return Any(Reg, p); }
-    bool ReadMem(U32 Addr, U32, U64* p) override { return Any(Addr, p); }
-    bool GetFrameBase(U64* p) override { return Any(5, p); }
-    bool GetCfa(U64* p) override { return Any(6, p); }
-    bool ReadEntryReg(U32 Reg, U64* p) override { return Any(Reg + 7, p); }
-};
-
 void TouchLocation(const ELF_SYM_LOC& Loc)
 {
     CAnyFrame Frame;
@@ -64,6 +55,21 @@ void TouchLocation(const ELF_SYM_LOC& Loc)
     ELF_GetLocText(Loc, 0);
     ELF_LocIsValid(Loc);
     ELF_GetLocText(Value, 1);
+}
+
+void TouchPieces(ELF_SYM_HANDLE h, U32 PC)
+{
+    CAnyFrame Frame;
+    const ELF_SYM_PIECES aPiece = ELF_EvalPieces(h, PC, Frame);
+    for (const U64 First : {0ull, 13ull, 8ull << 32}) {
+        U64 NumBits = 0;
+        for (const ELF_SYM_PIECE& Piece : ELF_SlicePieces(aPiece, First, 45, PC & 1)) {
+            I32 Offset;
+            ELF_GetPointee(Piece.Part, &Offset);
+            NumBits += Piece.NumBits;
+        }
+        QCOMPARE(NumBits, 45u);
+    }
 }
 
 /// Asks everything there is to ask about a symbol; the answers only have to come.
@@ -84,6 +90,7 @@ void TouchSymbol(ELF_SYM_HANDLE h, int Depth)
     ELF_GetArrayInfo(h, &Info);
     for (const U32 PC : {0u, Low, Low + 8}) {
         TouchLocation(ELF_GetSymLoc(h, PC));
+        TouchPieces(h, PC);
         ELF_SYM_LOC Passed;
         I64 Add;
         TouchLocation(ELF_GetArrayBoundLoc(h, 0, PC, &Add));

@@ -68,8 +68,9 @@ ELF_SYM_PIECES ELF_EvalPieces(ELF_SYM_HANDLE hSym, U32 PC, CLocFrame& Frame)
     const ELF_FILE& File = *Ref.pFile;
     SYM_EXPRESSION Expr;
     if (SymFindLocation(File, Ref.Die, DW_AT_location, PC, &Expr)) return SymRunPieces(File, Expr, Frame);
-    const DWARF_VALUE Value = DieAttr(File, Ref.Die, DW_AT_const_value);
-    return Value.pBlock ? ELF_MakeConstPieces(Value.pBlock, Value.BlockSize, File.Image.IsBigEndian()) : ELF_SYM_PIECES();
+    U32 Size = 0;
+    const U8* pBlock = ELF_GetSymBlock(hSym, DW_AT_const_value, &Size);
+    return pBlock ? ELF_MakeConstPieces(pBlock, Size, File.Image.IsBigEndian()) : ELF_SYM_PIECES();
 }
 
 bool ELF_IsPointee(const ELF_SYM_LOC_PART& Part)
