@@ -1,7 +1,8 @@
 #include "askprogram.h"
+#include "anyframe.h"
 
 #include "program/elf/elf.h"
-#include "program/symbols/elfsym.h"
+#include "program/symbols/locpieces.h"
 #include "program/tables/prog.h"
 
 #include <algorithm>
@@ -16,6 +17,7 @@ constexpr U32 MAX_ADDRS = 20;    ///< asked of a function
 
 void AskSymbol(ELF_SYM_HANDLE h)
 {
+    CAnyFrame Frame;
     const U32 Low = ELF_GetSymRangeLow(h, 0);
     ELF_GetSymName(h);
     ELF_GetSymTypeText(h);
@@ -26,6 +28,9 @@ void AskSymbol(ELF_SYM_HANDLE h)
     for (const U32 PC : {Low, Low + 4, 0u}) {
         const ELF_SYM_LOC Loc = ELF_GetSymLoc(h, PC);
         for (U32 Part = 0; Part < ELF_SYM_LOC_MAX_PARTS; Part++) ELF_GetLocText(Loc, Part);
+        ELF_EvalExpression(Loc, Frame);
+        I32 Offset;
+        for (const ELF_SYM_PIECE& Piece : ELF_SlicePieces(ELF_EvalPieces(h, PC, Frame), PC & 31, 45, PC & 1)) ELF_GetPointee(Piece.Part, &Offset);
     }
     ELF_ARRAY_INFO Info;
     ELF_GetArrayInfo(h, &Info);

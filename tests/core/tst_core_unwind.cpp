@@ -7,80 +7,19 @@
 #include "core/host/corehooks.h"
 #include "core/host/corehost.h"
 #include "fakeprobe.h"
-#include "objdump.h"
+#include "gdbstops.h"
 #include "program/tables/prog.h"
 #include "program/unwind/callstack.h"
 
-#include <QFile>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <cstring>
 
 namespace {
 
-constexpr U32 RAM = 0x20000000;
-constexpr int NUM_STOPS = 6;
 constexpr int FRAME_INLINE = 2;
 constexpr int FRAME_EXCEPTION = 4;
-
-struct GDB_FRAME {
-    int Kind;
-    QString sName;
-    U32 PC;
-    QStringList aSaved; ///< R4 to R11
-};
-
-/// A variable of a frame as GDB shows it.
-struct GDB_LOCAL {
-    int Level;
-    U32 Line;
-    QString sName;
-    U32 Size;    ///< bytes; 0: Value is the address of an array
-    U64 Value;
-    int Length;  ///< of an array, else -1
-};
-
-struct STOP {
-    QList<U32> aLive; ///< R0 to R12, SP, LR, PC, XPSR
-    QList<GDB_FRAME> aFrame;
-    QList<GDB_LOCAL> aLocal;
-    QByteArray aRam;
-};
-
-QString GetElf(const QString& sName) {
-    return QStringLiteral(CORE_TEST_DATA "/%1.elf").arg(sName);
-}
-
-/// Runs the program and takes the snapshots.
-QList<STOP> RunGdb(const QString& sElf) {
-    QTemporaryDir Dir;
-    qputenv("SNAPSHOT_DIR", Dir.path().toUtf8());
-    const QString sCommand = QStringLiteral("gdb-multiarch -nx -batch \"%1\" -ex 'target remote | qemu-system-arm -M mps2-an385 -kernel \"%1\" -S "
-                                            "-gdb stdio -display none -serial none -monitor none' -x \"" CORE_TEST_SOURCE "/data/snapshots.py\" 2>&1");
-    const QByteArray aOutput = RunCommand(sCommand.arg(sElf));
-    QList<STOP> aStop;
-    for (const QByteArray& aLine : aOutput.split('\n')) {
-        const QStringList aWord = QString::fromUtf8(aLine).split(' ');
-        if (aWord[0] == "STOP") {
-            aStop.append(STOP());
-        } else if (aWord[0] == "LIVE") {
-            for (const QString& s : aWord.mid(1)) aStop.last().aLive << s.toUInt(nullptr, 16);
-        } else if (aWord[0] == "FRAME" && !aStop.isEmpty()) {
-            aStop.last().aFrame << GDB_FRAME{aWord[2].toInt(), aWord[3], aWord[4].toUInt(nullptr, 16), aWord.mid(5)};
-        } else if (aWord[0] == "LOCAL" && !aStop.isEmpty()) {
-            aStop.last().aLocal << GDB_LOCAL{aWord[1].toInt(), aWord[2].toUInt(), aWord[3], aWord[4].toUInt(), aWord[5].toULongLong(nullptr, 16), -1};
-        } else if (aWord[0] == "LENGTH" && !aStop.isEmpty()) {
-            aStop.last().aLocal.last().Length = aWord[4].toInt();
-        }
-    }
-    for (int i = 0; i < aStop.size(); i++) {
-        QFile File(Dir.filePath(QStringLiteral("ram%1.bin").arg(i)));
-        if (File.open(QIODevice::ReadOnly)) aStop[i].aRam = File.readAll();
-    }
-    return aStop;
-}
 
 } // namespace
 

@@ -1,7 +1,8 @@
 // The ELF layer against readelf, and against files that are not what they should be.
+#include "fuzz/elf/anyframe.h"
 #include "program/elf/elf.h"
 #include "program/symbols/elfsym.h"
-#include "program/symbols/locexpr.h"
+#include "program/symbols/locpieces.h"
 #include "testbuild.h"
 
 #include <QFile>
@@ -14,10 +15,14 @@ namespace {
 
 QList<U32> s_aCode;  ///< codes of the diagnostics since the last clear
 QList<U32> s_aFlags;
+QStringList s_asText; ///< lines that come with their text
 
 void Collect(const ELF_DIAG* pDiag)
 {
-    if (pDiag->sText) return;
+    if (pDiag->sText) {
+        s_asText << QString::fromUtf8(pDiag->sText);
+        return;
+    }
     s_aCode.append(pDiag->Code);
     s_aFlags.append(pDiag->Flags);
 }
@@ -43,16 +48,6 @@ ELF_HANDLE Open(const QString& sPath, bool Debug = true)
     return ELF_Open(sPath.toUtf8().constData(), Debug);
 }
 
-/// A frame that has an answer to everything.
-class CAnyFrame : public CLocFrame {
-    static bool Any(U64 Seed, U64* pValue) { return *pValue = Seed * 0x9E3779B97F4A7C15ull, true; }
-    bool ReadReg(U32 Reg, U64* p) override { return Any(Reg, p); }
-    bool ReadMem(U32 Addr, U32, U64* p) override { return Any(Addr, p); }
-    bool GetFrameBase(U64* p) override { return Any(5, p); }
-    bool GetCfa(U64* p) override { return Any(6, p); }
-    bool ReadEntryReg(U32 Reg, U64* p) override { return Any(Reg + 7, p); }
-};
-
 void TouchLocation(const ELF_SYM_LOC& Loc)
 {
     CAnyFrame Frame;
@@ -60,6 +55,21 @@ void TouchLocation(const ELF_SYM_LOC& Loc)
     ELF_GetLocText(Loc, 0);
     ELF_LocIsValid(Loc);
     ELF_GetLocText(Value, 1);
+}
+
+void TouchPieces(ELF_SYM_HANDLE h, U32 PC)
+{
+    CAnyFrame Frame;
+    const ELF_SYM_PIECES aPiece = ELF_EvalPieces(h, PC, Frame);
+    for (const U64 First : {0ull, 13ull, 8ull << 32}) {
+        U64 NumBits = 0;
+        for (const ELF_SYM_PIECE& Piece : ELF_SlicePieces(aPiece, First, 45, PC & 1)) {
+            I32 Offset;
+            ELF_GetPointee(Piece.Part, &Offset);
+            NumBits += Piece.NumBits;
+        }
+        QCOMPARE(NumBits, 45u);
+    }
 }
 
 /// Asks everything there is to ask about a symbol; the answers only have to come.
@@ -80,6 +90,7 @@ void TouchSymbol(ELF_SYM_HANDLE h, int Depth)
     ELF_GetArrayInfo(h, &Info);
     for (const U32 PC : {0u, Low, Low + 8}) {
         TouchLocation(ELF_GetSymLoc(h, PC));
+        TouchPieces(h, PC);
         ELF_SYM_LOC Passed;
         I64 Add;
         TouchLocation(ELF_GetArrayBoundLoc(h, 0, PC, &Add));
@@ -123,11 +134,76 @@ void AddBuildRows()
     for (int i = 0; i < aBuild.size(); i++) QTest::newRow(aBuild[i].Name().constData()) << i;
 }
 
+/// A program with one unit that has nothing but a language (-1: none) and a name.
+QString MakeUnit(int Language, const char* sName)
+{
+    const QString sUnit = QStringLiteral(
+        ".text\n.global _start\n_start: nop\n"
+        ".section .debug_abbrev,\"\",%%progbits\n.uleb128 1, 0x11\n.byte 0\n%1.uleb128 3, 8, 0, 0\n.byte 0\n"
+        ".section .debug_info,\"\",%%progbits\n.4byte 9f - 8f\n8: .2byte 4\n.4byte 0\n.byte 4\n.uleb128 1\n%2.asciz \"%3\"\n9:\n");
+    const QString sText = QString(sUnit).replace("%%", "%").arg(Language < 0 ? "" : ".uleb128 0x13, 5\n", Language < 0 ? "" : QStringLiteral(".2byte %1\n").arg(Language), sName);
+    const QString sSource = WriteTemp(sText.toUtf8(), "unit.s"), sElf = CTestBuild::Dir() + "/unit.elf";
+    CTestBuild::Run("arm-none-eabi-gcc", {"-nostdlib", sSource, "-o", sElf});
+    return sElf;
+}
+
 } // namespace
 
 class tst_elf : public QObject {
     Q_OBJECT
 private slots:
+    void languages_data()
+    {
+        QTest::addColumn<int>("Code");
+        QTest::addColumn<QByteArray>("Name");
+        QTest::addColumn<bool>("IsCpp");
+        const struct { const char* sRow; int Code; const char* sName; bool IsCpp; } Rows[] = {
+            {"C89", 1, "a.c", false}, {"C", 2, "a.c", false}, {"Ada 83", 3, "a.adb", false}, {"C++", 4, "a.cc", true},
+            {"C99", 0xC, "a.c", false}, {"C++03", 0x19, "a.cc", true}, {"C++11", 0x1A, "a.cc", true}, {"Rust", 0x1C, "a.rs", false},
+            {"C11", 0x1D, "a.c", false}, {"C++14", 0x21, "a.cc", true}, {"C++17", 0x2A, "a.cc", true}, {"C++20", 0x2B, "a.cc", true},
+            {"C17", 0x2C, "a.c", false}, {"Ada 2012", 0x2F, "a.adb", false}, {"assembly", 0x31, "a.s", false}, {"C++23", 0x3A, "a.cc", true},
+            {"C23", 0x3E, "a.c", false}, {"assembler of MIPS", 0x8001, "a.s", false}, {"C, odd name", 2, "a.cpp", false},
+            {"none, C++ name", -1, "a.cpp", true}, {"none, C name", -1, "a.c", false}, {"none, other name", -1, "a.x", false},
+        };
+        for (const auto& Row : Rows) QTest::newRow(Row.sRow) << Row.Code << QByteArray(Row.sName) << Row.IsCpp;
+    }
+
+    void languages()
+    {
+        QFETCH(int, Code);
+        QFETCH(QByteArray, Name);
+        QFETCH(bool, IsCpp);
+        s_asText.clear();
+        const ELF_HANDLE hFile = Open(MakeUnit(Code, Name));
+        QCOMPARE(ELF_GetListCount(hFile, ELF_LIST_COMPILATION_UNITS), 1u);
+        QCOMPARE(ELF_GetSrcLang(hFile), IsCpp ? ELF_SRC_LANG_CPP : ELF_SRC_LANG_C);
+        QVERIFY(s_asText.contains(IsCpp ? "Source Language: C++" : "Source Language: C"));
+    }
+
+    /// What is told of a file that was read, and of what is read later.
+    void summary()
+    {
+        // Unit, T, two of S and itself, g, s, f with p, l and m, main; not the base types and the block.
+        const QString sSource = WriteTemp("#define TWO 2\ntypedef int T;\nstruct S { int a; char b; } s;\nT g;\n"
+                                          "int f(int p) { int l = p; { int m = l; l = m * TWO; } return l; }\nint main(void) { return f(g); }\n", "summary.c");
+        const QString sElf = CTestBuild::Dir() + "/summary.elf";
+        CTestBuild::Run("arm-none-eabi-gcc", {"-g3", "-O0", "-nostdlib", "-Wl,-emain", sSource, "-o", sElf});
+        s_asText.clear();
+        const ELF_HANDLE hFile = Open(sElf);
+        QStringList asKey;
+        for (const QString& s : std::as_const(s_asText)) asKey << s.section(':', 0, 0);
+        QCOMPARE(asKey.join('|'), QString("parsed type unit tree in ms|parsed debug info tree in ms|parsed source file info in ms|parsed source line info in ms|"
+                                          "parsed macro info in ms|parsed call frame info in ms|intialized symbol name index in ms|File Size|DWARF Symbol Count|"
+                                          "ELF Symbol Count|Data Encoding|Source Language|total init time|DWARF Version"));
+        QVERIFY2(s_asText.contains("DWARF Symbol Count: 12"), qPrintable(s_asText.join('\n')));
+        s_asText.clear();
+        QVERIFY(ELF_GetMacroCount(hFile) > 0);
+        QCOMPARE(s_asText.size(), 1);
+        QVERIFY(s_asText[0].startsWith("parsed macro info in ms: "));
+        ELF_GetMacroCount(hFile);
+        QCOMPARE(s_asText.size(), 1);
+    }
+
     void initTestCase() { ELF_SetDiagCallback(Collect); }
     void cleanup()
     {

@@ -67,12 +67,26 @@ void CLocalsReader::Fill(CSymbol& Symbol)
     if (Kind == SYMBOL_AGGREGATE || Kind == SYMBOL_ARRAY || Symbol.Loc.NumParts == 0 || Symbol.ByteSize == 0 ||
         Symbol.ByteSize > MAX_BYTES || !Symbol.Value.isEmpty() || !ELF_LocIsValid(Symbol.Loc))
         return; // a place that hangs on a frame is asked for when the frame is known
-    const QByteArray Key = MakeKey(Symbol.Loc, Symbol.ByteSize);
+    if (Symbol.Pieces.isEmpty()) {
+        Symbol.Value = Fetch(Symbol.Loc, Symbol.ByteSize);
+        return;
+    }
+    Symbol.ReadPieces([this](const ELF_SYM_LOC& Loc, U32 nBytes, U64* pValue) {
+        const QByteArray Bytes = Fetch(Loc, nBytes);
+        *pValue = 0;
+        std::copy(Bytes.begin(), Bytes.end(), reinterpret_cast<char*>(pValue));
+        return !Bytes.isEmpty();
+    });
+}
+
+QByteArray CLocalsReader::Fetch(const ELF_SYM_LOC& Loc, U32 nBytes)
+{
+    const QByteArray Key = MakeKey(Loc, nBytes);
     if (!m_Values.contains(Key)) {
         m_Values.insert(Key, {});
-        CDeviceDataManager::Get().ReadSymDataCached(this, Symbol.Loc, Symbol.ByteSize, nullptr);
+        CDeviceDataManager::Get().ReadSymDataCached(this, Loc, nBytes, nullptr);
     }
-    Symbol.Value = m_Values.value(Key);
+    return m_Values.value(Key);
 }
 
 QList<VIEW_SYMBOL> CLocalsReader::GetRows(const QStringList& Path)

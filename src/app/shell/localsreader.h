@@ -32,6 +32,8 @@ private:
     CLocalsReader();
     QList<CSymbol> GetVariables() const;
     void Fill(CSymbol& Symbol);
+    /// Bytes of a location, empty until they are there; asks for them.
+    QByteArray Fetch(const ELF_SYM_LOC& Loc, U32 nBytes);
     static QByteArray MakeKey(const ELF_SYM_LOC& Loc, U32 nBytes);
     void Store(const ELF_SYM_LOC& Loc, U32 nBytes, const U8* paData);
 

@@ -242,7 +242,7 @@ void CMainWindow::OpenDataFile(const QString& sPath)
 {
     m_S.OpenTime.start();
     if (sPath.isEmpty()) return CloseProgram();
-    if (IsElfFile(sPath)) {
+    if (IsElfProgram(sPath)) {
         QApplication::setOverrideCursor(Qt::WaitCursor);
         CStatusBar::Get().SetStatusMessage(QStringLiteral("Opening File..."));
         OpenElfDataFile(sPath);
@@ -415,7 +415,7 @@ void OnFileLoad(int Id)
     if (Binary && !HasAddr) return SetActionError(Id, QStringLiteral("Invalid Address Parameter"));
     SESSION_STATE& S = CMainWindow::Get().GetSession();
     S.DownloadMode = DM_FILE;
-    S.LoadAddr = IsElfFile(sFile) || !HasAddr ? -1 : Addr;
+    S.LoadAddr = IsElfProgram(sFile) || !HasAddr ? -1 : Addr;
     CMainWindow::Get().OpenDataFile(sFile);
 }
 

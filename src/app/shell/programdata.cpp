@@ -2,6 +2,7 @@
 
 #include "core/cache/core.h"
 #include "device/queue/device.h"
+#include "program/datafiles/filetypes.h"
 #include "program/datafiles/fileworker.h"
 #include "program/elf/elf.h"
 #include "program/tables/prog.h"
@@ -42,7 +43,7 @@ PROGRAM_DATA ReadElf(const QString& sPath)
 /// Data of a file as it is now.
 PROGRAM_DATA ReadData(const QString& sPath, U32 BinAddr)
 {
-    if (IsElfFile(sPath)) return ReadElf(sPath);
+    if (IsElfProgram(sPath)) return ReadElf(sPath);
     PROGRAM_DATA Data;
     const bool Binary = QFileInfo(sPath).suffix().compare("bin", Qt::CaseInsensitive) == 0;
     for (const CFileBlock& Block : BFile::CFileWorker::Instance().ReadFile(sPath, Binary ? I64(BinAddr) : -1))
@@ -60,10 +61,9 @@ void Sort(PROGRAM_DATA& Data)
 
 } // namespace
 
-bool IsElfFile(const QString& sPath)
+bool IsElfProgram(const QString& sPath)
 {
-    const QString sSuffix = QFileInfo(sPath).suffix().toLower();
-    if (sSuffix == "elf" || sSuffix == "out" || sSuffix == "axf") return true;
+    if (BFile::IsElfFile(sPath)) return true;
     QFile File(sPath);
     if (!File.open(QIODevice::ReadOnly)) return false;
     const QByteArray Head = File.read(5);

@@ -28,5 +28,6 @@ void ClearProgramData();
 /// thread, under the device mutex.
 void BindOtherProgramData();
 
-/// By the extension (elf, out, axf) or the first bytes: the magic of a 32-bit or 64-bit ELF file.
-bool IsElfFile(const QString& sPath);
+/// What is opened as a program: any file with the extension (elf, out, axf) or with the magic of an ELF file. A data file
+/// (BFile::IsElfFile) must have the extension or none, so that no firmware image is taken for something else by its bytes.
+bool IsElfProgram(const QString& sPath);

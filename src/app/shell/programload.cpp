@@ -98,8 +98,6 @@ void BindAgain()
 
 } // namespace
 
-bool IsProgramLoading() { return s_IsLoading; }
-
 int LoadProgramFile(const QString& sPath)
 {
     AssertMainThread("LoadProgramFile");

@@ -9,5 +9,3 @@ int LoadProgramFile(const QString& sPath);
 /// Decodes the data file that stands for a program (LoadOtherProgramData), in the same manner; a cancel leaves the rest of
 /// it undecoded. Main thread, no program file loaded.
 void DecodeOtherProgram();
-/// A program file is being opened: what would change the program must wait.
-bool IsProgramLoading();

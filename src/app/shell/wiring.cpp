@@ -147,7 +147,14 @@ void WireEvaluator()
                    ? Loc
                    : Stack.ResolveLocation(Frame, Loc);
     };
+    Hooks.ResolvePieces = [](ELF_SYM_HANDLE hSym) {
+        const CCallStack& Stack = CCallStack::GetInstance();
+        return Stack.ResolvePieces(Stack.GetFrame(std::max(Stack.GetSelectedFrame(), 0)), hSym);
+    };
     Hooks.ReadLoc = ReadLocBlocking;
+    Hooks.WriteLoc = [](const ELF_SYM_LOC& Loc, U32 nBytes, const U8* paData) {
+        return CDeviceDataManager::Get().WriteSymDataAsync(Loc, nBytes, nullptr, paData);
+    };
     Hooks.ReadMem = [](U32 Addr, U32 nBytes, U8* paData) {
         return CDeviceDataManager::Get().ReadMemBlocking(Addr, nBytes, paData) == 0 ? 0 : -1;
     };

@@ -180,7 +180,14 @@ int CDeviceDataManager::_ScheduleMemRead(U32 Addr, U32 nBytes, const char* sZone
 
 int CDeviceDataManager::ReadMemBlocking(U32 Addr, U32 nBytes, void* paData)
 {
-    return CDeviceTarget::Get().ReadMemBlocking(Addr, nullptr, nBytes, paData, nullptr);
+    CDeviceTarget& Target = CDeviceTarget::Get();
+    const QByteArray Zone(Target.GetAccessZone(nullptr));
+    if (Target.ReadMemBlocking(Addr, nullptr, nBytes, paData, nullptr) < 0) return -1;
+    // The library hands single items over in the host's order, all else as it lies there.
+    U8* pBytes = static_cast<U8*>(paData);
+    const bool IsSwapped = CDevice::Get().State.DataEndian == ENDIAN_BIG && IsItem(Addr, nBytes, Zone.isEmpty() ? nullptr : Zone.constData());
+    if (IsSwapped) std::reverse(pBytes, pBytes + nBytes);
+    return 0;
 }
 
 void CDeviceDataManager::OnDeviceReadMemDone(U32 Addr, U32 nBytes, const char* sZone, U8* paData, U8* paStatus)

@@ -42,7 +42,7 @@ public:
     int ReadRegBlocking(CDeviceEventListener* pListener, U32 BrylloRegIdx, U64* pOutValue);
     /// The data status, 1 when it can't be read, -1 for more than 8 bytes. pOutData has room for 8 bytes.
     int ReadSymDataBlocking(const ELF_SYM_LOC& Loc, U32 nBytes, const char* sZone, void* pOutData);
-    int ReadMemBlocking(U32 Addr, U32 nBytes, void* paData); ///< at most 5,000 bytes; 0 or -1
+    int ReadMemBlocking(U32 Addr, U32 nBytes, void* paData); ///< at most 5,000 bytes, as they lie in memory; 0 or -1
 
     // ---- Writing: 0 or -1 ------------------------------------------------------------------------------
     int WriteSymDataAsync(const ELF_SYM_LOC& Loc, U32 nBytes, const char* sZone, const void* pData);

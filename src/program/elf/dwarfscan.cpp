@@ -53,6 +53,7 @@ public:
 
 private:
     void _Offer(const DWARF_DIE& Die);
+    bool _IsSymbol(const DWARF_ABBREV& Abbrev) const;
     void _Code(const DWARF_DIE& Die, std::vector<DWARF_CODE>& aCode);
     bool _IsStatic(const DWARF_DIE& Die);
     bool _IsLambda(const DWARF_DIE& Die) const;
@@ -162,6 +163,35 @@ void CScanner::_Offer(const DWARF_DIE& Die)
     }
 }
 
+/// The unit itself, code, variables, types, namespaces, members and bases count; what only serves their description doesn't.
+bool CScanner::_IsSymbol(const DWARF_ABBREV& Abbrev) const
+{
+    if (m_aTag.empty()) return true;
+    const bool IsOwn = !Abbrev.HasDeclaration && !Abbrev.HasArtificial;
+    const bool IsMember = !Abbrev.HasArtificial && (IsRecord(m_aTag.back()) || m_aTag.back() == DW_TAG_enumeration_type);
+    switch (Abbrev.Tag) {
+    case DW_TAG_typedef: return true;
+    case DW_TAG_class_type:
+    case DW_TAG_structure_type:
+    case DW_TAG_interface_type:
+    case DW_TAG_union_type:
+    case DW_TAG_enumeration_type: return IsOwn && Abbrev.HasByteSize;
+    case DW_TAG_member:
+    case DW_TAG_enumerator: return IsMember;
+    case DW_TAG_inheritance: return !Abbrev.HasArtificial;
+    case DW_TAG_subprogram: return IsMember || (IsOwn && !m_Unit.IsTypeUnit());
+    default: break;
+    }
+    if (m_Unit.IsTypeUnit()) return false;
+    switch (Abbrev.Tag) {
+    case DW_TAG_namespace: return true;
+    case DW_TAG_inlined_subroutine: return IsOwn;
+    case DW_TAG_variable: return m_NumFunctions ? !Abbrev.HasDeclaration : IsOwn;
+    case DW_TAG_formal_parameter: return m_NumFunctions && !Abbrev.HasDeclaration;
+    default: return false;
+    }
+}
+
 bool CScanner::Run()
 {
     return WalkEntries(m_Info, m_Unit, [this](const DWARF_DIE& Die, U32) {
@@ -172,7 +202,7 @@ bool CScanner::Run()
             }
             return !m_aTag.empty();
         }
-        m_Scan.NumDies++;
+        m_Scan.NumSymbols += _IsSymbol(*Die.pAbbrev);
         if (m_aTag.size() <= m_DeadLevel) m_DeadLevel = ~0ull;
         _Offer(Die);
         if (!Die.pAbbrev->HasChildren) return !m_aTag.empty();

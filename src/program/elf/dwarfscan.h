@@ -27,7 +27,7 @@ struct DWARF_SCAN {
     std::vector<U32> aAbstract; ///< variables that are described in full elsewhere: what other variables are made of
     U32 MainById = DIE_ID_NONE;   ///< function that is marked as the start of the program
     U32 MainByName = DIE_ID_NONE; ///< first function named "main"
-    U32 NumDies = 0;
+    U32 NumSymbols = 0; ///< entries that are something to a user
 };
 
 /// False if the entries end in damage.

@@ -40,6 +40,22 @@ struct ELF_RELOC {
     bool Resolved = false;
 };
 
+/// The steps of reading debug information, in the order of the log.
+enum ELF_STEP { ELF_STEP_TYPES, ELF_STEP_INFO, ELF_STEP_FILES, ELF_STEP_LINES, ELF_STEP_MACROS, ELF_STEP_FRAMES, ELF_STEP_NAMES, NUM_ELF_STEPS };
+
+/// The time that steps take: what has passed since the last Lap() counts for the step of the next.
+class CElfStepTimer {
+public:
+    CElfStepTimer();
+    void Lap(ELF_STEP Step);
+    U64 Ms(ELF_STEP Step) const { return m_aMs[Step]; }
+    void Log(ELF_STEP Step) const;
+
+private:
+    U64 m_Start;
+    U64 m_aMs[NUM_ELF_STEPS] = {};
+};
+
 struct ELF_FILE {
     std::vector<ELF_RELOC> aReloc; ///< while the file is private: the relocations that it is read with
     U32 Slot = 0;
@@ -68,7 +84,8 @@ struct ELF_FILE {
     mutable std::vector<std::pair<U32, U32>> aTypeByName, aVarByName, aFuncByName;
     U32 MainFunction = DIE_ID_NONE;
     ELF_SRC_LANG Lang = ELF_SRC_LANG_C;
-    U32 DwarfVersion = 0, NumDies = 0, NumTypeUnits = 0;
+    U32 DwarfVersion = 0, NumTypeUnits = 0;
+    U32 NumSymbols = 0; ///< entries that are something to a user: units, code, variables, types, members, namespaces
     U32 CfaFactor = 1;
 
     mutable CBigVector<ELF_LINE> aLine;
@@ -89,10 +106,10 @@ struct ELF_FILE {
     void CleanUpSymbols();
     void FindCodeAtZero();
     bool ParseDebugInfo(ELF_PROGRESS* pProgress);
-    void ScanUnits(ELF_PROGRESS* pProgress);
+    void ScanUnits(ELF_PROGRESS* pProgress, CElfStepTimer& Timer);
     void MergeScan(const DWARF_SCAN& Scan);
     void DropAbstractVariables();
-    void ReadLineTables(ELF_PROGRESS* pProgress);
+    void ReadLineTables(ELF_PROGRESS* pProgress, CElfStepTimer& Timer);
     /// Reads the rows of all line tables again.
     void ReadLinesAgain() const;
     void AppendLines(const DWARF_LINE_TABLE& Table, const ELF_CU_FILES& Files) const;
@@ -101,7 +118,7 @@ struct ELF_FILE {
     const std::vector<ELF_MACRO>& Macros() const;
     void BuildNameIndex() const;
     U32 InternSrcFile(const std::string& sPath);
-    void LogSummary(const U64* paMs) const;
+    void LogSummary(const CElfStepTimer& Timer) const;
 
     // Questions about DIEs
     /// The innermost scope around the DIE, null if none. It stays until the file is closed.

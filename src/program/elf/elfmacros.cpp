@@ -153,7 +153,10 @@ const std::vector<ELF_MACRO>& ELF_FILE::Macros() const
 {
     if (!HasMacros && HasDebugInfo) {
         HasMacros = true;
+        CElfStepTimer Timer;
         if (!ReadMacros()) ElfReport(ELF_ERR_MACROS, FLAGS_INTERNAL);
+        Timer.Lap(ELF_STEP_MACROS);
+        Timer.Log(ELF_STEP_MACROS);
     }
     return aMacro;
 }

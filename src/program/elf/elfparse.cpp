@@ -19,11 +19,15 @@ U64 NowMs()
     return static_cast<U64>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
-/// The steps whose times are logged, in the order of the log.
-enum STEP { STEP_TYPES, STEP_INFO, STEP_FILES, STEP_LINES, STEP_MACROS, STEP_FRAMES, STEP_NAMES, NUM_STEPS };
+constexpr const char* STEP_TEXTS[NUM_ELF_STEPS] = {
+    "parsed type unit tree in ms:   %ld",  "parsed debug info tree in ms:  %ld",
+    "parsed source file info in ms: %ld",  "parsed source line info in ms: %ld",
+    "parsed macro info in ms: %ld",        "parsed call frame info in ms:  %ld",
+    "intialized symbol name index in ms:  %ld",
+};
 
 /// Languages that are younger than the library's list.
-constexpr U32 LANG_CPP_17 = 0x2B, LANG_CPP_20 = 0x2C;
+constexpr U32 LANG_CPP_17 = 0x2A, LANG_CPP_20 = 0x2B, LANG_CPP_23 = 0x3A;
 
 ELF_SRC_LANG LangOf(const CDwarfInfo& Info, const DWARF_UNIT& Unit)
 {
@@ -33,7 +37,8 @@ ELF_SRC_LANG LangOf(const CDwarfInfo& Info, const DWARF_UNIT& Unit)
     case DW_LANG_C_plus_plus_11:
     case DW_LANG_C_plus_plus_14:
     case LANG_CPP_17:
-    case LANG_CPP_20: return ELF_SRC_LANG_CPP;
+    case LANG_CPP_20:
+    case LANG_CPP_23: return ELF_SRC_LANG_CPP;
     case 0: break;
     default: return ELF_SRC_LANG_C;
     }
@@ -55,6 +60,22 @@ void Advance(ELF_PROGRESS* pProgress, U32 Share)
 }
 
 } // namespace
+
+CElfStepTimer::CElfStepTimer() : m_Start(NowMs()) {}
+
+void CElfStepTimer::Lap(ELF_STEP Step)
+{
+    const U64 Now = NowMs();
+    m_aMs[Step] += Now - m_Start;
+    m_Start = Now;
+}
+
+void CElfStepTimer::Log(ELF_STEP Step) const
+{
+    char acLine[64];
+    std::snprintf(acLine, sizeof(acLine), STEP_TEXTS[Step], static_cast<long>(m_aMs[Step]));
+    ElfReport(0, FLAGS_INFO, acLine);
+}
 
 U32 ElfHash(const char* sText)
 {
@@ -96,41 +117,40 @@ bool ELF_FILE::ParseDebugInfo(ELF_PROGRESS* pProgress)
         ElfReport(ELF_ERR_LIB_NO_DEBUG_INFO, 66);
         return false;
     }
-    U64 aMs[NUM_STEPS] = {};
-    U64 Start = NowMs();
-    auto Lap = [&](STEP Step) {
-        const U64 Now = NowMs();
-        aMs[Step] += Now - Start;
-        Start = Now;
-    };
+    CElfStepTimer Timer;
     FindCodeAtZero();
     if (!Info.Init(Sec, Zero)) return false;
     HasDebugInfo = true;
     CfaFactor = Image.FindSection(".note.iar") >= 0 ? 4 : 1;
     for (U32 i = 0; i < Info.NumBadUnits(); i++) ElfReport(ELF_ERR_COMP_UNIT, FLAGS_INTERNAL);
-    Lap(STEP_INFO);
-    ScanUnits(pProgress);
-    Lap(STEP_INFO);
-    ReadLineTables(pProgress);
-    Lap(STEP_LINES);
+    Timer.Lap(ELF_STEP_INFO);
+    ScanUnits(pProgress, Timer);
+    ReadLineTables(pProgress, Timer);
     if (pProgress && pProgress->Cancel) return true;
-    Lap(STEP_MACROS); // read when first asked for
     const int EhFrame = Image.FindSection(".eh_frame");
     if (!Adapter.Init(Sec, EhFrame >= 0 ? Image.Sections()[static_cast<size_t>(EhFrame)].Addr : 0, Zero)) {
         ElfReport(ELF_ERR_CALL_FRAMES, FLAGS_INTERNAL);
     }
-    Lap(STEP_FRAMES);
+    Timer.Lap(ELF_STEP_FRAMES);
     Advance(pProgress, SHARE_REST);
-    LogSummary(aMs);
+    LogSummary(Timer);
     return true;
 }
 
-void ELF_FILE::ScanUnits(ELF_PROGRESS* pProgress)
+void ELF_FILE::ScanUnits(ELF_PROGRESS* pProgress, CElfStepTimer& Timer)
 {
     const std::vector<DWARF_UNIT>& aUnit = Info.Units();
     std::vector<DWARF_SCAN> aScan(aUnit.size());
     std::vector<U8> aGood(aUnit.size(), 1);
-    RunParallel(aUnit.size(), [&](size_t i) { aGood[i] = DwarfScanUnit(Info, aUnit[i], aScan[i]); }, pProgress, SHARE_SCAN);
+    std::vector<size_t> aOfTypes, aOfCode;
+    for (size_t i = 0; i < aUnit.size(); i++) (aUnit[i].InTypes ? aOfTypes : aOfCode).push_back(i);
+    const auto Scan = [&](const std::vector<size_t>& aIndex, ELF_STEP Step) {
+        const U32 Share = aIndex.empty() ? 0 : static_cast<U32>(SHARE_SCAN * aIndex.size() / aUnit.size());
+        RunParallel(aIndex.size(), [&](size_t k) { aGood[aIndex[k]] = DwarfScanUnit(Info, aUnit[aIndex[k]], aScan[aIndex[k]]); }, pProgress, Share);
+        Timer.Lap(Step);
+    };
+    Scan(aOfTypes, ELF_STEP_TYPES);
+    Scan(aOfCode, ELF_STEP_INFO);
     if (pProgress && pProgress->Cancel) return;
     size_t NumFunctions = 0, NumInlined = 0;
     for (const DWARF_SCAN& Scan : aScan) {
@@ -159,6 +179,7 @@ void ELF_FILE::ScanUnits(ELF_PROGRESS* pProgress)
     DropAbstractVariables();
     // Of several entries that specify one, the first counts.
     for (auto* pPairs : {&aDefinition, &aExtension}) std::sort(pPairs->begin(), pPairs->end());
+    Timer.Lap(ELF_STEP_INFO);
 }
 
 void ELF_FILE::DropAbstractVariables()
@@ -180,7 +201,7 @@ void ELF_FILE::MergeScan(const DWARF_SCAN& Scan)
     Append(aDefinition, Scan.aDefinition);
     Append(aExtension, Scan.aExtension);
     Append(aAbstract, Scan.aAbstract);
-    NumDies += Scan.NumDies;
+    NumSymbols += Scan.NumSymbols;
 }
 
 U32 ELF_FILE::InternSrcFile(const std::string& sFile)
@@ -225,7 +246,7 @@ static std::vector<DWARF_LINE_TABLE> ReadTables(const CDwarfInfo& Info, const st
     return aTable;
 }
 
-void ELF_FILE::ReadLineTables(ELF_PROGRESS* pProgress)
+void ELF_FILE::ReadLineTables(ELF_PROGRESS* pProgress, CElfStepTimer& Timer)
 {
     for (const DWARF_UNIT& Unit : Info.Units()) {
         if (Unit.HasStmtList && CuFiles.emplace(Unit.StmtList, ELF_CU_FILES()).second) apLineUnit.push_back(&Unit);
@@ -238,13 +259,16 @@ void ELF_FILE::ReadLineTables(ELF_PROGRESS* pProgress)
     for (size_t i = 0; i < aTable.size(); i++) {
         if (!aTable[i].HasFiles) ElfReport(ELF_ERR_SRC_FILES, FLAGS_INTERNAL);
         if (!aGood[i]) ElfReport(ELF_ERR_SRC_LINES, FLAGS_INTERNAL);
+        Timer.Lap(ELF_STEP_LINES);
         ELF_CU_FILES& Files = CuFiles[apLineUnit[i]->StmtList];
         Files.FileBase = aTable[i].FileBase;
         Files.aFile.reserve(aTable[i].aPath.size());
         for (const std::string& sFile : aTable[i].aPath) Files.aFile.push_back(InternSrcFile(sFile));
+        Timer.Lap(ELF_STEP_FILES);
         AppendLines(aTable[i], Files);
         aTable[i] = DWARF_LINE_TABLE();
     }
+    Timer.Lap(ELF_STEP_LINES);
     for (const DWARF_UNIT& Unit : Info.Units()) {
         if (Unit.IsTypeUnit() || !Unit.HasStmtList) continue;
         for (const U32 File : CuFiles[Unit.StmtList].aFile) {
@@ -253,6 +277,7 @@ void ELF_FILE::ReadLineTables(ELF_PROGRESS* pProgress)
             if (aCu.empty() || aCu.back() != Unit.RootId()) aCu.push_back(Unit.RootId());
         }
     }
+    Timer.Lap(ELF_STEP_FILES);
 }
 
 void ELF_FILE::ReadLinesAgain() const
@@ -272,6 +297,7 @@ const ELF_CU_FILES* ELF_FILE::GetCuFiles(const DWARF_UNIT& Unit) const
 void ELF_FILE::BuildNameIndex() const
 {
     HasNameIndex = true;
+    CElfStepTimer Timer;
     auto Add = [this](std::vector<std::pair<U32, U32>>& aIndex, U32 Id) {
         DWARF_DIE Die;
         if (!ReadDie(Id, Die) || Die.IsNull() || Die.Tag() == DW_TAG_typedef) return;
@@ -287,28 +313,25 @@ void ELF_FILE::BuildNameIndex() const
     for (const U32 Id : aList[ELF_LIST_GLOBAL_VARS]) Add(aVarByName, Id);
     for (const DWARF_CODE& Code : aFunction) Add(aFuncByName, Code.Id);
     for (auto* pIndex : {&aTypeByName, &aVarByName, &aFuncByName}) std::sort(pIndex->begin(), pIndex->end());
+    Timer.Lap(ELF_STEP_NAMES);
+    Timer.Log(ELF_STEP_NAMES);
 }
 
-void ELF_FILE::LogSummary(const U64* paMs) const
+void ELF_FILE::LogSummary(const CElfStepTimer& Timer) const
 {
     char acLine[128];
     auto Say = [&acLine](const char* sFormat, auto Value) {
         std::snprintf(acLine, sizeof(acLine), sFormat, Value);
         ElfReport(0, FLAGS_INFO, acLine);
     };
-    static constexpr const char* STEP_TEXTS[NUM_STEPS] = {
-        "parsed type unit tree in ms:   %ld",  "parsed debug info tree in ms:  %ld",
-        "parsed source file info in ms: %ld",  "parsed source line info in ms: %ld",
-        "parsed macro info in ms: %ld",        "parsed call frame info in ms:  %ld",
-        "intialized symbol name index in ms:  %ld",
-    };
     long Total = 0;
-    for (U32 i = 0; i < NUM_STEPS; i++) {
-        Say(STEP_TEXTS[i], static_cast<long>(paMs[i]));
-        Total += static_cast<long>(paMs[i]);
+    for (U32 i = 0; i < NUM_ELF_STEPS; i++) {
+        // Macros and the name index are read when first asked for, which is logged again then.
+        Timer.Log(static_cast<ELF_STEP>(i));
+        Total += static_cast<long>(Timer.Ms(static_cast<ELF_STEP>(i)));
     }
     Say("File Size: %u", static_cast<U32>(Image.Size()));
-    Say("DWARF Symbol Count: %u", NumDies);
+    Say("DWARF Symbol Count: %u", NumSymbols);
     Say("ELF Symbol Count: %u", static_cast<U32>(Image.Symbols().size()));
     Say("Data Encoding: %s", Image.IsBigEndian() ? "Big Endian" : "Little Endian");
     Say("Source Language: %s", Lang == ELF_SRC_LANG_CPP ? "C++" : "C");

@@ -2,7 +2,7 @@
 // Set once at start; an empty function counts as "not there".
 #pragma once
 #include "app/services/types.h"
-#include "program/symbols/elfsymloc.h"
+#include "program/symbols/locpieces.h"
 
 #include <QString>
 #include <functional>
@@ -12,9 +12,12 @@ struct EVAL_HOOKS {
     std::function<U32()> GetFramePC;                           ///< PC of the selected frame; ADDR_NONE without one
     std::function<U32()> GetLocationPC;                        ///< PC whose locations hold in it; as GetFramePC if empty
     std::function<ELF_SYM_LOC(const ELF_SYM_LOC&)> ResolveLoc; ///< evaluated in the selected frame; no parts if it can't be
-    /// Bytes of a resolved location, in target order. 0, or another value when they can't be read.
+    /// Where the stretches of a symbol's value are in the selected frame; empty if its location tells all.
+    std::function<ELF_SYM_PIECES(ELF_SYM_HANDLE)> ResolvePieces;
+    /// The number at a resolved location, its lowest byte first on any target. 0, or another value when they can't be read.
     std::function<int(const ELF_SYM_LOC&, U32 nBytes, U8* paData)> ReadLoc;
-    std::function<int(U32 Addr, U32 nBytes, U8* paData)> ReadMem; ///< the same for plain memory
+    std::function<int(U32 Addr, U32 nBytes, U8* paData)> ReadMem; ///< bytes of memory as they lie there
+    std::function<int(const ELF_SYM_LOC&, U32 nBytes, const U8* paData)> WriteLoc; ///< 0, or -1 when it can't be written
     std::function<bool(const QString&, I64*)> FindConstant;
     std::function<bool(const QString&, I64*)> FindSysVar;
 };

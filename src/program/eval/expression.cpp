@@ -99,14 +99,16 @@ CSymbol CExpression::FindVariable(const QString& sName)
     // Locals of the selected frame come first, inner blocks before outer ones.
     const EVAL_HOOKS& Hooks = EVAL_GetHooks();
     const U32 PC = Hooks.GetFramePC ? Hooks.GetFramePC() : ADDR_NONE;
-    const ELF_SYM_HANDLE hFunc = PC == ADDR_NONE ? 0 : PROG_GetFunctionAt(PC, 1);
     CSymbol OutOfScope;
-    for (U32 i = ELF_GetSymLocalCount(hFunc); i-- > 0;) {
-        const ELF_SYM_HANDLE h = ELF_GetSymLocal(hFunc, i);
-        if (QString::fromUtf8(ELF_GetSymName(h)) != sName) continue;
-        CSymbol Local = CSymbol::FromProgram(h);
-        if (Local.Loc.NumParts) return Local;
-        if (OutOfScope.IsEmpty()) OutOfScope = Local;
+    for (const U32 PreferOuter : {0u, 1u}) { // an expansion has locals of its own
+        const ELF_SYM_HANDLE hFunc = PC == ADDR_NONE ? 0 : PROG_GetFunctionAt(PC, PreferOuter);
+        for (U32 i = ELF_GetSymLocalCount(hFunc); i-- > 0;) {
+            const ELF_SYM_HANDLE h = ELF_GetSymLocal(hFunc, i);
+            if (QString::fromUtf8(ELF_GetSymName(h)) != sName) continue;
+            CSymbol Local = CSymbol::FromProgram(h);
+            if (Local.Loc.NumParts) return Local;
+            if (OutOfScope.IsEmpty()) OutOfScope = Local;
+        }
     }
     if (!OutOfScope.IsEmpty()) return OutOfScope;
     for (const bool Elf : {false, true})

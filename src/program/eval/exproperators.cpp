@@ -76,6 +76,15 @@ int ReadOperand(CSymbol& s)
     return s.Read() == 0 ? 0 : -5;
 }
 
+/// What an operand points to can be reached: it isn't null, or it is a pointer without a value whose target is known.
+int ReadPointer(CSymbol& s)
+{
+    if (s.IsDroppedPointer()) return 0;
+    if (const int Result = ReadOperand(s); Result < 0) return Result;
+    I64 Addr = 0;
+    return s.GetInteger(&Addr) && Addr != 0 ? 0 : -3;
+}
+
 int ReadNumber(CSymbol& s, NUMBER* pNumber)
 {
     if (const int Result = ReadOperand(s); Result < 0) return Result;
@@ -212,8 +221,7 @@ int RunUnary(const EXPR_OPERATOR& Op, CSymbol& s, CSymbol* pResult)
             *pResult = s.GetElement(0);
             return 0;
         }
-        if (const int r = ReadOperand(s); r < 0) return r;
-        if (!s.GetInteger(&n.Integer) || n.Integer == 0) return -3;
+        if (const int r = ReadPointer(s); r < 0) return r;
         *pResult = s.GetPointee(0);
         return pResult->IsEmpty() ? -3 : 0;
     default: break;
@@ -247,9 +255,7 @@ int RunIndex(CSymbol& Left, CSymbol& Right, CSymbol* pResult, int* pFailing)
         return 0;
     }
     *pFailing = 0;
-    if (const int r = ReadOperand(Left); r < 0) return r;
-    I64 Addr = 0;
-    if (!Left.GetInteger(&Addr) || Addr == 0) return -3;
+    if (const int r = ReadPointer(Left); r < 0) return r;
     *pFailing = 1;
     *pResult = Left.GetPointee(Index.Integer);
     return pResult->IsEmpty() ? -3 : 0;
@@ -260,9 +266,7 @@ int RunMember(const EXPR_OPERATOR& Op, CSymbol& Left, CSymbol& Right, CSymbol* p
     CSymbol Object = Left;
     *pFailing = 0;
     if (Op.Id == OP_ARROW || Left.GetKind() == SYMBOL_POINTER) {
-        if (const int r = ReadOperand(Left); r < 0) return r;
-        I64 Addr = 0;
-        if (!Left.GetInteger(&Addr) || Addr == 0) return -3;
+        if (const int r = ReadPointer(Left); r < 0) return r;
         Object = Left.GetPointee(0);
         if (Object.IsEmpty()) return -3;
     }

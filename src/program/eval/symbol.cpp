@@ -146,6 +146,10 @@ CSymbol CSymbol::FromProgram(ELF_SYM_HANDLE hSym)
     if (PC != ADDR_NONE) FillLengths(Symbol, PC);
     const ELF_SYM_LOC Raw = PROG_GetSymLoc(hSym, PC);
     Symbol.Loc = Hooks.ResolveLoc ? Hooks.ResolveLoc(Raw) : Raw;
+    const ELF_SYM_LOC_PART& First = Raw.aPart[0];
+    const bool IsOnePlace = Raw.NumParts == 1 && First.Size == 0 && First.Type != ELF_LOC_COMPUTED && (First.Type != ELF_LOC_CONST || Symbol.ByteSize <= 8);
+    if (!IsOnePlace && Hooks.ResolvePieces)
+        if (const ELF_SYM_PIECES aPiece = Hooks.ResolvePieces(hSym); !aPiece.isEmpty()) Symbol.SetPieces(aPiece);
     return Symbol;
 }
 
@@ -179,34 +183,6 @@ CSymbol CSymbol::FromMemory(const QString& sName, ELF_SYM_HANDLE hType, const CC
     return Symbol;
 }
 
-ELF_SYM_LOC CSymbol::OffsetLoc(U32 Offset) const
-{
-    ELF_SYM_LOC Result = Loc;
-    if (Offset == 0 || Result.NumParts == 0) return Result;
-    if (Result.NumParts > 1 || !ELF_LocIsMemory(Result)) {
-        // Pieces: the one that holds the offset; a register holds its first bytes only.
-        U32 Begin = 0;
-        for (U32 i = 0; i < Loc.NumParts; i++) {
-            const U32 Size = Loc.aPart[i].Size;
-            if (Offset == Begin) {
-                Result = {};
-                Result.NumParts = 1;
-                Result.aPart[0] = Loc.aPart[i];
-                Result.aPart[0].Size = 0;
-                return Result;
-            }
-            Begin += Size;
-        }
-        return {};
-    }
-    ELF_SYM_LOC_PART& Part = Result.aPart[0];
-    if (Part.Type == ELF_LOC_MEM_FIXED)
-        Part.Addr += Offset;
-    else
-        Part.Offset += I32(Offset);
-    return Result;
-}
-
 CSymbol CSymbol::MakeMember(ELF_SYM_HANDLE hMember, U32 Offset) const
 {
     CSymbol Member;
@@ -221,7 +197,7 @@ CSymbol CSymbol::MakeMember(ELF_SYM_HANDLE hMember, U32 Offset) const
         PlaceBitField(Member, Offset);
     }
     FillArray(Member, hMember);
-    Member.Loc = OffsetLoc(Offset);
+    PlaceChild(Member, Offset);
     Member.IsNullMember = IsNullMember;
     return Member;
 }
@@ -296,7 +272,7 @@ CSymbol CSymbol::GetElement(I64 Index) const
     Element.Dims = Dims.mid(1);
     Element.ElemSize = ElemSize;
     Element.ByteSize = Stride;
-    Element.Loc = OffsetLoc(U32(I64(Stride) * Index));
+    PlaceChild(Element, U32(I64(Stride) * Index));
     Element.Type = Type;
     if (Element.Dims.isEmpty()) {
         Element.hType = hType ? ELF_GetSymType(hType) : 0;
@@ -322,9 +298,15 @@ CSymbol CSymbol::GetPointee(I64 Index) const
     CCType TargetType = hTarget ? EVAL_GetType(hTarget) : EVAL_MakeType(Type.TypeId);
     const U32 Size = TargetType.Size ? TargetType.Size : 1;
     CSymbol Target = FromMemory({}, hTarget, TargetType, U32(Address + Index * I64(Size)), Size);
+    if (IsDroppedPointer()) {
+        I32 Offset = 0;
+        const ELF_SYM_HANDLE hObject = ELF_GetPointee(Loc.aPart[0], &Offset);
+        if (hObject) FromProgram(hObject).PlaceChild(Target, U32(Offset + Index * I64(Size)));
+        else Target.Loc = {};
+    }
     Target.Name = QStringLiteral("%1[%2]").arg(Name).arg(Index);
     Target.FullName = Index == 0 ? "(*" + FullName + ')' : QStringLiteral("%1[%2]").arg(FullName).arg(Index);
-    if (!HasValue || Address == 0) {
+    if (!IsDroppedPointer() && (!HasValue || Address == 0)) {
         Target.IsNullMember = true;
         Target.Loc = {};
     }
@@ -333,7 +315,7 @@ CSymbol CSymbol::GetPointee(I64 Index) const
 
 I64 CSymbol::GetMemAddr() const
 {
-    if (Loc.NumParts == 0 || !ELF_LocIsMemory(Loc)) return -1;
+    if (Loc.NumParts == 0 || !Pieces.isEmpty() || !ELF_LocIsMemory(Loc)) return -1; // what lies in pieces has no one address
     const ELF_SYM_LOC_PART& Part = Loc.aPart[0];
     return Part.Type == ELF_LOC_MEM_FIXED ? I64(Part.Addr) : -1;
 }
@@ -344,14 +326,21 @@ int CSymbol::Read()
     const EVAL_HOOKS& Hooks = EVAL_GetHooks();
     const SYMBOL_KINDS Kind = GetKind();
     U8 ac[MAX_TEXT_BYTES] = {};
-    if (Loc.NumParts == 1 && Loc.aPart[0].Type == ELF_LOC_CONST) {
+    if (Pieces.isEmpty() && Loc.NumParts == 1 && Loc.aPart[0].Type == ELF_LOC_CONST) {
         Value = QByteArray(reinterpret_cast<const char*>(&Loc.aPart[0].Value), std::min<qsizetype>(ByteSize, 8));
         return 0;
     }
     if (Kind == SYMBOL_AGGREGATE || Loc.NumParts == 0 || ByteSize == 0) return Kind == SYMBOL_AGGREGATE ? 0 : -1;
+    if (IsDroppedPointer()) return -1;
     if (!Hooks.IsConnected || !Hooks.IsConnected()) return -1;
     int Result = -1;
-    if (Kind == SYMBOL_ARRAY) {
+    if (!Pieces.isEmpty()) {
+        const READ_PART ReadPart = [&Hooks](const ELF_SYM_LOC& Part, U32 nBytes, U64* pValue) {
+            *pValue = 0;
+            return Hooks.ReadLoc && Hooks.ReadLoc(Part, nBytes, reinterpret_cast<U8*>(pValue)) == 0;
+        };
+        Result = ReadPieces(ReadPart) ? 0 : -1;
+    } else if (Kind == SYMBOL_ARRAY) {
         const U32 n = std::min(ByteSize, MAX_TEXT_BYTES);
         const I64 Addr = GetMemAddr();
         if (ElemSize != 1 || Addr < 0) return 0;

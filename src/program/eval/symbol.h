@@ -10,11 +10,12 @@
 #pragma once
 #include "app/services/types.h"
 #include "program/eval/evaltype.h"
-#include "program/symbols/elfsym.h"
+#include "program/symbols/locpieces.h"
 
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <functional>
 
 /// What unfolds below a symbol.
 enum SYMBOL_KINDS { SYMBOL_SCALAR, SYMBOL_AGGREGATE, SYMBOL_ARRAY, SYMBOL_POINTER };
@@ -27,6 +28,7 @@ public:
     ELF_SYM_HANDLE hSym = 0;      ///< variable, member or function of the program, 0 for a computed value
     ELF_SYM_HANDLE hType = 0;     ///< resolved type, 0 for a computed value
     ELF_SYM_LOC Loc{};            ///< evaluated; no parts: not in scope or computed
+    ELF_SYM_PIECES Pieces;        ///< where the value is if Loc can't tell, which then has the first two places of it
     U32 ByteSize = 0;
     U32 BitSize = 0;              ///< of a bit field, else 0
     U32 BitOffset = 0;            ///< from the least significant bit of the container
@@ -58,6 +60,15 @@ public:
 
     /// Reads a scalar's value, or the bytes of a char array (32 at most), once. 0, or -1 on failure. Blocks.
     int Read();
+    /// Bytes of a place of one part, as a number. False: it is not there (yet).
+    using READ_PART = std::function<bool(const ELF_SYM_LOC& Loc, U32 nBytes, U64* pValue)>;
+    /// Puts the value of a symbol in pieces together. False if a part of it is not there; the others are asked for too.
+    bool ReadPieces(const READ_PART& ReadPart);
+    /// Writes a scalar's value: ByteSize bytes in little-endian order, of a bit field those of its container. 0, or -1 if it
+    /// can't be written (a constant, a computed value, a lost piece); nothing is written then.
+    int Write(const QByteArray& Bytes) const;
+    /// A pointer that the compiler has dropped: it has no value, but it unfolds.
+    bool IsDroppedPointer() const { return Loc.NumParts == 1 && ELF_IsPointee(Loc.aPart[0]); }
     I64 GetMemAddr() const;                        ///< -1 if it is not in memory
     /// The value as an integer, sign or zero extended by the type. False if there is none of at most 8 bytes.
     bool GetInteger(I64* pValue) const;
@@ -74,7 +85,10 @@ public:
 
 private:
     CSymbol MakeMember(ELF_SYM_HANDLE hMember, U32 Offset) const;
-    ELF_SYM_LOC OffsetLoc(U32 Offset) const;
+    void PlaceChild(CSymbol& Child, U32 Offset) const;
+    void SetPieces(const ELF_SYM_PIECES& aPiece);
+    ELF_SYM_PIECES GetValuePieces() const;
+    bool GetBits(const READ_PART& ReadPart, U64 FirstBit, U32 NumBits, U64* pValue) const;
     QString GetScalarText(int Radix) const;
     QString GetCharText() const;
 };

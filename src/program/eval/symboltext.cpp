@@ -123,9 +123,11 @@ QString CSymbol::GetLocationStr() const
     if (IsNullMember) return QStringLiteral("<null>");
     if (IsConst) return QStringLiteral("const");
     if (Loc.NumParts == 0) return QStringLiteral("<outofscope>");
+    QList<ELF_SYM_LOC_PART> aPart(Loc.aPart, Loc.aPart + Loc.NumParts);
+    if (!Pieces.isEmpty()) aPart.clear();
+    for (const ELF_SYM_PIECE& Piece : Pieces) aPart << Piece.Part;
     QStringList Parts;
-    for (U32 i = 0; i < Loc.NumParts; i++) {
-        const ELF_SYM_LOC_PART& Part = Loc.aPart[i];
+    for (const ELF_SYM_LOC_PART& Part : std::as_const(aPart)) {
         const QString sOffset = QStringLiteral("%1%2").arg(Part.Offset < 0 ? '-' : '+')
                                     .arg(U32(Part.Offset < 0 ? -I64(Part.Offset) : I64(Part.Offset)), 0, 16);
         switch (Part.Type) {

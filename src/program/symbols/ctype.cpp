@@ -86,6 +86,7 @@ CCType::CCType(const QString& sTypeText) : Text(sTypeText)
     const QStringList asToken = Tokens(sTypeText);
     qsizetype Pos = 0;
     while (Pos < asToken.size() && IsModifier(asToken[Pos])) Modifiers.append(asToken[Pos++]);
+    if (Pos > 0 && Pos == asToken.size()) LogWarning(QStringLiteral("Error parsing type modifiers: ") + sTypeText); // of no type
     QStringList asWord;
     for (; Pos < asToken.size() && IsIdentifier(asToken[Pos]); Pos++) {
         // "char const*" means the same as "const char*".

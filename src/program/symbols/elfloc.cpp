@@ -219,8 +219,9 @@ bool CLocBuilder::_Operation(CByteCursor& Cur, U32 Op)
     case DW_OP_entry_value:
     case DW_OP_GNU_entry_value: _EntryValue(Cur); break;
     case DW_OP_piece: {
+        // One without a place in front of it is lost; what it would set is the size of the piece before it.
         const U64 Size = Cur.GetULeb();
-        if (m_Loc.NumParts) m_Loc.aPart[m_Loc.NumParts - 1].Size = static_cast<U32>(Size);
+        if (m_Loc.NumParts && !m_Loc.aPart[m_Loc.NumParts - 1].Size) m_Loc.aPart[m_Loc.NumParts - 1].Size = static_cast<U32>(Size);
         break;
     }
     case DW_OP_bit_piece:
@@ -333,25 +334,13 @@ bool ChooseEntry(const std::vector<DWARF_LOC_ENTRY>& aEntry, U32 PC, const U8*& 
 
 ELF_SYM_LOC LocationByAttr(const ELF_FILE& File, const DWARF_DIE& Die, U32 Attr, U32 PC)
 {
-    DWARF_DIE Owner;
-    const DWARF_VALUE Value = DieAttr(File, Die, Attr, &Owner);
-    if (!Value) return {};
-    const U8* pExpr = nullptr;
-    U32 Size = 0;
-    if (Value.Class == DWARF_CLASS::EXPRESSION || Value.Class == DWARF_CLASS::BLOCK) {
-        pExpr = Value.pBlock;
-        Size = Value.BlockSize;
-    } else if (Attr != DW_AT_data_member_location || Value.Class == DWARF_CLASS::OFFSET) {
-        std::vector<DWARF_LOC_ENTRY> aEntry;
-        const U32 LinkPC = PC == 0 || PC == 0xFFFFFFFFu ? PC : ELF_FromRuntimeAddr(PC, 1, 0);
-        if (!DwarfReadLocList(File.Info, *Owner.pUnit, Value, aEntry) || !ChooseEntry(aEntry, LinkPC, pExpr, Size)) return {};
-    }
-    if (!pExpr) return {};
-    CLocBuilder Builder(File.Info, *Owner.pUnit, Attr, PC);
-    const ELF_SYM_LOC Loc = Builder.Build(pExpr, Size);
+    SYM_EXPRESSION Expr;
+    if (!SymFindLocation(File, Die, Attr, PC, &Expr)) return {};
+    CLocBuilder Builder(File.Info, *Expr.pUnit, Attr, PC);
+    const ELF_SYM_LOC Loc = Builder.Build(Expr.pBytes, Expr.Size);
     // Where a member lies can't depend on a frame.
     if (!Builder.IsPartial() || Attr == DW_AT_data_member_location) return Loc;
-    return SymKeepExpression(File, {pExpr, Size, Owner.pUnit, false});
+    return SymKeepExpression(File, Expr);
 }
 
 ELF_SYM_LOC MemberLocation(const ELF_FILE& File, const DWARF_DIE& Die)
@@ -376,6 +365,24 @@ bool IsRegisterType(U32 Type)
 }
 
 } // namespace
+
+bool SymFindLocation(const ELF_FILE& File, const DWARF_DIE& Die, U32 Attr, U32 PC, SYM_EXPRESSION* pExpr)
+{
+    DWARF_DIE Owner;
+    const DWARF_VALUE Value = DieAttr(File, Die, Attr, &Owner);
+    if (!Value) return false;
+    *pExpr = {nullptr, 0, Owner.pUnit, false};
+    if (Value.Class == DWARF_CLASS::EXPRESSION || Value.Class == DWARF_CLASS::BLOCK) {
+        pExpr->pBytes = Value.pBlock;
+        pExpr->Size = Value.BlockSize;
+    } else if (Attr != DW_AT_data_member_location || Value.Class == DWARF_CLASS::OFFSET) {
+        std::vector<DWARF_LOC_ENTRY> aEntry;
+        const U32 LinkPC = PC == 0 || PC == 0xFFFFFFFFu ? PC : ELF_FromRuntimeAddr(PC, 1, 0);
+        if (!DwarfReadLocList(File.Info, *Owner.pUnit, Value, aEntry)) return false;
+        if (!ChooseEntry(aEntry, LinkPC, pExpr->pBytes, pExpr->Size)) return false;
+    }
+    return pExpr->pBytes != nullptr;
+}
 
 bool ELF_IsMemPart(U32 LocType)
 {

@@ -13,6 +13,8 @@ namespace {
 constexpr U32 MAX_OPERATIONS = 1000;
 constexpr size_t MAX_STACK = 256;
 constexpr U32 ADDRESS_SIZE = 4;
+constexpr U64 MAX_PIECE_BYTES = 10000000; ///< no variable is larger
+constexpr qsizetype MAX_PIECES = 10000;
 
 /// A value with its type. The generic type is an address without a sign; its arithmetic wraps at 32 bits.
 struct VALUE {
@@ -105,7 +107,8 @@ public:
         : m_File(File), m_Unit(*Expr.pUnit), m_Frame(Frame), m_Cur(Expr.pBytes, Expr.Size, File.Info.Sections().BigEndian), m_IsValue(Expr.IsValue)
     {
     }
-    ELF_SYM_LOC Run();
+    /// The stretches of the value; one without a size if it has one place. Empty: the frame doesn't know, or there is none.
+    ELF_SYM_PIECES Run();
 
 private:
     bool _Step(U32 Op);
@@ -117,7 +120,9 @@ private:
     bool _Jump(bool IsTaken);
     bool _Deref(U32 NumBytes, VALUE Type);
     bool _EntryValue();
-    bool _EndPart(U32 Size);
+    bool _ImplicitValue();
+    bool _ImplicitPointer();
+    bool _EndPiece(U64 NumBits, U64 BitOffset);
     /// The base type at an offset of the unit; 0 is the generic one.
     bool _Type(U64 Offset, VALUE& Type) const;
     bool _Push(VALUE Value)
@@ -146,7 +151,8 @@ private:
     bool m_IsValue;                      ///< what is left on the stack is the value, not its address
     std::vector<VALUE> m_aStack;
     std::optional<ELF_SYM_LOC_PART> m_Part; ///< present part, if it isn't on the stack
-    ELF_SYM_LOC m_Loc{};
+    ELF_SYM_PIECES m_aBytes; ///< ... or a block of constant bytes
+    ELF_SYM_PIECES m_aPiece; ///< what is complete
 };
 
 bool CLocMachine::_Type(U64 Offset, VALUE& Type) const
@@ -230,14 +236,9 @@ bool CLocMachine::_Place(U32 Op, bool* pIsDone)
     }
     case DW_OP_entry_value:
     case DW_OP_GNU_entry_value: return _EntryValue();
-    case DW_OP_implicit_value: {
-        const U64 Size = m_Cur.GetULeb();
-        CByteCursor Bytes(m_Cur.GetBytes(Size), Size, m_Cur.IsBigEndian());
-        m_Part = ELF_SYM_LOC_PART{};
-        m_Part->Type = ELF_LOC_CONST;
-        m_Part->Value = Bytes.GetUnsigned(static_cast<U32>(std::min<U64>(Size, 8)));
-        return Size <= 8 && Bytes.IsOk();
-    }
+    case DW_OP_implicit_value: return _ImplicitValue();
+    case DW_OP_implicit_pointer:
+    case DW_OP_GNU_implicit_pointer: return _ImplicitPointer();
     case DW_OP_stack_value: {
         VALUE Value;
         if (!_Pop(Value)) return false;
@@ -247,9 +248,35 @@ bool CLocMachine::_Place(U32 Op, bool* pIsDone)
         m_Part->Value = Value.Kind == KIND::UNSIGNED || Value.IsFloat() ? Value.Bits : static_cast<U64>(Value.Signed());
         return true;
     }
-    case DW_OP_piece: return _EndPart(static_cast<U32>(m_Cur.GetULeb()));
+    case DW_OP_piece: {
+        const U64 Size = std::min(m_Cur.GetULeb(), MAX_PIECE_BYTES);
+        return Size == 0 || _EndPiece(8 * Size, 0);
+    }
+    case DW_OP_bit_piece: {
+        const U64 NumBits = std::min(m_Cur.GetULeb(), 8 * MAX_PIECE_BYTES);
+        const U64 Offset = std::min(m_Cur.GetULeb(), 8 * MAX_PIECE_BYTES);
+        return NumBits == 0 || _EndPiece(NumBits, Offset);
+    }
     default: *pIsDone = false; return true;
     }
+}
+
+bool CLocMachine::_ImplicitValue()
+{
+    const U64 Size = m_Cur.GetULeb();
+    m_aBytes = ELF_MakeConstPieces(m_Cur.GetBytes(Size), Size, m_Cur.IsBigEndian());
+    return !m_aBytes.isEmpty() && m_Cur.IsOk();
+}
+
+bool CLocMachine::_ImplicitPointer()
+{
+    m_Part = ELF_SYM_LOC_PART{};
+    m_Part->Type = ELF_LOC_COMPUTED;
+    m_Part->NestedType = SYM_NESTED_POINTEE;
+    m_Part->NestedReg = m_File.Slot;
+    m_Part->NestedAddr = static_cast<U32>(m_Cur.GetUnsigned(m_Unit.Version <= 2 ? m_Unit.AddrSize : m_Unit.OffsetSize));
+    m_Part->NestedOffset = static_cast<I32>(m_Cur.GetSLeb());
+    return m_Cur.IsOk();
 }
 
 bool CLocMachine::_EntryValue()
@@ -386,19 +413,33 @@ bool CLocMachine::_Arithmetic(U32 Op)
     return Result && _Push(A);
 }
 
-bool CLocMachine::_EndPart(U32 Size)
+bool CLocMachine::_EndPiece(U64 NumBits, U64 BitOffset)
 {
+    if (m_aPiece.size() >= MAX_PIECES) return false;
+    ELF_SYM_PIECE Piece{};
     VALUE Value;
-    if (!m_Part) {
-        if (!_Pop(Value)) return false; // a piece that the compiler has dropped
-        m_Part = ELF_SYM_LOC_PART{};
-        m_Part->Type = m_IsValue ? ELF_LOC_CONST : ELF_LOC_MEM_FIXED;
-        if (m_IsValue) m_Part->Value = Value.Bits;
-        else m_Part->Addr = static_cast<U32>(Value.Bits);
+    if (!m_aBytes.isEmpty()) {
+        U64 Size = 0;
+        for (const ELF_SYM_PIECE& Bytes : std::as_const(m_aBytes)) Size += Bytes.NumBits;
+        m_aPiece += ELF_SlicePieces(m_aBytes, BitOffset, NumBits ? NumBits : Size, m_Cur.IsBigEndian());
+        m_aBytes.clear();
+        return m_Cur.IsOk();
     }
-    if (m_Loc.NumParts == ELF_SYM_LOC_MAX_PARTS) return false;
-    m_Part->Size = Size;
-    m_Loc.aPart[m_Loc.NumParts++] = *m_Part;
+    if (m_Part) {
+        Piece.Part = *m_Part;
+        Piece.IsNumber = true;
+    } else if (_Pop(Value)) {
+        Piece.Part.Type = m_IsValue ? ELF_LOC_CONST : ELF_LOC_MEM_FIXED;
+        if (m_IsValue) Piece.Part.Value = Value.Bits;
+        else Piece.Part.Addr = static_cast<U32>(Value.Bits);
+        Piece.IsNumber = m_IsValue;
+    } else if (NumBits == 0) {
+        return false; // no place at all; of a value in pieces this one is dropped
+    }
+    Piece.Part.Size = NumBits % 8 == 0 ? static_cast<U32>(NumBits / 8) : 0;
+    Piece.NumBits = static_cast<U32>(NumBits);
+    Piece.BitOffset = static_cast<U32>(BitOffset);
+    m_aPiece.append(Piece);
     m_Part.reset();
     return m_Cur.IsOk();
 }
@@ -413,16 +454,35 @@ bool CLocMachine::_Step(U32 Op)
     return _Arithmetic(Op); // or one that says that there is no value, such as a pointer to what isn't stored
 }
 
-ELF_SYM_LOC CLocMachine::Run()
+ELF_SYM_PIECES CLocMachine::Run()
 {
     for (U32 i = 0; !m_Cur.AtEnd(); i++) {
         if (i == MAX_OPERATIONS || !_Step(m_Cur.GetU8())) return {};
     }
-    if (m_Loc.NumParts == 0 && !_EndPart(0)) return {};
-    return m_Cur.IsOk() ? m_Loc : ELF_SYM_LOC{};
+    if (m_aPiece.isEmpty() && !_EndPiece(0, 0)) return {};
+    return m_Cur.IsOk() ? m_aPiece : ELF_SYM_PIECES();
+}
+
+/// Pieces as a location, which has room for two of whole bytes that aren't lost. No parts for others.
+ELF_SYM_LOC MakeLocation(const ELF_SYM_PIECES& aPiece)
+{
+    ELF_SYM_LOC Loc{};
+    if (aPiece.size() > ELF_SYM_LOC_MAX_PARTS) return Loc;
+    for (const ELF_SYM_PIECE& Piece : aPiece) {
+        if (Piece.Part.Type == ELF_LOC_NONE || Piece.NumBits % 8 || Piece.BitOffset) return {};
+        Loc.aPart[Loc.NumParts++] = Piece.Part;
+    }
+    if (Loc.NumParts == 1 && Loc.aPart[0].Type == ELF_LOC_CONST) Loc.aPart[0].Size = 0; // all there is, of any size
+    return Loc;
 }
 
 } // namespace
+
+ELF_SYM_PIECES SymRunPieces(const ELF_FILE& File, const SYM_EXPRESSION& Expr, CLocFrame& Frame)
+{
+    const ELF_SYM_PIECES aPiece = CLocMachine(File, Expr, Frame).Run();
+    return aPiece.size() == 1 && aPiece[0].NumBits == 0 ? ELF_SYM_PIECES() : aPiece;
+}
 
 bool ELF_IsExpression(const ELF_SYM_LOC& Loc)
 {
@@ -434,5 +494,5 @@ ELF_SYM_LOC ELF_EvalExpression(const ELF_SYM_LOC& Loc, CLocFrame& Frame)
     if (!ELF_IsExpression(Loc)) return {};
     const ELF_FILE* pFile = ELF_GetFileInSlot(Loc.aPart[0].NestedReg);
     const SYM_EXPRESSION* pExpr = pFile ? SymFindExpression(*pFile, Loc.aPart[0].NestedAddr) : nullptr;
-    return pExpr ? CLocMachine(*pFile, *pExpr, Frame).Run() : ELF_SYM_LOC{};
+    return pExpr ? MakeLocation(CLocMachine(*pFile, *pExpr, Frame).Run()) : ELF_SYM_LOC{};
 }

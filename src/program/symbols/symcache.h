@@ -2,6 +2,7 @@
 // program_symbols; runs under the program table mutex.
 #pragma once
 #include "program/symbols/diemodel.h"
+#include "program/symbols/locpieces.h"
 
 #include <string>
 #include <vector>
@@ -26,6 +27,12 @@ struct SYM_EXPRESSION {
 };
 /// The nested type of a computed part that is an expression: NestedAddr is its number, NestedReg the slot of its file.
 inline constexpr U32 SYM_NESTED_EXPRESSION = 32;
+/// ... and of one that is a dropped pointer: NestedAddr is the entry of what it points to, NestedOffset the offset in it.
+inline constexpr U32 SYM_NESTED_POINTEE = 33;
 /// The location that stands for an expression, and the expression behind a number (null if there is none).
 ELF_SYM_LOC SymKeepExpression(const ELF_FILE& File, const SYM_EXPRESSION& Expr);
 const SYM_EXPRESSION* SymFindExpression(const ELF_FILE& File, U32 Number);
+/// The expression of a location attribute that holds at a PC; false if there is none.
+bool SymFindLocation(const ELF_FILE& File, const DWARF_DIE& Die, U32 Attr, U32 PC, SYM_EXPRESSION* pExpr);
+/// The stretches that an expression gives in a frame; empty if it gives one place, or fails.
+ELF_SYM_PIECES SymRunPieces(const ELF_FILE& File, const SYM_EXPRESSION& Expr, CLocFrame& Frame);

@@ -14,7 +14,7 @@
 // Main thread only.
 #pragma once
 #include "app/services/types.h"
-#include "program/symbols/elfsym.h"
+#include "program/symbols/locpieces.h"
 #include "program/tables/srcloc.h"
 #include "program/unwind/callframe.h"
 #include "program/unwind/unwindhooks.h"
@@ -89,6 +89,8 @@ public:
     U64 GetLocationPC(const CCallFrame& Frame) const;
     /// Evaluates a location in a frame: types 1 to 5 remain. A location of type 0 or without parts: failed.
     ELF_SYM_LOC ResolveLocation(const CCallFrame& Frame, const ELF_SYM_LOC& Loc) const;
+    /// Where the stretches of a symbol's value are that doesn't lie in one place; empty if the location tells all.
+    ELF_SYM_PIECES ResolvePieces(const CCallFrame& Frame, ELF_SYM_HANDLE hSym) const;
 
     // ---- Registers of a task that isn't running, in place of the target's ----
     /// NumRegs values by register index; TaskId 0 goes back to the target's registers.
@@ -98,7 +100,8 @@ public:
     int GetTaskReg(U32 RegId, U64* pValue) const;
 
     // ---- Answers of the data manager and the device, main thread ----
-    void OnReadLocDone(const ELF_SYM_LOC& Loc, U32 NumBytes, const U8* pData); ///< null data: the read failed
+    /// The number at the location, its lowest byte first on any target; null: the read failed.
+    void OnReadLocDone(const ELF_SYM_LOC& Loc, U32 NumBytes, const U8* pData);
     void OnReadLocsDone(U32 FrameIdx, U32 Count, const U64* paValue, const U8* paStatus);
     void OnReadLocsFailed(U32 FrameIdx);
 
@@ -113,6 +116,7 @@ private:
     enum PENDING : U32 { PENDING_BASE_POINTER, PENDING_CFA, PENDING_RETURN_ADDR, PENDING_NONE };
     enum STEP_RESULT { STEP_END = -1, STEP_DONE = 0, STEP_PENDING = 1 };
     enum PART_RESULT { PART_OK, PART_EMPTY, PART_FAILED };
+    class CFrameReader; ///< what expressions ask of a frame
 
     CCallStack(int StackIdx, CCallStack* pVisible);
 

@@ -3,7 +3,6 @@
 // rule where it put the value that its caller had.
 #include "app/services/log.h"
 #include "core/host/corehost.h"
-#include "program/symbols/locexpr.h"
 #include "program/tables/prog.h"
 #include "program/unwind/callstack.h"
 #include "program/unwind/regset.h"
@@ -134,6 +133,7 @@ CCallStack::PART_RESULT CCallStack::_ResolveNested(const CCallFrame& Frame, cons
         if (Older.IsEmpty() || !IsPCValid(Older) || !IsSPValid(Older)) return PART_OK;
         return _ResolvePart(Older, GetNested(Part), Out);
     }
+    if (ELF_IsPointee(Part)) return PART_OK; // a dropped pointer has no place and no value, whatever the frame
     const PART_RESULT Result = _ResolvePart(Frame, GetNested(Part), Nested);
     if (Result != PART_OK) return Result;
     if (Part.Type == ELF_LOC_COMPUTED) {
@@ -220,47 +220,48 @@ bool CCallStack::_ReadPassed(const CCallFrame& Frame, U32 Reg, ELF_SYM_LOC_PART*
     return true;
 }
 
-ELF_SYM_LOC CCallStack::_EvalExpression(const CCallFrame& Frame, const ELF_SYM_LOC& Loc) const {
-    class CReader : public CLocFrame {
-    public:
-        CReader(const CCallStack& Stack, const CCallFrame& OfFrame) : m_Stack(Stack), m_Frame(OfFrame) {}
-        bool ReadReg(U32 Reg, U64* pValue) override {
-            ELF_SYM_LOC_PART Part = MakePart(ELF_LOC_REG), Place;
-            Part.Reg = Reg;
-            return m_Stack._ResolveRegister(m_Frame, Part, Place) == PART_OK && m_Stack._ReadPart(m_Frame, Place, pValue);
-        }
-        bool ReadMem(U32 Addr, U32 NumBytes, U64* pValue) override {
-            U8 ab[8] = {};
-            if (!UNWIND_GetHooks().ReadMem || UNWIND_GetHooks().ReadMem(Addr, NumBytes, ab) != 0) return false;
-            *pValue = GetInteger(ab, NumBytes);
-            return true;
-        }
-        bool GetFrameBase(U64* pValue) override {
-            *pValue = m_Frame.BasePointer;
-            return m_Frame.BasePointerStatus == FRAME_VALUE_VALID;
-        }
-        bool GetCfa(U64* pValue) override {
-            *pValue = m_Frame.CFA;
-            return m_Frame.CFAStatus == FRAME_VALUE_VALID;
-        }
-        bool ReadEntryReg(U32 Reg, U64* pValue) override {
-            ELF_SYM_LOC_PART Passed;
-            bool IsTold = false;
-            if (m_Stack._ReadPassed(m_Frame, Reg, &Passed, &IsTold)) return IsTold && m_Stack._ReadPart(m_Frame, Passed, pValue);
-            // Else known is what the function has put away; a register that it may have changed since has lost its value.
-            const CRegSet* pSet = m_Stack._FindRegs(m_Frame);
-            const ELF_SYM_LOC* pRule = pSet ? pSet->GetRule(Reg) : nullptr;
-            ELF_SYM_LOC_PART Place;
-            if (!pRule || pRule->NumParts != 1 || pRule->aPart[0].Type != ELF_LOC_MEM_CFA_OFFSET) return false;
-            return m_Stack._ResolvePart(m_Frame, pRule->aPart[0], Place) == PART_OK && m_Stack._ReadPart(m_Frame, Place, pValue);
-        }
+class CCallStack::CFrameReader : public CLocFrame {
+public:
+    CFrameReader(const CCallStack& Stack, const CCallFrame& OfFrame) : m_Stack(Stack), m_Frame(OfFrame) {}
+    bool ReadReg(U32 Reg, U64* pValue) override {
+        ELF_SYM_LOC_PART Part = MakePart(ELF_LOC_REG), Place;
+        Part.Reg = Reg;
+        return m_Stack._ResolveRegister(m_Frame, Part, Place) == PART_OK && m_Stack._ReadPart(m_Frame, Place, pValue);
+    }
+    bool ReadMem(U32 Addr, U32 NumBytes, U64* pValue) override {
+        U8 ab[8] = {};
+        if (!UNWIND_GetHooks().ReadMem || UNWIND_GetHooks().ReadMem(Addr, NumBytes, ab) != 0) return false;
+        *pValue = GetInteger(ab, NumBytes);
+        return true;
+    }
+    bool GetFrameBase(U64* pValue) override {
+        *pValue = m_Frame.BasePointer;
+        return m_Frame.BasePointerStatus == FRAME_VALUE_VALID;
+    }
+    bool GetCfa(U64* pValue) override {
+        *pValue = m_Frame.CFA;
+        return m_Frame.CFAStatus == FRAME_VALUE_VALID;
+    }
+    bool ReadEntryReg(U32 Reg, U64* pValue) override {
+        ELF_SYM_LOC_PART Passed;
+        bool IsTold = false;
+        if (m_Stack._ReadPassed(m_Frame, Reg, &Passed, &IsTold)) return IsTold && m_Stack._ReadPart(m_Frame, Passed, pValue);
+        // Else known is what the function has put away; a register that it may have changed since has lost its value.
+        const CRegSet* pSet = m_Stack._FindRegs(m_Frame);
+        const ELF_SYM_LOC* pRule = pSet ? pSet->GetRule(Reg) : nullptr;
+        ELF_SYM_LOC_PART Place;
+        if (!pRule || pRule->NumParts != 1 || pRule->aPart[0].Type != ELF_LOC_MEM_CFA_OFFSET) return false;
+        return m_Stack._ResolvePart(m_Frame, pRule->aPart[0], Place) == PART_OK && m_Stack._ReadPart(m_Frame, Place, pValue);
+    }
 
-    private:
-        const CCallStack& m_Stack;
-        const CCallFrame& m_Frame;
-    };
+private:
+    const CCallStack& m_Stack;
+    const CCallFrame& m_Frame;
+};
+
+ELF_SYM_LOC CCallStack::_EvalExpression(const CCallFrame& Frame, const ELF_SYM_LOC& Loc) const {
     const CProgLock Lock;
-    CReader Reader(*this, Frame);
+    CFrameReader Reader(*this, Frame);
     return ELF_EvalExpression(Loc, Reader);
 }
 
@@ -277,4 +278,16 @@ ELF_SYM_LOC CCallStack::ResolveLocation(const CCallFrame& Frame, const ELF_SYM_L
         }
     }
     return Out;
+}
+
+ELF_SYM_PIECES CCallStack::ResolvePieces(const CCallFrame& Frame, ELF_SYM_HANDLE hSym) const {
+    const CProgLock Lock;
+    CFrameReader Reader(*this, Frame);
+    ELF_SYM_PIECES aPiece = ELF_EvalPieces(hSym, static_cast<U32>(GetLocationPC(Frame)), Reader);
+    for (ELF_SYM_PIECE& Piece : aPiece) {
+        ELF_SYM_LOC_PART Part = Piece.Part;
+        if (Part.Type == ELF_LOC_NONE || ELF_IsPointee(Part)) continue;
+        if (_ResolvePart(Frame, Part, Piece.Part) != PART_OK) Piece.Part = MakePart(ELF_LOC_NONE);
+    }
+    return aPiece;
 }

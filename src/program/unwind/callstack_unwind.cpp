@@ -345,8 +345,7 @@ void CCallStack::OnReadLocDone(const ELF_SYM_LOC& Loc, U32 NumBytes, const U8* p
     m_Answer = 0;
     if (m_IsAnswerValid) {
         const U32 Count = std::min(NumBytes, 8u);
-        const bool IsBig = Core_GetConfig().DataByteOrder == 1;
-        for (U32 i = 0; i < Count; i++) m_Answer |= static_cast<U64>(pData[IsBig ? Count - 1 - i : i]) << (8 * i);
+        for (U32 i = 0; i < Count; i++) m_Answer |= static_cast<U64>(pData[i]) << (8 * i);
         if (HasOffset(Loc)) m_Answer = static_cast<U32>(m_Answer) + static_cast<U32>(Loc.aPart[0].Offset);
     }
     _Run();

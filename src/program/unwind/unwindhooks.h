@@ -11,7 +11,7 @@ struct UNWIND_HOOKS {
     /// Asks the data manager for the value at a location, at most 8 bytes. The answer goes to
     /// CCallStack::OnReadLocDone, which may be called before this returns. 0, or -1 if no answer will come.
     std::function<int(const ELF_SYM_LOC& Loc, U32 NumBytes)> ReadLoc;
-    /// Reads memory at once, at most 8 bytes; 0 or -1.
+    /// Reads memory at once, at most 8 bytes, in the target's order; 0 or -1.
     std::function<int(U32 Addr, U32 NumBytes, void* pData)> ReadMem;
     /// Schedules one job of location reads, whose answer goes to OnReadLocsDone or OnReadLocsFailed with the tag.
     /// 0 or -1.

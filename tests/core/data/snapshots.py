@@ -3,6 +3,8 @@
 #   FRAME <level> <kind> <name> <pc> <value of r4> ... <value of r11> <sp> <lr>
 #   LOCAL <level> <line> <name> <size> <value>          a number, or the address of an array
 #   LENGTH <level> <line> <name> <number of elements>   of an array
+#   VALUE <level> <line> <name> <path> <state> <value>   each number in a variable and behind its pointers: the path is of
+#       .member, [index] and > (what a pointer points to); the state is = or LOST, or SYNTHETIC for a pointer without a value
 import gdb
 import os
 import struct
@@ -35,7 +37,7 @@ def print_locals(frame, level):
             try:
                 value = symbol.value(frame)
                 kind = value.type.strip_typedefs()
-                if value.is_optimized_out:
+                if value.is_optimized_out or is_synthetic(value):
                     continue
                 if kind.code == gdb.TYPE_CODE_ARRAY:
                     print("LOCAL %s %d %x" % (place, 0, int(value.address)))
@@ -49,7 +51,43 @@ def print_locals(frame, level):
         block = block.superblock
 
 
-registers = ["r%d" % i for i in range(13)] + ["sp", "lr", "pc", "xpsr"]
+def is_synthetic(value):
+    return value.type.strip_typedefs().code == gdb.TYPE_CODE_PTR and "synthetic pointer" in value.format_string()
+
+
+def leaves(value, path, depth):
+    kind = value.type.strip_typedefs()
+    if kind.code == gdb.TYPE_CODE_STRUCT:
+        for field in kind.fields():
+            yield from leaves(value[field], path + "." + field.name, depth)
+    elif kind.code == gdb.TYPE_CODE_ARRAY:
+        for i in range(kind.range()[0], min(kind.range()[1], 3) + 1):
+            yield from leaves(value[i], "%s[%d]" % (path, i), depth)
+    elif value.is_optimized_out or (kind.code != gdb.TYPE_CODE_PTR and "optimized out" in value.format_string()):
+        yield path, "LOST", 0 # also a number of which a part is lost; GDB breaks off at the text of such a pointer
+    else:
+        yield (path, "SYNTHETIC", 0) if is_synthetic(value) else (path, "=", number(value))
+        if kind.code == gdb.TYPE_CODE_PTR and depth < 3:
+            yield from leaves(value.dereference(), path + ">", depth + 1)
+
+
+def print_values(frame, level):
+    frame.select()
+    block = frame.block()
+    while block and not (block.is_static or block.is_global):
+        for symbol in block:
+            if symbol.is_variable or symbol.is_argument:
+                try:
+                    for path, state, value in leaves(symbol.value(frame), "", 0):
+                        print("VALUE %d %d %s %s %s %x" % (level, symbol.line, symbol.name, path or "-", state, value))
+                except (gdb.error, TypeError, ValueError):
+                    pass
+        if block.function:
+            break
+        block = block.superblock
+
+
+registers = ["r%d" % i for i in range(13)] + ["sp", "lr", "pc", os.environ.get("SNAPSHOT_STATUS", "xpsr")]
 stop = 0
 while stop < 6:
     gdb.execute("continue", to_string=True)
@@ -68,6 +106,7 @@ while stop < 6:
             print("FRAME %d %d %s %x %s" % (level, frame.type(), frame.name(), frame.pc(), " ".join(saved)))
             try:
                 print_locals(frame, level)
+                print_values(frame, level)
             except RuntimeError:
                 pass
             frame = frame.older()
