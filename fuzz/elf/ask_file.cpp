@@ -1,6 +1,7 @@
 // Opens one file as the debugger does, asks what its windows ask, and tells what came of it:
 //
 //   ask_file program.elf        a program file: loaded, then asked
+//   ask_file -rows program.elf  counts the rows of the line tables as well, which are read again for that
 //   ask_file -data image.hex    a data file, as for a download
 //
 // Each message is printed once, then one line a number. Exit code 0 if the file was opened, 1 if it was
@@ -46,23 +47,22 @@ int AskData(const QString& sPath)
     return aBlock.isEmpty() ? 1 : 0;
 }
 
-int AskElf(const QString& sPath)
+int AskElf(const QString& sPath, bool WithRows)
 {
     if (PROG_Load(sPath) < 0) return 1;
     std::printf("load: %ld ms\n", static_cast<long>(std::clock() * 1000 / CLOCKS_PER_SEC));
     AskLoaded();
     std::printf("asked: %ld ms\n", static_cast<long>(std::clock() * 1000 / CLOCKS_PER_SEC));
-    // The numbers come last: to count the rows, the line tables are read again.
     const ELF_HANDLE hFile = PROG_GetFileHandle();
-    U32 NumLines;
-    ELF_GetLines(hFile, &NumLines);
-    std::printf("symbols: %u\nfunctions: %lld\nglobals: %lld\ntypes: %lld\nfiles: %lld\nrows: %u\nframes: "
-                "%u\nmacros: %u\n",
-                ELF_GetSymbolCount(hFile), static_cast<long long>(PROG_GetFunctions().size()),
-                static_cast<long long>(PROG_GetGlobals().size()),
-                static_cast<long long>(PROG_GetTypes().size()),
-                static_cast<long long>(PROG_GetFiles().size()), NumLines, ELF_GetFdeCount(hFile),
-                ELF_GetMacroCount(hFile));
+    const struct {
+        const char* sName;
+        long long Value;
+    } aNumber[] = {{"symbols", ELF_GetSymbolCount(hFile)}, {"functions", PROG_GetFunctions().size()},
+                   {"globals", PROG_GetGlobals().size()},  {"types", PROG_GetTypes().size()},
+                   {"files", PROG_GetFiles().size()},      {"frames", ELF_GetFdeCount(hFile)},
+                   {"macros", ELF_GetMacroCount(hFile)}};
+    for (const auto& Row : aNumber) std::printf("%s: %lld\n", Row.sName, Row.Value);
+    if (WithRows) std::printf("rows: %u\n", ELF_GetLineCount(hFile));
     PROG_Unload();
     return 0;
 }
@@ -71,8 +71,9 @@ int AskElf(const QString& sPath)
 int main(int argc, char** argv)
 {
     const bool IsData = argc == 3 && std::strcmp(argv[1], "-data") == 0;
-    if (argc != 2 && !IsData) {
-        std::fprintf(stderr, "usage: ask_file [-data] file\n");
+    const bool WithRows = argc == 3 && std::strcmp(argv[1], "-rows") == 0;
+    if (argc != 2 && !IsData && !WithRows) {
+        std::fprintf(stderr, "usage: ask_file [-data | -rows] file\n");
         return 2;
     }
     SetMainThread();
@@ -81,7 +82,7 @@ int main(int argc, char** argv)
     SetCmdLineArgs(Args);
     PrintMessages();
     const QString sPath = QString::fromLocal8Bit(argv[argc - 1]);
-    const int Result = IsData ? AskData(sPath) : AskElf(sPath);
+    const int Result = IsData ? AskData(sPath) : AskElf(sPath, WithRows);
     std::printf("%s\n", Result ? "refused" : "opened");
     return Result;
 }

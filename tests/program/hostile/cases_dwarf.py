@@ -143,9 +143,10 @@ def units_of_one_table():
     return dwarf(fill(unit(b"\x01"), MB // 2), table).build()
 
 
-@case()
+@case(functions=1, message="could not parse debug info for compilation unit")
 def units_of_a_byte():
-    return dwarf(fill(u32(1) + b"\x04"), UNIT + b"\0").build()
+    good = unit(ROOT + b"\x02" + u32(CODE) + u32(CODE + 4) + b"\0")
+    return dwarf(good + fill(u32(1) + b"\x04"), UNIT + abbrev(2, "subprogram", 0, ("low_pc", "addr"), ("high_pc", "addr")) + b"\0").build()
 
 
 @case()

@@ -82,6 +82,26 @@ def file_names_in_one_text():
     return with_lines(line_table(SET_ADDR + END, tables=tables, version=5), debug_line_str=b"a" * 500_000 + b"\0")
 
 
+@case(files=1_000)
+def many_line_tables():
+    """Small tables, each with files whose names begin elsewhere in one long text."""
+    def table(i):
+        return line_table(END, tables=b"\1\x01\x1f\1" + u32(0) + b"\1\x01\x1f\3" + u32(3 * i % 1900) + u32(3 * i % 1900 + 1) + u32(3 * i % 1900 + 2), version=5)
+    count, size = 11_000, len(table(0))
+    info = b"".join(unit(b"\x01" + u32(size * i) + u32(0)) for i in range(count))
+    return dwarf(info, LINE_ABBREV + b"\0", debug_line=b"".join(map(table, range(count))), debug_line_str=b"a" * 2000 + b"\0", debug_str=b"\0").build()
+
+
+@case(functions=1, files=1)
+def expansions_without_lines():
+    """Each call is in a file whose path is as long as a path may be."""
+    functions = b"\x02" + u32(CODE) + u32(CODE + 0x1000000) + b"".join(b"\x03" + u32(CODE + 4 * i) + u32(CODE + 4 * i + 4) + b"\1\1" for i in range(85_000)) + b"\0"
+    table = LINE_ABBREV + abbrev(2, "subprogram", 1, ("low_pc", "addr"), ("high_pc", "addr")) + abbrev(
+        3, "inlined", 0, ("low_pc", "addr"), ("high_pc", "addr"), ("call_file", "data1"), ("call_line", "data1")) + b"\0"
+    info = unit(b"\x01" + u32(0) + u32(0) + functions + b"\0")
+    return dwarf(info, table, debug_line=line_table(SET_ADDR + b"\x13" + END, b"f" * 4000 + b"\0\0\0\0"), debug_str=b"\0").build()
+
+
 @case(files=70_000)
 def units_of_one_line_table():
     """All units have the same table of files, and each has a function."""

@@ -16,6 +16,7 @@ import sys
 import tempfile
 import time
 
+sys.dont_write_bytecode = True
 sys.path.insert(0, str(pathlib.Path(__file__).parent))
 import cases_elf  # noqa: E402, F401  (fills the list, as the modules that it builds on)
 from cases_dwarf import CASES  # noqa: E402
@@ -25,9 +26,9 @@ ADDRESS_SPACE = 4 << 30  # a blow-up must not take the machine along
 GIGABYTES = {".bin": 4, ".elf": 4, ".hex": 4}  # empty files of that size
 
 
-def run(ask, path, sanitized):
+def run(ask, path, sanitized, option):
     """(processor seconds, megabytes, exit code, lines) of one file in a process of its own."""
-    command = [ask] + ([] if path.suffix == ".elf" or not path.suffix else ["-data"]) + [str(path)]
+    command = [ask] + ([option] if option else []) + [str(path)]
     limits = None if sanitized else lambda: resource.setrlimit(resource.RLIMIT_AS, (ADDRESS_SPACE, ADDRESS_SPACE))
     with tempfile.TemporaryFile() as out:
         child = subprocess.Popen(command, stdout=out, stderr=subprocess.DEVNULL, preexec_fn=limits)
@@ -76,7 +77,8 @@ def main():
 
     def check(name, path, expect):
         nonlocal failures
-        seconds, megabytes, code, lines = run(args.ask, path, args.sanitized)
+        option = "-data" if path.suffix not in (".elf", "") else "-rows" if expect and "rows" in expect else ""
+        seconds, megabytes, code, lines = run(args.ask, path, args.sanitized, option)
         fault = judge(code, lines, expect) if expect is not None else "" if code in (0, 1) else f"ended with {code}"
         if seconds > args.seconds or megabytes > args.megabytes:
             fault += " too much"
