@@ -55,6 +55,13 @@ def many_files():
     return with_lines(line_table(SET_ADDR + b"\x20" + END, b"".join(b"%x\0\0\0\0" % i for i in range(110_000))))
 
 
+@case(files=50_000)
+def files_of_one_name():
+    """Files that have the name of one that is asked for, each in a folder of its own."""
+    dirs = b"".join(b"%x\0" % i for i in range(55_000))
+    return with_lines(line_table(SET_ADDR + b"\x20" + END, b"".join(b"main.c\0" + leb(i + 1) + b"\0\0" for i in range(55_000)), dirs))
+
+
 @case(message="could not parse source file info")
 def files_of_long_folders():
     """Short names in a folder whose name is as long as half of the file."""
