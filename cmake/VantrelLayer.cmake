@@ -33,6 +33,7 @@ function(vantrel_test NAME)
   target_include_directories(${NAME} PRIVATE ${CMAKE_SOURCE_DIR}/src ${CMAKE_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
   target_compile_definitions(${NAME} PRIVATE
     VANTREL_SOURCE_DIR="${CMAKE_SOURCE_DIR}" VANTREL_BINARY_DIR="${CMAKE_BINARY_DIR}")
+  target_compile_options(${NAME} PRIVATE -include ${CMAKE_SOURCE_DIR}/tests/patience.h)
   target_link_libraries(${NAME} PRIVATE vantrel_flags Qt6::Test ${T_DEPENDS})
   add_test(NAME ${NAME} COMMAND ${NAME})
   set_tests_properties(${NAME} PROPERTIES

@@ -2,6 +2,7 @@
 #include "app/actions/actions.h"
 #include "app/actions/commandtext.h"
 #include "app/console/consolewindow.h"
+#include "app/console/messageplace.h"
 #include "app/services/log.h"
 #include "app/services/logfile.h"
 #include "app/services/mainthread.h"
@@ -16,6 +17,7 @@
 #include <QPlainTextEdit>
 #include <QRegularExpression>
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
@@ -64,6 +66,7 @@ private slots:
     void clear();
     void inputLine();
     void selection();
+    void activatedLines();
     void pastedLines();
     void enteredCommands();
     void echo();
@@ -301,6 +304,41 @@ void tst_console::inputLine()
 }
 
 /// What somebody selects stays selected and in sight until it is let go.
+void tst_console::activatedLines()
+{
+    const struct {
+        const char *sText, *sPlace; // the place as "file|line"
+    } ROWS[] = {
+        {"Script.Exec syntax error at line 39. Check for valid command syntax", "|39"},
+        {"Could not open file \"a b/x.hex\": file contains corrupt data record at line 7", "a b/x.hex|7"},
+        {"File.Load (\"no.elf\"): mismatched tag in line 12", "no.elf|12"},
+        {"src/main.c:17:5: changed", "src/main.c|17"},
+        {"C:\\work\\main.cpp:8", "C:\\work\\main.cpp|8"},
+        {"at line 0", ""},
+        {"at line 99999999999999999999", ""},
+        {"Connected to 127.0.0.1:2331", ""},
+        {"12:30:05.001 Halted at 0x08001234", ""},
+        {"", ""},
+    };
+    for (const auto& Row : ROWS) {
+        const std::optional<MESSAGE_PLACE> Place = FindMessagePlace(Row.sText);
+        QCOMPARE(Place ? QStringLiteral("%1|%2").arg(Place->sFile).arg(Place->Line) : QString(), QString(Row.sPlace));
+    }
+    for (const char* sLine : {"one", "error at line 2", "three"}) Console().Print(sLine);
+    Console().Flush();
+    QSignalSpy Lines(&Console(), &CConsoleWindow::LineActivated);
+    Text()->setTextCursor(QTextCursor(Text()->document()->findBlockByNumber(1)));
+    QTest::keyClick(Text(), Qt::Key_Return);
+    const QPoint Third = Text()->cursorRect().center() + QPoint(0, Text()->cursorRect().height());
+    QTest::mouseDClick(Text()->viewport(), Qt::LeftButton, {}, Third);
+    QCOMPARE(Lines.size(), 2);
+    QCOMPARE(Lines[0][0].toString(), "error at line 2");
+    QCOMPARE(Lines[1][0].toString(), "three");
+    QTextCursor Cursor = Text()->textCursor(); // the double click has selected a word, which holds the view
+    Cursor.clearSelection();
+    Text()->setTextCursor(Cursor);
+}
+
 void tst_console::selection()
 {
     for (int i = 0; i < 100; i++) Console().Print(QStringLiteral("line %1").arg(i));

@@ -60,7 +60,7 @@ bool CDeviceRig::WaitFor(const std::function<bool()>& Cond)
     QElapsedTimer Timer;
     Timer.start();
     while (!Cond()) {
-        if (Timer.elapsed() > 10'000) return false;
+        if (Timer.elapsed() > 30'000) return false;
         if (Dev().DispatchEvents(100) == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;

@@ -540,7 +540,7 @@ private slots:
         qsizetype Last = 0;
         qsizetype Most = 0;
         QElapsedTimer Timer;
-        for (Timer.start(); m_p->Heard.size() < 25 && Timer.elapsed() < 5000;) {
+        for (Timer.start(); m_p->Heard.size() < 25 && Timer.elapsed() < PATIENCE_MS;) {
             QCoreApplication::processEvents(QEventLoop::AllEvents);
             Most = qMax(Most, m_p->Heard.size() - Last);
             Last = m_p->Heard.size();

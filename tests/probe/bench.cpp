@@ -72,7 +72,7 @@ bool WaitHalted()
     QElapsedTimer Timer;
     Timer.start();
     while (BRYLLOARM_IsHalted() != 1) {
-        if (Timer.elapsed() > 10000) {
+        if (Timer.elapsed() > 60000) {
             return false;
         }
         QThread::usleep(200);

@@ -213,7 +213,7 @@ void tst_simtarget::interruptsAndOutput()
         Output += More;
         return Output.contains("random 3");
     };
-    QTRY_VERIFY_WITH_TIMEOUT(HasAll(), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(HasAll(), PATIENCE_MS);
     QCOMPARE(BRYLLOARM_Halt(), 0);
     const QStringList Lines = Output.split("\r\n");
     QCOMPARE(Lines[0], QString("Blinky"));

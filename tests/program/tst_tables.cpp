@@ -530,6 +530,10 @@ void tst_tables::addrIndex()
         for (int i = 0; i < 20000; i++) {
             const U32 Addr = i % 3 ? aRow[Random.bounded(20000)].Addr + Random.bounded(3) - 1 : Random.generate();
             Compare(aRow, Index.LowerBound<0>(aRow, Addr), Index.UpperBound<0>(aRow, Addr), Addr);
+            const auto itFloor = std::upper_bound(aOther.begin(), aOther.end(), ROW{Addr}, IsBelow);
+            const ROW* pFloor = Index.Floor<1>(aOther, Addr);
+            QCOMPARE(pFloor == nullptr, itFloor == aOther.begin());
+            if (pFloor) QCOMPARE(pFloor - aOther.data(), std::lower_bound(aOther.begin(), itFloor, itFloor[-1], IsBelow) - aOther.begin());
             Compare(aOther, Index.LowerBound<1>(aOther, Addr), Index.UpperBound<1>(aOther, Addr), Addr);
         }
     }

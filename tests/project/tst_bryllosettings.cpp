@@ -258,7 +258,7 @@ void tst_bryllosettings::WhatSavingLeaves()
     QVERIFY(!Dialog.isVisible());
     QVERIFY(!Rig.Bytes("p.bdebug").contains("SetCorePlugin"));
     QVERIFY(Rig.Bytes("p.bdebug").contains("VSRV32-256"));
-    CDevice::Get().WaitForJob(BT_CONFIGURE, false, 5000);
+    CDevice::Get().WaitForJob(BT_CONFIGURE, false, PATIENCE_MS);
 }
 
 void tst_bryllosettings::WithoutAUser()

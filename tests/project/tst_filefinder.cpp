@@ -252,7 +252,7 @@ void tst_filefinder::Statistics()
     QCOMPARE(Resolved.size(), 1);
     QCOMPARE(m_pFinder->GetNumResolved(), 1u);
     QCOMPARE(m_pFinder->GetNumUnresolved(), 1u);
-    QVERIFY(Stats.wait(5000)); // one signal for the burst
+    QVERIFY(Stats.wait(PATIENCE_MS)); // one signal for the burst
     QCOMPARE(Stats.size(), 1);
     m_pFinder->AddSearchPath(In("search"));
     QCOMPARE(m_pFinder->GetNumResolved() + m_pFinder->GetNumUnresolved(), 0u);

@@ -424,10 +424,10 @@ void tst_finderfolders::ManyPaths()
     QCOMPARE(Resolved.size(), NUM);
     QCOMPARE(Stats.size(), 0);
     m_pFinder->Resolve("C:\\b\\last.c");
-    QVERIFY(Stats.wait(5000));
+    QVERIFY(Stats.wait(PATIENCE_MS));
     QCOMPARE(Stats.size(), 1);
     m_pFinder->Resolve("C:\\b\\last.c"); // the next burst is told too
-    QVERIFY(Stats.wait(5000));
+    QVERIFY(Stats.wait(PATIENCE_MS));
 }
 
 void tst_finderfolders::LargeFolder()

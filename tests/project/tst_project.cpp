@@ -285,7 +285,7 @@ void tst_project::OpenRunsCommands()
     QCOMPARE(AboutToOpen.size(), 1);
     QCOMPARE(Opened.size(), 0); // later, when no script runs
     QVERIFY(BScript::IsClosing());
-    QVERIFY(Opened.wait(5000));
+    QVERIFY(Opened.wait(PATIENCE_MS));
     QVERIFY(!BScript::IsClosing() && BScript::IsLoaded() && Project.IsOpen() && !Project.IsModified());
     QCOMPARE(Project.GetPath(), sPath);
     QCOMPARE(Project.GetSessionPath(), Rig.In("p.bdebug.user"));
@@ -318,7 +318,7 @@ void tst_project::OpenWithinScript()
     QSignalSpy Opened(&Project, &CProject::Opened);
     BScript::ExecScriptFunction(EVENT_ON_PROJECT_LOAD);
     QCOMPARE(Opened.size(), 0);
-    QVERIFY(Opened.wait(5000));
+    QVERIFY(Opened.wait(PATIENCE_MS));
     QCOMPARE(Project.GetPath(), sSecond);
     QCOMPARE(Rig.Calls, QStringList{"File.Open(second.bdebug)"});
     BScript::ExecScriptFunction(EVENT_ON_PROJECT_LOAD);

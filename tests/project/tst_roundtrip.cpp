@@ -294,7 +294,7 @@ void tst_roundtrip::ConnectionDialog()
             Written << Mine;
         }
         Dialog.OnButtonSaveClicked();
-        CDevice::Get().WaitForJob(BT_CONFIGURE, false, 5000);
+        CDevice::Get().WaitForJob(BT_CONFIGURE, false, PATIENCE_MS);
         QVERIFY2(Dialog.result() == QDialog::Accepted, Choice.Name);
         const QByteArray After = Rig.Bytes("p.bdebug");
         const QString sWrong = Compare(Before, After, Names, Written);

@@ -44,7 +44,7 @@ constexpr CDeviceEntry DEVICES[] = {
      .Flash = {0, 1 * M}, .SectorSize = 4 * K, .RAM = {{0x20000000, 256 * K}}, .BMA = 0, .NumBPUnits = 6, .NumDataUnits = 4},
     {.sName = "VS4F-1024-STOP", .sManu = "Vantrel", .Core = BRYLLO_CORE_CORTEX_M4F, .ClockHz = 16 * MHZ,
      .Flash = {0, 1 * M}, .SectorSize = 4 * K, .RAM = {{0x20000000, 256 * K}}, .BMA = 2, .NumBPUnits = 6, .NumDataUnits = 4},
-    {.sName = "MK66FN2M0XXX18", .sManu = "NXP", .Core = BRYLLO_CORE_CORTEX_M4F, .ClockHz = 21 * MHZ,
+    {.sName = "MK66FN2M0XXX18", .sManu = "Kestrel", .Core = BRYLLO_CORE_CORTEX_M4F, .ClockHz = 21 * MHZ,
      .Flash = {0, 2 * M}, .SectorSize = 4 * K, .RAM = {{0x1FFF0000, 256 * K}}, .BMA = 1, .NumBPUnits = 6, .NumDataUnits = 4},
     {.sName = "VS7F-1024", .sManu = "Vantrel", .Core = BRYLLO_CORE_CORTEX_M7F, .ClockHz = 32 * MHZ,
      .Flash = {0x08000000, 1 * M}, .SectorSize = 32 * K, .RAM = {{0x20000000, 128 * K}, {0x24000000, 512 * K}}, .FlashAlias = true, .BMA = 1, .NumBPUnits = 8, .NumDataUnits = 4},

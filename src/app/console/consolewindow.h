@@ -111,6 +111,10 @@ public slots:
     void OnActionTriggered(QAction* pAction);
     void OnActionPerformed(QAction* pAction);
 
+signals:
+    /// A line of the text was double-clicked, or Return was pressed on it.
+    void LineActivated(QString sLine);
+
 protected:
     bool eventFilter(QObject* pObject, QEvent* pEvent) override;
     void changeEvent(QEvent* pEvent) override;
@@ -133,6 +137,7 @@ private:
     void _UpdateHorzBar();
     int _GetLineHeight() const;
 
+    bool _IsActivation(QObject* pObject, QEvent* pEvent) const; ///< of the line with the text cursor
     bool _TypeIntoInput(QKeyEvent* pEvent); ///< a key that came to the text; true if the input line has taken it
     void _TakePastedLines(const QString& sText); ///< runs all lines but the last, which stays in the input line
     void _RunPastedLine();

@@ -13,6 +13,7 @@
 #include <QPlainTextEdit>
 #include <QRegularExpression>
 #include <QScrollBar>
+#include <QTextBlock>
 
 // ---- Input
 // -------------------------------------------------------------------------------------------------
@@ -28,8 +29,23 @@ bool CConsoleWindow::eventFilter(QObject* pObject, QEvent* pEvent)
         pKey->accept();
         return false;
     }
+    if (_IsActivation(pObject, pEvent)) {
+        const QPoint Pos = pEvent->type() == QEvent::KeyPress ? m_pText->cursorRect().center()
+                                                              : static_cast<QMouseEvent*>(pEvent)->pos();
+        emit LineActivated(m_pText->cursorForPosition(Pos).block().text());
+        return pEvent->type() == QEvent::KeyPress; // a double click selects a word as well
+    }
     if (pObject == m_pText && pEvent->type() == QEvent::KeyPress) return _TypeIntoInput(static_cast<QKeyEvent*>(pEvent));
     return CWindow::eventFilter(pObject, pEvent);
+}
+
+bool CConsoleWindow::_IsActivation(QObject* pObject, QEvent* pEvent) const
+{
+    if (pObject == m_pText->viewport())
+        return pEvent->type() == QEvent::MouseButtonDblClick && static_cast<QMouseEvent*>(pEvent)->button() == Qt::LeftButton;
+    if (pObject != m_pText || pEvent->type() != QEvent::KeyPress) return false;
+    const int Key = static_cast<QKeyEvent*>(pEvent)->key();
+    return Key == Qt::Key_Return || Key == Qt::Key_Enter;
 }
 
 bool CConsoleWindow::_TypeIntoInput(QKeyEvent* pEvent)

@@ -134,6 +134,7 @@ void CConsoleWindow::_BuildWidgets()
     m_pInput->setPlaceholderText(QStringLiteral("Enter a command, ? lists all"));
     m_pInput->installEventFilter(this);
     m_pText->installEventFilter(this);
+    m_pText->viewport()->installEventFilter(this);
     m_pPopup = new CCompletionPopup(m_pInput);
     connect(m_pInput, &QLineEdit::textEdited, this, [this](const QString& sText) {
         if (sText.contains('\n') || sText.contains('\r'))

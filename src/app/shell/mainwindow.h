@@ -109,6 +109,8 @@ public:
     void NewProject();
     bool SaveModifiedDocuments();                   ///< false: the user called it off
     void CheckProjectFileChanged(); ///< a script that was changed on the disk is loaded anew
+    /// The place that a line of the console names in the source window; nothing happens if there is no such file.
+    void ShowMessagePlace(const QString& sText);
     void ShowScriptError();         ///< the line of the script's error, if there is one, in the source window
     /// The folder that file dialogs begin in, which follows the user's choices.
     const QString& GetDefaultDir(bool Save) const { return Save ? m_sDefaultDirSave : m_sDefaultDirOpen; }

@@ -2,6 +2,7 @@
 #include "app/actions/actions.h"
 #include "app/actions/commandtext.h"
 #include "app/console/consolewindow.h"
+#include "app/console/messageplace.h"
 #include "app/services/appinfo.h"
 #include "app/services/cmdline.h"
 #include "app/services/log.h"
@@ -116,6 +117,14 @@ void CMainWindow::ShowScriptError()
     const int Line = BScript::HasError() ? BScript::GetErrorLine() : -1;
     const QString sPath = BScript::GetProjectPath();
     if (Line >= 1 && QFileInfo(sPath).isFile()) m_W.pSource->Open(sPath, DOC_OPEN_CURRENT, Line - 1);
+}
+
+void CMainWindow::ShowMessagePlace(const QString& sText)
+{
+    const std::optional<MESSAGE_PLACE> Place = FindMessagePlace(sText);
+    if (!Place) return;
+    const QString sPath = Place->sFile.isEmpty() ? BScript::GetProjectPath() : CFileFinder::Get().Resolve(Place->sFile);
+    if (QFileInfo(sPath).isFile()) m_W.pSource->Open(sPath, DOC_OPEN_CURRENT, Place->Line - 1);
 }
 
 void CMainWindow::SetDefaultDirOf(bool Save, const QString& sFile)

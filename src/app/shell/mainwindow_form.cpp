@@ -213,6 +213,7 @@ void CMainWindow::BuildWindows()
     m_W.pLocals = new CLocalsWindow(this);
     AddDock(m_W.pLocals, "dockWidgetLocals", Qt::RightDockWidgetArea, ACT_WINDOW_SHOW_LOCAL_DATA);
     m_W.pConsole = &CConsoleWindow::Get();
+    connect(m_W.pConsole, &CConsoleWindow::LineActivated, this, &CMainWindow::ShowMessagePlace);
     AddDock(m_W.pConsole, "dockWidgetConsole", Qt::BottomDockWidgetArea, ACT_WINDOW_SHOW_CONSOLE);
     m_W.pRegisters = new CRegisterWindow(this);
     m_Families.append({QStringLiteral("Registers"), Qt::RightDockWidgetArea, {m_W.pRegisters}, [this](const QString& sName) {

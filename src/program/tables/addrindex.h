@@ -1,20 +1,20 @@
-// Where in arrays that are sorted by address does an address belong? The answer of a binary search in about one
-// access to memory: the first row of each small page is noted, and only its rows are searched.
+// Where in arrays that are sorted by address does an address belong? The answer of a binary search in one access to
+// memory: for each even address it is noted which row is the last at or below.
 //
 //   CAddrIndex<2> Index;
 //   Index.Build(aLine, aFunction);                              // arrays of rows with a member Addr
-//   const LINE* pRow = Index.LowerBound<0>(aLine, Addr);
+//   const LINE* pRow = Index.Floor<0>(aLine, Addr);
 //
-// What is noted of all arrays about one page lies side by side: who asks for the function at an address mostly asks
-// for its line next. Build anew after each change of an array. Without an index (few rows, or rows spread over the
-// whole address space) the arrays are searched as they are.
+// What is noted of all arrays about one page of addresses lies side by side: who asks for the function at an address
+// mostly asks for its line next. Build anew after each change of an array. Without an index (few rows, or rows spread
+// over the whole address space) the arrays are searched as they are.
 #pragma once
 #include "app/services/types.h"
 #include "program/elf/bigarray.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
+#include <type_traits>
 #include <vector>
 
 template <std::size_t LANES> class CAddrIndex {
@@ -31,41 +31,63 @@ public:
             m_aBlock.clear();
             return;
         }
-        m_aPage.resize(NumBlocks * (PAGES + 1));
+        m_aPage.resize(NumBlocks * PAGES);
         U32 Next = 1;
         for (U32& Block : m_aBlock) {
             if (!Block) continue;
             Block = Next;
-            Next += PAGES + 1;
+            Next += PAGES;
         }
         std::size_t Lane = 0;
         (_Fill(aRow, Lane++), ...);
     }
-    /// First row at or above the address.
-    template <std::size_t LANE, typename ROWS> auto LowerBound(const ROWS& aRow, U32 Addr) const
+    /// First row of the highest address at or below the given one, null if there is none.
+    template <std::size_t LANE, typename ROWS> const auto* Floor(const ROWS& aRow, U32 Addr) const
     {
-        return _Search(_Span<LANE>(aRow, Addr), [Addr](const auto& Row) { return Row.Addr < Addr; });
+        const auto* pRow = _Near<LANE>(aRow, Addr);
+        if (!pRow) {
+            const auto itAbove = std::upper_bound(aRow.begin(), aRow.end(), Addr, IS_ABOVE);
+            if (itAbove == aRow.begin()) return pRow;
+            return &*std::lower_bound(aRow.begin(), itAbove, itAbove[-1].Addr, IS_BELOW);
+        }
+        // What begins at an odd address isn't noted.
+        if (Addr % 2 != 0) {
+            const auto* pNext = _BehindGroup(aRow, pRow);
+            if (pNext != aRow.data() + aRow.size() && pNext->Addr == Addr) return pNext;
+        }
+        return pRow->Addr <= Addr ? pRow : nullptr;
+    }
+    /// First row at or above the address.
+    template <std::size_t LANE, typename ROWS> const auto* LowerBound(const ROWS& aRow, U32 Addr) const
+    {
+        const auto* pRow = Floor<LANE>(aRow, Addr);
+        if (!pRow) return aRow.data();
+        return pRow->Addr == Addr ? pRow : _BehindGroup(aRow, pRow);
     }
     /// First row above the address.
-    template <std::size_t LANE, typename ROWS> auto UpperBound(const ROWS& aRow, U32 Addr) const
+    template <std::size_t LANE, typename ROWS> const auto* UpperBound(const ROWS& aRow, U32 Addr) const
     {
-        return _Search(_Span<LANE>(aRow, Addr), [Addr](const auto& Row) { return Row.Addr <= Addr; });
+        const auto* pRow = Floor<LANE>(aRow, Addr);
+        return pRow ? _BehindGroup(aRow, pRow) : aRow.data();
     }
     /// Has the memory that a search in this array will look at fetched meanwhile.
     template <std::size_t LANE, typename ROWS> void Prefetch(const ROWS& aRow, U32 Addr) const
     {
-        const PAGE* pPage = _Page(Addr);
-        if (!pPage) return;
-        // Where rows are dense, those of a page take several lines of the cache: the likely one is guessed.
-        const std::size_t First = pPage[0][LANE], Count = pPage[1][LANE] - First;
-        __builtin_prefetch(aRow.data() + First + (Count * (Addr & ((1u << PAGE_SHIFT) - 1)) >> PAGE_SHIFT));
+        if (const auto* pRow = _Near<LANE>(aRow, Addr)) __builtin_prefetch(pRow);
     }
 
 private:
-    static constexpr U32 PAGE_SHIFT = 5, BLOCK_SHIFT = 20;
+    static constexpr U32 PAGE_SHIFT = 5, BLOCK_SHIFT = 17;
     static constexpr U32 PAGES = 1u << (BLOCK_SHIFT - PAGE_SHIFT), NUM_BLOCKS = 1u << (32 - BLOCK_SHIFT);
-    static constexpr std::size_t MIN_ROWS = 256, MAX_PAGES_A_ROW = 64;
-    using PAGE = std::array<U32, LANES>;
+    static constexpr U32 PLACES = 1u << (PAGE_SHIFT - 1); ///< even addresses of a page
+    static constexpr U8 TOO_FAR = 255;
+    static constexpr std::size_t MIN_ROWS = 256, MAX_PAGES_A_ROW = 16;
+    struct PAGE {
+        U32 aFirst[LANES];         ///< the row that is the floor of the page's start, 0 if there is none
+        U8 aaStep[LANES][PLACES];  ///< from there to the floor of each even address
+    };
+    static constexpr auto IS_BELOW = [](const auto& Row, U32 Addr) { return Row.Addr < Addr; };
+    static constexpr auto IS_ABOVE = [](U32 Addr, const auto& Row) { return Addr < Row.Addr; };
 
     static U32 Block(U32 Addr) { return Addr >> BLOCK_SHIFT; }
     template <typename ROWS> void _MarkBlocks(const ROWS& aRow)
@@ -74,45 +96,41 @@ private:
     }
     template <typename ROWS> void _Fill(const ROWS& aRow, std::size_t Lane)
     {
-        std::size_t i = 0;
+        std::size_t Floor = 0, Next = 0; // the group of rows at or below the address, and the first row above it
         for (U32 At = 0; At < NUM_BLOCKS; At++) {
             if (!m_aBlock[At]) continue;
             PAGE* pPage = &m_aPage[m_aBlock[At] - 1];
-            for (U32 Page = 0; Page < PAGES; Page++, pPage++) {
-                const U32 Start = At << BLOCK_SHIFT | Page << PAGE_SHIFT;
-                while (i < aRow.size() && aRow[i].Addr < Start) i++;
-                (*pPage)[Lane] = static_cast<U32>(i);
+            const U32 Start = At << BLOCK_SHIFT;
+            for (U32 Place = 0; Place < PAGES * PLACES; Place++) {
+                while (Next < aRow.size() && aRow[Next].Addr <= Start + Place * 2) {
+                    if (aRow[Next].Addr != aRow[Floor].Addr) Floor = Next;
+                    Next++;
+                }
+                PAGE& Page = pPage[Place / PLACES];
+                if (Place % PLACES == 0) Page.aFirst[Lane] = static_cast<U32>(Floor);
+                const std::size_t Step = Floor - Page.aFirst[Lane];
+                Page.aaStep[Lane][Place % PLACES] = Step < TOO_FAR ? static_cast<U8>(Step) : TOO_FAR;
             }
-            while (i < aRow.size() && Block(aRow[i].Addr) == At) i++;
-            (*pPage)[Lane] = static_cast<U32>(i);
         }
     }
-    /// First row of a span that is not below, without a branch that depends on the rows.
-    template <typename ROW, typename BELOW> static const ROW* _Search(std::pair<const ROW*, const ROW*> Span, BELOW IsBelow)
+    /// The floor of an even address, or the very first row when all are above; null if nothing is noted.
+    template <std::size_t LANE, typename ROWS> const auto* _Near(const ROWS& aRow, U32 Addr) const
     {
-        const ROW* p = Span.first;
-        std::size_t Count = static_cast<std::size_t>(Span.second - p);
-        while (Count > 1) {
-            const std::size_t Half = Count / 2;
-            p = IsBelow(p[Half - 1]) ? p + Half : p;
-            Count -= Half;
-        }
-        return p + (Count == 1 && IsBelow(*p) ? 1 : 0);
+        using ROW = std::remove_pointer_t<decltype(aRow.data())>;
+        const ROW* const pNone = nullptr;
+        if (m_aBlock.empty() || !m_aBlock[Block(Addr)] || aRow.empty()) return pNone;
+        const PAGE& Page = m_aPage[m_aBlock[Block(Addr)] - 1 + (Addr >> PAGE_SHIFT & (PAGES - 1))];
+        const U8 Step = Page.aaStep[LANE][Addr / 2 % PLACES];
+        return Step == TOO_FAR ? pNone : aRow.data() + Page.aFirst[LANE] + Step;
     }
-    /// The page that holds an address, null if nothing is noted about it.
-    const PAGE* _Page(U32 Addr) const
+    template <typename ROWS, typename ROW> static const ROW* _BehindGroup(const ROWS& aRow, const ROW* pRow)
     {
-        if (m_aBlock.empty() || !m_aBlock[Block(Addr)]) return nullptr;
-        return &m_aPage[m_aBlock[Block(Addr)] - 1 + (Addr >> PAGE_SHIFT & (PAGES - 1))];
-    }
-    /// The rows of the page that holds the address; all that is below it stands before the span.
-    template <std::size_t LANE, typename ROWS> auto _Span(const ROWS& aRow, U32 Addr) const
-    {
-        const auto* pRow = aRow.data();
-        const PAGE* pPage = _Page(Addr);
-        return pPage ? std::pair{pRow + pPage[0][LANE], pRow + pPage[1][LANE]} : std::pair{pRow, pRow + aRow.size()};
+        const ROW* pEnd = aRow.data() + aRow.size();
+        const U32 Addr = pRow->Addr;
+        while (pRow != pEnd && pRow->Addr == Addr) pRow++;
+        return pRow;
     }
 
-    std::vector<U32> m_aBlock;  ///< by megabyte: index into m_aPage plus 1, 0 if it has no rows
-    CBigVector<PAGE> m_aPage;   ///< first row at or above the start of each page, and the end of the block's rows
+    std::vector<U32> m_aBlock; ///< by 128 KB: index into m_aPage plus 1, 0 if it has no rows
+    CBigVector<PAGE> m_aPage;
 };

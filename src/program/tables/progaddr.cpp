@@ -20,12 +20,6 @@ std::pair<const PROG_LOC_ROW*, const PROG_LOC_ROW*> RowsOfLine(PROG_TABLES& Tab,
     return {pFirst, pLast};
 }
 
-CSrcLoc FirstLoc(const PROG_TABLES& Tab, U32 Addr)
-{
-    const PROG_MAP_SPAN Rows = ProgRowsFor(Tab, Addr);
-    return Rows.IsEmpty() ? CSrcLoc() : Rows.pFirst->Loc;
-}
-
 } // namespace
 
 const CBigVector<PROG_LOC_ROW>& ProgRowsByLoc(PROG_TABLES& Tab)
@@ -38,40 +32,43 @@ const CBigVector<PROG_LOC_ROW>& ProgRowsByLoc(PROG_TABLES& Tab)
     return Tab.aByLoc;
 }
 
-/// The rows of one address, beginning with the first row at or above it.
-static PROG_MAP_SPAN SpanAt(const PROG_TABLES& Tab, const PROG_MAP_ROW* pFirst, U32 Addr)
+/// The rows that share the address of this one, which is their first; none if it is null.
+static PROG_MAP_SPAN GroupOf(const PROG_TABLES& Tab, const PROG_MAP_ROW* pFirst)
 {
     const PROG_MAP_ROW* pEnd = Tab.aMap.data() + Tab.aMap.size();
     const PROG_MAP_ROW* pLast = pFirst;
-    while (pLast != pEnd && pLast->Addr == Addr) pLast++;
+    while (pLast && pLast != pEnd && pLast->Addr == pFirst->Addr) pLast++;
     return {pFirst, pLast};
 }
 
-static const PROG_MAP_ROW* LowerRow(const PROG_TABLES& Tab, U32 Addr)
+/// The first row that answers for an address, null if there is none.
+static const PROG_MAP_ROW* FirstRowFor(const PROG_TABLES& Tab, U32 Addr)
 {
-    return Tab.CodeIndex.LowerBound<0>(Tab.aMap, Addr);
-}
-
-PROG_MAP_SPAN ProgRowsAt(const PROG_TABLES& Tab, U32 Addr) { return SpanAt(Tab, LowerRow(Tab, Addr), Addr); }
-
-PROG_MAP_SPAN ProgRowsFor(const PROG_TABLES& Tab, U32 Addr)
-{
-    constexpr PROG_MAP_SPAN NONE{nullptr, nullptr};
-    if (Addr == 0 || Addr == 0xFFFFFFFFu) return NONE;
-    const PROG_MAP_ROW* pRow = LowerRow(Tab, Addr);
-    const PROG_MAP_SPAN Exact = SpanAt(Tab, pRow, Addr);
-    if (!Exact.IsEmpty()) return Exact;
+    if (Addr == 0 || Addr == 0xFFFFFFFFu) return nullptr;
+    const PROG_MAP_ROW* pRow = Tab.CodeIndex.Floor<0>(Tab.aMap, Addr);
+    if (!pRow || pRow->Addr == Addr) return pRow;
     // Compilers emit a record where a line begins; the rest of its instructions are found from below.
-    if (pRow == Tab.aMap.data()) return NONE;
-    const U32 Below = pRow[-1].Addr;
-    if (Addr - Below > FALLBACK_BYTES) return NONE;
+    const U32 Below = pRow->Addr;
+    if (Addr - Below > FALLBACK_BYTES) return nullptr;
     const CFunctionMap::STRETCH* pStretch = ProgStretchAt(Tab, Addr);
     const ELF_SYM_HANDLE hFunc = pStretch ? Tab.FunctionMap.Handle(pStretch->Outer) : 0;
-    if (!hFunc || (pStretch->Addr > Below && ProgFunctionAt(Tab, Below, true) != hFunc)) return NONE;
-    const PROG_MAP_ROW* pFirst = pRow - 1;
-    while (pFirst != Tab.aMap.data() && pFirst[-1].Addr == Below) pFirst--;
-    return {pFirst, pRow};
+    if (!hFunc || (pStretch->Addr > Below && ProgFunctionAt(Tab, Below, true) != hFunc)) return nullptr;
+    return pRow;
 }
+
+static CSrcLoc FirstLoc(const PROG_TABLES& Tab, U32 Addr)
+{
+    const PROG_MAP_ROW* pRow = FirstRowFor(Tab, Addr);
+    return pRow ? pRow->Loc : CSrcLoc();
+}
+
+PROG_MAP_SPAN ProgRowsAt(const PROG_TABLES& Tab, U32 Addr)
+{
+    const PROG_MAP_ROW* pRow = Tab.CodeIndex.Floor<0>(Tab.aMap, Addr);
+    return GroupOf(Tab, pRow && pRow->Addr == Addr ? pRow : nullptr);
+}
+
+PROG_MAP_SPAN ProgRowsFor(const PROG_TABLES& Tab, U32 Addr) { return GroupOf(Tab, FirstRowFor(Tab, Addr)); }
 
 QList<CSrcLoc> PROG_GetSrcLocs(U32 Addr)
 {
@@ -112,7 +109,7 @@ bool PROG_HasSrcLoc(U32 Addr)
 {
     const CProgLock Lock;
     PROG_TABLES& Tab = PROG_Tables(Lock);
-    return Tab.Loaded && !ProgRowsFor(Tab, Addr).IsEmpty();
+    return Tab.Loaded && FirstRowFor(Tab, Addr);
 }
 
 bool PROG_HasExactSrcLoc(U32 Addr)
@@ -136,7 +133,7 @@ I64 PROG_GetPrevMappedAddr(U32 Addr)
     const CProgLock Lock;
     const PROG_TABLES& Tab = PROG_Tables(Lock);
     if (!Tab.Loaded) return -1;
-    const PROG_MAP_ROW* pRow = LowerRow(Tab, Addr);
+    const PROG_MAP_ROW* pRow = Tab.CodeIndex.LowerBound<0>(Tab.aMap, Addr);
     return pRow != Tab.aMap.data() ? static_cast<I64>(pRow[-1].Addr) : -1;
 }
 

@@ -95,9 +95,7 @@ std::pair<const PROG_INSTANCE*, const PROG_INSTANCE*> ProgInstances(const PROG_T
 
 const CFunctionMap::STRETCH* ProgStretchAt(const PROG_TABLES& Tab, U32 Addr)
 {
-    const auto& aStretch = Tab.FunctionMap.Stretches();
-    const CFunctionMap::STRETCH* pNext = Tab.CodeIndex.UpperBound<1>(aStretch, Addr);
-    return pNext == aStretch.data() ? nullptr : pNext - 1;
+    return Tab.CodeIndex.Floor<1>(Tab.FunctionMap.Stretches(), Addr);
 }
 
 ELF_SYM_HANDLE ProgFunctionAt(const PROG_TABLES& Tab, U32 Addr, bool PreferOuter)

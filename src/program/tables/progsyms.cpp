@@ -113,7 +113,7 @@ void BuildFunctionNames(PROG_TABLES& Tab)
 /// Where the last "::" of a name stands that isn't part of template arguments or parameters, -1 if there is none.
 qsizetype LastScopeOperator(const QString& sName)
 {
-    if (!sName.contains(QLatin1String("::"))) return -1;
+    if (!sName.contains(QLatin1Char(':'))) return -1; // a search for one character takes many of them at once
     int Depth = 0; // below 0 behind "operator<" and the like
     for (qsizetype i = sName.size() - 1; i > 0; i--) {
         const QChar c = sName[i];
