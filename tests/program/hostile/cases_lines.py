@@ -28,6 +28,12 @@ def special_opcodes():
 
 
 @case(rows=1_000_000)
+def rows_far_apart():
+    """Rows that lie over as much of the address space as they can."""
+    return with_lines(line_table(SET_ADDR + b"\xff" * MB + END, min_inst=30), b"\x02" + u32(CODE) + u32(CODE + 64))
+
+
+@case(rows=1_000_000)
 def rows_of_one_address():
     """A megabyte of rows that all have the same address, each another line."""
     return with_lines(line_table(SET_ADDR + b"\x13" * MB + END), b"\x02" + u32(CODE) + u32(CODE + 64))
