@@ -116,13 +116,18 @@ CMemFile::~CMemFile()
     if (m_Fd >= 0) close(m_Fd);
 }
 
-bool AskProgram(const char* sPath)
+void AskLoaded()
 {
-    if (!*sPath || PROG_Load(QString::fromLatin1(sPath)) < 0) return false;
     const ELF_HANDLE hFile = PROG_GetFileHandle();
     AskLists(hFile);
     AskFrames(hFile);
     AskTables();
+}
+
+bool AskProgram(const char* sPath)
+{
+    if (!*sPath || PROG_Load(QString::fromLatin1(sPath)) < 0) return false;
+    AskLoaded();
     PROG_Unload();
     return true;
 }

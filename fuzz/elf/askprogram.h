@@ -20,5 +20,7 @@ private:
     char m_acPath[32] = "";
 };
 
+/// Asks about the program that is loaded.
+void AskLoaded();
 /// Loads the file as the program, asks, and unloads it. True if it could be loaded.
 bool AskProgram(const char* sPath);

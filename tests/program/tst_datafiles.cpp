@@ -265,7 +265,7 @@ void tst_datafiles::tooLarge()
     QVERIFY(Read(sPath).isEmpty());
     QFile::remove(sPath);
     SetLogConsoleSink({});
-    QVERIFY(asLine.value(0).contains("larger than the address space"));
+    QVERIFY(asLine.value(0).contains("larger than the memory of any target"));
 }
 
 void tst_datafiles::save()

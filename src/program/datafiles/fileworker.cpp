@@ -14,7 +14,9 @@ namespace BFile {
 namespace {
 
 constexpr qint64 CHUNK_SIZE = 1000000;
-constexpr qint64 MAX_BINARY_SIZE = 0xFFFFFFFF; ///< a block tells its size in 32 bits
+/// The largest memories that lie in the address space of a microcontroller. A file beyond that is something else, and it
+/// would be held in memory as a whole.
+constexpr qint64 MAX_BINARY_SIZE = 256 << 20;
 constexpr int MSG_CORRUPT_RECORD = 94;
 
 /// Start of the next line end in [From, size), -1 if there is none.
@@ -33,7 +35,7 @@ class CTextReader {
 public:
     explicit CTextReader(const QString& sSuffix) : m_IsHex(sSuffix == QLatin1String("hex")) {}
 
-    /// Takes one chunk and returns how many of its bytes are done.
+    /// Takes one chunk and returns how many of its bytes are done, -1 if the file is no text of lines.
     qsizetype TakeChunk(const QByteArray& Chunk)
     {
         qsizetype Start = 0;
@@ -44,8 +46,11 @@ public:
             const bool IsGood = _TakeLine(QByteArrayView(Chunk.constData() + Start, End - Start));
             Start = End;
             while (Start < Chunk.size() && IsBlank(Chunk[Start])) Start++;
-            // No record is as long as a chunk: the file isn't what its name says.
-            if (HasNoEnd && Chunk.size() >= CHUNK_SIZE && FirstBadLine < 0) FirstBadLine = m_LineNo;
+            // No record is as long as a chunk: the file isn't what its name says, and there may be gigabytes of it.
+            if (HasNoEnd && Chunk.size() >= CHUNK_SIZE) {
+                if (FirstBadLine < 0) FirstBadLine = m_LineNo;
+                return -1;
+            }
             End = FindLineEnd(Chunk, Start);
             if (End < 0) return Start;
             if (!IsGood && FirstBadLine < 0) FirstBadLine = m_LineNo;
@@ -139,7 +144,7 @@ QList<CFileBlock> CFileWorker::ReadFile(const QString& sPath, I64 LoadAddr)
         int FirstBadLine = -1;
         aBlock = _ReadText(sPath, FirstBadLine);
         if (FirstBadLine != -1) {
-            char acText[1024];
+            char acText[8192]; // a path has up to 4096 bytes
             FormatMessage(MSG_CORRUPT_RECORD, acText, sizeof(acText), sPath.toUtf8().constData(), FirstBadLine);
             LogError(QString::fromUtf8(acText));
             return {};
@@ -168,7 +173,7 @@ QList<CFileBlock> CFileWorker::_ReadBinary(const QString& sPath)
     QFile File(sPath);
     if (!File.open(QIODevice::ReadOnly)) return {};
     if (File.size() > MAX_BINARY_SIZE) {
-        LogError(QStringLiteral("Could not open file %1: file is larger than the address space").arg(sPath));
+        LogError(QStringLiteral("Could not open file %1: file is larger than the memory of any target").arg(sPath));
         return {};
     }
     _StartProgress(QStringLiteral("Reading File..."), File.size());
@@ -192,7 +197,9 @@ QList<CFileBlock> CFileWorker::_ReadText(const QString& sPath, int& FirstBadLine
     CTextReader Reader(GetSuffix(sPath));
     for (qint64 Pos = 0; File.seek(Pos);) {
         const QByteArray Chunk = File.read(CHUNK_SIZE);
-        if (!Chunk.isEmpty()) Pos += Reader.TakeChunk(Chunk);
+        const qsizetype Done = Chunk.isEmpty() ? 0 : Reader.TakeChunk(Chunk);
+        if (Done < 0) break;
+        Pos += Done;
         _SetProgress(Pos);
         if (Chunk.size() < CHUNK_SIZE) break;
     }

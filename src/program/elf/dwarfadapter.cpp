@@ -1,5 +1,6 @@
 // libdwarf behind an object interface of our own.
 #include "program/elf/dwarfadapter.h"
+#include "program/elf/frameguard.h"
 
 #include <algorithm>
 #include <libdwarf/dwarf.h>
@@ -14,11 +15,6 @@ struct SECTION {
     const char* sName;
     ELF_BYTES Bytes;
     U64 Addr;
-};
-
-struct CIE_INFO {
-    I64 DataAlign;
-    U32 RaColumn;
 };
 
 /// What the library sees as the object file.
@@ -69,6 +65,13 @@ DWARF_FRAME_RULE ToRule(const Dwarf_Regtable_Entry3& Entry)
 
 } // namespace
 
+struct CDwarfAdapter::CIE_INFO {
+    I64 DataAlign;
+    U32 RaColumn;
+    const U8* pInst; ///< instructions that all its records begin with
+    U64 InstSize;
+};
+
 struct CDwarfAdapter::IMPL {
     OBJECT Object;
     Dwarf_Obj_Access_Methods Methods{GetSectionInfo, GetByteOrder,    GetFourBytes, GetFourBytes,
@@ -113,7 +116,7 @@ struct CDwarfAdapter::IMPL {
                     Error)) {
             return false;
         }
-        Info = {DataAlign, RaColumn};
+        Info = {DataAlign, RaColumn, static_cast<const U8*>(pInitial), InitialSize};
         return true;
     }
     Dwarf_Fde Fde(const DWARF_FDE& Record) const { return aList[Record.InEhFrame].paFde[Record.Index]; }
@@ -149,8 +152,11 @@ bool CDwarfAdapter::Init(const DWARF_SECTIONS& Sections, U32 EhFrameAddr, const 
     dwarf_set_frame_same_value(m_p->Dbg, DW_FRAME_SAME_VAL);
     dwarf_set_frame_undefined_value(m_p->Dbg, DW_FRAME_UNDEFINED_VAL);
     dwarf_set_frame_cfa_value(m_p->Dbg, DW_FRAME_CFA_COL3);
-    const bool FrameGood = !Sections.Frame.Size || _LoadList(false);
-    const bool EhGood = !Sections.EhFrame.Size || _LoadList(true);
+    auto Load = [&](const ELF_BYTES& Bytes, bool EhFrame) {
+        return !Bytes.Size || (FrameListIsBearable(Bytes, EhFrame, Sections.BigEndian) && _LoadList(EhFrame));
+    };
+    const bool FrameGood = Load(Sections.Frame, false);
+    const bool EhGood = Load(Sections.EhFrame, true);
     _SortFdes(Zero);
     return FrameGood && EhGood;
 }
@@ -227,6 +233,7 @@ int CDwarfAdapter::FindFde(U32 PC) const
 bool CDwarfAdapter::GetRules(int Fde, U32 PC, U32 NumRegs, DWARF_FRAME_RULE* paRule, DWARF_FRAME_RULE* pCfa)
 {
     if (!m_p || Fde < 0 || static_cast<size_t>(Fde) >= m_aFde.size()) return false;
+    if (!_IsBearable(Fde)) return false;
     m_p->aRule.resize(RULE_TABLE_SIZE);
     Dwarf_Regtable3 Table{};
     Table.rt3_reg_table_size = static_cast<Dwarf_Half>(RULE_TABLE_SIZE);
@@ -250,7 +257,29 @@ bool CDwarfAdapter::GetRules(int Fde, U32 PC, U32 NumRegs, DWARF_FRAME_RULE* paR
     return true;
 }
 
+bool CDwarfAdapter::_IsBearable(int Fde)
+{
+    if (m_BearableFde == Fde) return m_IsBearable;
+    const U8* pBytes;
+    U32 Size;
+    CIE_INFO Cie;
+    U32 Depth = 0;
+    m_BearableFde = Fde;
+    m_IsBearable = _GetInstructions(Fde, pBytes, Size, Cie) &&
+                   FrameStatesAreBearable(Cie.pInst, Cie.InstSize, m_p->Object.BigEndian, Depth) &&
+                   FrameStatesAreBearable(pBytes, Size, m_p->Object.BigEndian, Depth);
+    return m_IsBearable;
+}
+
 bool CDwarfAdapter::GetInstructions(int Fde, const U8*& pBytes, U32& Size, I64& DataAlign)
+{
+    CIE_INFO Cie;
+    if (!_GetInstructions(Fde, pBytes, Size, Cie)) return false;
+    DataAlign = Cie.DataAlign;
+    return true;
+}
+
+bool CDwarfAdapter::_GetInstructions(int Fde, const U8*& pBytes, U32& Size, CIE_INFO& Cie)
 {
     if (!m_p || Fde < 0 || static_cast<size_t>(Fde) >= m_aFde.size()) return false;
     const Dwarf_Fde pFde = m_p->Fde(m_aFde[static_cast<size_t>(Fde)]);
@@ -258,13 +287,10 @@ bool CDwarfAdapter::GetInstructions(int Fde, const U8*& pBytes, U32& Size, I64& 
     Dwarf_Unsigned Length = 0;
     Dwarf_Error Error = nullptr;
     if (!m_p->IsGood(dwarf_get_fde_instr_bytes(pFde, &pInst, &Length, &Error), Error)) return false;
-    DataAlign = 1;
+    Cie = {1, 0, nullptr, 0};
     Dwarf_Cie pCie = nullptr;
-    CIE_INFO Cie;
     Error = nullptr;
-    if (m_p->IsGood(dwarf_get_cie_of_fde(pFde, &pCie, &Error), Error) && m_p->ReadCie(pCie, Cie)) {
-        DataAlign = Cie.DataAlign;
-    }
+    if (m_p->IsGood(dwarf_get_cie_of_fde(pFde, &pCie, &Error), Error)) m_p->ReadCie(pCie, Cie);
     pBytes = static_cast<const U8*>(pInst);
     Size = static_cast<U32>(Length);
     return true;

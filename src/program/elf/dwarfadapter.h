@@ -50,10 +50,16 @@ public:
 
 private:
     struct IMPL;
+    struct CIE_INFO;
+    bool _GetInstructions(int Fde, const U8*& pBytes, U32& Size, CIE_INFO& Cie);
+    /// The library can run the instructions of a record.
+    bool _IsBearable(int Fde);
     bool _LoadList(bool EhFrame);
     std::unique_ptr<IMPL> m_p;
     std::vector<DWARF_FDE> m_aFde;
     void _SortFdes(const DWARF_ZERO& Zero);
     std::vector<U32> m_aSorted; ///< indices into m_aFde by low PC, without those of dropped code
     U32 m_NumCies = 0, m_RaColumn = 0;
+    int m_BearableFde = -1; ///< record that m_IsBearable was worked out for
+    bool m_IsBearable = false;
 };

@@ -69,7 +69,12 @@ DWARF_VALUE CDwarfInfo::_ReadForm(CByteCursor& Cur, const DWARF_UNIT& Unit, U32 
             V.Value = Cur.GetUnsigned(Unit.Version <= 2 ? Unit.AddrSize : Unit.OffsetSize);
             V.Class = DWARF_CLASS::REFERENCE;
             break;
-        case DW_FORM_string: V.sText = Cur.GetText(), V.Class = DWARF_CLASS::TEXT; break;
+        case DW_FORM_string:
+            // References of a damaged file can lead to each place of one long text.
+            if (Cur.Remaining() > DWARF_MAX_TEXT + 1) Cur.Limit(Cur.Pos() + DWARF_MAX_TEXT + 1);
+            V.sText = Cur.GetText();
+            V.Class = DWARF_CLASS::TEXT;
+            break;
         case DW_FORM_strp:
             V.sText = DwarfTextAt(m_Sec.Str, Cur.GetUnsigned(Unit.OffsetSize));
             V.Class = DWARF_CLASS::TEXT;

@@ -7,13 +7,11 @@
 
 namespace {
 
-/// A damaged file can give each unit another place in one large table; the total is bounded by this factor.
-constexpr U64 MAX_ABBREV_PASSES = 64;
+/// A damaged file can give each unit another place in one large table; the total is bounded by this factor. Sound files
+/// read a table twice at most, for units of two versions.
+constexpr U64 MAX_ABBREV_PASSES = 4;
 /// Attributes of one abbreviation; compilers use some twenty. Each look for an attribute goes through them.
-constexpr U32 MAX_ATTRS = 1000;
-/// Length of a text; names of templates come near a tenth of it. Without a limit, damaged input could make each name
-/// as long as the section.
-constexpr U64 MAX_TEXT = 256 * 1024;
+constexpr U32 MAX_ATTRS = 200;
 
 /// How to step over one value of a form.
 DWARF_SKIP SkipOfForm(U32 Form, const DWARF_SIZES& Sizes)
@@ -86,12 +84,17 @@ void AddAttr(DWARF_ABBREV_TABLE& Table, DWARF_ABBREV& Abbrev, U32 Name, U32 Form
     if (IsFixed) Abbrev.FixedSize += Skip.Bytes;
     else Abbrev.IsFixed = false;
     switch (Name) {
-    case DW_AT_specification: Abbrev.HasSpecification = true; break;
+    case DW_AT_specification: Abbrev.HasSpecification = Abbrev.HasUse = true; break;
+    case DW_AT_abstract_origin:
+    case DW_AT_linkage_name:
+    case DW_AT_MIPS_linkage_name: Abbrev.HasUse = true; break;
     case DW_AT_declaration: Abbrev.HasDeclaration = true; break;
     case DW_AT_artificial: Abbrev.HasArtificial = true; break;
     case DW_AT_byte_size: Abbrev.HasByteSize = true; break;
-    case DW_AT_name: Abbrev.HasName = true; break;
+    case DW_AT_name: Abbrev.HasName = Abbrev.HasUse = true; break;
     case DW_AT_location: Abbrev.HasLocation = true; break;
+    case DW_AT_low_pc:
+    case DW_AT_ranges: Abbrev.HasCode = Abbrev.HasUse = true; break;
     case DW_AT_main_subprogram: Abbrev.IsMain = true; break;
     default: break;
     }
@@ -175,11 +178,14 @@ const DWARF_ABBREV* DWARF_ABBREV_TABLE::Find(U64 Code) const
 
 bool DWARF_ZERO::IsName(const char* sName) const
 {
+    if (!*sName) return false;
+    const std::string_view Name(sName);
+    const auto it = std::lower_bound(asName.begin(), asName.end(), Name);
+    if (it == asName.end() || !it->starts_with(Name)) return false;
     // Compilers add ".constprop.0" and the like to the symbols of copies.
-    const size_t Length = std::strlen(sName);
-    return Length && std::any_of(asName.begin(), asName.end(), [&](const char* sAt) {
-        return std::strncmp(sAt, sName, Length) == 0 && (sAt[Length] == 0 || sAt[Length] == '.');
-    });
+    const std::string Copy = std::string(Name) + '.';
+    const auto itCopy = std::lower_bound(it, asName.end(), std::string_view(Copy));
+    return *it == Name || (itCopy != asName.end() && itCopy->starts_with(Copy));
 }
 
 bool CDwarfInfo::IsFunctionAtZero(const DWARF_DIE& Function) const
@@ -426,9 +432,9 @@ const char* CDwarfInfo::GetText(const DWARF_DIE& Die, U32 Attr) const
 
 const char* DwarfTextAt(const ELF_BYTES& Section, U64 Offset)
 {
-    CByteCursor Cur(Section.pData, Section.Size, false, Offset);
-    if (Cur.Remaining() > MAX_TEXT) Cur.Limit(Offset + MAX_TEXT);
-    return Cur.GetText();
+    if (Offset >= Section.Size) return "";
+    const char* sText = reinterpret_cast<const char*>(Section.pData + Offset);
+    return std::memchr(sText, 0, std::min<U64>(Section.Size - Offset, DWARF_MAX_TEXT + 1)) ? sText : "";
 }
 
 const char* CDwarfInfo::_IndexedText(const DWARF_UNIT& Unit, U64 Index) const

@@ -15,6 +15,7 @@
 
 #include <atomic>
 #include <memory>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -25,13 +26,13 @@ inline constexpr U32 DIE_ID_TYPES = 0x80000000u; ///< the DIE lies in .debug_typ
 struct DWARF_SECTIONS {
     ELF_BYTES Info, Types, Abbrev, Str, LineStr, StrOffsets, Addr, Line, Ranges, Rnglists, Loc, Loclists, Frame,
         EhFrame, Macro, Macinfo;
-    bool BigEndian = false;
+    bool BigEndian = false; ///< of the file. Str and LineStr end with a zero, see WithWholeTexts
 };
 
 /// The function at address 0, where linkers leave the debug information of code that they drop.
 struct DWARF_ZERO {
     U32 End = 0;                     ///< its end, 0 if it is not known
-    std::vector<const char*> asName; ///< its names, as symbols have them; none if there is no function
+    std::vector<std::string_view> asName; ///< its names, as symbols have them, sorted; none if there is no function
     bool IsName(const char* sName) const;
 };
 
@@ -63,7 +64,8 @@ struct DWARF_ABBREV {
     bool HasChildren = false;
     bool IsFixed = false;            ///< the size of an entry doesn't depend on its bytes
     bool HasSpecification = false, HasDeclaration = false, HasArtificial = false, HasByteSize = false;
-    bool HasName = false, HasLocation = false, IsMain = false;
+    /// HasCode: an address or ranges; HasUse: that or anything else that tells which function it is.
+    bool HasName = false, HasLocation = false, HasCode = false, HasUse = false, IsMain = false;
 };
 
 /// The abbreviations at one offset, prepared for units of the same sizes.
@@ -194,6 +196,9 @@ void DwarfSkipForm(CByteCursor& Cur, U32 Form, const DWARF_SIZES& Sizes);
 const U8* DwarfSkipAttrs(const DWARF_SKIP* pSkip, U32 NumSkips, const U8* p, const U8* pEnd, const DWARF_SIZES& Sizes,
                          bool BigEndian);
 
+/// Length of a text; names of templates come near a tenth of it. Without a limit, damaged input could make each name
+/// as long as the section.
+inline constexpr U64 DWARF_MAX_TEXT = 32 * 1024;
 /// Text at an offset of a string section; the empty text if it doesn't end there or is longer than any name.
 const char* DwarfTextAt(const ELF_BYTES& Section, U64 Offset);
 

@@ -4,8 +4,15 @@
 #include <algorithm>
 #include <cctype>
 #include <libdwarf/dwarf.h>
+#include <string_view>
 
 namespace {
+
+/// No system opens a longer path.
+constexpr size_t MAX_PATH_LENGTH = 4096;
+/// Characters of all paths for each byte of the table: folder and name are each written once, but the folder is part of
+/// each path. Without a limit, a name of a few bytes would cost as much as the longest folder.
+constexpr U64 MAX_PATH_RATIO = 100, MAX_PATH_FREE = 64 * 1024;
 
 struct LINE_HEADER {
     U32 OffsetSize = 4, AddrSize = 4;
@@ -18,19 +25,12 @@ struct LINE_HEADER {
     std::vector<std::string> asDir;
 };
 
-bool IsAbsolute(const std::string& sPath)
+bool IsAbsolute(std::string_view sPath)
 {
     if (sPath.empty()) return false;
     if (sPath[0] == '/' || sPath[0] == '\\') return true;
     return sPath.size() > 2 && std::isalpha(static_cast<unsigned char>(sPath[0])) && sPath[1] == ':' &&
            (sPath[2] == '/' || sPath[2] == '\\');
-}
-
-std::string Join(const std::string& sDir, const std::string& sName)
-{
-    if (sDir.empty() || IsAbsolute(sName)) return sName;
-    const char Last = sDir.back();
-    return Last == '/' || Last == '\\' ? sDir + sName : sDir + "/" + sName;
 }
 
 class CLineReader {
@@ -50,7 +50,8 @@ private:
     };
     bool _ReadOldTables(const char* sCompDir);
     bool _ReadEntries(const char* sCompDir, bool Files);
-    void _AddFile(const std::string& sName, U64 Dir);
+    std::string _Join(std::string_view sDir, std::string_view sName);
+    void _AddFile(std::string_view sName, U64 Dir);
     void _Advance(U64 Ops);
     void _Append(bool EndSequence);
     bool _Extended();
@@ -61,7 +62,24 @@ private:
     CByteCursor m_Cur;
     LINE_HEADER m_Hdr;
     STATE m_State;
+    U64 m_PathBudget = 0; ///< characters that paths may still have
 };
+
+/// The path of a name in a folder; empty if there is no name, or if it can't be a path.
+std::string CLineReader::_Join(std::string_view sDir, std::string_view sName)
+{
+    if (sDir.empty() || IsAbsolute(sName)) sDir = {};
+    const size_t Length = sName.empty() ? 0 : sDir.size() + 1 + sName.size();
+    if (Length > MAX_PATH_LENGTH || Length > m_PathBudget) {
+        m_Table.HasLostPaths = true;
+        return {};
+    }
+    m_PathBudget -= Length;
+    if (sDir.empty() || sName.empty()) return std::string(sName);
+    std::string sPath(sDir);
+    if (sPath.back() != '/' && sPath.back() != '\\') sPath += '/';
+    return sPath.append(sName);
+}
 
 bool CLineReader::ReadHeader(const char* sCompDir, U32 AddrSize)
 {
@@ -73,6 +91,7 @@ bool CLineReader::ReadHeader(const char* sCompDir, U32 AddrSize)
     if (!m_Cur.IsOk() || Length > m_Cur.Remaining()) return false;
     m_Hdr.End = m_Cur.Pos() + Length;
     m_Cur.Limit(m_Hdr.End);
+    m_PathBudget = MAX_PATH_RATIO * Length + MAX_PATH_FREE;
     m_Table.Version = m_Cur.GetU16();
     if (m_Table.Version < 2 || m_Table.Version > 5) return false;
     m_Table.FileBase = m_Table.Version >= 5 ? 0 : 1;
@@ -99,15 +118,15 @@ bool CLineReader::ReadHeader(const char* sCompDir, U32 AddrSize)
 
 bool CLineReader::_ReadOldTables(const char* sCompDir)
 {
-    m_Hdr.asDir.emplace_back(sCompDir);
+    m_Hdr.asDir.push_back(_Join({}, sCompDir));
     for (;;) {
-        const std::string sDir = m_Cur.GetText();
+        const std::string_view sDir = m_Cur.GetText();
         if (!m_Cur.IsOk()) return false;
         if (sDir.empty()) break;
-        m_Hdr.asDir.push_back(Join(sCompDir, sDir));
+        m_Hdr.asDir.push_back(_Join(m_Hdr.asDir[0], sDir));
     }
     for (;;) {
-        const std::string sName = m_Cur.GetText();
+        const std::string_view sName = m_Cur.GetText();
         if (!m_Cur.IsOk()) return false;
         if (sName.empty()) return true;
         const U64 Dir = m_Cur.GetULeb();
@@ -117,9 +136,9 @@ bool CLineReader::_ReadOldTables(const char* sCompDir)
     }
 }
 
-void CLineReader::_AddFile(const std::string& sName, U64 Dir)
+void CLineReader::_AddFile(std::string_view sName, U64 Dir)
 {
-    m_Table.aPath.push_back(Dir < m_Hdr.asDir.size() ? Join(m_Hdr.asDir[Dir], sName) : sName);
+    m_Table.aPath.push_back(_Join(Dir < m_Hdr.asDir.size() ? std::string_view(m_Hdr.asDir[Dir]) : std::string_view(), sName));
 }
 
 bool CLineReader::_ReadEntries(const char* sCompDir, bool Files)
@@ -133,10 +152,11 @@ bool CLineReader::_ReadEntries(const char* sCompDir, bool Files)
         Format.Form = static_cast<U32>(m_Cur.GetULeb());
     }
     const U64 Count = m_Cur.GetULeb();
-    // An entry without bytes would make the count alone decide about the work.
-    if (!m_Cur.IsOk() || Count > m_Cur.Remaining() || (aFormat.empty() && Count)) return false;
+    // An entry without bytes would make the count alone decide about the work; one without a name is of no use.
+    const bool HasPath = std::any_of(aFormat.begin(), aFormat.end(), [](const FORMAT& Format) { return Format.Content == DW_LNCT_path; });
+    if (!m_Cur.IsOk() || Count > m_Cur.Remaining() || (!HasPath && Count)) return false;
     for (U64 i = 0; i < Count; i++) {
-        std::string sName;
+        std::string_view sName;
         U64 Dir = 0;
         for (const FORMAT& Format : aFormat) {
             if (Format.Content == DW_LNCT_path) {
@@ -145,8 +165,7 @@ bool CLineReader::_ReadEntries(const char* sCompDir, bool Files)
                 } else {
                     const ELF_BYTES Text = Format.Form == DW_FORM_line_strp ? m_Sec.LineStr : m_Sec.Str;
                     if (Format.Form != DW_FORM_line_strp && Format.Form != DW_FORM_strp) return false;
-                    CByteCursor Cur(Text.pData, Text.Size, false, m_Cur.GetUnsigned(m_Hdr.OffsetSize));
-                    sName = Cur.GetText();
+                    sName = DwarfTextAt(Text, m_Cur.GetUnsigned(m_Hdr.OffsetSize));
                 }
             } else if (Format.Content == DW_LNCT_directory_index) {
                 switch (Format.Form) {
@@ -161,7 +180,7 @@ bool CLineReader::_ReadEntries(const char* sCompDir, bool Files)
         }
         if (!m_Cur.IsOk()) return false;
         if (Files) _AddFile(sName, Dir);
-        else m_Hdr.asDir.push_back(Join(m_Hdr.asDir.empty() ? std::string(sCompDir) : m_Hdr.asDir[0], sName));
+        else m_Hdr.asDir.push_back(_Join(m_Hdr.asDir.empty() ? std::string_view(sCompDir) : std::string_view(m_Hdr.asDir[0]), sName));
     }
     return true;
 }
@@ -206,7 +225,7 @@ bool CLineReader::_Extended()
         m_State.OpIndex = 0;
         break;
     case DW_LNE_define_file: {
-        const std::string sName = m_Cur.GetText();
+        const std::string_view sName = m_Cur.GetText();
         _AddFile(sName, m_Cur.GetULeb());
         break;
     }

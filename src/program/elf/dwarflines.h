@@ -21,6 +21,7 @@ struct DWARF_LINE_TABLE {
     U16 Version = 0;
     U32 FileBase = 1;
     bool HasFiles = false;            ///< the header could be read
+    bool HasLostPaths = false;        ///< some were too long, or too much for a table of its size; they are empty
     std::vector<std::string> aPath;   ///< whole paths as directory and compilation folder give them
     std::vector<DWARF_LINE_ROW> aRow; ///< in file order
 };

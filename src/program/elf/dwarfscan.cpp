@@ -71,13 +71,16 @@ private:
     size_t m_DeadLevel = ~0ull; ///< entries around a function that the linker has dropped; what lies deeper has no code
     std::vector<std::pair<U32, U32>> m_aRange;
     std::vector<DWARF_LOC_ENTRY> m_aEntry;
+    bool m_HasTooManyRanges = false;
 };
 
 void CScanner::_Code(const DWARF_DIE& Die, std::vector<DWARF_CODE>& aCode)
 {
     m_aRange.clear();
-    if (m_Info.CountRanges(0)) DwarfGetDieRanges(m_Info, Die, m_aRange);
-    m_Info.CountRanges(m_aRange.size());
+    if (Die.pAbbrev->HasCode) {
+        if (m_Info.CountRanges(0)) DwarfGetDieRanges(m_Info, Die, m_aRange);
+        if (!m_Info.CountRanges(m_aRange.size())) m_HasTooManyRanges = true;
+    }
     DWARF_CODE Code{Die.Id, DIE_ID_NONE, 0xFFFFFFFFu, 0, static_cast<U32>(m_aRange.size())};
     for (const auto& [Low, High] : m_aRange) {
         Code.Low = std::min(Code.Low, Low);
@@ -134,7 +137,8 @@ void CScanner::_Offer(const DWARF_DIE& Die)
             if (const U32 Origin = _Reference(Die, DW_AT_abstract_origin); Origin != DIE_ID_NONE) m_Scan.aAbstract.push_back(Origin);
         break;
     case DW_TAG_subprogram:
-        if (IsTypeUnit || !(IsOwn || _IsLambda(Die))) break;
+        // One that has neither code nor a name nor belongs to another is nothing that could be shown.
+        if (IsTypeUnit || !Abbrev.HasUse || !(IsOwn || _IsLambda(Die))) break;
         _Code(Die, m_Scan.aFunction);
         if (Abbrev.IsMain && m_Scan.MainById == DIE_ID_NONE) m_Scan.MainById = Die.Id;
         if (Abbrev.HasName && m_Scan.MainByName == DIE_ID_NONE && std::strcmp(m_Info.GetText(Die, DW_AT_name), "main") == 0) {
@@ -142,7 +146,7 @@ void CScanner::_Offer(const DWARF_DIE& Die)
         }
         break;
     case DW_TAG_inlined_subroutine:
-        if (!IsTypeUnit && IsOwn) _Code(Die, m_Scan.aInlined);
+        if (!IsTypeUnit && IsOwn && Abbrev.HasUse) _Code(Die, m_Scan.aInlined);
         break;
     case DW_TAG_typedef: m_Scan.aType.push_back(Die.Id); break;
     case DW_TAG_class_type:
@@ -194,7 +198,7 @@ bool CScanner::_IsSymbol(const DWARF_ABBREV& Abbrev) const
 
 bool CScanner::Run()
 {
-    return WalkEntries(m_Info, m_Unit, [this](const DWARF_DIE& Die, U32) {
+    const bool IsWhole = WalkEntries(m_Info, m_Unit, [this](const DWARF_DIE& Die, U32) {
         if (Die.IsNull()) {
             if (!m_aTag.empty()) {
                 if (IsFunctionTag(m_aTag.back())) m_NumFunctions--;
@@ -210,6 +214,7 @@ bool CScanner::Run()
         if (IsFunctionTag(Die.Tag())) m_NumFunctions++;
         return true;
     });
+    return IsWhole && !m_HasTooManyRanges;
 }
 
 } // namespace
@@ -220,15 +225,17 @@ bool DwarfScanUnit(const CDwarfInfo& Info, const DWARF_UNIT& Unit, DWARF_SCAN& S
     return Scanner.Run();
 }
 
-std::vector<DWARF_SCOPE> DwarfReadScopes(const CDwarfInfo& Info, const DWARF_UNIT& Unit)
+DWARF_SCOPES DwarfReadScopes(const CDwarfInfo& Info, const DWARF_UNIT& Unit)
 {
-    std::vector<DWARF_SCOPE> aScope;
+    DWARF_SCOPES Scopes;
+    std::vector<DWARF_SCOPE>& aScope = Scopes.aScope;
     std::vector<U32> aOpen; // scopes around the present entry, innermost last
     const U32 Section = Unit.InTypes ? DIE_ID_TYPES : 0;
     WalkEntries(Info, Unit, [&](const DWARF_DIE& Die, U32 Next) {
         if (Die.IsNull()) {
             if (!aOpen.empty()) {
                 aScope[aOpen.back()].End = Next | Section;
+                Scopes.aByEnd.push_back(aOpen.back());
                 aOpen.pop_back();
             }
             return !aOpen.empty();
@@ -239,7 +246,9 @@ std::vector<DWARF_SCOPE> DwarfReadScopes(const CDwarfInfo& Info, const DWARF_UNI
         aOpen.push_back(Index);
         return true;
     });
-    return aScope;
+    // What damage leaves open ends with the unit.
+    Scopes.aByEnd.insert(Scopes.aByEnd.end(), aOpen.rbegin(), aOpen.rend());
+    return Scopes;
 }
 
 void DwarfGetDieRanges(const CDwarfInfo& Info, const DWARF_DIE& Die, std::vector<std::pair<U32, U32>>& aRange)

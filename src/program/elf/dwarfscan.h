@@ -39,8 +39,12 @@ struct DWARF_SCOPE {
     U32 ParentDelta;  ///< how many records before this one the enclosing scope stands, 0 for the root
     U32 Tag;
 };
-/// The scopes of one unit by rising id.
-std::vector<DWARF_SCOPE> DwarfReadScopes(const CDwarfInfo& Info, const DWARF_UNIT& Unit);
+/// The scopes of one unit.
+struct DWARF_SCOPES {
+    std::vector<DWARF_SCOPE> aScope; ///< by rising id
+    std::vector<U32> aByEnd;         ///< indices into aScope by rising end, an inner scope before its outer ones
+};
+DWARF_SCOPES DwarfReadScopes(const CDwarfInfo& Info, const DWARF_UNIT& Unit);
 
 /// Address ranges of the very entry, as linked; empty ones left out.
 void DwarfGetDieRanges(const CDwarfInfo& Info, const DWARF_DIE& Die, std::vector<std::pair<U32, U32>>& aRange);

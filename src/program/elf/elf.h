@@ -283,6 +283,8 @@ void ELF_DropLines(ELF_HANDLE hFile);
 /// Distinct source file names, in the order in which they were met.
 U32 ELF_GetSrcFileCount(ELF_HANDLE hFile);
 const char* ELF_GetSrcFile(ELF_HANDLE hFile, U32 Index);
+/// Index of a source file name, 0xFFFFFFFF if there is none.
+U32 ELF_FindSrcFile(ELF_HANDLE hFile, const char* sPath);
 /// Compilation units that mention a source file.
 U32 ELF_GetFileCuCount(ELF_HANDLE hFile, const char* sPath);
 ELF_SYM_HANDLE ELF_GetFileCu(ELF_HANDLE hFile, const char* sPath, U32 Index);

@@ -12,15 +12,15 @@ U32 FindPair(const std::vector<std::pair<U32, U32>>& aPair, U32 Key)
 }
 
 /// The scopes of the unit that holds the DIE.
-const std::vector<DWARF_SCOPE>& ScopesOf(const ELF_FILE& File, U32 Id)
+const DWARF_SCOPES& ScopesOf(const ELF_FILE& File, U32 Id)
 {
-    static const std::vector<DWARF_SCOPE> NONE;
+    static const DWARF_SCOPES NONE;
     const DWARF_UNIT* pUnit = File.Info.FindUnit(Id);
     if (!pUnit) return NONE;
-    if (File.aaScope.empty()) File.aaScope.resize(File.Info.Units().size());
-    std::vector<DWARF_SCOPE>& aScope = File.aaScope[File.Info.IndexOf(*pUnit)];
-    if (aScope.empty()) aScope = DwarfReadScopes(File.Info, *pUnit);
-    return aScope;
+    if (File.aScopes.empty()) File.aScopes.resize(File.Info.Units().size());
+    DWARF_SCOPES& Scopes = File.aScopes[File.Info.IndexOf(*pUnit)];
+    if (Scopes.aScope.empty()) Scopes = DwarfReadScopes(File.Info, *pUnit);
+    return Scopes;
 }
 
 /// First scope that is at or behind the DIE.
@@ -36,19 +36,23 @@ U32 ELF_FILE::FindExtension(U32 Id) const { return FindPair(aExtension, Id); }
 
 const DWARF_SCOPE* ELF_FILE::FindScope(U32 Id) const
 {
-    const std::vector<DWARF_SCOPE>& aScope = ScopesOf(*this, Id);
+    const std::vector<DWARF_SCOPE>& aScope = ScopesOf(*this, Id).aScope;
     const auto it = LowerBound(aScope, Id);
     return it != aScope.end() && it->Id == Id ? &*it : nullptr;
 }
 
 const DWARF_SCOPE* ELF_FILE::FindParentScope(U32 Id) const
 {
-    const std::vector<DWARF_SCOPE>& aScope = ScopesOf(*this, Id);
+    const DWARF_SCOPES& Scopes = ScopesOf(*this, Id);
+    const std::vector<DWARF_SCOPE>& aScope = Scopes.aScope;
     const auto it = LowerBound(aScope, Id);
     if (it == aScope.begin()) return nullptr;
     const DWARF_SCOPE* pScope = &*(it - 1);
-    while (pScope && pScope->End <= Id) pScope = ParentOf(pScope);
-    return pScope;
+    if (pScope->End > Id) return pScope;
+    // The scope before has ended, and so have those around it up to the last that ends at or before the DIE: what is
+    // around that one is still open. A walk up from scope to scope would take as long as they are nested.
+    const auto itOpen = std::upper_bound(Scopes.aByEnd.begin(), Scopes.aByEnd.end(), Id, [&aScope](U32 Key, U32 Index) { return Key < aScope[Index].End; });
+    return ParentOf(&aScope[*(itOpen - 1)]);
 }
 
 bool ELF_FILE::FirstChild(const DWARF_DIE& Die, DWARF_DIE& Child) const

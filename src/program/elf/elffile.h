@@ -78,10 +78,11 @@ struct ELF_FILE {
     std::vector<std::pair<U32, U32>> aDefinition; ///< specified DIE and the DIE that specifies it, sorted
     std::vector<U32> aAbstract;                   ///< variables to leave out, while the units are read
     std::vector<std::pair<U32, U32>> aExtension;  ///< namespace DIE and its extension, sorted
-    mutable std::vector<std::vector<DWARF_SCOPE>> aaScope; ///< by unit, read when asked for
+    mutable std::vector<DWARF_SCOPES> aScopes; ///< by unit, read when asked for
     mutable bool HasNameIndex = false;
     /// Hash of a name and the id that defines it: types, global variables and functions. Sorted; made when first asked for.
     mutable std::vector<std::pair<U32, U32>> aTypeByName, aVarByName, aFuncByName;
+    mutable std::unordered_map<U32, U32> DefinitionByName; ///< declarations that were looked for by name; DIE_ID_NONE: no definition
     U32 MainFunction = DIE_ID_NONE;
     ELF_SRC_LANG Lang = ELF_SRC_LANG_C;
     U32 DwarfVersion = 0, NumTypeUnits = 0;
@@ -94,7 +95,11 @@ struct ELF_FILE {
     std::vector<std::string> asSrcFile;
     std::unordered_map<std::string, U32> SrcFileIndex;
     std::unordered_map<U64, ELF_CU_FILES> CuFiles;            ///< by offset of the line table
-    std::vector<std::vector<U32>> aaFileCus;                  ///< source file index to ids of the units
+    std::vector<std::vector<U32>> aaFileTables;               ///< source file index to line tables (as apLineUnit)
+    std::vector<std::vector<U32>> aaTableCus;                 ///< line table to ids of its units
+    U64 NumSrcChars = 0;                                      ///< of all source file names
+    mutable U32 LastFileOfCus = 0xFFFFFFFFu;                  ///< source file that aLastCus answers for
+    mutable std::vector<U32> aLastCus;
     mutable std::vector<ELF_MACRO> aMacro; ///< through Macros()
     mutable bool HasMacros = false;
 
@@ -118,6 +123,8 @@ struct ELF_FILE {
     const std::vector<ELF_MACRO>& Macros() const;
     void BuildNameIndex() const;
     U32 InternSrcFile(const std::string& sPath);
+    /// Ids of the units that mention a source file, rising.
+    const std::vector<U32>& CusOfFile(U32 File) const;
     void LogSummary(const CElfStepTimer& Timer) const;
 
     // Questions about DIEs
@@ -125,6 +132,8 @@ struct ELF_FILE {
     const DWARF_SCOPE* FindParentScope(U32 Id) const;
     /// The scope that the DIE itself is, null if it has no children.
     const DWARF_SCOPE* FindScope(U32 Id) const;
+    /// Scopes that a loop goes through on its way up; sound programs nest some dozens.
+    static constexpr U32 MAX_SCOPES = 1000;
     static const DWARF_SCOPE* ParentOf(const DWARF_SCOPE* pScope) { return pScope->ParentDelta ? pScope - pScope->ParentDelta : nullptr; }
     /// The DIE that specifies this one, or the extension of a namespace; DIE_ID_NONE if none.
     U32 FindDefinition(U32 Id) const;

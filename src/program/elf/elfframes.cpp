@@ -1,5 +1,6 @@
 // Bounds of the call frame records and the frame size of a function.
 #include "program/elf/elffile.h"
+#include "program/elf/frameguard.h"
 
 #include <algorithm>
 #include <libdwarf/dwarf.h>
@@ -10,39 +11,6 @@ const DWARF_FDE* FindFdeByIndex(ELF_HANDLE hFile, U32 Index)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
     return pFile && Index < pFile->Adapter.Fdes().size() ? &pFile->Adapter.Fdes()[Index] : nullptr;
-}
-
-/// Steps over the operands of a call frame instruction that doesn't concern the CFA offset.
-void SkipOperands(CByteCursor& Cur, U32 Op)
-{
-    switch (Op) {
-    case DW_CFA_set_loc: Cur.Skip(4); break;
-    case DW_CFA_advance_loc1: Cur.Skip(1); break;
-    case DW_CFA_advance_loc2: Cur.Skip(2); break;
-    case DW_CFA_advance_loc4: Cur.Skip(4); break;
-    case DW_CFA_MIPS_advance_loc8: Cur.Skip(8); break;
-    case DW_CFA_offset_extended:
-    case DW_CFA_register:
-    case DW_CFA_offset_extended_sf:
-    case DW_CFA_val_offset:
-    case DW_CFA_val_offset_sf:
-    case DW_CFA_GNU_negative_offset_extended:
-        Cur.SkipLeb();
-        Cur.SkipLeb();
-        break;
-    case DW_CFA_restore_extended:
-    case DW_CFA_undefined:
-    case DW_CFA_same_value:
-    case DW_CFA_def_cfa_register:
-    case DW_CFA_GNU_args_size: Cur.SkipLeb(); break;
-    case DW_CFA_def_cfa_expression: Cur.Skip(Cur.GetULeb()); break;
-    case DW_CFA_expression:
-    case DW_CFA_val_expression:
-        Cur.SkipLeb();
-        Cur.Skip(Cur.GetULeb());
-        break;
-    default: break; // no operands
-    }
 }
 
 } // namespace
@@ -104,7 +72,7 @@ I32 ELF_GetFrameSize(U32 PC)
         case DW_CFA_def_cfa_offset_sf:
             Track(static_cast<I64>(static_cast<U64>(Cur.GetSLeb()) * static_cast<U64>(Factor)));
             break;
-        default: SkipOperands(Cur, Op); break;
+        default: SkipFrameOperands(Cur, Op); break;
         }
     }
     const I64 Result = std::max(Max, Min == INT64_MIN ? INT64_MAX : -Min);

@@ -16,17 +16,29 @@ namespace {
 constexpr U32 PROGRAM_HEADER_SIZE = 32;
 constexpr U32 SECTION_HEADER_SIZE = 40;
 constexpr U32 SYMBOL_SIZE = 16;
-/// Deflate can't shrink by more than about 1032 to 1; a larger claim is a damaged header.
-constexpr U64 MAX_INFLATE_RATIO = 1100;
+/// Entries and line tables shrink to a half or a quarter, abbreviations to a tenth, names of templates further. Deflate can
+/// make a thousandth of what is always the same; a file of a megabyte that unfolds to a gigabyte is made to do harm.
+constexpr U64 MAX_LINE_RATIO = 8, MAX_INFLATE_RATIO = 16, MAX_TEXT_RATIO = 64, MAX_INFLATE_FREE = 64 * 1024;
+/// Tables of symbols and loaded segments lie side by side in a sound file, or share a few headers. Where they overlap
+/// more, each would be read as often as there are headers that name it.
+constexpr U64 MAX_OVERLAP = 2;
+/// Length of a symbol's name, and bytes of the file for each character of all names together: in a sound file two names
+/// share a text at most where one is the end of the other.
+constexpr U64 MAX_NAME = 32 * 1024, MAX_NAMES_RATIO = 8;
 
-/// Text at an offset of a string table, the empty text if it isn't wholly inside.
+/// Text at an offset of a string table that ends with a zero, the empty text if it isn't inside.
 const char* TextAt(ELF_BYTES Table, U32 Offset)
 {
-    if (Offset >= Table.Size || !std::memchr(Table.pData + Offset, 0, Table.Size - Offset)) return "";
-    return reinterpret_cast<const char*>(Table.pData + Offset);
+    return Offset < Table.Size ? reinterpret_cast<const char*>(Table.pData + Offset) : "";
 }
 
 } // namespace
+
+ELF_BYTES WithWholeTexts(ELF_BYTES Table)
+{
+    while (Table.Size && Table.pData[Table.Size - 1] != 0) Table.Size--;
+    return Table;
+}
 
 U32 CElfImage::Load(const char* sPath)
 {
@@ -35,11 +47,15 @@ U32 CElfImage::Load(const char* sPath)
     FILE* pFile = std::fopen(sPath, "rb");
     if (!pFile) return ELF_ERR_OPEN;
     U32 Error = 0;
+    char acMagic[SELFMAG] = {};
     if (Info.st_size <= 0 || Info.st_size > 0xFFFFFFFFll) {
         Error = ELF_ERR_FILE_SIZE;
+    } else if (std::fread(acMagic, 1, SELFMAG, pFile) == SELFMAG && std::memcmp(acMagic, ELFMAG, SELFMAG) != 0) {
+        Error = ELF_ERR_MAGIC; // before what may be gigabytes is read
     } else {
         try {
             _Allocate(static_cast<U64>(Info.st_size));
+            std::rewind(pFile);
             if (std::fread(m_pImage.get(), 1, m_Size, pFile) != m_Size) Error = ELF_ERR_READ;
         } catch (const std::bad_alloc&) {
             Error = ELF_ERR_MEMORY;
@@ -66,9 +82,7 @@ U32 CElfImage::LoadBytes(const U8* pData, U64 Size)
 U32 CElfImage::_Parse()
 {
     if (const U32 Error = _ParseHeader()) return Error;
-    if (!_ParseSegments() || !_ParseSections()) return ELF_ERR_READ;
-    _ParseSymbols();
-    return 0;
+    return _ParseSegments() && _ParseSections() && _ParseSymbols() ? 0 : ELF_ERR_READ;
 }
 
 U32 CElfImage::_ParseHeader()
@@ -147,6 +161,7 @@ bool CElfImage::_ParseSegments()
     const U64 End = static_cast<U64>(m_PhOff) + static_cast<U64>(m_PhNum) * m_PhEntSize;
     if (m_PhEntSize < PROGRAM_HEADER_SIZE || End > m_Size) return false;
     m_Segments.resize(m_PhNum);
+    U64 Loaded = 0;
     for (U32 i = 0; i < m_PhNum; i++) {
         CByteCursor Cur(m_pImage.get(), m_Size, m_BigEndian, m_PhOff + static_cast<U64>(i) * m_PhEntSize);
         ELF_SEGMENT& Seg = m_Segments[i];
@@ -154,8 +169,9 @@ bool CElfImage::_ParseSegments()
                             &Seg.Flags, &Seg.Align}) {
             *pField = Cur.GetU32();
         }
+        if (Seg.Type == PT_LOAD && static_cast<U64>(Seg.Offset) + Seg.FileSize <= m_Size) Loaded += Seg.FileSize;
     }
-    return true;
+    return Loaded <= MAX_OVERLAP * m_Size;
 }
 
 bool CElfImage::_ParseSections()
@@ -182,20 +198,23 @@ bool CElfImage::_ParseSections()
     m_Sections.resize(m_ShNum);
     for (U32 i = 0; i < m_ShNum; i++) Read(i, m_Sections[i]);
     if (m_ShStrNdx < m_ShNum) {
-        const ELF_BYTES Names = SectionBytes(m_ShStrNdx);
+        const ELF_BYTES Names = WithWholeTexts(SectionBytes(m_ShStrNdx));
         for (ELF_SECTION& Sec : m_Sections) Sec.sName = TextAt(Names, Sec.NameOff);
     }
     return true;
 }
 
-void CElfImage::_ParseSymbols()
+bool CElfImage::_ParseSymbols()
 {
+    U64 NumBytes = 0, NumChars = 0;
     for (U32 i = 0; i < m_Sections.size(); i++) {
         const ELF_SECTION& Sec = m_Sections[i];
         if (Sec.Type != SHT_SYMTAB && Sec.Type != SHT_DYNSYM) continue;
         const ELF_BYTES Data = SectionBytes(i);
         if (Sec.EntrySize < SYMBOL_SIZE || !Data.pData) continue;
-        const ELF_BYTES Names = Sec.Link < m_Sections.size() ? SectionBytes(Sec.Link) : ELF_BYTES();
+        NumBytes += Data.Size;
+        if (NumBytes > MAX_OVERLAP * m_Size) return false;
+        const ELF_BYTES Names = WithWholeTexts(Sec.Link < m_Sections.size() ? SectionBytes(Sec.Link) : ELF_BYTES());
         const U32 Count = Data.Size / Sec.EntrySize;
         m_Symbols.reserve(m_Symbols.size() + Count);
         for (U32 n = 0; n < Count; n++) {
@@ -208,9 +227,17 @@ void CElfImage::_ParseSymbols()
             Sym.Other = Cur.GetU8();
             Sym.Section = Cur.GetU16();
             Sym.sName = TextAt(Names, Sym.NameOff);
+            const U64 Length = strnlen(Sym.sName, MAX_NAME + 1);
+            if (Length > MAX_NAME || NumChars + Length > MAX_NAMES_RATIO * m_Size) {
+                Sym.sName = "";
+                m_NumLostNames++;
+            } else {
+                NumChars += Length;
+            }
             m_Symbols.push_back(Sym);
         }
     }
+    return true;
 }
 
 int CElfImage::FindSection(const char* sName) const
@@ -242,7 +269,7 @@ ELF_BYTES CElfImage::DebugBytes(const char* sName)
         const U32 Type = Cur.GetU32();
         const U32 Size = Cur.GetU32();
         Cur.GetU32();
-        if (!Cur.IsOk() || Type != ELFCOMPRESS_ZLIB) return {};
+        if (!Cur.IsOk() || Type != ELFCOMPRESS_ZLIB) return _Inflate({}, 0, sName);
         return _Inflate({Cur.Ptr(), static_cast<U32>(Cur.Remaining())}, Size, sName);
     }
     // The older form of compression: a section of its own name, "ZLIB" and the size in big endian.
@@ -259,15 +286,21 @@ ELF_BYTES CElfImage::DebugBytes(const char* sName)
 ELF_BYTES CElfImage::_Inflate(ELF_BYTES Packed, U64 UnpackedSize, const std::string& sKey)
 {
     INFLATED Out{sKey, nullptr, 0};
-    if (UnpackedSize > 0 && UnpackedSize <= 0x7FFFFFFFu &&
-        UnpackedSize / MAX_INFLATE_RATIO <= static_cast<U64>(Packed.Size) + 1) {
+    const bool IsText = sKey == ".debug_str" || sKey == ".debug_line_str";
+    const U64 Ratio = IsText ? MAX_TEXT_RATIO : sKey == ".debug_line" ? MAX_LINE_RATIO : MAX_INFLATE_RATIO;
+    // Sections that share their packed bytes don't get more together than each alone.
+    U64& Total = IsText ? m_NumInflatedText : m_NumInflated;
+    if (UnpackedSize > 0 && UnpackedSize <= 0x7FFFFFFFu && UnpackedSize <= Ratio * Packed.Size + MAX_INFLATE_FREE &&
+        Total + UnpackedSize <= Ratio * m_Size + MAX_INFLATE_FREE) {
         std::unique_ptr<U8[]> pData(new (std::nothrow) U8[UnpackedSize]);
         uLongf Size = static_cast<uLongf>(UnpackedSize);
         if (pData && uncompress(pData.get(), &Size, Packed.pData, Packed.Size) == Z_OK && Size == UnpackedSize) {
             Out.pData = std::move(pData);
             Out.Size = static_cast<U32>(UnpackedSize);
+            Total += UnpackedSize;
         }
     }
+    if (!Out.pData) m_asBadSection.push_back(sKey);
     // A failure is kept as well, so that a damaged section isn't inflated again at each question.
     m_Inflated.push_back(std::move(Out));
     return {m_Inflated.back().pData.get(), m_Inflated.back().Size};

@@ -37,6 +37,9 @@ struct ELF_BYTES {
     U32 Size = 0;
 };
 
+/// A table of texts without what stands behind its last zero: each offset in it is that of a text that has an end.
+ELF_BYTES WithWholeTexts(ELF_BYTES Table);
+
 /// Gives back what the allocator of big arrays has given.
 struct FREE_BYTES {
     FREE_BYTES() = default;
@@ -72,15 +75,22 @@ public:
     ELF_BYTES SectionBytes(U32 Index) const;
     /// Bytes by name, inflated on first use; no data if there is no such section or it is damaged.
     ELF_BYTES DebugBytes(const char* sName);
+    /// Compressed sections that DebugBytes could not inflate.
+    const std::vector<std::string>& BadSections() const { return m_asBadSection; }
+    /// Symbols that count as unnamed because their names are longer than any, or share their texts with too many others.
+    U32 NumLostNames() const { return m_NumLostNames; }
 
 private:
     U32 _Parse();
     U32 _ParseHeader();
     bool _ParseSegments();
     bool _ParseSections();
-    void _ParseSymbols();
+    bool _ParseSymbols();
     ELF_BYTES _Inflate(ELF_BYTES Packed, U64 UnpackedSize, const std::string& sKey);
 
+    U64 m_NumInflated = 0, m_NumInflatedText = 0;
+    std::vector<std::string> m_asBadSection;
+    U32 m_NumLostNames = 0;
     void _Allocate(U64 Size);
     std::unique_ptr<U8[], FREE_BYTES> m_pImage;
     U64 m_Size = 0;

@@ -10,7 +10,7 @@ constexpr U32 FLAGS_INTERNAL = 28; ///< error to standard output and the log fil
 /// Far above any program; a damaged section can't fill the memory.
 constexpr size_t MAX_MACROS = 2000000;
 /// How often the bytes of a section may be read in all, by parts that overlap in a damaged one.
-constexpr U64 MAX_PASSES = 8;
+constexpr U64 MAX_PASSES = 2;
 
 class CMacroReader {
 public:
@@ -26,9 +26,10 @@ private:
     {
         if (m_aMacro.size() < MAX_MACROS) m_aMacro.push_back({static_cast<U32>(Line), sText});
     }
+    /// Not DwarfTextAt: the text of a macro may be longer than a name, and its end isn't looked for here.
     const char* _Text(const ELF_BYTES& Section, U64 Offset)
     {
-        return DwarfTextAt(Section, Offset);
+        return Offset < Section.Size ? reinterpret_cast<const char*>(Section.pData + Offset) : "";
     }
     const char* _IndexedText(const DWARF_UNIT& Unit, U64 Index)
     {

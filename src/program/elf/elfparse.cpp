@@ -11,6 +11,7 @@
 namespace {
 
 constexpr U32 FLAGS_INTERNAL = 28; ///< error to standard output and the log file
+constexpr U32 FLAGS_WARNING = 66; ///< warning to all sinks
 constexpr U32 FLAGS_INFO = 9;      ///< plain text to standard output
 
 U64 NowMs()
@@ -49,7 +50,9 @@ ELF_SRC_LANG LangOf(const CDwarfInfo& Info, const DWARF_UNIT& Unit)
 
 constexpr U32 MAX_HASHED = 1024; ///< characters of a text that count for its hash
 /// Line tables are read once each; tables that overlap in a damaged section may be read this often in all.
-constexpr U64 MAX_LINE_PASSES = 8;
+constexpr U64 MAX_LINE_PASSES = 2;
+/// Characters of all different source paths for each byte of the sections that their parts stand in.
+constexpr U64 MAX_SRC_RATIO = 32, MAX_SRC_FREE = 64 * 1024;
 
 /// Thousandths of the progress that the parts of an open make up.
 constexpr U32 SHARE_READ = 100, SHARE_SCAN = 400, SHARE_LINES = 200, SHARE_REST = 50;
@@ -57,6 +60,25 @@ constexpr U32 SHARE_READ = 100, SHARE_SCAN = 400, SHARE_LINES = 200, SHARE_REST 
 void Advance(ELF_PROGRESS* pProgress, U32 Share)
 {
     if (pProgress) pProgress->Permille += Share;
+}
+
+bool HasLongText(const ELF_BYTES& Texts)
+{
+    for (const U8 *p = Texts.pData, *pEnd = p + Texts.Size; p != pEnd;) {
+        const U8* pZero = static_cast<const U8*>(std::memchr(p, 0, static_cast<size_t>(pEnd - p)));
+        if (static_cast<U64>(pZero - p) > DWARF_MAX_TEXT) return true;
+        p = pZero + 1;
+    }
+    return false;
+}
+
+/// Tells what of the file is left out because no sound file has it.
+void ReportLosses(const CElfImage& Image, const DWARF_SECTIONS& Sec)
+{
+    for (const std::string& sName : Image.BadSections())
+        ElfReport(0, FLAGS_WARNING, ("Compressed section " + sName + " is damaged or far larger than it can be: it is left out").c_str());
+    if (Image.NumLostNames() || HasLongText(Sec.Str) || HasLongText(Sec.LineStr))
+        ElfReport(0, FLAGS_WARNING, ("Texts of more than " + std::to_string(DWARF_MAX_TEXT) + " characters count as empty").c_str());
 }
 
 } // namespace
@@ -113,6 +135,8 @@ bool ELF_FILE::ParseDebugInfo(ELF_PROGRESS* pProgress)
                     {".debug_frame", Sec.Frame},       {".eh_frame", Sec.EhFrame},
                     {".debug_macro", Sec.Macro},       {".debug_macinfo", Sec.Macinfo}};
     for (const auto& Row : aSection) Row.Bytes = Image.DebugBytes(Row.sName);
+    for (ELF_BYTES* pTexts : {&Sec.Str, &Sec.LineStr}) *pTexts = WithWholeTexts(*pTexts);
+    ReportLosses(Image, Sec);
     if (!Sec.Info.Size || !Sec.Abbrev.Size) {
         ElfReport(ELF_ERR_LIB_NO_DEBUG_INFO, 66);
         return false;
@@ -209,12 +233,30 @@ U32 ELF_FILE::InternSrcFile(const std::string& sFile)
     if (sFile.empty() || sFile.find("<built-in>") != std::string::npos || sFile.find("<stdin>") != std::string::npos) {
         return 0xFFFFFFFFu;
     }
-    const auto [it, IsNew] = SrcFileIndex.emplace(sFile, static_cast<U32>(asSrcFile.size()));
-    if (IsNew) {
-        asSrcFile.push_back(sFile);
-        aaFileCus.emplace_back();
+    const DWARF_SECTIONS& Sec = Info.Sections();
+    const auto itKnown = SrcFileIndex.find(sFile);
+    if (itKnown != SrcFileIndex.end()) return itKnown->second;
+    if (NumSrcChars + sFile.size() > MAX_SRC_RATIO * (static_cast<U64>(Sec.Line.Size) + Sec.LineStr.Size) + MAX_SRC_FREE) {
+        ElfReport(ELF_ERR_SRC_FILES, FLAGS_INTERNAL);
+        return 0xFFFFFFFFu;
     }
-    return it->second;
+    NumSrcChars += sFile.size();
+    const U32 Index = static_cast<U32>(asSrcFile.size());
+    SrcFileIndex.emplace(sFile, Index);
+    asSrcFile.push_back(sFile);
+    aaFileTables.emplace_back();
+    return Index;
+}
+
+const std::vector<U32>& ELF_FILE::CusOfFile(U32 File) const
+{
+    if (LastFileOfCus != File) {
+        aLastCus.clear();
+        for (const U32 Table : aaFileTables[File]) aLastCus.insert(aLastCus.end(), aaTableCus[Table].begin(), aaTableCus[Table].end());
+        std::sort(aLastCus.begin(), aLastCus.end());
+        LastFileOfCus = File;
+    }
+    return aLastCus;
 }
 
 void ELF_FILE::AppendLines(const DWARF_LINE_TABLE& Table, const ELF_CU_FILES& Files) const
@@ -257,25 +299,30 @@ void ELF_FILE::ReadLineTables(ELF_PROGRESS* pProgress, CElfStepTimer& Timer)
     for (const DWARF_LINE_TABLE& Table : aTable) NumRows += Table.aRow.size();
     aLine.reserve(NumRows);
     for (size_t i = 0; i < aTable.size(); i++) {
-        if (!aTable[i].HasFiles) ElfReport(ELF_ERR_SRC_FILES, FLAGS_INTERNAL);
+        if (!aTable[i].HasFiles || aTable[i].HasLostPaths) ElfReport(ELF_ERR_SRC_FILES, FLAGS_INTERNAL);
         if (!aGood[i]) ElfReport(ELF_ERR_SRC_LINES, FLAGS_INTERNAL);
         Timer.Lap(ELF_STEP_LINES);
         ELF_CU_FILES& Files = CuFiles[apLineUnit[i]->StmtList];
         Files.FileBase = aTable[i].FileBase;
         Files.aFile.reserve(aTable[i].aPath.size());
-        for (const std::string& sFile : aTable[i].aPath) Files.aFile.push_back(InternSrcFile(sFile));
+        for (const std::string& sFile : aTable[i].aPath) {
+            const U32 File = InternSrcFile(sFile);
+            Files.aFile.push_back(File);
+            if (File == 0xFFFFFFFFu) continue;
+            std::vector<U32>& aTables = aaFileTables[File];
+            if (aTables.empty() || aTables.back() != i) aTables.push_back(static_cast<U32>(i));
+        }
         Timer.Lap(ELF_STEP_FILES);
         AppendLines(aTable[i], Files);
         aTable[i] = DWARF_LINE_TABLE();
     }
     Timer.Lap(ELF_STEP_LINES);
+    // Units may share a table, so that the units of each file would be more than files and units together.
+    std::unordered_map<U64, U32> TableIndex;
+    for (const DWARF_UNIT* pUnit : apLineUnit) TableIndex.emplace(pUnit->StmtList, static_cast<U32>(TableIndex.size()));
+    aaTableCus.resize(apLineUnit.size());
     for (const DWARF_UNIT& Unit : Info.Units()) {
-        if (Unit.IsTypeUnit() || !Unit.HasStmtList) continue;
-        for (const U32 File : CuFiles[Unit.StmtList].aFile) {
-            if (File == 0xFFFFFFFFu) continue;
-            std::vector<U32>& aCu = aaFileCus[File];
-            if (aCu.empty() || aCu.back() != Unit.RootId()) aCu.push_back(Unit.RootId());
-        }
+        if (!Unit.IsTypeUnit() && Unit.HasStmtList) aaTableCus[TableIndex[Unit.StmtList]].push_back(Unit.RootId());
     }
     Timer.Lap(ELF_STEP_FILES);
 }

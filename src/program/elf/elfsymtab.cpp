@@ -105,9 +105,10 @@ void ELF_FILE::FindCodeAtZero()
     for (const ELF_SYMBOL& Sym : Image.Symbols()) {
         if (!Sym.IsFunction() || (Sym.Value & ValueMask) != 0 || Sym.Section == SHN_UNDEF) continue;
         if (Sym.Section >= aSec.size() || !IsCode(aSec[Sym.Section])) continue;
-        Zero.asName.push_back(Sym.sName);
+        Zero.asName.emplace_back(Sym.sName);
         Zero.End = std::max(Zero.End, Sym.Size);
     }
+    std::sort(Zero.asName.begin(), Zero.asName.end());
 }
 
 bool ELF_HasFunctionAtZero(ELF_HANDLE hFile)

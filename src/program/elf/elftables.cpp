@@ -384,12 +384,18 @@ const char* ELF_GetSrcFile(ELF_HANDLE hFile, U32 Index)
     return pFile && Index < pFile->asSrcFile.size() ? pFile->asSrcFile[Index].c_str() : "";
 }
 
-static const std::vector<U32>* FindFileCus(ELF_HANDLE hFile, const char* sPath)
+U32 ELF_FindSrcFile(ELF_HANDLE hFile, const char* sPath)
 {
     const ELF_FILE* pFile = ElfFind(hFile);
-    if (!pFile || !sPath) return nullptr;
+    if (!pFile || !sPath) return 0xFFFFFFFFu;
     const auto it = pFile->SrcFileIndex.find(sPath);
-    return it != pFile->SrcFileIndex.end() ? &pFile->aaFileCus[it->second] : nullptr;
+    return it != pFile->SrcFileIndex.end() ? it->second : 0xFFFFFFFFu;
+}
+
+static const std::vector<U32>* FindFileCus(ELF_HANDLE hFile, const char* sPath)
+{
+    const U32 File = ELF_FindSrcFile(hFile, sPath);
+    return File != 0xFFFFFFFFu ? &ElfFind(hFile)->CusOfFile(File) : nullptr;
 }
 U32 ELF_GetFileCuCount(ELF_HANDLE hFile, const char* sPath)
 {

@@ -145,7 +145,10 @@ DWARF_DIE DieDefinition(const ELF_FILE& File, const DWARF_DIE& Die)
     if (Definition != DIE_ID_NONE && Definition != Die.Id && File.ReadDie(Definition, Other) && !Other.IsNull()) {
         return Other;
     }
-    return FindByName(File, Die, Other) ? Other : Die;
+    // Each attribute of a declaration asks for its definition; of one name there may be many.
+    const auto [it, IsNew] = File.DefinitionByName.try_emplace(Die.Id, DIE_ID_NONE);
+    if (IsNew && FindByName(File, Die, Other)) it->second = Other.Id;
+    return it->second != DIE_ID_NONE && File.ReadDie(it->second, Other) ? Other : Die;
 }
 
 bool DieArray(const ELF_FILE& File, const DWARF_DIE& Die, ELF_ARRAY_INFO& Info)
@@ -220,6 +223,14 @@ U64 DieSize(const ELF_FILE& File, const DWARF_DIE& Die)
     const bool IsCode = IsFunctionDieTag(Tag) || Tag == DW_TAG_lexical_block || Tag == DW_TAG_compile_unit;
     DWARF_DIE Link = Die;
     for (U32 i = 0; !IsCode && i < TYPE_CHAIN_LIMIT; i++) {
+        if (Link.Tag() == DW_TAG_array_type) {
+            // An array without elements counts as large as one of them. The size of an element has been looked for
+            // already; once more at each link, a chain of such arrays would take twice the time with each of them.
+            ELF_ARRAY_INFO Info;
+            DieArray(File, Link, Info);
+            Size = Info.TotalSize ? Info.TotalSize : Info.ElemSize;
+            break;
+        }
         Size = DieOwnSize(File, Link);
         DWARF_DIE Next;
         if (Size || !DieTarget(File, Link, DW_AT_type, Next)) break;

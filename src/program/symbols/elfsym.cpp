@@ -251,7 +251,8 @@ U32 ELF_GetSymAccess(ELF_SYM_HANDLE hSym)
     // A definition outside of its class belongs to where it was declared.
     DWARF_DIE Declared = Ref.Die;
     DieTarget(*Ref.pFile, Ref.Die, DW_AT_specification, Declared);
-    for (const DWARF_SCOPE* pScope = Ref.pFile->FindParentScope(Declared.Id); pScope; pScope = ELF_FILE::ParentOf(pScope)) {
+    const DWARF_SCOPE* pScope = Ref.pFile->FindParentScope(Declared.Id);
+    for (U32 i = 0; pScope && i < ELF_FILE::MAX_SCOPES; pScope = ELF_FILE::ParentOf(pScope), i++) {
         switch (pScope->Tag) {
         case DW_TAG_structure_type:
         case DW_TAG_union_type: return 1;

@@ -129,7 +129,7 @@ bool ELF_SymIsStatic(ELF_SYM_HANDLE hSym)
     if (Tag == DW_TAG_member || Tag == DW_TAG_enumerator) return DieFlag(*Ref.pFile, Ref.Die, DW_AT_external);
     if (Tag == DW_TAG_subroutine_type) return !DieAttr(*Ref.pFile, Ref.Die, DW_AT_object_pointer);
     const DWARF_SCOPE* pScope = Ref.pFile->FindParentScope(Ref.Die.Id);
-    while (pScope && !IsFunctionDieTag(pScope->Tag)) pScope = ELF_FILE::ParentOf(pScope);
+    for (U32 i = 0; pScope && !IsFunctionDieTag(pScope->Tag); i++) pScope = i < ELF_FILE::MAX_SCOPES ? ELF_FILE::ParentOf(pScope) : nullptr;
     if (!pScope) return false;
     const ELF_SYM_LOC Loc = ELF_GetSymLoc(hSym, 0);
     return ELF_LocIsMemory(Loc) && ELF_LocIsValid(Loc);

@@ -27,7 +27,7 @@ public:
         (_MarkBlocks(aRow), ...);
         const std::size_t Count = (aRow.size() + ...);
         const std::size_t NumBlocks = static_cast<std::size_t>(std::count(m_aBlock.begin(), m_aBlock.end(), 1u));
-        if (Count < MIN_ROWS || NumBlocks * PAGES > Count * MAX_PAGES_A_ROW) {
+        if (Count < MIN_ROWS || NumBlocks * PAGES > Count * MAX_PAGES_A_ROW || NumBlocks > MAX_BLOCKS) {
             m_aBlock.clear();
             return;
         }
@@ -82,6 +82,8 @@ private:
     static constexpr U32 PLACES = 1u << (PAGE_SHIFT - 1); ///< even addresses of a page
     static constexpr U8 TOO_FAR = 255;
     static constexpr std::size_t MIN_ROWS = 256, MAX_PAGES_A_ROW = 16;
+    /// 32 MB of code, which cost 40 MB here. No target has more; rows of damaged files lie gigabytes apart.
+    static constexpr std::size_t MAX_BLOCKS = (32u << 20) >> BLOCK_SHIFT;
     struct PAGE {
         U32 aFirst[LANES];         ///< the row that is the floor of the page's start, 0 if there is none
         U8 aaStep[LANES][PLACES];  ///< from there to the floor of each even address

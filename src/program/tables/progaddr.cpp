@@ -162,8 +162,8 @@ U32 PROG_GetFileOfAddr(U32 Addr)
     // Files whose ranges overlap: one that has a line at the address is right, else the one with the least code.
     const PROG_MAP_SPAN Rows = ProgRowsAt(Tab, Addr);
     if (!Rows.IsEmpty()) return Rows.pFirst->Loc.File;
-    const std::vector<U64> aHit = Tab.FileTree.Find(Addr, Addr);
-    return aHit.empty() ? 0xFFFFFFFFu : static_cast<U32>(aHit.back());
+    const U32* pFile = Tab.FileMap.Find(Addr);
+    return pFile ? *pFile : 0xFFFFFFFFu;
 }
 
 QList<U32> PROG_GetAddrs(const CSrcLoc& Loc)

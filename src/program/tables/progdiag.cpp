@@ -10,6 +10,8 @@
 namespace {
 
 constexpr int MSG_INDEX_NO_FRAME_INFO = 45;
+constexpr qsizetype MAX_MESSAGES = 500; ///< of one load
+constexpr const char* TOO_MANY = "further messages about the program file are left out";
 
 struct CODE_RANGE {
     U32 First, Last;
@@ -61,8 +63,11 @@ thread_local QList<PROG_MESSAGE>* g_paHeldMessages = nullptr;
 void ProgLogMessage(const PROG_MESSAGE& Message)
 {
     if (g_paHeldMessages) {
-        // A damaged program has the same to say about each of its symbols.
-        if (g_paHeldMessages->isEmpty() || !(g_paHeldMessages->last() == Message)) g_paHeldMessages->append(Message);
+        // A damaged program has the same to say about each of its symbols, or something else about each.
+        const qsizetype Count = g_paHeldMessages->size();
+        if (Count > MAX_MESSAGES || g_paHeldMessages->contains(Message)) return;
+        if (Count < MAX_MESSAGES) g_paHeldMessages->append(Message);
+        else g_paHeldMessages->append({QLatin1String(TOO_MANY), MSG_WARNING | MSG_ALL, false});
         return;
     }
     if (IsMainThread() && !Message.Always && !IsNew(Message.sText)) return;

@@ -2,6 +2,7 @@
 #include "program/tables/progtables.h"
 
 #include <QFileInfo>
+#include <QSet>
 
 static QString BareName(const QString& sPath)
 {
@@ -23,8 +24,9 @@ U32 PROG_GetFile(const QString& sName)
     // The end of a path, or a bare name: of several files the one that was met first.
     const QString sTail = QLatin1Char('/') + sNorm;
     const QList<U32> aNamed = Tab.FileByName.values(BareName(sNorm));
+    const QSet<U32> Named(aNamed.cbegin(), aNamed.cend());
     for (const U32 Number : Tab.aFile) {
-        if (!aNamed.contains(Number)) continue;
+        if (!Named.contains(Number)) continue;
         const QString sPath = Tab.Files[Number].sNormPath.toLower();
         if (sPath == sNorm || sPath.endsWith(sTail)) return Number;
     }

@@ -122,10 +122,8 @@ static CSrcLoc LocOfZero(const PROG_TABLES& Tab)
     for (U32 i = 0; i < ELF_GetFunctionCount(Tab.hFile); i++) {
         const ELF_CODE Code = ELF_GetCode(Tab.hFile, ELF_LIST_FUNCTIONS, i);
         if (Code.NumRanges == 0 || Code.Low != 0 || !ELF_IsFunctionAtZero(Code.hSym)) continue;
-        const char* sFile = ELF_GetSymDeclFile(Code.hSym, ATTR_DECL_FILE);
-        for (U32 File = 0; File < ELF_GetSrcFileCount(Tab.hFile); File++) {
-            if (std::strcmp(ELF_GetSrcFile(Tab.hFile, File), sFile) == 0) return CSrcLoc(File, static_cast<U32>(ELF_GetSymAttr(Code.hSym, ATTR_DECL_LINE, nullptr)));
-        }
+        const U32 File = ELF_FindSrcFile(Tab.hFile, ELF_GetSymDeclFile(Code.hSym, ATTR_DECL_FILE));
+        if (File != NO_FILE) return CSrcLoc(File, static_cast<U32>(ELF_GetSymAttr(Code.hSym, ATTR_DECL_LINE, nullptr)));
     }
     return {};
 }
@@ -229,7 +227,7 @@ void ProgLoadMapping(PROG_TABLES& Tab)
     }
 }
 
-/// Widens the ranges of a unit's files by those of its functions that lie where the file has lines.
+/// Widens the ranges of the files of a unit's line table by those of the functions that lie where the file has lines.
 static void AddUnitRanges(const std::vector<PROG_FILE*>& apFile, ELF_SYM_HANDLE hCu, std::vector<std::pair<U32, U32>>& aRange)
 {
     std::sort(aRange.begin(), aRange.end());
@@ -253,21 +251,34 @@ static void AddUnitRanges(const std::vector<PROG_FILE*>& apFile, ELF_SYM_HANDLE 
 
 void ProgLoadFileRanges(PROG_TABLES& Tab)
 {
-    const std::vector<PROG_FILE*> apFile = FilesOfSrc(Tab);
+    constexpr U32 ATTR_STMT_LIST = 0x10;
+    // Units may share a line table: what they say of its files is put together first, so that the table is gone through
+    // once and not for each of them.
+    struct SHARED {
+        ELF_SYM_HANDLE hCu; ///< one of the units
+        std::vector<std::pair<U32, U32>> aRange; ///< low, last address
+    };
+    QHash<U64, SHARED> ByTable;
     // Functions of a unit follow the unit in id order.
     const U32 NumCus = ELF_GetCuCount(Tab.hFile), NumFunctions = ELF_GetFunctionCount(Tab.hFile);
     U32 Func = 0;
     for (U32 Cu = 0; Cu < NumCus; Cu++) {
         const ELF_SYM_HANDLE hCu = ELF_GetCu(Tab.hFile, Cu);
         const U32 NextCu = Cu + 1 < NumCus ? ELF_GetSymId(ELF_GetCu(Tab.hFile, Cu + 1)) : 0xFFFFFFFFu;
-        std::vector<std::pair<U32, U32>> aRange; // low, last address
+        bool HasTable;
+        const U64 Table = ELF_GetSymAttr(hCu, ATTR_STMT_LIST, &HasTable);
+        SHARED* pShared = nullptr;
         for (; Func < NumFunctions; Func++) {
             const ELF_CODE Code = ELF_GetCode(Tab.hFile, ELF_LIST_FUNCTIONS, Func);
             if (ELF_GetSymId(Code.hSym) >= NextCu) break;
-            ProgForEachRange(Code, [&aRange](U32 Low, U32 High) { aRange.emplace_back(Low, High - 1); });
+            if (!HasTable || Code.NumRanges == 0) continue;
+            if (!pShared) pShared = &ByTable[Table];
+            pShared->hCu = hCu;
+            ProgForEachRange(Code, [pShared](U32 Low, U32 High) { pShared->aRange.emplace_back(Low, High - 1); });
         }
-        if (!aRange.empty()) AddUnitRanges(apFile, hCu, aRange);
     }
+    const std::vector<PROG_FILE*> apFile = FilesOfSrc(Tab);
+    for (SHARED& Shared : ByTable) AddUnitRanges(apFile, Shared.hCu, Shared.aRange);
 }
 
 void ProgCleanMapping(PROG_TABLES& Tab)
@@ -293,7 +304,7 @@ void ProgLoadFileTree(PROG_TABLES& Tab)
 {
     for (const U32 Number : std::as_const(Tab.aFile)) {
         const CAddrRange Range = Tab.Files[Number].Range;
-        if (Range.Size >= 2) Tab.FileTree.Add(Range.Start, Range.End() - 2, Number);
+        if (Range.Size >= 2) Tab.FileMap.Add(Range.Start, Range.End() - 2, Number);
     }
-    Tab.FileTree.Build();
+    Tab.FileMap.Build();
 }

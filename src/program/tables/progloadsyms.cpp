@@ -166,8 +166,7 @@ void ProgLoadFileFunctions(PROG_TABLES& Tab)
         const PROG_MAP_SPAN Rows = ProgRowsAt(Tab, Addr);
         U32 File = Rows.IsEmpty() ? 0xFFFFFFFFu : Rows.pFirst->Loc.File;
         if (File == 0xFFFFFFFFu && !ELF_SymIsElf(hFunc)) {
-            const std::vector<U64> aHit = Tab.FileTree.Find(Addr, Addr);
-            if (!aHit.empty()) File = static_cast<U32>(aHit.back());
+            if (const U32* pFile = Tab.FileMap.Find(Addr)) File = *pFile;
         }
         const auto it = Tab.Files.find(File);
         if (it != Tab.Files.end()) it->aFunction.append(hFunc);

@@ -12,14 +12,26 @@ constexpr U32 ATTR_DECL_FILE = 0x3A, ATTR_DECL_LINE = 0x3B, ATTR_DECL_COLUMN = 0
 constexpr U32 ATTR_CALL_COLUMN = 0x57, ATTR_CALL_FILE = 0x58, ATTR_CALL_LINE = 0x59;
 constexpr U32 ATTR_SPECIFICATION = 0x47;
 constexpr int MAX_SCOPES = 64;
+constexpr size_t MAX_MACRO_NAME = 1024; ///< with the parameters
+constexpr qsizetype MAX_KEPT_CHARS = 32 * 1024 * 1024; ///< of names that were asked for; a damaged file may have much longer ones
 constexpr qsizetype MAX_KEPT_LOCS = 100000; ///< a long session asks for the same symbols at ever new PCs
+
+void KeepName(PROG_TABLES& Tab, int Mode, ELF_SYM_HANDLE hSym, const QString& sName)
+{
+    Tab.NumNameChars += sName.size();
+    if (Tab.NumNameChars > MAX_KEPT_CHARS) {
+        for (auto& Names : Tab.aNames) Names.clear();
+        Tab.NumNameChars = sName.size();
+    }
+    Tab.aNames[Mode].insert(hSym, sName);
+}
 
 QString PlainName(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym)
 {
     const auto it = Tab.aNames[PROG_NAME_PLAIN].constFind(hSym);
     if (it != Tab.aNames[PROG_NAME_PLAIN].constEnd()) return it.value();
     const QString sName = QString::fromUtf8(ELF_GetSymName(hSym));
-    Tab.aNames[PROG_NAME_PLAIN].insert(hSym, sName);
+    KeepName(Tab, PROG_NAME_PLAIN, hSym, sName);
     return sName;
 }
 
@@ -59,7 +71,7 @@ QString QualifiedName(PROG_TABLES& Tab, ELF_SYM_HANDLE hSym)
             }
         }
     }
-    Tab.aNames[PROG_NAME_QUALIFIED].insert(hSym, sName);
+    KeepName(Tab, PROG_NAME_QUALIFIED, hSym, sName);
     return sName;
 }
 
@@ -443,10 +455,13 @@ QString PROG_GetMacroText(const QString& sName)
         Tab.HasMacros = true;
         const U32 Count = ELF_GetMacroCount(Tab.hFile);
         for (U32 i = 0; i < Count; i++) {
-            const QString sText = QString::fromUtf8(ELF_GetMacroText(Tab.hFile, i));
-            const qsizetype Blank = sText.indexOf(QLatin1Char(' '));
-            Tab.Macros.insert(Blank < 0 ? sText : sText.left(Blank), Blank < 0 ? QString() : sText.mid(Blank + 1));
+            const char* sText = ELF_GetMacroText(Tab.hFile, i);
+            const size_t Length = strnlen(sText, MAX_MACRO_NAME);
+            const void* pBlank = std::memchr(sText, ' ', Length);
+            const size_t NameLength = pBlank ? static_cast<size_t>(static_cast<const char*>(pBlank) - sText) : Length;
+            if (NameLength == MAX_MACRO_NAME) continue; // longer than any name that somebody asks for
+            Tab.Macros.insert(QByteArrayView(sText, static_cast<qsizetype>(NameLength)), pBlank ? sText + NameLength + 1 : "");
         }
     }
-    return Tab.Macros.value(sName);
+    return QString::fromUtf8(Tab.Macros.value(sName.toUtf8(), ""));
 }

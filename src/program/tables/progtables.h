@@ -6,7 +6,7 @@
 #pragma once
 #include "program/tables/addrindex.h"
 #include "program/tables/functionmap.h"
-#include "program/tables/intervaltree.h"
+#include "program/tables/innermostmap.h"
 #include "program/tables/nameindex.h"
 #include "program/tables/prog.h"
 
@@ -75,7 +75,7 @@ struct PROG_TABLES {
     std::vector<CAddrRange> aFunctionRange;
     std::vector<U32> aFunctionStart;
     CFunctionMap FunctionMap;
-    CIntervalTree FileTree;
+    CInnermostMap FileMap;
     std::vector<PROG_FDE_ROW> aFde;    ///< by low PC, one a low PC
     U32 LowLimit = 0;
 
@@ -84,6 +84,7 @@ struct PROG_TABLES {
 
     // Filled on first use
     QHash<ELF_SYM_HANDLE, QString> aNames[2];
+    qsizetype NumNameChars = 0; ///< in aNames
     QHash<ELF_SYM_HANDLE, QString> TypeTexts;
     QHash<ELF_SYM_HANDLE, QList<CAddrRange>> Ranges;
     QHash<ELF_SYM_HANDLE, CAddrRange> Range;
@@ -91,7 +92,7 @@ struct PROG_TABLES {
     QHash<ELF_SYM_HANDLE, U32> Sizes;
     QHash<QPair<ELF_SYM_HANDLE, U32>, ELF_SYM_LOC> Locs;
     CNameIndex FunctionNames, VariableNames, TypeNames, ElfNames;
-    QHash<QString, QString> Macros;
+    QHash<QByteArrayView, const char*> Macros; ///< name to text, both in the file's own bytes
     bool HasMacros = false;
     QHash<CSrcLoc, ELF_SYM_LIST> FunctionsAtLoc;
     bool HasFunctionsAtLoc = false;
