@@ -6,6 +6,7 @@
 #include "program/symbols/elfsymloc.h"
 
 #include <QTest>
+#include <cstring>
 
 namespace {
 /// Listener of the data manager's answers.
@@ -93,6 +94,46 @@ private slots:
         R.Sim("Sim.Delay 0");
         QCOMPARE(Count.NumDone, 3);
         QCOMPARE(M().GetNumRequests(), 0);
+    }
+
+    /// Numbers of a big-endian target, aligned and not, by all ways to them. The library has bytes as they lie in memory.
+    void bigEndianNumbers()
+    {
+        const U8 aMem[] = {0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08, 0x09, 0x0A, 0x0B, 0x0C};
+        const struct { U32 Offset, Size; U64 Value; } Rows[] = {
+            {0, 1, 0x01}, {0, 2, 0x0102}, {1, 2, 0x0203}, {0, 4, 0x01020304}, {2, 4, 0x03040506}, {0, 8, 0x0102030405060708}, {3, 8, 0x0405060708090A0B}};
+        Dev().State.DataEndian = ENDIAN_BIG;
+        for (const auto& Row : Rows) {
+            BRYLLOARM_WriteMemEx(RAM, sizeof aMem, aMem, 1);
+            U64 Blocking = 0, Cached = 0;
+            M().Invalidate();
+            QCOMPARE(M().ReadSymDataBlocking(MemLoc(RAM + Row.Offset), Row.Size, nullptr, &Blocking), 0);
+            QCOMPARE(Blocking, Row.Value);
+            M().Invalidate();
+            CReader Reader;
+            M().ReadSymDataCached(&Reader, MemLoc(RAM + Row.Offset), Row.Size, nullptr);
+            R.WaitSettled();
+            std::memcpy(&Cached, Reader.Data.constData(), size_t(Reader.Data.size()));
+            QCOMPARE(Cached, Row.Value);
+            U8 aPlain[8] = {};
+            QCOMPARE(M().ReadMemBlocking(RAM + Row.Offset, Row.Size, aPlain), 0);
+            QCOMPARE(QByteArray((char*)aPlain, Row.Size), QByteArray((char*)aMem + Row.Offset, Row.Size));
+            if (Row.Size == 4) {
+                const ELF_SYM_LOC Loc = MemLoc(RAM + Row.Offset);
+                U64 Value = 0;
+                U8 Status = 1;
+                QCOMPARE(R.Target().ReadLocs(1, &Loc, &Value, &Status), 1);
+                QCOMPARE(Value, Row.Value);
+            }
+            const U64 New = ~Row.Value;
+            QCOMPARE(M().WriteSymDataAsync(MemLoc(RAM + Row.Offset), Row.Size, nullptr, &New), 0);
+            R.WaitSettled();
+            U8 aNow[sizeof aMem];
+            BRYLLOARM_ReadMemEx(RAM, sizeof aMem, aNow, 1);
+            for (U32 i = 0; i < sizeof aMem; i++)
+                QCOMPARE(aNow[i], i < Row.Offset || i >= Row.Offset + Row.Size ? aMem[i] : U8(~aMem[i]));
+        }
+        Dev().State.DataEndian = ENDIAN_LITTLE;
     }
 
     void oneReadServesTwo()

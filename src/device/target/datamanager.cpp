@@ -32,11 +32,6 @@ bool IsSettled(U8 Status)
 {
     return Status == DATA_VALID || Status == DATA_INVALID;
 }
-/// Reads of these sizes are single items, which the library hands over in the host's byte order.
-bool IsItem(U32 Addr, U32 nBytes, const char* sZone)
-{
-    return (nBytes == 2 || nBytes == 4 || (nBytes == 8 && !sZone)) && Addr % nBytes == 0;
-}
 } // namespace
 
 CDeviceDataManager& CDeviceDataManager::Get()
@@ -78,18 +73,12 @@ U8 CDeviceDataManager::_ReadImage(U32 Addr, U32 nBytes, const char* sZone, U8* p
     return pImage ? pImage->Read(Addr, nBytes, paData, paStatus) : U8(DATA_UNREAD);
 }
 
-/// Stores what the library has read, in the order of the target's memory.
+/// Stores what the library has read, which comes as it lies in the target's memory, whatever the size of the access.
 void CDeviceDataManager::_StoreRead(U32 Addr, U32 nBytes, const char* sZone, const U8* paData, const U8* paStatus)
 {
     CMemImage* pImage = _FindZone(sZone, true);
     if (!pImage) return;
-    if (CDevice::Get().State.DataEndian == ENDIAN_BIG && IsItem(Addr, nBytes, sZone)) {
-        U8 aSwapped[8];
-        std::reverse_copy(paData, paData + nBytes, aSwapped);
-        pImage->Write(Addr, nBytes, aSwapped, paStatus);
-    } else {
-        pImage->Write(Addr, nBytes, paData, paStatus);
-    }
+    pImage->Write(Addr, nBytes, paData, paStatus);
 }
 
 void CDeviceDataManager::_ClearImages()
@@ -180,14 +169,7 @@ int CDeviceDataManager::_ScheduleMemRead(U32 Addr, U32 nBytes, const char* sZone
 
 int CDeviceDataManager::ReadMemBlocking(U32 Addr, U32 nBytes, void* paData)
 {
-    CDeviceTarget& Target = CDeviceTarget::Get();
-    const QByteArray Zone(Target.GetAccessZone(nullptr));
-    if (Target.ReadMemBlocking(Addr, nullptr, nBytes, paData, nullptr) < 0) return -1;
-    // The library hands single items over in the host's order, all else as it lies there.
-    U8* pBytes = static_cast<U8*>(paData);
-    const bool IsSwapped = CDevice::Get().State.DataEndian == ENDIAN_BIG && IsItem(Addr, nBytes, Zone.isEmpty() ? nullptr : Zone.constData());
-    if (IsSwapped) std::reverse(pBytes, pBytes + nBytes);
-    return 0;
+    return CDeviceTarget::Get().ReadMemBlocking(Addr, nullptr, nBytes, paData, nullptr);
 }
 
 void CDeviceDataManager::OnDeviceReadMemDone(U32 Addr, U32 nBytes, const char* sZone, U8* paData, U8* paStatus)

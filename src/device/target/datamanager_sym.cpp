@@ -33,7 +33,7 @@ bool HasPart(const ELF_SYM_LOC& Loc, bool (*pfIs)(U32))
         if (pfIs(Loc.aPart[i].Type)) return true;
     return false;
 }
-/// Memory bytes of 2, 4 and 8 to and from the host's byte order.
+/// Memory bytes of 2, 4 and 8 to and from the host's byte order: the library has them as they lie there, at any width.
 void SwapIfBig(U8* pData, U32 nBytes)
 {
     if (CDevice::Get().State.DataEndian == ENDIAN_BIG && (nBytes == 2 || nBytes == 4 || nBytes == 8))
@@ -233,9 +233,7 @@ int CDeviceDataManager::_ReadSymDataFromTarget(const ELF_SYM_LOC& Loc, U32 nByte
         if (ELF_IsMemPart(Part.Type)) {
             U8 aStatus[MAX_SYM_BYTES];
             if (Target.ReadMemBlocking(Part.Addr, sZone, Size, pOut + Pos, aStatus) < 0) return REFUSED;
-            // The library hands single items over in the host's order, all else in the target's.
-            const bool IsItem = Part.Addr % Size == 0 && (Size == 2 || Size == 4 || (Size == 8 && !sZone));
-            if (!IsItem) SwapIfBig(pOut + Pos, Size);
+            SwapIfBig(pOut + Pos, Size);
         } else if (ELF_IsRegPart(Part.Type)) {
             U64 Value = 0;
             auto* pfTask = TARGET_GetHooks().GetTaskReg;
@@ -318,8 +316,7 @@ int CDeviceDataManager::WriteSymDataAsync(const ELF_SYM_LOC& Loc, U32 nBytes, co
         if (ELF_IsMemPart(Part.Type) && Part.Offset == 0) {
             U8 aData[MAX_SYM_BYTES];
             std::memcpy(aData, pBytes + Pos, Size);
-            // Single items go to the library in the host's order.
-            if (Part.Addr % Size != 0 || Size > 4) SwapIfBig(aData, Size);
+            SwapIfBig(aData, Size);
             if (WriteMemAsync(Part.Addr, Size, aData, 0, AW, MEM_FLAG_DOWNLOAD, sZone) < 0) return -1;
         } else if (Part.Type == ELF_LOC_REG) {
             U64 Value = 0;

@@ -150,9 +150,8 @@ int CDeviceTarget::ReadLocs(U32 Cnt, const ELF_SYM_LOC* paDataLocs, U64* paOutVa
             U8 aData[4] = {};
             U8 aStatus[4];
             Ok = ReadMem(Part.Addr, 4, 0, AW, 0, nullptr, aData, aStatus) == 4;
-            U32 Word;
-            std::memcpy(&Word, aData, 4);
-            Value = Word;
+            const bool IsBig = _State().DataEndian == ENDIAN_BIG;
+            for (U32 n = 0; n < 4; n++) Value |= U64(aData[IsBig ? 3 - n : n]) << 8 * n;
         }
         paOutVals[i] = Ok ? Value : ~U64(0);
         pOutStatus[i] = Ok ? DATA_VALID : DATA_INVALID;

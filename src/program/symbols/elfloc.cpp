@@ -219,15 +219,16 @@ bool CLocBuilder::_Operation(CByteCursor& Cur, U32 Op)
     case DW_OP_entry_value:
     case DW_OP_GNU_entry_value: _EntryValue(Cur); break;
     case DW_OP_piece: {
-        // One without a place in front of it is lost; what it would set is the size of the piece before it.
         const U64 Size = Cur.GetULeb();
         if (m_Loc.NumParts && !m_Loc.aPart[m_Loc.NumParts - 1].Size) m_Loc.aPart[m_Loc.NumParts - 1].Size = static_cast<U32>(Size);
+        else m_IsPartial = true; // a piece that is lost; without it the others would be of other bytes
         break;
     }
     case DW_OP_bit_piece:
         Cur.SkipLeb();
         Cur.SkipLeb();
         ElfReport(ELF_ERR_BIT_PIECE, FLAGS_INTERNAL);
+        m_IsPartial = true;
         break;
     case DW_OP_stack_value:
         // Of a value in pieces this one is computed; behind the last part Build() looks after it.
