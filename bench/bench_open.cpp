@@ -19,15 +19,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
+#include <fcntl.h>
 #ifdef BENCH_LIBDW
 #include <elfutils/libdw.h>
-#include <fcntl.h>
 #endif
 
 namespace {
 
 constexpr int NUM_RUNS = 3;
 constexpr size_t NUM_LOOKUPS = 2000000;
+constexpr size_t NUM_PEER_LOOKUPS = 20000;
 constexpr int MAX_NAMESAKES = 60;
 
 struct USE {
@@ -86,6 +87,14 @@ int Exec(const std::vector<std::string>& asArg)
     return 1;
 }
 
+/// Processor time of this thread: what other programs take from the machine doesn't count.
+qint64 CpuNs()
+{
+    timespec Time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &Time);
+    return qint64(Time.tv_sec) * 1000000000 + Time.tv_nsec;
+}
+
 #ifdef BENCH_LIBDW
 void WalkChildren(Dwarf_Die* pDie, size_t& NumDies)
 {
@@ -115,6 +124,41 @@ int WalkLibdw(const char* sPath)
     }
     return NumDies > 0 && NumRows > 0 ? 0 : 1;
 }
+
+/// Random addresses of the program: the function around each, and its line.
+int AskLibdw(const char* sPath)
+{
+    const int File = open(sPath, O_RDONLY);
+    Dwarf* pDwarf = File >= 0 ? dwarf_begin(File, DWARF_C_READ) : nullptr;
+    Dwarf_Aranges* pRanges = nullptr;
+    size_t NumRanges = 0;
+    if (!pDwarf || dwarf_getaranges(pDwarf, &pRanges, &NumRanges) != 0 || NumRanges == 0) return 1;
+    std::mt19937 Random(1);
+    size_t NumFunctions = 0, NumLines = 0;
+    qint64 Start = 0;
+    // The first round reads the units that it meets, the second one asks.
+    for (int Round = 0; Round < 2; Round++) {
+        NumFunctions = NumLines = 0;
+        Start = CpuNs();
+        for (size_t i = 0; i < NUM_PEER_LOOKUPS; i++) {
+            Dwarf_Addr Low = 0;
+            Dwarf_Word Size = 0;
+            Dwarf_Off Unit = 0;
+            Dwarf_Die Cu;
+            if (dwarf_getarangeinfo(dwarf_onearange(pRanges, Random() % NumRanges), &Low, &Size, &Unit) != 0 || Size == 0) continue;
+            const Dwarf_Addr Addr = (Low + Random() % Size) & ~Dwarf_Addr(1);
+            if (!dwarf_addrdie(pDwarf, Addr, &Cu)) continue;
+            Dwarf_Die* paScope = nullptr;
+            NumFunctions += dwarf_getscopes(&Cu, Addr, &paScope) > 0;
+            std::free(paScope);
+            NumLines += dwarf_getsrc_die(&Cu, Addr) != nullptr;
+        }
+    }
+    std::printf("libdw, address to function and line: %.4f million/s\n", double(NUM_PEER_LOOKUPS) * 1e3 / double(CpuNs() - Start));
+    std::printf("  with a function: %.1f %%, with a line: %.1f %%\n", 100.0 * double(NumFunctions) / double(NUM_PEER_LOOKUPS),
+                100.0 * double(NumLines) / double(NUM_PEER_LOOKUPS));
+    return 0;
+}
 #endif
 
 /// Time of an open alone, without the start of the process.
@@ -124,14 +168,6 @@ double OpenMs(const char* sPath)
     Timer.start();
     if (PROG_Load(QString::fromUtf8(sPath)) != 0) std::exit(1);
     return double(Timer.nsecsElapsed()) / 1e6;
-}
-
-/// Processor time of this thread: what other programs take from the machine doesn't count.
-qint64 CpuNs()
-{
-    timespec Time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &Time);
-    return qint64(Time.tv_sec) * 1000000000 + Time.tv_nsec;
 }
 
 void PrintRate(const char* sWhat, size_t Count, qint64 Ns)
@@ -206,16 +242,52 @@ double PeakMb()
     return double(Usage.ru_maxrss) / 1024;
 }
 
+/// Memory that belongs to this process alone at the moment; the pages of the program file aren't counted.
+double HeldMb()
+{
+    std::FILE* pFile = std::fopen("/proc/self/statm", "r");
+    long Size = 0, Resident = 0, Shared = 0;
+    const bool Good = pFile && std::fscanf(pFile, "%ld %ld %ld", &Size, &Resident, &Shared) == 3;
+    if (pFile) std::fclose(pFile);
+    return Good ? double(Resident - Shared) * double(sysconf(_SC_PAGESIZE)) / 1048576 : -1;
+}
+
+/// Has the file read from the disk again; pages that another process maps stay.
+void DropFromPageCache(const char* sPath)
+{
+    const int File = open(sPath, O_RDONLY);
+    if (File < 0) return;
+    fsync(File);
+    posix_fadvise(File, 0, 0, POSIX_FADV_DONTNEED);
+    close(File);
+}
+
+/// A program as small as most firmware, each time in a process of its own.
+void MeasureSmall(const char* sPath)
+{
+    DropFromPageCache(sPath);
+    for (const char* sWhat : {"file not in the page cache", "file in the page cache"}) {
+        Measure([&] {
+            std::printf("small program, first open, %s: %.1f ms\n", sWhat, OpenMs(sPath));
+            std::printf("small program, opened again: %.1f ms\n", OpenMs(sPath));
+            return 0;
+        });
+    }
+}
+
 int OpenAndAsk(const char* sPath)
 {
+    const double HeldBefore = HeldMb();
     // The steps of the load tell their times.
     SetLogStdoutSink([](const QString& sLine) { std::printf("  %s\n", qPrintable(sLine.trimmed())); });
     std::printf("open to ready: %.0f ms\n", OpenMs(sPath));
     SetLogStdoutSink([](const QString&) {});
     std::printf("open to ready, peak memory: %.0f MB\n", PeakMb());
+    std::printf("held after the open: %.0f MB\n", HeldMb() - HeldBefore);
     std::printf("functions %lld, globals %lld, types %lld, files %lld\n", (long long)PROG_GetFunctions().size(), (long long)PROG_GetGlobals().size(),
                 (long long)PROG_GetTypes().size(), (long long)PROG_GetFiles().size());
     MeasureLookups();
+    std::printf("held after the look-ups: %.0f MB\n", HeldMb() - HeldBefore);
     QElapsedTimer Timer;
     Timer.start();
     PROG_Unload();
@@ -237,15 +309,11 @@ int main(int NumArgs, char** asArg)
     const bool OwnOnly = std::strcmp(asArg[NumArgs - 1], "-own") == 0;
     Print("open in a process", Best([&] { return OpenMs(sLarge.c_str()) > 0 ? 0 : 1; }));
     Measure([&] { return OpenAndAsk(sLarge.c_str()); });
-    if (NumArgs > 2 && asArg[2][0] != '-') {
-        Measure([&] {
-            std::printf("small program, first open: %.1f ms\n", OpenMs(asArg[2]));
-            return 0;
-        });
-    }
+    if (NumArgs > 2 && asArg[2][0] != '-') MeasureSmall(asArg[2]);
     if (OwnOnly) return 0;
 #ifdef BENCH_LIBDW
     Print("libdw walk of entries and lines", Best([&] { return WalkLibdw(sLarge.c_str()); }));
+    Measure([&] { return AskLibdw(sLarge.c_str()); });
 #endif
     Print("gdb -readnow", Measure([&] { return Exec({"gdb-multiarch", "-nx", "-batch", "-readnow", sLarge}); }));
     Print("gdb start and info functions", Measure([&] { return Exec({"gdb-multiarch", "-nx", "-batch", sLarge, "-ex", "info functions"}); }));

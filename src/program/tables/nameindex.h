@@ -27,7 +27,7 @@ public:
     {
         if (!IsBuilt()) return {};
         const U32 Key = Hash(sName);
-        const size_t Bucket = Key & (m_aFirst.size() - 2);
+        const U32 Bucket = Key >> m_Shift;
         for (U32 i = m_aFirst[Bucket]; i < m_aFirst[Bucket + 1]; i++) {
             const NAME& Name = m_aName[i];
             if (Name.Hash == Key && std::strcmp(Name.sName, sName) == 0) return {m_ahSym.data() + Name.First, m_aName[i + 1].First - Name.First};
@@ -46,6 +46,7 @@ private:
         U32 Hash;
         U32 First; ///< its first symbol; they end where those of the next name begin
     };
+    static constexpr int MIN_BUCKET_BITS = 4, MAX_BUCKET_BITS = 30;
     static constexpr size_t MAX_HASHED = 256; ///< characters; longer names differ before
     /// Eight characters a step: names of templates are long.
     static U32 Hash(const char* sName)
@@ -64,8 +65,10 @@ private:
         }
         return static_cast<U32>(Value ^ Value >> 32);
     }
+    static int _BucketBits(size_t Count);
     std::vector<ENTRY> m_aEntry; ///< until Build()
     std::vector<NAME> m_aName;   ///< by bucket, and one behind the last
     std::vector<U64> m_ahSym;    ///< by name, for each in the order of the adding
     std::vector<U32> m_aFirst;   ///< first name of each bucket, and the end; a power of two and one
+    int m_Shift = 0;             ///< the bucket of a hash are the bits above
 };
