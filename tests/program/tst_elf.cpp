@@ -223,6 +223,7 @@ private slots:
     void frames();
     void twins_data();
     void twins();
+    void shrunkenLines();
     void functionSymbols();
     void relocation();
     void badHandles();
@@ -457,6 +458,30 @@ void tst_elf::twins()
             ELF_Close(hTwin);
         }
     }
+}
+
+void tst_elf::shrunkenLines()
+{
+    // The same statement over and over: the line table shrinks to less than a twentieth, and yet it is a sound one.
+    const QString sSource = CTestBuild::Dir() + "/repeats.c";
+    QFile Source(sSource);
+    QVERIFY(Source.open(QIODevice::WriteOnly));
+    Source.write("volatile int x;\nint main(void) {\n");
+    for (int i = 0; i < 25000; i++) Source.write("  x++;\n");
+    Source.write("  return 0;\n}\n");
+    Source.close();
+    U32 aCount[2] = {};
+    for (const bool Packed : {false, true}) {
+        const QString sElf = sSource + (Packed ? ".packed.elf" : ".elf");
+        CTestBuild::Run("arm-none-eabi-gcc", {"-mcpu=cortex-m4", "-g", "-O0", "-nostdlib", "-Wl,-e,main", Packed ? "-gz=zlib" : "-gz=none", sSource, "-o", sElf});
+        const ELF_HANDLE hFile = Open(sElf);
+        QVERIFY(hFile);
+        QCOMPARE(s_aCode.size(), 0);
+        aCount[Packed] = ELF_GetLineCount(hFile);
+        ELF_Close(hFile);
+    }
+    QVERIFY(aCount[0] > 70000); // a byte and more each: beyond what is unpacked at any ratio
+    QCOMPARE(aCount[1], aCount[0]);
 }
 
 void tst_elf::functionSymbols()

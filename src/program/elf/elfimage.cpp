@@ -16,9 +16,16 @@ namespace {
 constexpr U32 PROGRAM_HEADER_SIZE = 32;
 constexpr U32 SECTION_HEADER_SIZE = 40;
 constexpr U32 SYMBOL_SIZE = 16;
-/// Entries and line tables shrink to a half or a quarter, abbreviations to a tenth, names of templates further. Deflate can
-/// make a thousandth of what is always the same; a file of a megabyte that unfolds to a gigabyte is made to do harm.
-constexpr U64 MAX_LINE_RATIO = 8, MAX_INFLATE_RATIO = 16, MAX_TEXT_RATIO = 64, MAX_INFLATE_FREE = 64 * 1024;
+/// What all sections of a kind may unfold to, in sizes of the file. One section alone shrinks to a twentieth in sound
+/// files (abbreviations, lines of small programs), all together to a quarter. Deflate can make a thousandth of what is
+/// always the same; a file of a megabyte that unfolds to a gigabyte is made to do harm.
+constexpr U64 MAX_INFLATE_FREE = 64 * 1024;
+struct INFLATE_LIMIT {
+    const char* sName; ///< of a section; the last row is for all others
+    U32 Kind;
+    U64 Ratio;
+};
+constexpr INFLATE_LIMIT INFLATE_LIMITS[] = {{".debug_str", 0, 64}, {".debug_line_str", 0, 64}, {".debug_line", 1, 8}, {"", 2, 16}};
 /// Tables of symbols and loaded segments lie side by side in a sound file, or share a few headers. Where they overlap
 /// more, each would be read as often as there are headers that name it.
 constexpr U64 MAX_OVERLAP = 2;
@@ -286,12 +293,10 @@ ELF_BYTES CElfImage::DebugBytes(const char* sName)
 ELF_BYTES CElfImage::_Inflate(ELF_BYTES Packed, U64 UnpackedSize, const std::string& sKey)
 {
     INFLATED Out{sKey, nullptr, 0};
-    const bool IsText = sKey == ".debug_str" || sKey == ".debug_line_str";
-    const U64 Ratio = IsText ? MAX_TEXT_RATIO : sKey == ".debug_line" ? MAX_LINE_RATIO : MAX_INFLATE_RATIO;
-    // Sections that share their packed bytes don't get more together than each alone.
-    U64& Total = IsText ? m_NumInflatedText : m_NumInflated;
-    if (UnpackedSize > 0 && UnpackedSize <= 0x7FFFFFFFu && UnpackedSize <= Ratio * Packed.Size + MAX_INFLATE_FREE &&
-        Total + UnpackedSize <= Ratio * m_Size + MAX_INFLATE_FREE) {
+    const INFLATE_LIMIT* pLimit = INFLATE_LIMITS;
+    while (*pLimit->sName && sKey != pLimit->sName) pLimit++;
+    U64& Total = m_aNumInflated[pLimit->Kind];
+    if (UnpackedSize > 0 && UnpackedSize <= 0x7FFFFFFFu && Total + UnpackedSize <= pLimit->Ratio * m_Size + MAX_INFLATE_FREE) {
         std::unique_ptr<U8[]> pData(new (std::nothrow) U8[UnpackedSize]);
         uLongf Size = static_cast<uLongf>(UnpackedSize);
         if (pData && uncompress(pData.get(), &Size, Packed.pData, Packed.Size) == Z_OK && Size == UnpackedSize) {

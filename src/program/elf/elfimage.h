@@ -88,7 +88,7 @@ private:
     bool _ParseSymbols();
     ELF_BYTES _Inflate(ELF_BYTES Packed, U64 UnpackedSize, const std::string& sKey);
 
-    U64 m_NumInflated = 0, m_NumInflatedText = 0;
+    U64 m_aNumInflated[3] = {}; ///< bytes, by the kind of section that shares a limit
     std::vector<std::string> m_asBadSection;
     U32 m_NumLostNames = 0;
     void _Allocate(U64 Size);
