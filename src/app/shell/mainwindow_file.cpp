@@ -289,7 +289,7 @@ void CMainWindow::OpenOtherDataFile(const QString& sPath, bool Binary)
         const std::lock_guard Lock(Dev.GetDeviceMutex());
         PROG_Unload();
     }
-    DecodeOtherProgram();
+    DecodeProgram();
     CProject::Get().SetProgramFile(sPath);
     ClearProgramWindows();
     if (!Dev.IsHalted()) {

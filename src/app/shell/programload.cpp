@@ -88,12 +88,22 @@ bool DecodeInSlices(ELF_HANDLE hFile)
     return true;
 }
 
-/// A core plug-in that was loaded or exchanged while the program was being read has not met it.
-void BindAgain()
+/// A core plug-in that was loaded or exchanged while the program was being read has not met it. True if it is bound now
+/// and has to be decoded.
+bool BindAgain()
 {
-    if (!Core_IsLoaded() || Core::GetBoundFile() == PROG_GetFileHandle()) return;
+    if (!Core_IsLoaded() || Core::GetBoundFile() == PROG_GetFileHandle()) return false;
     Core::ClearCache();
-    if (Core::Bind(PROG_GetFileHandle()) == 0) Core::AnalyzeProgram();
+    return Core::Bind(PROG_GetFileHandle()) == 0;
+}
+
+/// Decodes what is bound under a progress of its own. Between the slices the program may be closed or exchanged, which ends
+/// the decoding: its file must not be held as the thread's own here.
+void DecodeBound()
+{
+    const bool HadProgress = CStatusBar::Get().IsProgressRunning();
+    DecodeInSlices(nullptr);
+    if (!HadProgress) CStatusBar::Get().EndProgress();
 }
 
 } // namespace
@@ -124,26 +134,31 @@ int LoadProgramFile(const QString& sPath)
     if (Load.GetFile() && !Load.Progress().Cancel && !DecodeInSlices(Load.GetFile())) Load.Progress().Cancel = true;
     if (!HadProgress) CStatusBar::Get().EndProgress();
     int Result;
+    bool HasToDecode = false;
     {
         const std::lock_guard Lock(Dev.GetDeviceMutex());
         Result = Load.Publish();
-        if (Result == 0) BindAgain();
+        if (Result == 0) HasToDecode = BindAgain();
         else Core::ClearCache();
     }
+    if (HasToDecode) DecodeBound();
     if (Load.Progress().Cancel) LogWarning(QStringLiteral("opening of %1 was canceled").arg(sPath));
     s_IsLoading = false;
     return Result;
 }
 
-void DecodeOtherProgram()
+void DecodeProgram()
 {
-    AssertMainThread("DecodeOtherProgram");
-    const bool HadProgress = CStatusBar::Get().IsProgressRunning();
+    AssertMainThread("DecodeProgram");
     {
         const std::lock_guard Lock(CDevice::Get().GetDeviceMutex());
         Core::ClearCache();
         BindOtherProgramData();
+        // A load that waits for its thread has bound a file that nobody else knows yet; its own slices come later.
+        if (s_IsLoading) {
+            Core::AnalyzeProgram();
+            return;
+        }
     }
-    DecodeInSlices(nullptr);
-    if (!HadProgress) CStatusBar::Get().EndProgress();
+    DecodeBound();
 }

@@ -6,6 +6,7 @@
 /// of the application are processed and the status bar shows the progress, whose cancel button ends it. 0, or -1 if
 /// the file can't be opened, was cancelled, or another one is being opened: no program is loaded then. Main thread.
 int LoadProgramFile(const QString& sPath);
-/// Decodes the data file that stands for a program (LoadOtherProgramData), in the same manner; a cancel leaves the rest of
-/// it undecoded. Main thread, no program file loaded.
-void DecodeOtherProgram();
+/// Decodes the program anew, or the data file that stands for one (LoadOtherProgramData), in the same manner: for a data file
+/// that was opened, and for a core support that was loaded behind its program. A cancel leaves the rest undecoded; it is
+/// decoded where it is asked for. Main thread.
+void DecodeProgram();

@@ -12,7 +12,7 @@
 #include "app/shell/consolesources.h"
 #include "app/shell/mainwindow.h"
 #include "app/shell/pluginfiledialog.h"
-#include "app/shell/programdata.h"
+#include "app/shell/programload.h"
 #include "app/shell/sourcelines.h"
 #include "app/shell/sourcestats.h"
 #include "app/shell/wiring.h"
@@ -57,13 +57,7 @@ bool LoadCorePlugin()
 {
     const U32 CoreId = CDeviceTarget::Get().GetInfo().CoreId;
     const bool Loaded = Core_Load(int(CoreId)) >= 0;
-    if (Loaded) {
-        // A program that was opened before its core support has not been decoded yet.
-        const std::lock_guard Lock(CDevice::Get().GetDeviceMutex());
-        Core::ClearCache();
-        BindOtherProgramData();
-        Core::AnalyzeProgram();
-    }
+    if (Loaded) DecodeProgram(); // one that was opened before its core support has not been decoded yet
     if (CMainWindow::Exists()) CMainWindow::Get().UpdateActions();
     return Loaded;
 }
