@@ -31,7 +31,7 @@ public:
     bool operator==(const CBigAllocator&) const { return true; }
 
 private:
-    static constexpr std::size_t PAGE_SIZE = 2u << 20, MIN_SIZE = 4u << 20;
+    static constexpr std::size_t PAGE_SIZE = 2u << 20, MIN_SIZE = 1u << 20;
 };
 
 template <typename T> using CBigVector = std::vector<T, CBigAllocator<T>>;
