@@ -476,6 +476,12 @@ private slots:
         QCOMPARE(T().ReadInt(RAM + 8, 4, &Word), 0);
         QCOMPARE(Word, 0xABAAA9A8u);
         QCOMPARE(T().ReadInt(RAM + 8, 3, &Word), -1);
+        Dev().State.DataEndian = ENDIAN_BIG;
+        QCOMPARE(T().ReadInt(RAM + 8, 4, &Word), 0);
+        QCOMPARE(Word, 0xA8A9AAABu);
+        QCOMPARE(T().ReadInt(RAM + 8, 2, &HalfWord), 0);
+        QCOMPARE(HalfWord, U16(0xA8A9));
+        Dev().State.DataEndian = ENDIAN_LITTLE;
     }
 
     void validation()

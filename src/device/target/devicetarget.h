@@ -158,6 +158,7 @@ public:
                          U8* paStatus);
     /// For callers that need all bytes now: 0 or -1. Without a status buffer at most 5,000 bytes.
     int ReadMemBlocking(U32 Addr, const char* sZone, U32 nBytes, void* paData, U8* paStatus);
+    // Numbers, in the target's byte order.
     int ReadByte(U32 Addr, U8* pOutByte);
     int ReadHalfWord(U32 Addr, U16* pOutHW);
     int ReadWord(U32 Addr, U32* pOutWord);

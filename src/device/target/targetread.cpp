@@ -225,7 +225,7 @@ int CDeviceTarget::ReadHalfWord(U32 Addr, U16* pOutHW)
         _Dev().LogWarnMsg("ReadHalfWord: Bryllo API call failed");
         return -1;
     }
-    *pOutHW = Value;
+    *pOutHW = _State().DataEndian == ENDIAN_BIG ? __builtin_bswap16(Value) : Value;
     return 0;
 }
 
@@ -256,7 +256,7 @@ int CDeviceTarget::ReadWord(U32 Addr, U32* pOutWord)
         _Dev().LogWarnMsg("ReadWord: Bryllo API call failed");
         return -1;
     }
-    *pOutWord = Value;
+    *pOutWord = _State().DataEndian == ENDIAN_BIG ? __builtin_bswap32(Value) : Value;
     return 0;
 }
 
