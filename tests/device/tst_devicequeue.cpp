@@ -45,6 +45,7 @@ std::vector<U32> TakeOrder()
 class CRecorder : public CDeviceEventListener {
 public:
     QStringList Heard;
+    int NumConfigured = 0;
     void OnDeviceConnectDone(CONNECT_MODES Mode) override { Heard << QString("ConnectDone %1").arg(Mode); }
     void OnDeviceResetDone(U32 PC, RESET_MODES Mode) override { Heard << QString("ResetDone %1 %2").arg(PC).arg(Mode); }
     void OnDeviceResetFailed(U32, RESET_MODES) override { Heard << "ResetFailed"; }
@@ -54,6 +55,7 @@ public:
     void OnDeviceStepped(U32 PC) override { Heard << QString("Stepped %1").arg(PC); }
     void OnDeviceReadCPRegDone(const char* sReg, U64) override { Heard << QString("CPReg %1").arg(sReg); }
     void OnDeviceReadCPRegFailed(const char* sReg) override { Heard << QString("CPRegFailed %1").arg(sReg); }
+    void OnDeviceConfigureDone(const char*) override { NumConfigured++; } // the gate
     void OnDeviceReadMemDone(U32 Addr, U32, const char*, U8*, U8*) override { Heard << QString("Mem %1").arg(Addr); }
     void OnDeviceAboutToResume(RESUME_MODES) override
     {
@@ -458,6 +460,20 @@ private slots:
         QVERIFY(SeqNo > 1);
         QVERIFY(m_p->Heard.contains("CPReg R"));
         Settle();
+        // A job that the worker has taken up: one wait doesn't see it, the other waits for its end and its event.
+        Deliver();
+        const int Before = m_p->NumConfigured;
+        CloseGate();
+        QCOMPARE(Dev().WaitForJob(BT_CONFIGURE, false), I64(1));
+        QVERIFY(Dev().HasPendingJob(BT_CONFIGURE));
+        std::thread Later([] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            s_Gate.release();
+        });
+        Dev().WaitUntilDone(BT_CONFIGURE, false);
+        QVERIFY(!Dev().HasPendingJob(BT_CONFIGURE));
+        Later.join();
+        QCOMPARE(m_p->NumConfigured, Before + 1);
     }
 
     void waitForEventStopsAtItsJob()

@@ -160,7 +160,7 @@ void CMainWindow::NewProject()
     if (CDevice::Get().IsConnected()) {
         if (CMessageBox::Ask(MSGBOX_STOP_DEBUGGING) != QDialogButtonBox::Yes) return;
         ::PerformAction(ACT_DEBUG_STOP);
-        CDevice::Get().WaitForJobAndEvent(BT_DISCONNECT, true);
+        CDevice::Get().WaitUntilDone(BT_DISCONNECT, true);
     }
     if (!SaveModifiedDocuments()) return;
     CProject::Get().SetFromCmdLine({});
@@ -443,7 +443,7 @@ void OnFileNewProjectWizard(int Id)
         const int Answer = Interceptor(Wizard.windowTitle(), Wizard.GetSummary(), Buttons);
         if (Wizard.CanFinish() && Answer != QDialogButtonBox::Cancel) {
             Wizard.OnButtonFinishPressed();
-            CDevice::Get().WaitForJobAndEvent(BT_GET_DEVICE_INFO, true);
+            CDevice::Get().WaitUntilDone(BT_GET_DEVICE_INFO, true);
         }
     } else {
         Wizard.exec();

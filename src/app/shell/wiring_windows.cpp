@@ -45,10 +45,7 @@ namespace {
 /// What depends on a part of the configuration follows it at once: the next statement of the project may already use it.
 void WaitForConfiguration()
 {
-    // The job may stand behind others of its type, or be under way already, which one wait would not see.
-    do {
-        CDevice::Get().WaitForJobAndEvent(BT_SET_CONFIG_PARAM, false);
-    } while (CDevice::Get().HasPendingJob(BT_SET_CONFIG_PARAM) && CDevice::Get().isRunning());
+    CDevice::Get().WaitUntilDone(BT_SET_CONFIG_PARAM, false);
 }
 
 /// Loads the core support of the selected device. False when there is none for it; that of the device before is

@@ -261,7 +261,8 @@ void CBreakpointsDataModel::RestoreBreakpoint(const CBreakpoint& Record)
         Dev.SetBreakpointAsync(U32(Record.Addr), State, BP_TYPES(Record.PermittedImpl));
     else
         return;
-    Dev.WaitForJobAndEvent(Dev.IsJobScheduled(BT_SET_BPS) ? BT_SET_BPS : BT_SET_BP, false);
+    Dev.WaitUntilDone(BT_SET_BPS, false);
+    Dev.WaitUntilDone(BT_SET_BP, false);
     UpdateFromDevice();
 
     const CBreakpoint Set = Record.IsSource() ? GetBreakpoint(Record.Loc) : GetBreakpoint(U32(Record.Addr));

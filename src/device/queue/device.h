@@ -4,7 +4,7 @@
 //   Dev.ReadMemAsync(0x20000000, 64, 0, AW_ANY, 0, nullptr);   // returns at once
 //   ...                                                        // OnDeviceReadMemDone comes by the data manager
 //   Dev.HaltAsync();
-//   Dev.WaitForJobAndEvent(BT_HALT, 0);                        // for commands that return after their effect
+//   Dev.WaitUntilDone(BT_HALT, false);                         // for commands that return after their effect
 //
 // Jobs go into one of three rings and are executed by the worker thread; finished jobs and notices go
 // into the event ring and are delivered on the GUI thread by a CDeviceEventWorker. Any thread may
@@ -162,6 +162,10 @@ public:
     I64 WaitForJob(U32 Type, bool ProcessEvents, U32 TimeoutMS = WAIT_DEFAULT);
     /// The same, then delivers up to 100 events, until the job's own has been delivered.
     I64 WaitForJobAndEvent(U32 Type, bool ProcessEvents);
+    /// Waits until all jobs of the type have ended that wait or are carried out now, each up to the job table's time-out,
+    /// then delivers events likewise. Unlike WaitForJob, which misses one that the worker has just taken up, this makes
+    /// sure that what was asked for has happened.
+    void WaitUntilDone(U32 Type, bool ProcessEvents);
     /// True while a job of the type waits or is carried out: unlike WaitForJob, which knows only those not yet taken up.
     bool HasPendingJob(U32 Type);
 
@@ -222,6 +226,7 @@ private:
     int _ScheduleList(U32 Type, U32 Cnt, const void* pData, U32 ElemSize, U64 Param1 = 0, U64 Param2 = 0);
     U32 _AccessWidth(U32 AW) const;
     I64 _WaitForSlot(U32 Type, U32 Queue, U32 Slot, bool ProcessEvents, U32 TimeoutMS);
+    void _DispatchUntil(I64 JobSeqNo); ///< up to and with the event of that job; 1 or below: all, within a limit
     bool _DispatchOne(U64* pSeqNo);
     void _DispatchEvent(const DEVICE_EVENT& Event);
     void _DeliverJob(DEVICE_JOB* pJob);

@@ -64,10 +64,29 @@ I64 CDevice::_WaitForSlot(U32 Type, U32 Queue, U32 Slot, bool ProcessEvents, U32
 I64 CDevice::WaitForJobAndEvent(U32 Type, bool ProcessEvents)
 {
     const I64 Answer = WaitForJob(Type, ProcessEvents, WAIT_DEFAULT);
+    _DispatchUntil(Answer);
+    return Answer;
+}
+
+void CDevice::WaitUntilDone(U32 Type, bool ProcessEvents)
+{
+    if (IsWorkerThread()) return;
+    I64 Last = 1;
+    for (U32 Queue = 0; Queue < QUEUE_COUNT; Queue++) {
+        for (U32 Slot = 0; Slot < JOB_SLOTS; Slot++) {
+            const DEVICE_JOB& Job = m_aQueue[Queue].At(Slot);
+            if (DEVJOB_IsUnderWay(Job) && DEVJOB_LoadType(Job) == Type)
+                Last = std::max(Last, _WaitForSlot(Type, Queue, Slot, ProcessEvents, WAIT_DEFAULT));
+        }
+    }
+    _DispatchUntil(Last);
+}
+
+void CDevice::_DispatchUntil(I64 JobSeqNo)
+{
     for (int i = 0; i < MAX_EVENTS_OF_WAIT; i++) {
         U64 SeqNo = 0;
         if (!_DispatchOne(&SeqNo)) break;
-        if (Answer > 1 && SeqNo == U64(Answer)) break;
+        if (JobSeqNo > 1 && SeqNo == U64(JobSeqNo)) break;
     }
-    return Answer;
 }
