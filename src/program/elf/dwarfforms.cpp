@@ -43,7 +43,7 @@ DWARF_VALUE CDwarfInfo::_ReadForm(CByteCursor& Cur, const DWARF_UNIT& Unit, U32 
     V.Form = static_cast<U16>(Form);
     auto Block = [&](U64 Size, DWARF_CLASS Class) {
         V.pBlock = Cur.GetBytes(Size);
-        V.BlockSize = static_cast<U32>(Size);
+        V.BlockSize = V.pBlock ? static_cast<U32>(Size) : 0;
         V.Class = Class;
     };
     if (const FORM_ROW* pRow = FindPlain(Form)) {

@@ -264,8 +264,10 @@ bool CLocMachine::_Place(U32 Op, bool* pIsDone)
 bool CLocMachine::_ImplicitValue()
 {
     const U64 Size = m_Cur.GetULeb();
-    m_aBytes = ELF_MakeConstPieces(m_Cur.GetBytes(Size), Size, m_Cur.IsBigEndian());
-    return !m_aBytes.isEmpty() && m_Cur.IsOk();
+    const U8* pBytes = m_Cur.GetBytes(Size);
+    if (!m_Cur.IsOk()) return false; // the size is beyond the expression
+    m_aBytes = ELF_MakeConstPieces(pBytes, Size, m_Cur.IsBigEndian());
+    return !m_aBytes.isEmpty();
 }
 
 bool CLocMachine::_ImplicitPointer()
