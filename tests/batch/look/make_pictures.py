@@ -11,6 +11,7 @@ one is checked: that each is there, has the size that its scale asks for and isn
 are darker than the light ones.
 """
 import argparse
+import json
 import os
 import pathlib
 import struct
@@ -67,7 +68,11 @@ def run(args, scheme, scale, folder):
         old.unlink()
     batch = pathlib.Path(folder) / "look.txt"
     batch.write_text((HERE / "look.txt").read_text().replace("<out>", str(out)))
-    environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", QT_SCALE_FACTOR=scale, GTK_THEME=GTK_THEMES[scheme],
+    # No dialog is made smaller for the sake of the screen.
+    screen = pathlib.Path(folder) / "screen.json"
+    screen.write_text(json.dumps({"screens": [{"name": "large", "x": 0, "y": 0, "width": 3840, "height": 2160,
+                                               "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]}))
+    environment = dict(os.environ, QT_QPA_PLATFORM=f"offscreen:configfile={screen}", QT_SCALE_FACTOR=scale, GTK_THEME=GTK_THEMES[scheme],
                        VANTREL_BUILD_DIR=args.build)
     settings = pathlib.Path(folder) / f"{scheme}{scale}"
     command = [args.vantrel, args.project, "-settings", str(settings), "-batch", str(batch)]
