@@ -37,6 +37,8 @@ private slots:
     void everyParameterHasAName();
     void manySymbols();
     void tab();
+    void insideTheLine_data();
+    void insideTheLine();
     void listWhileTyping();
     void enterRunsWhatWasTyped();
     void enterTakesTheChoice();
@@ -244,6 +246,38 @@ void tst_consolecompletion::tab()
     QCOMPARE(m_pInput->cursorPosition(), 10);
     Key(Qt::Key_Z, Qt::ControlModifier); // the line's undo knows about it
     QCOMPARE(m_pInput->text(), "debug.ha (x)");
+}
+
+void tst_consolecompletion::insideTheLine_data()
+{
+    QTest::addColumn<QString>("Line"); ///< the cursor is a bar
+    QTest::addColumn<QString>("Completed");
+    const auto Row = [](const char* sLine, const char* sCompleted) { QTest::newRow(sLine) << sLine << sCompleted; };
+    Row("Window.Clo|se \"Console\"", "Window.Close| \"Console\"");
+    Row("File.O|pen \"build/app.elf\"", "File.Open| \"build/app.elf\"");
+    Row("stepov|", "Debug.StepOver|");
+    Row("Debug.SetResetM| RM_RESET_HALT", "Debug.SetResetMode |RM_RESET_HALT"); // one blank stays one
+    Row("Debug.SetResetM|Mode RM_RESET_HALT", "Debug.SetResetMode |Mode RM_RESET_HALT");
+    Row("Debug.SetResetM|ode RM_RESET_HALT", "Debug.SetResetMode |RM_RESET_HALT"); // the rest of the word is its own
+    Row("Debug.SetResetM|ODE RM_RESET_HALT", "Debug.SetResetMode |RM_RESET_HALT");
+    Row("Debug.SetResetM|ode (RM_RESET_HALT)", "Debug.SetResetMode |(RM_RESET_HALT)");
+    Row("Debug.SetResetMode (RM_RESET_H|, 2)", "Debug.SetResetMode (RM_RESET_HALT|, 2)");
+    Row("Debug.SetResetMode (RM_RESET_H|ALT)", "Debug.SetResetMode (RM_RESET_HALT|)");
+    Row("Window.Show (\"Cons|\")", "Window.Show (\"Console\"|)"); // one closing quote stays one
+    Row("Window.Show (\"Cons|ole\")", "Window.Show (\"Console\"|)");
+    Row("Window.SetDisplayFormat (\"Call|\", 16)", "Window.SetDisplayFormat (\"Call Stack\"|, 16)");
+    Row("Window.SetDisplayFormat (\"Call S|tack\", 16)", "Window.SetDisplayFormat (\"Call Stack\"|, 16)");
+}
+
+void tst_consolecompletion::insideTheLine()
+{
+    QFETCH(QString, Line);
+    QFETCH(QString, Completed);
+    const int Cursor = int(Line.indexOf('|'));
+    m_pInput->setText(QString(Line).remove('|'));
+    m_pInput->setCursorPosition(Cursor);
+    Key(Qt::Key_Tab);
+    QCOMPARE(m_pInput->text().insert(m_pInput->cursorPosition(), '|'), Completed);
 }
 
 void tst_consolecompletion::listWhileTyping()

@@ -42,6 +42,28 @@ bool IsWorthShowing(const COMPLETION& c, const QString& sWord)
     if (c.ArgIndex < 0) return sWord.size() >= MIN_TYPED;
     return !sWord.isEmpty() || IsShortList(GetArgumentInfo(c.ActionId, c.ArgIndex).Kind);
 }
+
+bool IsWordChar(QChar c)
+{
+    return c.isLetterOrNumber() || c == '_';
+}
+
+/// How much of the text behind the cursor the completed text brings along itself: the rest of the same word, and a
+/// blank or a closing quote that stands there already. Added is what the completion writes behind what was typed.
+qsizetype GetOverlap(const QString& sAdded, const QString& sBehind)
+{
+    const bool HasEnd = sAdded.endsWith(' ') || sAdded.endsWith('"');
+    const QString sWord = HasEnd ? sAdded.chopped(1) : sAdded;
+    qsizetype Length = qMin(sWord.size(), sBehind.size());
+    while (Length > 0) {
+        const bool Same = sWord.right(Length).compare(sBehind.left(Length), Qt::CaseInsensitive) == 0;
+        // A word that only begins with the end of what is added is another one.
+        if (Same && (Length == sWord.size() || Length == sBehind.size() || !IsWordChar(sBehind[Length]))) break;
+        Length--;
+    }
+    if (HasEnd && Length < sBehind.size() && sBehind[Length] == sAdded.back()) Length++;
+    return Length;
+}
 } // namespace
 
 bool CConsoleWindow::IsEscKeyOpActive() const
@@ -138,7 +160,10 @@ void CConsoleWindow::_AcceptChoice()
 void CConsoleWindow::_ReplaceWord(const COMPLETION& Completion, const QString& sText)
 {
     // Through the selection, so that the line's own undo takes it back.
-    m_pInput->setSelection(Completion.Start, Completion.Length);
+    const QString sBehind = m_pInput->text().mid(Completion.Start + Completion.Length);
+    const QString sWord = m_pInput->text().mid(Completion.Start, Completion.Length);
+    const qsizetype NumTyped = sText.startsWith(sWord, Qt::CaseInsensitive) ? sWord.size() : 0;
+    m_pInput->setSelection(Completion.Start, Completion.Length + int(GetOverlap(sText.mid(NumTyped), sBehind)));
     m_pInput->insert(sText);
 }
 
