@@ -5,6 +5,7 @@
 #include "views/theme/theme.h"
 
 #include <QComboBox>
+#include <QKeyEvent>
 #include <QLineEdit>
 
 CDeviceItemDelegate::CDeviceItemDelegate(const CDeviceDataModel* pModel, QObject* pParent)
@@ -55,6 +56,16 @@ void CDeviceItemDelegate::updateEditorGeometry(QWidget* pEditor, const QStyleOpt
                                                const QModelIndex&) const
 {
     pEditor->setGeometry(Option.rect);
+}
+
+bool CDeviceItemDelegate::eventFilter(QObject* pEditor, QEvent* pEvent)
+{
+    // The editors stay open, so that the base would hand the focus round in the row and never out of it.
+    if (pEvent->type() == QEvent::KeyPress) {
+        const int Key = static_cast<QKeyEvent*>(pEvent)->key();
+        if (Key == Qt::Key_Tab || Key == Qt::Key_Backtab) return false;
+    }
+    return QItemDelegate::eventFilter(pEditor, pEvent);
 }
 
 void CDeviceItemDelegate::paint(QPainter* pPainter, const QStyleOptionViewItem& Option, const QModelIndex& Index) const

@@ -17,6 +17,9 @@ public:
                               const QModelIndex& Index) const override;
     void paint(QPainter* pPainter, const QStyleOptionViewItem& Option, const QModelIndex& Index) const override;
 
+protected:
+    bool eventFilter(QObject* pEditor, QEvent* pEvent) override;
+
 private:
     const CDeviceDataModel* m_pModel;
 };

@@ -98,6 +98,7 @@ void CDeviceSelectionDialog::BuildTable()
     m_pTable->setSelectionMode(QAbstractItemView::SingleSelection);
     m_pTable->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_pTable->setShowGrid(false);
+    m_pTable->setTabKeyNavigation(false); // the key goes on to the next control, as everywhere
     m_pTable->verticalHeader()->hide();
     m_pTable->verticalHeader()->setDefaultSectionSize(m_pTable->fontMetrics().height() + 8);
     QHeaderView* pHeader = m_pTable->horizontalHeader();
@@ -124,7 +125,8 @@ void CDeviceSelectionDialog::BuildTable()
 
 void CDeviceSelectionDialog::OpenFilterRow()
 {
-    for (int i = 0; i < NUM_DEVICE_COLUMNS; i++) {
+    // From the right: the view puts each editor that opens right behind itself in the order of the Tab key.
+    for (int i = NUM_DEVICE_COLUMNS - 1; i >= 0; i--) {
         const QModelIndex Index = m_pProxy->mapFromSource(m_pModel->index(0, i));
         m_pTable->openPersistentEditor(Index);
         if (auto* pEdit = qobject_cast<QLineEdit*>(m_pTable->indexWidget(Index))) pEdit->deselect();
