@@ -11,6 +11,8 @@
 #include "tests/shell/mainwindowtest.h"
 #include "views/debug/breakpointwindow.h"
 #include "views/debug/disassemblywindow.h"
+#include "views/debug/findbar.h"
+#include "views/debug/sourceeditor.h"
 #include "views/debug/sourcewindow.h"
 #include "views/theme/theme.h"
 
@@ -193,8 +195,29 @@ void tst_ActionsWindow::KeysOfFocusedWindow()
 void tst_ActionsWindow::Escape()
 {
     Press("Esc");
-    QVERIFY(CMainWindow::Get().GetSessionWindows().pSource->HasFocus());
+    CSourceWindow& Source = *CMainWindow::Get().GetSessionWindows().pSource;
+    QVERIFY(Source.HasFocus());
     QCOMPARE(TakeLines(), QStringList());
+    // What is selected or searched in the code doesn't keep the key from leading there.
+    const QString sPath = m_Main.GetPath("esc.c");
+    QFile File(sPath);
+    QVERIFY(File.open(QIODevice::WriteOnly) && File.write("int a;\n") > 0);
+    File.close();
+    QVERIFY(Source.Open(sPath));
+    CSourceEditor* pEditor = Source.GetEditor();
+    Source.OpenFindBar("int");
+    const auto* pBar = Source.findChild<CFindBar*>();
+    pEditor->SelectText(QPoint(0, 0), 3);
+    m_pInput->setFocus();
+    Press("Esc");
+    QVERIFY(pEditor->hasFocus() && pBar->isVisible() && pEditor->HasSelection());
+    // There it ends one thing after the other.
+    Press("Esc");
+    QVERIFY(pEditor->hasFocus() && pBar->isHidden() && pEditor->HasSelection());
+    Press("Esc");
+    QVERIFY(pEditor->hasFocus() && !pEditor->HasSelection());
+    CConsoleWindow::Get().ExecuteCommand("File.CloseAll");
+    TakeLines();
 }
 
 void tst_ActionsWindow::Copy()

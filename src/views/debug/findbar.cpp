@@ -54,7 +54,7 @@ QToolButton* CFindBar::AddButton(const char* sName, const QString& sText, const 
     pButton->setToolTip(sText);
     pButton->setAutoRaise(true);
     pButton->setCheckable(Checkable);
-    pButton->setFocusPolicy(Qt::NoFocus);
+    pButton->setFocusPolicy(Qt::TabFocus); // a click leaves the focus in the field
     if (*sIcon) pButton->setIcon(GetIcon(QLatin1String(sIcon)));
     layout()->addWidget(pButton);
     return pButton;

@@ -12,6 +12,7 @@
 #include <QComboBox>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QScrollBar>
 #include <QStackedWidget>
@@ -143,11 +144,14 @@ void CSourceWindow::CreateWidgets()
     connect(m_pComboSymbols, SIGNAL(activated(int)), this, SLOT(OnComboBoxSymbolsIndexChanged(int)));
     connect(m_pFindBar, &CFindBar::FindRequested, this, [this](bool Forward) { FindNext(Forward); });
     connect(m_pFindBar, &CFindBar::PatternChanged, this, [this] { UpdateFindMatches(); });
-    connect(m_pFindBar, &CFindBar::Closed, this, [this] {
-        m_pFindBar->hide();
-        m_pEditor->SetMatches(QString(), false);
-        m_pEditor->setFocus();
-    });
+    connect(m_pFindBar, &CFindBar::Closed, this, &CSourceWindow::CloseFindBar);
+}
+
+void CSourceWindow::CloseFindBar()
+{
+    m_pFindBar->hide();
+    m_pEditor->SetMatches(QString(), false);
+    m_pEditor->setFocus();
 }
 
 QString CSourceWindow::GetEmptyWindowText(DEBUG_STATES) const
@@ -160,7 +164,17 @@ void CSourceWindow::Clear()
 }
 bool CSourceWindow::IsEscKeyOpActive() const
 {
-    return m_pFindBar->isVisible() || m_pEditor->HasSelection();
+    // What stands in the code must not keep the key from leading there out of another window.
+    return HasFocus() && (m_pFindBar->isVisible() || (m_pEditor->hasFocus() && m_pEditor->HasSelection()));
+}
+
+void CSourceWindow::keyPressEvent(QKeyEvent* pEvent)
+{
+    if (pEvent->key() != Qt::Key_Escape || !IsEscKeyOpActive()) return CWindow::keyPressEvent(pEvent);
+    if (m_pFindBar->isVisible())
+        CloseFindBar();
+    else
+        m_pEditor->Unselect();
 }
 
 void CSourceWindow::OnContentChanged()

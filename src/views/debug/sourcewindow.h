@@ -180,6 +180,7 @@ public slots:
 
 protected:
     void UpdateActions() override;
+    void keyPressEvent(QKeyEvent* pEvent) override;
 
 private:
     struct ROW_MARKS {
@@ -188,6 +189,7 @@ private:
     };
 
     void CreateWidgets();
+    void CloseFindBar();
     void CreateActions();
     CSrcDocument* GetDocument(U32 FileNo) const; ///< null for none
     CSrcDocument* GetCurrentDocument() const;

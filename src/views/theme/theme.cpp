@@ -113,6 +113,7 @@ QToolBar QToolButton::menu-button:hover { background: @pressed; }
 QToolButton::menu-arrow { image: url(:/Resources/Icons/chevron-down@scheme.svg); width: 10px; height: 10px; }
 QToolButton::menu-arrow:disabled { image: url(:/Resources/Icons/chevron-down-weak.svg); }
 QToolBar QToolButton:hover, QFrame#FindBar QToolButton:hover { background: @hover; }
+QFrame#FindBar QToolButton:focus { border-color: @highlight; }
 QToolBar QToolButton:pressed, QToolBar QToolButton:checked, QFrame#FindBar QToolButton:checked { background: @pressed; }
 QStatusBar { background: @window; border-top: 1px solid @line; }
 QStatusBar::item { border: none; }
