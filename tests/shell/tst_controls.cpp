@@ -7,6 +7,7 @@
 #include "app/services/mainthread.h"
 #include "app/services/messages.h"
 #include "app/services/settingsstore.h"
+#include "app/shell/aboutbox.h"
 #include "app/shell/breakpointdialog.h"
 #include "app/shell/mainwindow.h"
 #include "app/shell/pluginfiledialog.h"
@@ -22,6 +23,7 @@
 #include "views/framework/dockwindow.h"
 #include "views/framework/filterheaderview.h"
 #include "views/framework/messagebox.h"
+#include "views/settings/preferencepages.h"
 #include "views/settings/preferencesdialog.h"
 #include "views/settings/sysvarseditor.h"
 #include "views/theme/theme.h"
@@ -48,7 +50,9 @@
 #include <QTextEdit>
 #include <QTimer>
 #include <QToolBar>
+#include <algorithm>
 #include <functional>
+#include <iterator>
 #include <memory>
 
 namespace {
@@ -89,11 +93,48 @@ QString Describe(const QWidget* pWidget)
                                                   QLatin1String(pWidget->parentWidget()->metaObject()->className()));
 }
 
-QString GetSpokenName(QWidget* pWidget)
+/// Goes the way of a screen reader, which knows no widgets: what can have the focus has something to say.
+void InspectSpoken(QAccessibleInterface* pItem, const QString& sPath, QStringList& Faults)
 {
-    if (!pWidget->accessibleName().isEmpty()) return pWidget->accessibleName();
-    QAccessibleInterface* pInterface = QAccessible::queryAccessibleInterface(pWidget);
-    return pInterface ? pInterface->text(QAccessible::Name).trimmed() : QString();
+    if (!pItem || !pItem->isValid() || pItem->state().invisible) return;
+    const QAccessible::Role Role = pItem->role();
+    // Cells say their text, and an empty cell has none.
+    constexpr QAccessible::Role CELLS[] = {QAccessible::Cell, QAccessible::TreeItem, QAccessible::ListItem};
+    if (std::find(std::begin(CELLS), std::end(CELLS), Role) != std::end(CELLS)) return;
+    const QString sName = pItem->text(QAccessible::Name).trimmed();
+    const QString sClass = pItem->object() ? QLatin1String(pItem->object()->metaObject()->className()) : QStringLiteral("?");
+    const QString sHere = QStringLiteral("%1/%2:%3").arg(sPath, sClass, sName);
+    const auto* pWidget = qobject_cast<QWidget*>(pItem->object());
+    // A frame that only hands the focus on to its content is never where the focus is.
+    const bool HandsOn = pWidget && pWidget->focusProxy();
+    const bool IsControl = pItem->state().focusable || Role == QAccessible::Button || Role == QAccessible::MenuItem;
+    if (IsControl && sName.isEmpty() && !HandsOn && Role != QAccessible::Separator && Role != QAccessible::ScrollBar)
+        Faults += QStringLiteral("%1 (role %2) says nothing").arg(sHere).arg(int(Role));
+    for (int i = 0; i < pItem->childCount(); i++) InspectSpoken(pItem->child(i), sHere, Faults);
+}
+
+/// Where the Tab key leads from the first control on, until it comes round. What keeps the key ends the round.
+QList<QWidget*> WalkByTab(QDialog& Dialog)
+{
+    constexpr int MAX_STEPS = 300;
+    QList<QWidget*> Round;
+    for (int i = 0; i < MAX_STEPS; i++) {
+        QWidget* pFocus = Dialog.focusWidget();
+        if (!pFocus || Round.contains(pFocus)) break;
+        Round.append(pFocus);
+        QTest::keyClick(pFocus, Qt::Key_Tab);
+    }
+    return Round;
+}
+
+/// Whether the focus jumps back, as a reader of the dialog sees it: upwards, or to the left in one line.
+bool IsJumpBack(const QWidget* pFrom, const QWidget* pTo, const QDialog& Dialog)
+{
+    const auto GetRect = [&Dialog](const QWidget* p) { return QRect(p->mapTo(&Dialog, QPoint()), p->size()); };
+    const QRect From = GetRect(pFrom), To = GetRect(pTo);
+    const bool IsRight = To.left() >= From.right();
+    if (To.bottom() < From.top()) return !IsRight; // the head of a column further right is a step forward
+    return To.right() < From.left() && To.top() <= From.center().y();
 }
 
 } // namespace
@@ -111,6 +152,7 @@ private slots:
 
 private:
     QStringList Inspect(QWidget* pTop) const;
+    QStringList InspectTabOrder(QDialog& Dialog) const;
     void InspectDialog(QDialog& Dialog) const;
 
     QTemporaryDir m_Dir;
@@ -136,6 +178,7 @@ void tst_Controls::cleanupTestCase()
 QStringList tst_Controls::Inspect(QWidget* pTop) const
 {
     QStringList Faults;
+    InspectSpoken(QAccessible::queryAccessibleInterface(pTop), {}, Faults);
     for (QWidget* pWidget : pTop->findChildren<QWidget*>()) {
         if (const auto* pLabel = qobject_cast<QLabel*>(pWidget)) {
             if (pLabel->isVisible() && !pLabel->wordWrap() && pLabel->pixmap(Qt::ReturnByValue).isNull() &&
@@ -143,8 +186,10 @@ QStringList tst_Controls::Inspect(QWidget* pTop) const
                 Faults += Describe(pLabel) + QStringLiteral(" is too narrow for ") + pLabel->text();
             continue;
         }
-        if (!IsControl(pWidget)) continue;
-        if (GetSpokenName(pWidget).isEmpty()) Faults += Describe(pWidget) + QStringLiteral(" has no name");
+        if (!IsControl(pWidget) || (qobject_cast<QTabBar*>(pWidget) && pWidget->isHidden())) continue; // Qt keeps spare ones
+        // Also of what isn't shown yet, such as the table of an empty window.
+        QAccessibleInterface* pSpoken = QAccessible::queryAccessibleInterface(pWidget);
+        if (!pSpoken || pSpoken->text(QAccessible::Name).trimmed().isEmpty()) Faults += Describe(pWidget) + QStringLiteral(" has no name");
         if (!pWidget->isVisible() || !pWidget->isEnabled()) continue;
         if (!(pWidget->focusPolicy() & Qt::TabFocus) && !HasCommand(pWidget))
             Faults += Describe(pWidget) + QStringLiteral(" can't be reached by keys");
@@ -155,10 +200,33 @@ QStringList tst_Controls::Inspect(QWidget* pTop) const
     return Faults;
 }
 
+/// The faults of the Tab key's way through a dialog.
+QStringList tst_Controls::InspectTabOrder(QDialog& Dialog) const
+{
+    QStringList Faults;
+    const QList<QWidget*> Round = WalkByTab(Dialog);
+    for (const QWidget* pWidget : Dialog.findChildren<QWidget*>()) {
+        if (!IsControl(pWidget) || !pWidget->isVisible() || !pWidget->isEnabled() || HasCommand(pWidget)) continue;
+        if (!Round.contains(pWidget)) Faults += Describe(pWidget) + QStringLiteral(" is not on the way of the Tab key");
+    }
+    // The round begins where the dialog puts the focus, so that one step back to the top belongs to it.
+    QStringList Jumps;
+    for (qsizetype i = 0; i < Round.size(); i++) {
+        const QWidget* pNext = Round[(i + 1) % Round.size()];
+        if (pNext != Round[i] && IsJumpBack(Round[i], pNext, Dialog)) Jumps += Describe(Round[i]) + QStringLiteral(" -> ") + Describe(pNext);
+    }
+    if (Jumps.size() > 1) Faults += Jumps;
+    return Faults;
+}
+
 void tst_Controls::Windows()
 {
     CMainWindow& Main = CMainWindow::Get();
     for (const char* sBar : {"File", "View", "Breakpoints"}) Main.ShowToolBar(QLatin1String(sBar), true);
+    QFile Source(m_Dir.filePath("main.c"));
+    QVERIFY(Source.open(QIODevice::WriteOnly) && Source.write("int main(void) { return 0; }\n") > 0);
+    Source.close();
+    ::PerformAction(ACT_FILE_OPEN, Source.fileName());
     Main.GetSessionWindows().pSource->OpenFindBar();
     for (CWindow* pWindow : Main.GetWindows()) Main.ShowWindow(pWindow->GetName());
     for (const QSize Size : {QSize(1280, 800), QSize(1920, 1080)}) {
@@ -199,6 +267,7 @@ void tst_Controls::Dialogs_data()
                                QDialogButtonBox::Yes | QDialogButtonBox::No, MSGBOX_MODE_REMEMBER);
     });
     Row("warnings", {});
+    Row("about", {});
 }
 
 void tst_Controls::InspectDialog(QDialog& Dialog) const
@@ -206,11 +275,10 @@ void tst_Controls::InspectDialog(QDialog& Dialog) const
     QVERIFY(!Dialog.windowTitle().trimmed().isEmpty());
     // A dialog of several pages is looked at page by page.
     auto* pPages = qobject_cast<CPreferencesDialog*>(&Dialog);
-    constexpr int NUM_PAGES = 15;
-    for (int Page = 0; Page < (pPages ? NUM_PAGES : 1); Page++) {
+    for (int Page = 0; Page < (pPages ? int(NUM_PREFERENCE_PAGES) : 1); Page++) {
         if (pPages) pPages->ShowPage(Page);
         QTest::qWait(20);
-        const QStringList Faults = Inspect(&Dialog);
+        const QStringList Faults = Inspect(&Dialog) + InspectTabOrder(Dialog);
         QVERIFY2(Faults.isEmpty(), qPrintable(QStringLiteral("page %1: ").arg(Page) + Faults.join(QLatin1Char('\n'))));
     }
     QVERIFY(Dialog.focusWidget()); // keys go somewhere from the start
@@ -239,7 +307,10 @@ void tst_Controls::Dialogs()
         InspectDialog(*pDialog);
         pDialog->reject();
     });
-    CWarningsDialog::Ask({"Project.SetDevice: unknown device", "Project.AddSvdFile: file not found"}, "/a/b.bdebug", nullptr);
+    if (qstrcmp(QTest::currentDataTag(), "about") == 0)
+        ShowAboutBox(&CMainWindow::Get());
+    else
+        CWarningsDialog::Ask({"Project.SetDevice: unknown device", "Project.AddSvdFile: file not found"}, "/a/b.bdebug", nullptr);
     CMessageBox::SetInterceptor(Interceptor);
     QVERIFY(Seen);
 }

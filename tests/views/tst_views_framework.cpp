@@ -114,6 +114,15 @@ public:
     QList<U32> m_Updates;
 };
 
+/// Empty, with something to do about it.
+class CAskingWindow : public CCounterWindow {
+public:
+    CAskingWindow() : CCounterWindow(0) {}
+    QString GetEmptyWindowButtonText(DEBUG_STATES) const override { return QStringLiteral("Add"); }
+    void OnEmptyWindowButtonClicked() override { m_NumClicks++; }
+    int m_NumClicks = 0;
+};
+
 } // namespace
 
 class tst_views_framework : public QObject {
@@ -131,6 +140,7 @@ private slots:
     void activationFollowsHaltAndResume();
     void actionsAreReportedBeforeAndAfter();
     void overlayTellsWhyEmpty();
+    void overlayButtonAnswersMouseAndKeys();
     void sortingKeepsPinnedAndEqualStable();
     void filterTexts_data();
     void filterTexts();
@@ -374,6 +384,26 @@ void tst_views_framework::overlayTellsWhyEmpty()
     Window.m_pCounters->EndReset();
     QVERIFY(Window.GetView()->isVisible());
     QCOMPARE(GetText(), QString());
+}
+
+void tst_views_framework::overlayButtonAnswersMouseAndKeys()
+{
+    CAskingWindow Window;
+    Window.show();
+    Window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&Window));
+    Window.repaint();
+    Window.setFocus();
+    QCOMPARE(QApplication::focusWidget(), &Window); // what is hidden can't have it
+    QCOMPARE(Window.accessibleName(), QStringLiteral("Counters"));
+    QCOMPARE(Window.accessibleDescription(), QStringLiteral("No target connection"));
+    const auto* pButton = Window.findChild<QFrame*>(QStringLiteral("buttonFrame"))->findChild<QPushButton*>();
+    QTest::mouseClick(&Window, Qt::LeftButton, {}, pButton->mapTo(&Window, pButton->rect().center()));
+    QCOMPARE(Window.m_NumClicks, 1);
+    for (const Qt::Key Key : {Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter}) QTest::keyClick(&Window, Key);
+    QCOMPARE(Window.m_NumClicks, 4);
+    QTest::keyClick(&Window, Qt::Key_A);
+    QCOMPARE(Window.m_NumClicks, 4);
 }
 
 void tst_views_framework::sortingKeepsPinnedAndEqualStable()

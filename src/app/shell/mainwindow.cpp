@@ -66,6 +66,7 @@ CMainWindow::CMainWindow() : CWindow(nullptr, QStringLiteral("MainWindow"))
 {
     s_pMainWindow = this;
     InstallQtMessageHandler();
+    setAccessibleName(QString()); // its title says more
     setLocale(QLocale(QLocale::English));
     QLocale::setDefault(QLocale(QLocale::English));
     setWindowIcon(GetIcon(QStringLiteral("magnifier-32")));

@@ -133,7 +133,7 @@ void CMainWindow::BuildDropDownButtons()
         pButton->setDefaultAction(m_apAction[size_t(ID)]);
         pButton->setMenu(m_apMenu[Menu]);
         pButton->setPopupMode(QToolButton::MenuButtonPopup);
-        pButton->setAccessibleName(GetCommandName(ID));
+        pButton->setAccessibleName(m_apAction[size_t(ID)]->text().remove(u'&'));
         return pButton;
     };
     m_pStartButton = MakeButton(ACT_DEBUG_START, MENU_CONNECT);

@@ -80,7 +80,9 @@ void CDockTitleBar::SetHighlighted(bool Highlighted)
 
 void CDockTitleBar::UpdateButtons()
 {
-    m_pButtonFloat->setToolTip(m_pDock->isFloating() ? QStringLiteral("Dock") : QStringLiteral("Undock"));
+    const QString sText = m_pDock->isFloating() ? QStringLiteral("Dock") : QStringLiteral("Undock");
+    m_pButtonFloat->setToolTip(sText);
+    m_pButtonFloat->setAccessibleName(sText);
 }
 
 QSize CDockTitleBar::sizeHint() const

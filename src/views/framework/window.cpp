@@ -11,10 +11,13 @@
 #include <QDragEnterEvent>
 #include <QGestureEvent>
 #include <QHelpEvent>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QMimeData>
 #include <QPainter>
 #include <QToolTip>
+#include <algorithm>
+#include <iterator>
 
 namespace {
 constexpr int DEACTIVATE_DELAY_MS = 500;
@@ -27,6 +30,7 @@ CWindow::CWindow(QWidget* pParent, const QString& sName) : QMainWindow(pParent)
     setWindowFlags(Qt::Widget);
     setObjectName(sName);
     QMainWindow::setWindowTitle(sName);
+    setAccessibleName(sName); // an empty window has the focus itself
     resize(FIRST_SIZE, FIRST_SIZE);
     setFocusPolicy(static_cast<Qt::FocusPolicy>(Qt::StrongFocus));
     setContextMenuPolicy(Qt::DefaultContextMenu);
@@ -128,6 +132,7 @@ void CWindow::SetWindowTitle(QString sTitle)
 {
     if (sTitle == windowTitle()) return;
     QMainWindow::setWindowTitle(sTitle);
+    setAccessibleName(sTitle);
     if (CDockWindow* pDock = GetDock()) pDock->SetTitle(sTitle);
 }
 
@@ -536,6 +541,16 @@ void CWindow::mousePressEvent(QMouseEvent* pEvent)
         if (CDockWindow* pDock = GetDock()) pDock->setFocus();
     }
     QMainWindow::mousePressEvent(pEvent);
+}
+
+void CWindow::keyPressEvent(QKeyEvent* pEvent)
+{
+    // The button of an empty window has no focus of its own: the window has it.
+    constexpr int KEYS[] = {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space};
+    const bool IsPress = std::find(std::begin(KEYS), std::end(KEYS), pEvent->key()) != std::end(KEYS);
+    if (IsPress && m_pOverlay->isVisible() && !m_pOverlay->GetButtonText().isEmpty() && !pEvent->isAutoRepeat())
+        return OnEmptyWindowButtonClicked();
+    QMainWindow::keyPressEvent(pEvent);
 }
 
 void CWindow::dragEnterEvent(QDragEnterEvent* pEvent)

@@ -158,6 +158,7 @@ void CWindow::UpdateOverlay()
     const QString sText = GetEmptyWindowText(State);
     const QString sButton = GetEmptyWindowButtonText(State);
     m_pOverlay->SetTexts(sText, sButton);
+    if (accessibleDescription() != sText) setAccessibleDescription(sText);
     if (m_pOverlay->geometry() != rect()) m_pOverlay->setGeometry(rect());
     const bool Wanted = !sText.isEmpty() || !sButton.isEmpty();
     if (m_pOverlay->isHidden() == Wanted) {

@@ -109,6 +109,7 @@ void CPreferencesDialog::BuildPages()
         // On a small screen or with a large font a page is scrolled instead of cut.
         auto* pArea = new QScrollArea(this);
         pArea->setFrameShape(QFrame::NoFrame);
+        pArea->setFocusPolicy(Qt::NoFocus); // it follows the control with the focus, and has nothing to do itself
         pArea->setWidgetResizable(true);
         pArea->setWidget(pPage);
         pArea->viewport()->setAutoFillBackground(false);
