@@ -37,9 +37,11 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDir>
+#include <QHash>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMenuBar>
 #include <QPlainTextEdit>
 #include <QRadioButton>
 #include <QRegularExpression>
@@ -239,11 +241,25 @@ void tst_Controls::Windows()
 
 void tst_Controls::Menus()
 {
+    QList<QWidget*> Menus{CMainWindow::Get().menuBar()};
     for (QMenu* pMenu : CMainWindow::Get().findChildren<QMenu*>(QRegularExpression(QStringLiteral("^menu")))) {
         QVERIFY2(!pMenu->title().isEmpty(), qPrintable(pMenu->objectName()));
-        for (const QAction* pAction : pMenu->actions())
-            QVERIFY2(pAction->isSeparator() || !pAction->text().isEmpty(), qPrintable(pMenu->objectName()));
+        emit pMenu->aboutToShow(); // some are filled by it
+        Menus.append(pMenu);
     }
+    QStringList Faults;
+    for (const QWidget* pMenu : std::as_const(Menus)) {
+        QHash<QString, QString> Letters; ///< of the entries, each of which is to run at once
+        for (const QAction* pAction : pMenu->actions()) {
+            if (pAction->isSeparator()) continue;
+            if (pAction->text().isEmpty()) Faults += pMenu->objectName() + QStringLiteral(" has an entry without a text");
+            const QString sLetter = QKeySequence::mnemonic(pAction->text()).toString();
+            if (!sLetter.isEmpty() && Letters.contains(sLetter))
+                Faults += QStringLiteral("%1: %2 and %3 share %4").arg(pMenu->objectName(), Letters[sLetter], pAction->text(), sLetter);
+            Letters.insert(sLetter, pAction->text());
+        }
+    }
+    QVERIFY2(Faults.isEmpty(), qPrintable(Faults.join(QLatin1Char('\n'))));
 }
 
 void tst_Controls::Dialogs_data()

@@ -153,6 +153,7 @@ inline constexpr SHOW_ACTION SHOW_ACTIONS[] = {
 };
 
 /// Text and icon of the main window's actions in menus and tool bars; every other action shows its command's name.
+/// The window menu has the letters of the view menu for its windows, which leaves few for its commands.
 struct ACTION_LOOK {
     int ID;
     const char* Text;
@@ -167,9 +168,9 @@ inline constexpr ACTION_LOOK ACTION_LOOKS[] = {
     {ACT_FILE_SAVE_ALL, "Save A&ll", "disks"},
     {ACT_FILE_EXPORT_DISASSEMBLY, "&Disassembly...", ""},
     {ACT_FILE_EXIT, "E&xit", ""},
-    {ACT_FILE_CLOSE, "&Close Document", ""},
-    {ACT_FILE_CLOSE_ALL, "Close &All Documents", ""},
-    {ACT_FILE_CLOSE_ALL_UNEDITED, "Close All &Unedited", ""},
+    {ACT_FILE_CLOSE, "Close Document", ""},
+    {ACT_FILE_CLOSE_ALL, "Close All Documents", ""},
+    {ACT_FILE_CLOSE_ALL_UNEDITED, "Close All Unedited", ""},
     {ACT_FIND_TEXT, "Find &Text", "magnifier"},
     {ACT_FIND_FUNC, "Find &Function", "function-single"},
     {ACT_FIND_GLOBAL_DATA, "Find &Global Data", "window-globals"},
@@ -216,10 +217,10 @@ inline constexpr ACTION_LOOK ACTION_LOOKS[] = {
     {ACT_WINDOW_SHOW_CONSOLE, "&Console", "window-console"},
     {ACT_WINDOW_SHOW_BRYLLO_WEB_CONTROL, "Bryllo Control Panel", "window-control-panel"},
     {ACT_WINDOW_SHOW_FULL_SCREEN, "Full &Screen", "window-source"},
-    {ACT_WINDOW_CLOSE, "&Close Window", ""},
-    {ACT_WINDOW_CLOSE_ALL, "Close &All Windows", ""},
-    {ACT_WINDOW_DOCK, "&Dock", ""},
-    {ACT_WINDOW_UNDOCK, "&Undock", ""},
+    {ACT_WINDOW_CLOSE, "Clo&se Window", ""},
+    {ACT_WINDOW_CLOSE_ALL, "Close All Windows", ""},
+    {ACT_WINDOW_DOCK, "Dock", ""},
+    {ACT_WINDOW_UNDOCK, "Undock", ""},
     {ACT_TOOLBAR_SHOW_FILE, "&File", ""},
     {ACT_TOOLBAR_SHOW_DEBUG, "&Debug", ""},
     {ACT_TOOLBAR_SHOW_VIEWS, "&View", ""},
