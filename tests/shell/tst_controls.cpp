@@ -218,6 +218,15 @@ QStringList tst_Controls::InspectTabOrder(QDialog& Dialog) const
         if (pNext != Round[i] && IsJumpBack(Round[i], pNext, Dialog)) Jumps += Describe(Round[i]) + QStringLiteral(" -> ") + Describe(pNext);
     }
     if (Jumps.size() > 1) Faults += Jumps;
+    QHash<QString, QString> Letters;
+    for (const QWidget* pWidget : Dialog.findChildren<QWidget*>()) {
+        const auto* pButton = qobject_cast<const QAbstractButton*>(pWidget);
+        const auto* pLabel = qobject_cast<const QLabel*>(pWidget);
+        if (!pWidget->isVisible() || (!pButton && !(pLabel && pLabel->buddy()))) continue;
+        const QString sText = pButton ? pButton->text() : pLabel->text(), sLetter = QKeySequence::mnemonic(sText).toString();
+        if (!sLetter.isEmpty() && Letters.contains(sLetter)) Faults += QStringLiteral("%1 and %2 share %3").arg(Letters[sLetter], sText, sLetter);
+        Letters.insert(sLetter, sText);
+    }
     return Faults;
 }
 
