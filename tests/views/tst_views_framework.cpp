@@ -141,6 +141,7 @@ private slots:
     void actionsAreReportedBeforeAndAfter();
     void overlayTellsWhyEmpty();
     void overlayButtonAnswersMouseAndKeys();
+    void gridLinesHaveTheirColor();
     void sortingKeepsPinnedAndEqualStable();
     void filterTexts_data();
     void filterTexts();
@@ -404,6 +405,24 @@ void tst_views_framework::overlayButtonAnswersMouseAndKeys()
     QCOMPARE(Window.m_NumClicks, 4);
     QTest::keyClick(&Window, Qt::Key_A);
     QCOMPARE(Window.m_NumClicks, 4);
+}
+
+void tst_views_framework::gridLinesHaveTheirColor()
+{
+    CCounterWindow Window;
+    Window.resize(300, 200);
+    Window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&Window));
+    const QRect Cell = Window.GetView()->visualRect(Window.GetSortFilter()->index(0, 1));
+    const auto GetPixel = [&](QPoint Pos) { return Window.GetView()->viewport()->grab().toImage().pixelColor(Pos); };
+    const QPoint Under(Cell.center().x(), Cell.bottom()), Beside(Cell.left() - 1, Cell.top() + 2);
+    const U32 Line = 0xFF12B456;
+    QVERIFY(GetPixel(Under).rgba() != Line);
+    SetColor(COLOR_TABLE_GRID_LINES, Line, false);
+    QCOMPARE(GetPixel(Under).rgba(), Line);
+    QCOMPARE(GetPixel(Beside).rgba(), Line);
+    ResetColor(COLOR_TABLE_GRID_LINES);
+    QVERIFY(GetPixel(Under).rgba() != Line);
 }
 
 void tst_views_framework::sortingKeepsPinnedAndEqualStable()

@@ -1,7 +1,10 @@
 #include "views/framework/treeview.h"
 
+#include "project/settings/appearance.h"
 #include "views/theme/icons.h"
+#include "views/theme/theme.h"
 
+#include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -143,6 +146,22 @@ void CTreeView::drawRow(QPainter* pPainter, const QStyleOptionViewItem& Option, 
     m_IsPaintingRow = true;
     QTreeView::drawRow(pPainter, Option, Index);
     m_IsPaintingRow = false;
+    // The schemes do without lines; whoever gives them a colour sees them.
+    if (GetColorValue(COLOR_TABLE_GRID_LINES) != GetColorRow(COLOR_TABLE_GRID_LINES)->Default)
+        DrawGrid(pPainter, Option.rect);
+}
+
+void CTreeView::DrawGrid(QPainter* pPainter, const QRect& Row) const
+{
+    pPainter->save();
+    pPainter->setPen(CTheme::GetColor(COLOR_TABLE_GRID_LINES));
+    pPainter->drawLine(Row.bottomLeft(), Row.bottomRight());
+    for (int i = 0; i < header()->count(); i++) {
+        if (header()->isSectionHidden(i)) continue;
+        const int x = header()->sectionViewportPosition(i) + header()->sectionSize(i) - 1;
+        pPainter->drawLine(x, Row.top(), x, Row.bottom());
+    }
+    pPainter->restore();
 }
 
 void CTreeView::drawBranches(QPainter* pPainter, const QRect& Rect, const QModelIndex& Index) const

@@ -40,6 +40,7 @@ protected:
 
 private:
     QRect GetBranchRect(const QModelIndex& Index) const;
+    void DrawGrid(QPainter* pPainter, const QRect& Row) const;
 
     mutable bool m_IsPaintingRow = false;
     bool m_IsLayingOut = false;
