@@ -169,6 +169,14 @@ void tst_wizard::DeviceDialog()
     // Typing into the filter row narrows the table and leaves the choice.
     auto* pFilter = qobject_cast<QLineEdit*>(pTable->indexWidget(pTable->model()->index(0, DEVICE_COL_NAME)));
     QVERIFY(pFilter);
+    // The Tab key leads through the row, and the chosen device stays marked.
+    QVERIFY(QTest::qWaitForWindowActive(&Dialog));
+    QTest::keyClick(pTable, Qt::Key_Tab);
+    QTest::keyClick(Dialog.focusWidget(), Qt::Key_Tab);
+    QVERIFY(pFilter->hasFocus());
+    const QModelIndexList Marked = pTable->selectionModel()->selectedRows(DEVICE_COL_NAME);
+    QCOMPARE(Marked.size(), 1);
+    QCOMPARE(Marked[0].data().toString(), QString("VS4F-512"));
     pFilter->setFocus();
     pFilter->selectAll();
     QTest::keyClicks(pFilter, "vs0*");

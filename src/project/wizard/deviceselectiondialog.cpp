@@ -120,6 +120,7 @@ void CDeviceSelectionDialog::BuildTable()
     connect(&m_FilterTimer, &QTimer::timeout, this, &CDeviceSelectionDialog::ApplyFilter);
     connect(m_pTable->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             &CDeviceSelectionDialog::OnTableSelectionChanged);
+    connect(m_pTable->selectionModel(), &QItemSelectionModel::selectionChanged, this, &CDeviceSelectionDialog::KeepSelection);
     m_pTable->viewport()->installEventFilter(this);
 }
 
@@ -215,6 +216,15 @@ void CDeviceSelectionDialog::OnTableSelectionChanged(QModelIndex Current, QModel
     if (Row <= 0 || m_Filtering) return; // a filter that hides the row chosen doesn't undo the choice
     m_pModel->SetSelectedRow(Row);
     ShowSelected();
+}
+
+/// A field of the filter row that gets the focus takes the table's cursor with it, but the device stays chosen.
+void CDeviceSelectionDialog::KeepSelection()
+{
+    const int Row = m_pModel->GetSelectedRow();
+    if (m_Filtering || Row <= 0 || m_pTable->selectionModel()->hasSelection()) return;
+    const QModelIndex Index = m_pProxy->mapFromSource(m_pModel->index(Row, DEVICE_COL_NAME));
+    if (Index.isValid()) m_pTable->selectionModel()->select(Index, QItemSelectionModel::Select | QItemSelectionModel::Rows);
 }
 
 void CDeviceSelectionDialog::OnLabelSelectedDeviceClicked()

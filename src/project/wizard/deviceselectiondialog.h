@@ -45,6 +45,7 @@ public slots:
     void OnTableClicked(QPoint Pos, int Button);
     void OnTableDoubleClicked(QPoint Pos, int Button);
     void OnTableSelectionChanged(QModelIndex Current, QModelIndex Previous);
+    void KeepSelection();
     void OnLabelSelectedDeviceClicked(); ///< the selected row comes into view
 
 protected:
