@@ -32,10 +32,7 @@ U32 ExpectedSize = 0;
 const U8* FindSpanData(U64 Start, U64 End) {
     const U64 FileAddr = ToFileAddr(Start);
     CBindingLock Lock;
-    for (const BLOCK& B : Lock.Get().aBlock) {
-        if (FileAddr >= B.Start && FileAddr + (End - Start) <= B.End) return B.pData ? B.pData + (FileAddr - B.Start) : nullptr;
-    }
-    return nullptr;
+    return FindBlockData(Lock.Get(), FileAddr, End - Start);
 }
 
 /// Finds the part of a section that lies in the region at Pos; it joins the spans if it is code with bytes. Gives the

@@ -7,10 +7,6 @@ namespace Core {
 
 namespace {
 
-constexpr U32 PAGE_SHIFT = 16;
-constexpr U32 NUM_PAGES = 1u << (32 - PAGE_SHIFT);
-constexpr U32 RECORDS_PER_PAGE = 1u << (PAGE_SHIFT - 1); // one for each 2 bytes, whatever the alignment
-
 /// The fields of CORE_INST_INFO, each readable while the other thread stores.
 struct RECORD {
     std::atomic<U32> Class;
@@ -21,29 +17,52 @@ struct RECORD {
 };
 static_assert(sizeof(RECORD) == sizeof(CORE_INST_INFO));
 
-struct PAGE {
-    RECORD aRecord[RECORDS_PER_PAGE];
-};
-static_assert(sizeof(PAGE) == 0xC0000);
+// Small pages, since a data file may touch every 64 KB of the address space with a few bytes.
+constexpr U32 PAGE_SHIFT = 8;
+constexpr U32 GROUP_SHIFT = 16;
 
-std::atomic<PAGE*> apPage[NUM_PAGES];
+/// Records of 256 bytes of code, one for each 2 bytes, whatever the alignment.
+struct PAGE {
+    RECORD aRecord[1u << (PAGE_SHIFT - 1)];
+};
+
+/// The pages of 64 KB of code; null where nothing was decoded.
+struct GROUP {
+    std::atomic<PAGE*> apPage[1u << (GROUP_SHIFT - PAGE_SHIFT)];
+    ~GROUP() {
+        for (std::atomic<PAGE*>& pPage : apPage) delete pPage.load(std::memory_order_relaxed);
+    }
+};
+
+std::atomic<GROUP*> apGroup[1u << (32 - GROUP_SHIFT)];
+
+size_t GetPageIndex(U64 Addr) {
+    return (Addr >> PAGE_SHIFT) & ((1u << (GROUP_SHIFT - PAGE_SHIFT)) - 1);
+}
+
+size_t GetRecordIndex(U64 Addr) {
+    return (Addr & ((1u << PAGE_SHIFT) - 1)) >> 1;
+}
 
 const RECORD* FindRecord(U64 Addr) {
     if (Addr >= CACHE_LIMIT) return nullptr;
-    const PAGE* pPage = apPage[Addr >> PAGE_SHIFT].load(std::memory_order_acquire);
-    return pPage ? &pPage->aRecord[(Addr & 0xFFFF) >> 1] : nullptr;
+    const GROUP* pGroup = apGroup[Addr >> GROUP_SHIFT].load(std::memory_order_acquire);
+    const PAGE* pPage = pGroup ? pGroup->apPage[GetPageIndex(Addr)].load(std::memory_order_acquire) : nullptr;
+    return pPage ? &pPage->aRecord[GetRecordIndex(Addr)] : nullptr;
+}
+
+/// What a slot of a table points to, made zeroed if it isn't there.
+template <class NODE> NODE& GetOrMake(std::atomic<NODE*>& pSlot) {
+    NODE* pNode = pSlot.load(std::memory_order_relaxed);
+    if (!pNode) pSlot.store(pNode = new NODE(), std::memory_order_release);
+    return *pNode;
 }
 
 } // namespace
 
 void StoreInst(U32 Addr, const CORE_INST_INFO& Info) {
-    std::atomic<PAGE*>& pSlot = apPage[Addr >> PAGE_SHIFT];
-    PAGE* pPage = pSlot.load(std::memory_order_relaxed);
-    if (!pPage) {
-        pPage = new PAGE(); // zeroed
-        pSlot.store(pPage, std::memory_order_release);
-    }
-    RECORD& Record = pPage->aRecord[(Addr & 0xFFFF) >> 1];
+    PAGE& Page = GetOrMake(GetOrMake(apGroup[Addr >> GROUP_SHIFT]).apPage[GetPageIndex(Addr)]);
+    RECORD& Record = Page.aRecord[GetRecordIndex(Addr)];
     // A reader that comes in between finds no instruction rather than a mixture of two.
     Record.Length.store(0, std::memory_order_release);
     Record.Class.store(Info.Class, std::memory_order_relaxed);
@@ -72,7 +91,7 @@ bool HasInst(U64 Addr) {
 }
 
 void FreeInsts() {
-    for (std::atomic<PAGE*>& pSlot : apPage) delete pSlot.exchange(nullptr);
+    for (std::atomic<GROUP*>& pSlot : apGroup) delete pSlot.exchange(nullptr);
 }
 
 } // namespace Core

@@ -1,4 +1,4 @@
-// The table of decoded instruction records by address, in pages of 64 KB of code.
+// The table of decoded instruction records by address, in pages that are made when they are first written to.
 //
 // Pages are filled on the main thread and read on two; a record is published by its length.
 // Nothing is freed but by Clear, which needs the device mutex.

@@ -29,11 +29,16 @@ std::atomic<U32> Generation{0};
 
 void AddBlock(BINDING& New, U64 Start, U64 Size, const U8* pData) {
     if (Size == 0 || Start + Size > ADDR_LIMIT) return;
-    BLOCK Block{Start, Start + Size, pData, nullptr};
-    const U64 NumEntries = (Size + 1) / 2;
-    Block.paLookup.reset(new std::atomic<I32>[NumEntries]);
-    for (U64 i = 0; i < NumEntries; i++) Block.paLookup[i].store(-1, std::memory_order_relaxed);
-    New.aBlock.push_back(std::move(Block));
+    New.aBlock.push_back({Start, Start + Size, pData, nullptr});
+}
+
+void MakeLookups(BINDING& New) {
+    if (New.aRegion.empty()) return;
+    for (BLOCK& Block : New.aBlock) {
+        const U64 NumEntries = (Block.End - Block.Start + 1) / 2;
+        Block.paLookup.reset(new std::atomic<I32>[NumEntries]);
+        for (U64 i = 0; i < NumEntries; i++) Block.paLookup[i].store(-1, std::memory_order_relaxed);
+    }
 }
 
 void AddBlocksAndSections(BINDING& New) {
@@ -92,11 +97,16 @@ void SetEnd(BINDING& New) {
     }
 }
 
+void Finish(BINDING& New) {
+    SetEnd(New);
+    MakeLookups(New);
+    New.BlockIndex.Build(New.aBlock);
+    New.SectionIndex.Build(New.aSection);
+}
+
 const BLOCK* FindBlock(const BINDING& B, U64 FileAddr) {
-    for (const BLOCK& Block : B.aBlock) {
-        if (FileAddr >= Block.Start && FileAddr < Block.End) return &Block;
-    }
-    return nullptr;
+    const int Index = B.BlockIndex.Find(FileAddr, 1);
+    return Index >= 0 ? &B.aBlock[static_cast<size_t>(Index)] : nullptr;
 }
 
 /// The last region at or below the address, -1 if all are above.
@@ -117,6 +127,13 @@ CBindingLock::~CBindingLock() {
 
 const BINDING& CBindingLock::Get() const {
     return Binding;
+}
+
+const U8* FindBlockData(const BINDING& B, U64 FileAddr, U64 Size) {
+    const int Index = B.BlockIndex.Find(FileAddr, Size);
+    if (Index < 0) return nullptr;
+    const BLOCK& Block = B.aBlock[static_cast<size_t>(Index)];
+    return Block.pData ? Block.pData + (FileAddr - Block.Start) : nullptr;
 }
 
 void ReplaceBinding(BINDING&& New) {
@@ -149,7 +166,7 @@ int Bind(ELF_HANDLE hFile) {
     AddBlocksAndSections(New);
     AddRegions(New);
     New.IsRelocated = FindRelocation(New);
-    SetEnd(New);
+    Finish(New);
     ReplaceBinding(std::move(New));
     return 0;
 }
@@ -166,7 +183,7 @@ void SetBlocks(const BFile::RAW_BLOCK* paBlock, U32 NumBlocks) {
     }
     BINDING New;
     for (U32 i = 0; i < NumBlocks; i++) AddBlock(New, paBlock[i].VirtAddr, paBlock[i].Size, paBlock[i].pData);
-    SetEnd(New);
+    Finish(New);
     ReplaceBinding(std::move(New));
 }
 
@@ -175,7 +192,7 @@ int FindRegion(U64 Addr) {
     const U64 Alignment = Core_GetStaticInfo().InstAlignment;
     CBindingLock Lock;
     const BLOCK* pBlock = FindBlock(Lock.Get(), FileAddr);
-    if (!pBlock) return -1;
+    if (!pBlock || !pBlock->paLookup) return -1;
     std::atomic<I32>& Lookup = pBlock->paLookup[(FileAddr - pBlock->Start) / 2];
     I32 Index = Lookup.load(std::memory_order_relaxed);
     if (Index != -1) return Index;
@@ -211,20 +228,16 @@ bool GetBlockEnd(U64 Addr, U64* pEnd) {
 
 bool IsInSection(U64 Addr) {
     const U64 FileAddr = ToFileAddr(Addr);
-    const auto Holds = [FileAddr](const auto& Range) { return FileAddr >= Range.Start && FileAddr < Range.End; };
     CBindingLock Lock;
     const BINDING& B = Lock.Get();
-    return B.hFile ? std::any_of(B.aSection.begin(), B.aSection.end(), Holds) : FindBlock(B, FileAddr) != nullptr;
+    return (B.hFile ? B.SectionIndex : B.BlockIndex).Find(FileAddr, 1) >= 0;
 }
 
 U64 GetNextBlock(U64 Addr) {
     const U64 FileAddr = ToFileAddr(Addr);
-    U64 Next = ~U64(0);
+    U64 Next = 0;
     CBindingLock Lock;
-    for (const BLOCK& Block : Lock.Get().aBlock) {
-        if (Block.Start > FileAddr) Next = std::min(Next, Addr + (Block.Start - FileAddr));
-    }
-    return Next;
+    return Lock.Get().BlockIndex.FindNext(FileAddr, &Next) ? Addr + (Next - FileAddr) : ~U64(0);
 }
 
 ELF_HANDLE GetBoundFile() {
@@ -244,17 +257,13 @@ U64 GetProgramEnd() {
 int ReadSection(U64 Addr, U32 Size, void* pBuffer) {
     const U64 FileAddr = ToFileAddr(Addr);
     CBindingLock Lock;
-    for (const SECTION& S : Lock.Get().aSection) {
-        if (FileAddr < S.Start || FileAddr + Size > S.End) continue;
-        std::memcpy(pBuffer, S.pData + (FileAddr - S.Start), Size);
-        return 0;
-    }
-    for (const BLOCK& B : Lock.Get().aBlock) {
-        if (!B.pData || FileAddr < B.Start || FileAddr + Size > B.End) continue;
-        std::memcpy(pBuffer, B.pData + (FileAddr - B.Start), Size);
-        return 0;
-    }
-    return -1;
+    const BINDING& B = Lock.Get();
+    const int Section = B.SectionIndex.Find(FileAddr, Size);
+    const U8* pData = Section >= 0 ? B.aSection[static_cast<size_t>(Section)].pData + (FileAddr - B.aSection[static_cast<size_t>(Section)].Start)
+                                   : FindBlockData(B, FileAddr, Size);
+    if (!pData) return -1;
+    std::memcpy(pBuffer, pData, Size);
+    return 0;
 }
 
 } // namespace Core

@@ -2,6 +2,7 @@
 // its mapping symbols mark. Built whole and put in place at once; lookups run on any thread.
 #pragma once
 #include "app/services/types.h"
+#include "core/cache/spanindex.h"
 #include "program/elf/elf.h"
 
 #include <atomic>
@@ -26,7 +27,7 @@ struct BLOCK {
     U64 Start;
     U64 End; ///< exclusive
     const U8* pData;
-    std::unique_ptr<std::atomic<I32>[]> paLookup; ///< region index for each 2 bytes, -1 not asked for yet
+    std::unique_ptr<std::atomic<I32>[]> paLookup; ///< region index for each 2 bytes, -1 not asked for yet; null: no regions
 };
 
 struct SECTION {
@@ -42,6 +43,8 @@ struct BINDING {
     std::vector<REGION> aRegion;    ///< by address
     std::vector<BLOCK> aBlock;
     std::vector<SECTION> aSection;
+    CSpanIndex BlockIndex;
+    CSpanIndex SectionIndex;
     std::vector<I32> aRegionOfSymbol; ///< reverse array, -1: no mapping symbol
     U64 End = 0;                    ///< behind the highest byte of the program
 };
@@ -56,6 +59,8 @@ public:
     const BINDING& Get() const;
 };
 
+/// Bytes of the program for a range at addresses in the file, null if no block with bytes holds all of it.
+const U8* FindBlockData(const BINDING& B, U64 FileAddr, U64 Size);
 /// Puts a binding in the place of the present one.
 void ReplaceBinding(BINDING&& New);
 

@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Opens files that are made to cost time or memory, and measures what they cost.
 
-    hostile.py --ask build/dev/fuzz/ask_file [--folder out] [--only name] [--files path...]
-               [--seconds 2 --megabytes 500]
+    hostile.py --ask build/dev/fuzz/ask_file | --vantrel build/dev/bin/vantrel
+               [--folder out] [--only name] [--files path...] [--seconds 2 --megabytes 500]
 
-Each file must be opened, or refused with its message, and must do neither slowly. The limits are those of an optimised
-build; without them the run only guards against a hang. A line a file: processor seconds, peak memory, outcome.
+Each file must be opened, or refused with its message, and must do neither slowly: by the layers that read programs
+alone (--ask), or by the whole debugger, which decodes code and fills its windows as well. The limits are those of an
+optimised build; without them the run only guards against a hang. A line a file: processor seconds, peak memory, outcome.
 """
 import argparse
 import os
@@ -25,9 +26,8 @@ ADDRESS_SPACE = 4 << 30  # a blow-up must not take the machine along
 GIGABYTES = {".bin": 4, ".elf": 4, ".hex": 4}  # empty files of that size
 
 
-def run(ask, path, sanitized, option):
+def run(command, sanitized):
     """(processor seconds, megabytes, exit code, lines) of one file in a process of its own."""
-    command = [ask] + ([option] if option else []) + [str(path)]
 
     def limits():
         resource.setrlimit(resource.RLIMIT_CPU, (HANG_SECONDS, HANG_SECONDS))
@@ -35,12 +35,25 @@ def run(ask, path, sanitized, option):
             resource.setrlimit(resource.RLIMIT_AS, (ADDRESS_SPACE, ADDRESS_SPACE))
 
     with tempfile.TemporaryFile() as out:
-        child = subprocess.Popen(command, stdout=out, stderr=subprocess.DEVNULL, preexec_fn=limits)
+        child = subprocess.Popen(command, stdout=out, stderr=subprocess.DEVNULL, preexec_fn=limits,
+                                 env=dict(os.environ, QT_QPA_PLATFORM="offscreen"))
         _, status, usage = os.wait4(child.pid, 0)
         out.seek(0)
         lines = out.read().decode(errors="replace").splitlines()
     child.returncode = os.waitstatus_to_exitcode(status)
     return usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024, child.returncode, lines
+
+
+def ask_debugger(vantrel, path, sanitized):
+    """As run, for a session that opens the file: the code tells whether it did, warnings and missing parts aside."""
+    with tempfile.TemporaryDirectory() as temporary:
+        project, batch = pathlib.Path(temporary, "p.bdebug"), pathlib.Path(temporary, "batch.txt")
+        project.write_text('void OnProjectLoad (void) {\n  Project.SetDevice ("VS4F-512");\n}\n')
+        batch.write_text(f'File.Open ("{path.resolve()}");\n@waitidle {HANG_SECONDS * 1000}\n')
+        command = [vantrel, str(project), "-settings", temporary, "-batch", str(batch)]
+        seconds, megabytes, code, lines = run(command, sanitized)
+    is_open = code == 0 or any(line.startswith("File.Open: completed") for line in lines)
+    return seconds, megabytes, int(not is_open) if code in (0, 1) else code, lines
 
 
 def judge(code, lines, expect):
@@ -60,7 +73,9 @@ def judge(code, lines, expect):
 
 def main():
     parser = argparse.ArgumentParser()
-    parser.add_argument("--ask", required=True)
+    program = parser.add_mutually_exclusive_group(required=True)
+    program.add_argument("--ask")
+    program.add_argument("--vantrel")
     parser.add_argument("--folder")
     parser.add_argument("--only")
     parser.add_argument("--sanitized", action="store_true", help="the program reserves address space by the terabyte")
@@ -72,8 +87,12 @@ def main():
 
     def check(name, path, expect):
         nonlocal failures
-        option = "-data" if path.suffix not in (".elf", "") else "-rows" if expect and "rows" in expect else ""
-        seconds, megabytes, code, lines = run(args.ask, path, args.sanitized, option)
+        if args.vantrel:
+            seconds, megabytes, code, lines = ask_debugger(args.vantrel, path, args.sanitized)
+            expect = expect and {"opened": expect.get("opened", True)}  # messages and counts belong to the layers
+        else:
+            option = ["-data"] if path.suffix not in (".elf", "") else ["-rows"] if expect and "rows" in expect else []
+            seconds, megabytes, code, lines = run([args.ask, *option, str(path)], args.sanitized)
         fault = judge(code, lines, expect) if expect is not None else "" if code in (0, 1) else f"ended with {code}"
         if seconds > args.seconds or megabytes > args.megabytes:
             fault += " too much"
