@@ -102,11 +102,17 @@ void tst_Perspective::cleanupTestCase()
 
 void tst_Perspective::firstRun()
 {
-    for (const char* sName : {"Console", "Registers 1"}) QVERIFY2(Find(sName)->IsOpen(), sName);
     CMainWindow& Main = CMainWindow::Get();
+    QStringList Open;
+    for (const CWindow* pWindow : Main.GetWindows())
+        if (pWindow->GetDock() && pWindow->IsOpen()) Open.append(pWindow->GetName());
+    Open.sort();
+    QCOMPARE(Open, (QStringList{"Console", "Registers 1"}));
     for (int i = 0; i < NUM_TOOLBARS; i++)
         QCOMPARE(Main.GetToolBar(TOOLBAR_INDEX(i))->isVisible(), TOOLBARS[i].ShownAtFirst);
     QCOMPARE(Main.tabShape(), QTabWidget::Triangular);
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Local Data"));
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Call Stack"));
     int Index = -1;
     const QTabBar* pTabs = FindTab("Call Stack", &Index); // dressed before anything was clicked
     QVERIFY(pTabs && pTabs->isMovable() && pTabs->shape() == QTabBar::RoundedNorth && !pTabs->accessibleName().isEmpty());

@@ -282,6 +282,8 @@ bool CBatchRunner::DoPrint(const BATCH_STEP& Step)
     }
     CWindow* pWindow = RequireWindow(Words.join(' '));
     if (!pWindow) return false;
+    // A closed window follows nothing: whoever wants to read one opens it.
+    if (!pWindow->IsOpen() && CMainWindow::Get().ShowWindow(pWindow->GetName())) Settle();
     for (int Round = 0; Round < 20 && pWindow->PrepareText(Depth); Round++) Settle();
     for (const QString& sLine : pWindow->GetText(Depth)) Print(sLine);
     return true;

@@ -63,9 +63,7 @@ void CMainWindow::ApplyDefaultLayout()
     tabifyDockWidget(m_W.pRegisters->GetDock(), m_W.pDisassembly->GetDock());
     for (const char* sName : {"Functions", "Memory 1"})
         if (CWindow* pWindow = FindWindow(QLatin1String(sName), false)) pWindow->GetDock()->show();
-    for (CWindow* pWindow : QList<CWindow*>{m_W.pRegisters, m_W.pConsole, m_W.pCallStack, m_W.pBreakpoints,
-                                            m_W.pDisassembly, m_W.pLocals})
-        pWindow->GetDock()->show();
+    for (CWindow* pWindow : QList<CWindow*>{m_W.pRegisters, m_W.pConsole}) pWindow->GetDock()->show();
     m_W.pCallStack->GetDock()->raise();
     m_W.pRegisters->GetDock()->raise();
     // The code has the most room on every screen: what stands around it gets its part, within what its columns can use.
