@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <algorithm>
+#include <vector>
 
 namespace BFile {
 
@@ -29,6 +30,13 @@ qsizetype FindLineEnd(const QByteArray& Chunk, qsizetype From)
 }
 
 bool IsBlank(char c) { return QChar::fromLatin1(c).isSpace(); }
+
+/// Bytes for an address, and where they are.
+struct PIECE {
+    U32 Addr;
+    U32 Size; ///< bytes
+    size_t Pos;
+};
 
 /// Parser of the text formats with what it keeps from line to line.
 class CTextReader {
@@ -58,8 +66,10 @@ public:
         }
     }
 
+    /// The data that were taken, as blocks.
+    QList<CFileBlock> GetBlocks();
+
     int FirstBadLine = -1;
-    QList<CFileBlock> aBlock;
 
 private:
     bool _TakeLine(QByteArrayView Line)
@@ -72,44 +82,49 @@ private:
         }
         const bool IsData = m_IsHex ? Rec.Type == 0 : Rec.Type >= 1 && Rec.Type <= 3;
         if (!IsData || !Rec.Size) return true;
-        aBlock.append(CFileBlock{Rec.Addr, Rec.Size, Rec.Addr, Rec.Data, {}});
+        m_aPiece.push_back({Rec.Addr, Rec.Size, static_cast<size_t>(m_Data.size())});
+        m_Data.append(Rec.Data);
         return true;
     }
 
     bool m_IsHex;
     U32 m_Base = 0;
     int m_LineNo = 0;
+    QByteArray m_Data; ///< of all records, one behind the other: a file has millions of them
+    std::vector<PIECE> m_aPiece;
 };
 
-} // namespace
-
-QList<CFileBlock> MergeBlocks(QList<CFileBlock> aBlock)
+/// Sorts the pieces by address and joins those that touch or overlap; where they overlap the later one in sorted order
+/// wins. pData is what their positions count from.
+QList<CFileBlock> MergeBlocks(std::vector<PIECE>& aPiece, const char* pData)
 {
-    if (aBlock.size() < 2) return aBlock;
-    std::stable_sort(aBlock.begin(), aBlock.end(), [](const CFileBlock& a, const CFileBlock& b) { return a.LoadAddr < b.LoadAddr; });
+    std::stable_sort(aPiece.begin(), aPiece.end(), [](const PIECE& a, const PIECE& b) { return a.Addr < b.Addr; });
     QList<CFileBlock> aMerged;
-    U32 Difference = 0;
-    for (qsizetype First = 0; First < aBlock.size();) {
-        const U64 Start = aBlock[First].LoadAddr;
-        U64 End = Start + aBlock[First].Size;
-        qsizetype Last = First + 1;
-        for (; Last < aBlock.size() && aBlock[Last].LoadAddr <= End; Last++) {
-            End = std::max<U64>(End, static_cast<U64>(aBlock[Last].LoadAddr) + aBlock[Last].Size);
+    for (size_t First = 0; First < aPiece.size();) {
+        const U64 Start = aPiece[First].Addr;
+        U64 End = Start + aPiece[First].Size;
+        size_t Last = First + 1;
+        for (; Last < aPiece.size() && aPiece[Last].Addr <= End; Last++) {
+            End = std::max<U64>(End, static_cast<U64>(aPiece[Last].Addr) + aPiece[Last].Size);
         }
-        Difference = aBlock[First].LoadAddr - aBlock[First].VirtAddr;
         CFileBlock Range;
-        Range.LoadAddr = static_cast<U32>(Start);
+        Range.LoadAddr = Range.VirtAddr = static_cast<U32>(Start);
         Range.Size = static_cast<U32>(End - Start);
         Range.Data.resize(static_cast<qsizetype>(End - Start));
-        for (qsizetype i = First; i < Last; i++) {
-            std::copy(aBlock[i].Data.begin(), aBlock[i].Data.end(), Range.Data.begin() + static_cast<qsizetype>(aBlock[i].LoadAddr - Start));
+        for (; First < Last; First++) {
+            std::copy_n(pData + aPiece[First].Pos, aPiece[First].Size, Range.Data.begin() + static_cast<qsizetype>(aPiece[First].Addr - Start));
         }
         aMerged.append(Range);
-        First = Last;
     }
-    for (CFileBlock& Block : aMerged) Block.VirtAddr = Block.LoadAddr - Difference;
     return aMerged;
 }
+
+QList<CFileBlock> CTextReader::GetBlocks()
+{
+    return MergeBlocks(m_aPiece, m_Data.constData());
+}
+
+} // namespace
 
 CFileWorker& CFileWorker::Instance()
 {
@@ -205,7 +220,7 @@ QList<CFileBlock> CFileWorker::_ReadText(const QString& sPath, int& FirstBadLine
     }
     _EndProgress();
     FirstBadLine = Reader.FirstBadLine;
-    return MergeBlocks(Reader.aBlock);
+    return Reader.GetBlocks();
 }
 
 QList<CFileBlock> CFileWorker::_ReadElf(const QString& sPath)

@@ -19,10 +19,6 @@ struct PROGRESS_HOOKS {
     std::function<void()> End;
 };
 
-/// Sorts blocks by load address and joins those that touch or overlap; where they overlap the later one in
-/// sorted order wins.
-QList<CFileBlock> MergeBlocks(QList<CFileBlock> aBlock);
-
 class CFileWorker : public QObject {
     Q_OBJECT
 public:
