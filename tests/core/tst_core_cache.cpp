@@ -2,6 +2,8 @@
 // runs of code, texts and labels, ranges that are refused, and reading on two threads while one decodes.
 #include "app/services/log.h"
 #include "core/cache/core.h"
+#include "core/cache/instcache.h"
+#include "core/cache/spanindex.h"
 #include "core/host/corecalls.h"
 #include "core/host/corehooks.h"
 #include "core/host/corehost.h"
@@ -458,6 +460,59 @@ private slots:
         IsDone = true;
         Worker.join();
         QVERIFY(NumRounds > 0);
+    }
+
+    /// Every field of a record comes back, however strange the plug-in that made it and however many kinds there are.
+    void Records() {
+        constexpr U32 NUM_RECORDS = 20'000;
+        const auto Make = [](U32 i) {
+            const U64 Target = i % 3 ? U64(i) * 0x9E3779B97F4A7C15ull : i * 2;
+            return CORE_INST_INFO{i % 7, static_cast<I32>(i % 5) - 1, Target, static_cast<I32>(i % 4001) - 2000, i % 11 ? i : ~i};
+        };
+        const auto GetAddr = [](U32 i) { return i * 0x346DCu; }; // over the whole address space
+        for (const bool Again : {false, true}) {
+            for (U32 i = 0; i < NUM_RECORDS; i++) Core::StoreInst(GetAddr(i), Make(i + Again));
+            for (U32 i = 0; i < NUM_RECORDS; i++) {
+                const CORE_INST_INFO Expected = Make(i + Again);
+                CORE_INST_INFO Info;
+                QCOMPARE(Core::LoadInst(GetAddr(i), &Info), Expected.Length > 0);
+                QCOMPARE(Core::HasInst(GetAddr(i)), Expected.Length > 0);
+                QVERIFY(!Core::HasInst(GetAddr(i) + 2));
+                if (Expected.Length > 0) QVERIFY2(std::memcmp(&Info, &Expected, sizeof Info) == 0, qPrintable(QString::number(i)));
+            }
+        }
+        Core::ClearCache();
+        QVERIFY(!Core::HasInst(GetAddr(3)));
+    }
+
+    /// The first range in the list that holds what is asked for, against a walk over all.
+    void Spans() {
+        struct RANGE {
+            U64 Start, End;
+        };
+        QRandomGenerator Random(7);
+        for (const U32 MaxSize : {8u, 100u, 4000u}) { // apart, some over others, all in a heap
+            std::vector<RANGE> aRange;
+            for (int i = 0; i < 200; i++) {
+                const U64 Start = Random.bounded(5000u);
+                aRange.push_back({Start, Start + Random.bounded(MaxSize)});
+            }
+            Core::CSpanIndex Index;
+            Index.Build(aRange);
+            for (U64 Addr = 0; Addr < 10'000; Addr += 3) {
+                const U64 Size = 1 + Random.bounded(MaxSize);
+                int Expected = -1;
+                U64 NextExpected = ~U64(0), Next = ~U64(0);
+                for (int i = 0; i < 200; i++) {
+                    const RANGE& Range = aRange[static_cast<size_t>(i)];
+                    if (Expected < 0 && Addr >= Range.Start && Addr + Size <= Range.End) Expected = i;
+                    if (Range.Start > Addr) NextExpected = std::min(NextExpected, Range.Start);
+                }
+                QCOMPARE(Index.Find(Addr, Size), Expected);
+                QCOMPARE(Index.FindNext(Addr, &Next), NextExpected != ~U64(0));
+                QCOMPARE(Next, NextExpected);
+            }
+        }
     }
 
     void cleanupTestCase() {
