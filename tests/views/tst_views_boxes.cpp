@@ -95,6 +95,10 @@ void tst_views_boxes::messageBoxMemory()
         return Answer;
     };
     Press(QDialogButtonBox::No, false);
+    QCOMPARE(CMessageBox::AskWithThird(MSGBOX_SOURCES_MODIFIED), 0);
+    QTimer::singleShot(0, qApp, [] { QTest::keyClick(qApp->activeModalWidget(), Qt::Key_Escape); });
+    QCOMPARE(CMessageBox::AskWithThird(MSGBOX_SOURCES_MODIFIED), 2);
+    Press(QDialogButtonBox::No, false);
     QCOMPARE(Show("one", MSGBOX_MODE_REMEMBER), QDialogButtonBox::No);
     ShowUnseen("one", MSGBOX_MODE_REMEMBER);
     QVERIFY(Shown); // not ticked: it asks again

@@ -177,6 +177,7 @@ CMessageBox::BUTTON CMessageBox::Show()
     // Esc closes without a button: the answer that changes nothing.
     if (m_Pressed == QDialogButtonBox::NoButton) {
         if (m_Buttons & QDialogButtonBox::Cancel) return QDialogButtonBox::Cancel;
+        if (m_Buttons & QDialogButtonBox::RestoreDefaults) return QDialogButtonBox::NoButton; // neither yes nor no
         if (m_Buttons & QDialogButtonBox::No) return QDialogButtonBox::No;
         return GetDefaultButton(m_Buttons);
     }
