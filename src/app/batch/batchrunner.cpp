@@ -100,25 +100,6 @@ U64 CBatchRunner::GetErrorCount() const
     return GetActionErrorCount() + CConsoleWindow::Get().GetLogErrorCount();
 }
 
-int CBatchRunner::OnMessageBox(const QString& sTitle, const QString& sText, int Buttons)
-{
-    const auto Offered = CMessageBox::BUTTONS(Buttons);
-    int Answer = CMessageBox::GetDefaultButton(Offered);
-    if (!m_Answers.isEmpty()) {
-        const QString sAnswer = m_Answers.takeFirst();
-        const int Found = CMessageBox::FindButton(sAnswer, Offered);
-        if (Found)
-            Answer = Found;
-        else
-            Fail(QStringLiteral("the box \"%1\" has no button \"%2\"").arg(sTitle.trimmed(), sAnswer));
-    }
-    CConsoleWindow::Get().Flush();
-    Print(QStringLiteral("[%1] %2 (%3) -> %4")
-              .arg(sTitle.trimmed(), sText, CMessageBox::GetButtonNames(Offered).join(QStringLiteral(", ")),
-                   CMessageBox::GetButtonName(Answer)));
-    return Answer;
-}
-
 bool CBatchRunner::Fail(const QString& sText)
 {
     Print(QStringLiteral("batch: ") + sText);
@@ -177,16 +158,11 @@ void CBatchRunner::Run()
         QTimer::singleShot(RETRY_MS, this, &CBatchRunner::Run);
         return;
     }
+    m_LoopLevel = QThread::currentThread()->loopLevel();
+    WatchLoops();
     Settle();
     m_NumErrorsTold = GetErrorCount(); // those of the start were told as they came
-    for (int i = 0; i < m_Lines.size() && !m_Quit && !IsProgramLeft(); i++) {
-        const BATCH_STEP Step = ParseBatchLine(m_Lines[i], i + 1);
-        if (Step.Kind == BATCH_STEP_NONE) continue;
-        if (RunStep(Step)) continue;
-        if (m_sFirstFailure.isEmpty()) m_sFirstFailure = QStringLiteral("%1:%2: %3").arg(m_sFile).arg(Step.Line).arg(Step.Text);
-        m_Status = BATCH_FAILED;
-        if (!m_KeepGoing) break;
-    }
+    while (HasNextStep()) RunNextStep();
     if (!m_sFirstFailure.isEmpty()) std::fprintf(stderr, "vantrel: batch failed at %s\n", qPrintable(m_sFirstFailure));
     // A session that is still there is ended in order before the window closes.
     m_Answers.clear();
@@ -195,6 +171,16 @@ void CBatchRunner::Run()
         Settle();
     }
     QCoreApplication::exit(m_Status);
+}
+
+void CBatchRunner::RunNextStep()
+{
+    const qsizetype Line = m_Next++;
+    const BATCH_STEP Step = ParseBatchLine(m_Lines[Line], int(Line) + 1);
+    if (Step.Kind == BATCH_STEP_NONE || RunStep(Step)) return;
+    if (m_sFirstFailure.isEmpty()) m_sFirstFailure = QStringLiteral("%1:%2: %3").arg(m_sFile).arg(Step.Line).arg(Step.Text);
+    m_Status = BATCH_FAILED;
+    if (!m_KeepGoing) m_Next = m_Lines.size();
 }
 
 bool CBatchRunner::RunStep(const BATCH_STEP& Step)

@@ -5,6 +5,9 @@
 //   if (!Runner.Open()) return 2;
 //   QTimer::singleShot(0, &Runner, &CBatchRunner::Run);
 //
+// A dialog or menu that waits for a user in an event loop of its own gets the directives that follow, as key strokes and
+// clicks or as an answer; before the next command it is closed. So nothing ever waits for a user who isn't there.
+//
 // Main thread only.
 #pragma once
 #include "app/batch/batchscript.h"
@@ -13,10 +16,12 @@
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <QPointer>
 #include <QStringList>
 #include <functional>
 
 class CWindow;
+class QDialog;
 class QWidget;
 
 enum BATCH_STATUS { BATCH_OK = 0, BATCH_FAILED = 1, BATCH_BAD_ARGUMENTS = 2 };
@@ -45,12 +50,20 @@ private:
     };
     static const DIRECTIVE DIRECTIVES[];
 
+    bool HasNextStep() const { return m_Next < m_Lines.size() && !m_Quit && !IsProgramLeft(); }
+    void RunNextStep();
     bool RunStep(const BATCH_STEP& Step);
     bool RunCommand(const BATCH_STEP& Step);
     bool Fail(const QString& sText);
     void Print(const QString& sText);
     U64 GetErrorCount() const; ///< of commands and of the log since the start
     int OnMessageBox(const QString& sTitle, const QString& sText, int Buttons);
+    int TakeAnswer(const QString& sTitle, int Buttons, int Default); ///< the next answer, or the default
+    void PrintBox(const QString& sTitle, const QString& sText, int Buttons, int Answer);
+    void WatchLoops();
+    void OnLoopWatched();
+    void Serve(const QPointer<QWidget>& pWaiting);
+    void AnswerDialog(QDialog* pDialog);
     void Settle();
     static bool IsProgramLeft();
     QString GetUnsettled() const; ///< what is still under way; empty when all has settled
@@ -78,6 +91,8 @@ private:
     QString m_sFile;
     bool m_KeepGoing;
     QStringList m_Lines;
+    qsizetype m_Next = 0;         ///< index of the line to run next
+    int m_LoopLevel = 0;          ///< depth of event loops in which lines are run
     int m_Status = BATCH_OK;
     bool m_Quit = false;
     CPaintPacer m_PaintPacer;

@@ -27,6 +27,14 @@ QAction* FindAction(const QString& sName)
     return nullptr;
 }
 
+/// Without a window manager nobody gives the focus back when the dialog that had it is gone.
+void TakeFocus()
+{
+    if (QApplication::activeWindow() || QApplication::activePopupWidget()) return;
+    CMainWindow::Get().activateWindow();
+    QCoreApplication::processEvents();
+}
+
 QWidget* Target()
 {
     if (QWidget* pFocus = QApplication::focusWidget()) return pFocus;
@@ -73,6 +81,7 @@ bool UserInput::PressKeys(const QString& sSequence)
 {
     const QKeySequence Sequence = QKeySequence::fromString(sSequence, QKeySequence::PortableText);
     if (Sequence.isEmpty() || Sequence[0].key() == Qt::Key_unknown) return false;
+    TakeFocus();
     for (int i = 0; i < Sequence.count(); i++) {
         const QKeyCombination Combination = Sequence[uint(i)];
         const bool Plain = !(Combination.keyboardModifiers() & (Qt::ControlModifier | Qt::AltModifier));
@@ -112,6 +121,7 @@ bool UserInput::Click(CWindow* pWindow, int Row, int Column)
 
 void UserInput::TypeText(const QString& sText)
 {
+    TakeFocus();
     for (qsizetype i = 0; i < sText.size(); i++) {
         if (sText[i] == '\\' && i + 1 < sText.size() && sText[i + 1] == 'n') {
             SendKey(Qt::Key_Return, Qt::NoModifier, QStringLiteral("\r"));
