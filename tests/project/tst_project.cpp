@@ -210,10 +210,9 @@ void tst_project::WriteFailures()
     // A write-protected file stays as it was, although its folder could take another in its place.
     QFile File(Rig.Put("ro.bdebug", PROJECT));
     File.setPermissions(QFileDevice::ReadOwner);
-    if (!QFileInfo(File.fileName()).isWritable()) { // root may write everything
-        QVERIFY(!Project.WriteSettings(File.fileName(), true, {"Project.SetDevice (\"x\");"}, {}));
-        QVERIFY(Rig.Boxes.last().contains("write-protected"));
-    }
+    QVERIFY(!Project.WriteSettings(File.fileName(), true, {"Project.SetDevice (\"x\");"}, {})); // not even root's
+    QVERIFY(Rig.Boxes.last().contains("write-protected"));
+    QCOMPARE(Rig.Bytes("ro.bdebug"), QByteArray(PROJECT));
     QVERIFY(!Project.WriteSettings(Rig.In("no/such/folder/p.bdebug"), true, {}, {}));
     QVERIFY(Rig.Console.contains(Rig.Boxes.last().replace("\n", "\n")));
 }
@@ -521,6 +520,8 @@ void tst_project::WarningsAreToldOnce()
     QCOMPARE(Project.LogScriptError(), 0);
     Project.AddWarning(Warnings[0].toUpper()); // the same but for case
     QCOMPARE(Project.LogNewWarnings(), 0);
+    Project.ForgetScriptErrors(); // as after a reload, whose text may have the same error again
+    QCOMPARE(Project.LogNewWarnings(), 1);
     Project.Close();
     BScript::Load(sPath);
     BScript::RunEvent(EVENT_ON_PROJECT_LOAD);
@@ -593,6 +594,17 @@ void tst_project::SaveKeepsUserText()
     QVERIFY2(s.contains("\tUtil.Log(\"{kept}\");\n") && s.contains("File.Open (\"$(ProjectDir)/a.elf\");"),
              qPrintable(s));
     QCOMPARE(Rig.Bytes("p.bdebug"), QByteArray(PROJECT));
+    // What a project with an error asks for isn't in force, so nothing of it is replaced.
+    for (const QByteArray& Text : {QByteArray("\xEF\xBB\xBFint x;\r\nvoid OnProjectLoad (void) {\r\n  Project.SetDevice (\"A\");\n}\n"),
+                                   QByteArray("void OnProjectLoad (void) {\n  Bad;\n  Project.SetDevice (\"A\");\n}\n")}) {
+        const QString sBad = Rig.Put("bad.bdebug", Text);
+        if (BScript::Load(sBad) == 0) BScript::RunEvent(EVENT_ON_PROJECT_LOAD);
+        QVERIFY(BScript::HasLoadFailed());
+        Rig.Console.clear();
+        QVERIFY(Project.Save(Rig.In("badcopy.bdebug")));
+        QCOMPARE(Rig.Bytes("badcopy.bdebug"), Text);
+        QCOMPARE(Rig.Console, QStringList()); // the text isn't tried once more
+    }
 }
 
 void tst_project::CommandLine()

@@ -337,8 +337,12 @@ int CountCommand(const QString& sText, int Id)
 // text a new one is made.
 QString CProject::_GetTextToSave(const QString& sPath, const QString& sOldPath) const
 {
-    const QStringList Commands = GetCommandsFromSettings();
     QString sText;
+    // What is in force isn't what a project with an error asks for; its text is the better one.
+    if (BScript::HasLoadFailed() && ReadTextFile(sOldPath, &sText) && !sText.isEmpty()) {
+        return sText;
+    }
+    const QStringList Commands = GetCommandsFromSettings();
     // Another file that is saved over becomes this project; only a project that has no file yet
     // takes the text of the one that it is given.
     if (sPath == sOldPath || sOldPath.isEmpty()) {
@@ -398,8 +402,8 @@ bool CProject::Save(const QString& sPath)
     }
     if (!BScript::GetScriptText().isEmpty()) {
         BScript::SetTextHash(sText);
-    } else {
-        BScript::LoadText(sText);
+    } else if (BScript::IsLoaded() || BScript::IsFileChanged()) {
+        BScript::LoadText(sText); // but not the text once more that has just failed to load
     }
     m_Modified = false;
     emit ModifiedChanged(false);
