@@ -139,6 +139,21 @@ void tst_project::Edit_data()
     QTest::newRow("user marker before the dialog marker")
         << Head + User + "  u;\n" + Dialog + "  a;\n" + Foot << QStringList{Device} << QStringList{} << true
         << Head + User + "  u;\n" + Dialog + "  " + Device + "\n  a;\n" + Foot << 0;
+    QTest::newRow("a command over several lines goes as one")
+        << Head + Dialog + "  Project.SetDevice ( // which\n    \"a)\" /* (\n */\n  );\n  Other(1,\n    2);\n" + User + Foot
+        << QStringList{Device} << QStringList{"Project.SetDevice"} << true
+        << Head + Dialog + "  " + Device + "\n  Other(1,\n  2);\n" + User + Foot << 0;
+    QTest::newRow("a variable on a line behind its command")
+        << Head + Dialog + "  Edit.SysVar (\n    VAR_VERIFY_DOWNLOAD, 0);\n  Other(1;\n  a;\n" + User + Foot << QStringList{}
+        << QStringList{GetVarCommandName(VAR_VERIFY_DOWNLOAD)} << true
+        << Head + Dialog + "  Other(1;\n  a;\n" + User + Foot << 0;
+    QTest::newRow("a comment over several lines opens no command")
+        << Head + Dialog + "  /* (see\n  below */\n  Project.SetDevice(1);\n  a;\n" + User + Foot << QStringList{}
+        << QStringList{"Project.SetDevice"} << true << Head + Dialog + "  /* (see\n  below */\n  a;\n" + User + Foot << 0;
+    QTest::newRow("an old name goes with the new one")
+        << Head + Dialog + "  Project.SetTIFScanChain (1, 4);\n" + User + Foot
+        << QStringList{"Project.SetJTAGConfig (0, 4);"} << QStringList{"Project.SetJTAGConfig"} << true
+        << Head + Dialog + "  Project.SetJTAGConfig (0, 4);\n" + User + Foot << 0;
     QTest::newRow("brace behind the last line")
         << Head + User + "  u; }\n"
         << QStringList{Util} << QStringList{} << false << Head + User + "  u;\n  " + Util + "\n}\n"

@@ -6,6 +6,7 @@
 #include "app/actions/constants.h"
 #include "app/services/log.h"
 #include "project/file/deviceparams.h"
+#include "project/file/projectlines.h"
 #include "project/file/projecttext.h"
 #include "project/finder/filefinder.h"
 #include "project/settings/sysvars.h"
@@ -57,6 +58,19 @@ QString TargetIFName(I64 Value)
     return QStringLiteral("SWD");
 }
 
+int CountCommand(const QString& sText, int Id)
+{
+    int Begin = 0;
+    int End = 0;
+    int Count = 0;
+    if (FindProjectLoadBody(sText, &Begin, &End)) {
+        const QStringList Lines = sText.mid(Begin, End - Begin).split(QLatin1Char('\n'));
+        for (const PROJECT_STATEMENT& Statement : SplitStatements(Lines)) {
+            Count += FindCommand(GetNameOfCommandText(Statement.Code)) == Id ? 1 : 0;
+        }
+    }
+    return Count;
+}
 } // namespace
 
 QString FormatTIFSpeed(I64 Hz)
@@ -251,11 +265,7 @@ bool CProject::WriteCmdLineSettings(const QString& sPath)
     QString sBefore;
     QString sAfter;
     ReadTextFile(sPath, &sBefore);
-    int Begin = 0;
-    int End = 0;
-    const bool HasDescriptions =
-        FindProjectLoadBody(sBefore, &Begin, &End) &&
-        sBefore.mid(Begin, End - Begin).contains(GetCommandName(ACT_PROJECT_ADD_SVD_FILE));
+    const bool HasDescriptions = CountCommand(sBefore, ACT_PROJECT_ADD_SVD_FILE) > 0;
     QStringList Commands;
     QStringList Names;
     for (const QString& sCommand : m_CmdLineCommands) {
@@ -316,19 +326,6 @@ bool IsSameFile(const QString& sLine, const QString& sCommand)
     const QString sNamed = QFileInfo(Finder.Resolve(Line.Params.value(0))).canonicalFilePath();
     return !sNamed.isEmpty() &&
            sNamed == QFileInfo(Finder.Expand(Command.Params.value(0))).canonicalFilePath();
-}
-
-int CountCommand(const QString& sText, int Id)
-{
-    int Begin = 0;
-    int End = 0;
-    int Count = 0;
-    if (FindProjectLoadBody(sText, &Begin, &End)) {
-        for (const QString& sLine : sText.mid(Begin, End - Begin).split(QLatin1Char('\n'))) {
-            Count += FindCommand(GetNameOfCommandText(sLine.trimmed())) == Id ? 1 : 0;
-        }
-    }
-    return Count;
 }
 } // namespace
 
