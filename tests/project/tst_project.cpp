@@ -362,6 +362,7 @@ void tst_project::Commands_data()
     Row("Project.SetHostIF (\"USB\", \"600000001\")", "2=600000001 3=1 4=1");
     Row("Project.SetHostIF (\"USB\", \"name\")", "2=0 3=0 4=1", "invalid parameter: name");
     Row("Project.SetHostIF (\"IP\", \"10.0.0.1\")", "4=2 18=10.0.0.1");
+    Row("Project.SetHostIF (\"IP\", \"\")", "4=2 18=192.168.0.1");
     Row("Project.SetHostIF (\"WLAN\", \"\")", "", "invalid parameter: WLAN");
     Row("Project.SetTargetIF (\"SWD\")", "5=1");
     Row("Project.SetTargetIF (\"cjtag\")", "5=7");
