@@ -241,13 +241,14 @@ void tst_bscript::NestingLimit()
     int Deepest = 0;
     Rig.OnOther = [&](int) { // as a halt's report does that arrives during a wait
         Deepest = qMax(Deepest, BScript::GetCallDepth());
-        Results.prepend(BScript::RunEvent(EVENT_AFTER_TARGET_HALT));
+        Results.prepend(BScript::ExecScriptFunction(EVENT_AFTER_TARGET_HALT));
         QCOMPARE(BScript::GetRunningEvent(), int(EVENT_AFTER_TARGET_HALT));
     };
     QCOMPARE(BScript::LoadText("void AfterTargetHalt (void) { Util.Log(\"x\"); }"), 0);
     QCOMPARE(BScript::RunEvent(EVENT_AFTER_TARGET_HALT), 0);
     QCOMPARE(Deepest, 11);
     QCOMPARE(Results.count(-5), 1); // the twelfth is refused
+    QCOMPARE(Rig.Console.filter("maximum call").join('|'), QString("AfterTargetHalt: maximum call level reached"));
     QCOMPARE(Results.count(0), 10);
     QCOMPARE(BScript::GetCallDepth(), 0);
     QCOMPARE(BScript::GetRunningEvent(), -1);
@@ -439,6 +440,14 @@ void tst_bscript::ChangeOnDisk()
     QVERIFY(BScript::HasEvent(EVENT_TARGET_RESET));
     QVERIFY(QFile::remove(sPath));
     QVERIFY(!BScript::IsFileChanged());
+    // A mistake is mended in the file: the script is there, but its settings come into force by its function alone.
+    QVERIFY(BScript::Load(Rig.Put("q.bdebug", "x\n")) < 0);
+    QVERIFY(BScript::HasLoadFailed());
+    Rig.Put("q.bdebug", "void OnProjectLoad (void) { }\n");
+    QCOMPARE(BScript::ReloadIfChanged(), 1);
+    QVERIFY(BScript::HasLoadFailed() && !BScript::HasError());
+    QCOMPARE(BScript::RunEvent(EVENT_ON_PROJECT_LOAD), 0);
+    QVERIFY(!BScript::HasLoadFailed());
 }
 
 void tst_bscript::Wrapper()

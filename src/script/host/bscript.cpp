@@ -259,7 +259,9 @@ int ReloadIfChanged()
     if (IsRunning() || !IsFileChanged()) {
         return 0;
     }
+    const bool WasFailed = HasLoadFailed();
     Load(QString(S().sProjectPath));
+    S().LoadEventFailed = WasFailed; // a new text doesn't run its OnProjectLoad until it is opened again
     return 1;
 }
 

@@ -78,7 +78,7 @@ int ExecScriptFunction(const QString& sName, int NumArgs = 0, const I64* aArgs =
 
 bool IsLoaded();
 bool HasError();  ///< the last load or call failed
-/// The text has an error or OnProjectLoad hasn't come to its end: not all settings are in force.
+/// The text has an error or OnProjectLoad hasn't come to its end: not all settings are in force. Stays over a reload.
 bool HasLoadFailed();
 bool IsRunning(); ///< an event function or any call is under way
 int GetCallDepth();

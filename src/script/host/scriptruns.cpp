@@ -199,6 +199,8 @@ int ExecLogged(const QString& sName, int EventId, int NumArgs, const I64* aArgs,
     }
     LogDebug(QStringLiteral("Executing script function: ") + sName);
     const int Result = RunFunction(sName, EventId, NumArgs, aArgs, pResult);
+    // Nobody else tells of an event whose function is left out.
+    if (Result == RUN_TOO_DEEP && EventId >= 0) LogError(sName + QStringLiteral(": ") + GetErrorText());
     if (TellErrors() && S().Hooks.ShowConsole) {
         S().Hooks.ShowConsole();
     }
