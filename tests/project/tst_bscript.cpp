@@ -18,6 +18,7 @@ private slots:
     void RunResults();
     void EventErrorShutsScriptDown();
     void NestedErrorEndsOuterRun();
+    void AllErrorsOfARun();
     void NestingLimit();
     void CloseWithinCall();
     void EndlessLoopEnds();
@@ -159,6 +160,8 @@ void tst_bscript::RunResults()
     BScript::RequestClose();
     QCOMPARE(BScript::RunFunction("F", -1, 2, aArgs, &Value), 0); // nothing runs
     QCOMPARE(BScript::GetErrorText(), QString("script is closing"));
+    ExecuteCommand("Script.Exec (\"F\", 1)");
+    QCOMPARE(Rig.Console.last(), QString("Not executing script function: F. Project is about to close"));
 }
 
 void tst_bscript::EventErrorShutsScriptDown()
@@ -199,6 +202,38 @@ void tst_bscript::NestedErrorEndsOuterRun()
     QVERIFY(BScript::HasEvent(EVENT_TARGET_RESET));
 }
 
+// A bad argument leaves out its statement alone, so a run can have several errors; every one is told, and once.
+void tst_bscript::AllErrorsOfARun()
+{
+    CProjectRig Rig;
+    const auto Told = [&Rig] { return Rig.Console.filter("script interpretation failure").join('|'); };
+    const QString sScript = "void TargetReset (void) {\n  int i;\n  i = 0;\n  while (i < 3) {\n    Util.Log (Nothing);\n"
+                            "    i += 1;\n  }\n  Util.Log (\"\\q\");\n  Util.Log (\"end\");\n}\n"
+                            "int G (int a) {\n  Util.Log (Nothing);\n  return 7 / a;\n}";
+    QCOMPARE(BScript::LoadText(sScript), 0);
+    QCOMPARE(BScript::ExecScriptFunction(EVENT_TARGET_RESET), 0);
+    QCOMPARE(Rig.Calls, QStringList{"Util.Log(end)"});
+    const QStringList Errors{"unknown identifier at line 5", "unexpected escape character at line 8"};
+    QCOMPARE(BScript::GetErrorTexts(), Errors);
+    QVERIFY2(Told().contains(Errors[0]) && Told().contains(Errors[1]) && Told().count('|') == 1, qPrintable(Told()));
+    // A refused call leaves them as they are.
+    QCOMPARE(BScript::RunEvent(EVENT_TARGET_RESET), -4);
+    QCOMPARE(BScript::GetErrorTexts(), Errors);
+    // A call with arguments keeps the script usable, but what it went on behind isn't lost either.
+    QCOMPARE(BScript::LoadText(sScript), 0);
+    Rig.Console.clear();
+    ExecuteCommand("Script.Exec (\"G\", 1)");
+    QCOMPARE(GetActionResult(ACT_SCRIPT_EXEC), I64(7));
+    QVERIFY2(Told().contains("unknown identifier at line 12") && !BScript::HasError(), qPrintable(Told()));
+    // The error that ends it is the command's own, and its result none of an earlier call.
+    Rig.Console.clear();
+    ExecuteCommand("Script.Exec (\"G\", 0)");
+    QVERIFY2(Rig.Errors.join('|').contains("division by zero at line 13"), qPrintable(Rig.Errors.join('|')));
+    QCOMPARE(GetActionResult(ACT_SCRIPT_EXEC), I64(-1));
+    QCOMPARE(Told(), QString());
+    QCOMPARE(BScript::GetErrorTexts(), QStringList{"unknown identifier at line 12"});
+}
+
 void tst_bscript::NestingLimit()
 {
     CProjectRig Rig;
@@ -206,13 +241,14 @@ void tst_bscript::NestingLimit()
     int Deepest = 0;
     Rig.OnOther = [&](int) { // as a halt's report does that arrives during a wait
         Deepest = qMax(Deepest, BScript::GetCallDepth());
-        Results.prepend(BScript::RunEvent(EVENT_AFTER_TARGET_HALT));
+        Results.prepend(BScript::ExecScriptFunction(EVENT_AFTER_TARGET_HALT));
         QCOMPARE(BScript::GetRunningEvent(), int(EVENT_AFTER_TARGET_HALT));
     };
     QCOMPARE(BScript::LoadText("void AfterTargetHalt (void) { Util.Log(\"x\"); }"), 0);
     QCOMPARE(BScript::RunEvent(EVENT_AFTER_TARGET_HALT), 0);
     QCOMPARE(Deepest, 11);
     QCOMPARE(Results.count(-5), 1); // the twelfth is refused
+    QCOMPARE(Rig.Console.filter("maximum call").join('|'), QString("AfterTargetHalt: maximum call level reached"));
     QCOMPARE(Results.count(0), 10);
     QCOMPARE(BScript::GetCallDepth(), 0);
     QCOMPARE(BScript::GetRunningEvent(), -1);
@@ -222,7 +258,9 @@ void tst_bscript::CloseWithinCall()
 {
     CProjectRig Rig;
     Rig.OnOther = [](int) {
+        QVERIFY(!BScript::IsAborted());
         QCOMPARE(BScript::LoadText("void TargetReset (void) { Util.Log(\"new\"); }"), 0);
+        QVERIFY(BScript::IsAborted()); // a command that waits must return to the old script
     };
     QCOMPARE(
         BScript::LoadText("int Arg(void) { Util.Log(\"a\"); return 1; }\n"
@@ -230,7 +268,7 @@ void tst_bscript::CloseWithinCall()
         0);
     BScript::RunEvent(EVENT_TARGET_RESET);
     QCOMPARE(Rig.Calls, QStringList{"Util.Log(a)"}); // the old script ended, without an error of its own
-    QVERIFY(!BScript::HasError() && BScript::HasEvent(EVENT_TARGET_RESET));
+    QVERIFY(!BScript::HasError() && BScript::HasEvent(EVENT_TARGET_RESET) && !BScript::IsAborted());
     Rig.OnOther = {};
     BScript::RunEvent(EVENT_TARGET_RESET);
     QCOMPARE(Rig.Calls.last(), QString("Util.Log(new)"));
@@ -402,6 +440,14 @@ void tst_bscript::ChangeOnDisk()
     QVERIFY(BScript::HasEvent(EVENT_TARGET_RESET));
     QVERIFY(QFile::remove(sPath));
     QVERIFY(!BScript::IsFileChanged());
+    // A mistake is mended in the file: the script is there, but its settings come into force by its function alone.
+    QVERIFY(BScript::Load(Rig.Put("q.bdebug", "x\n")) < 0);
+    QVERIFY(BScript::HasLoadFailed());
+    Rig.Put("q.bdebug", "void OnProjectLoad (void) { }\n");
+    QCOMPARE(BScript::ReloadIfChanged(), 1);
+    QVERIFY(BScript::HasLoadFailed() && !BScript::HasError());
+    QCOMPARE(BScript::RunEvent(EVENT_ON_PROJECT_LOAD), 0);
+    QVERIFY(!BScript::HasLoadFailed());
 }
 
 void tst_bscript::Wrapper()
@@ -453,6 +499,9 @@ void tst_bscript::TextBehindAZero()
     CProjectRig Rig;
     QCOMPARE(BScript::LoadText(QString("int A(void) { return 1; }\n") + QChar(0) + "int B(void) { return 2; }"), -1);
     QVERIFY2(BScript::GetErrorText().startsWith("illegal character in text at line 2"), qPrintable(BScript::GetErrorText()));
+    // Read once: as long as the file stays as it is, it isn't tried again.
+    QVERIFY(BScript::Load(Rig.Put("p.bdebug", QByteArray("x\0y", 3))) < 0);
+    QCOMPARE(BScript::ReloadIfChanged(), 0);
 }
 
 QTEST_MAIN(tst_bscript)

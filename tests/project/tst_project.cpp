@@ -139,6 +139,21 @@ void tst_project::Edit_data()
     QTest::newRow("user marker before the dialog marker")
         << Head + User + "  u;\n" + Dialog + "  a;\n" + Foot << QStringList{Device} << QStringList{} << true
         << Head + User + "  u;\n" + Dialog + "  " + Device + "\n  a;\n" + Foot << 0;
+    QTest::newRow("a command over several lines goes as one")
+        << Head + Dialog + "  Project.SetDevice ( // which\n    \"a)\" /* (\n */\n  );\n  Other(1,\n    2);\n" + User + Foot
+        << QStringList{Device} << QStringList{"Project.SetDevice"} << true
+        << Head + Dialog + "  " + Device + "\n  Other(1,\n  2);\n" + User + Foot << 0;
+    QTest::newRow("a variable on a line behind its command")
+        << Head + Dialog + "  Edit.SysVar (\n    VAR_VERIFY_DOWNLOAD, 0);\n  Other(1;\n  a;\n" + User + Foot << QStringList{}
+        << QStringList{GetVarCommandName(VAR_VERIFY_DOWNLOAD)} << true
+        << Head + Dialog + "  Other(1;\n  a;\n" + User + Foot << 0;
+    QTest::newRow("a comment over several lines opens no command")
+        << Head + Dialog + "  /* (see\n  below */\n  Project.SetDevice(1);\n  a;\n" + User + Foot << QStringList{}
+        << QStringList{"Project.SetDevice"} << true << Head + Dialog + "  /* (see\n  below */\n  a;\n" + User + Foot << 0;
+    QTest::newRow("an old name goes with the new one")
+        << Head + Dialog + "  Project.SetTIFScanChain (1, 4);\n" + User + Foot
+        << QStringList{"Project.SetJTAGConfig (0, 4);"} << QStringList{"Project.SetJTAGConfig"} << true
+        << Head + Dialog + "  Project.SetJTAGConfig (0, 4);\n" + User + Foot << 0;
     QTest::newRow("brace behind the last line")
         << Head + User + "  u; }\n"
         << QStringList{Util} << QStringList{} << false << Head + User + "  u;\n  " + Util + "\n}\n"
@@ -210,10 +225,9 @@ void tst_project::WriteFailures()
     // A write-protected file stays as it was, although its folder could take another in its place.
     QFile File(Rig.Put("ro.bdebug", PROJECT));
     File.setPermissions(QFileDevice::ReadOwner);
-    if (!QFileInfo(File.fileName()).isWritable()) { // root may write everything
-        QVERIFY(!Project.WriteSettings(File.fileName(), true, {"Project.SetDevice (\"x\");"}, {}));
-        QVERIFY(Rig.Boxes.last().contains("write-protected"));
-    }
+    QVERIFY(!Project.WriteSettings(File.fileName(), true, {"Project.SetDevice (\"x\");"}, {})); // not even root's
+    QVERIFY(Rig.Boxes.last().contains("write-protected"));
+    QCOMPARE(Rig.Bytes("ro.bdebug"), QByteArray(PROJECT));
     QVERIFY(!Project.WriteSettings(Rig.In("no/such/folder/p.bdebug"), true, {}, {}));
     QVERIFY(Rig.Console.contains(Rig.Boxes.last().replace("\n", "\n")));
 }
@@ -348,6 +362,7 @@ void tst_project::Commands_data()
     Row("Project.SetHostIF (\"USB\", \"600000001\")", "2=600000001 3=1 4=1");
     Row("Project.SetHostIF (\"USB\", \"name\")", "2=0 3=0 4=1", "invalid parameter: name");
     Row("Project.SetHostIF (\"IP\", \"10.0.0.1\")", "4=2 18=10.0.0.1");
+    Row("Project.SetHostIF (\"IP\", \"\")", "4=2 18=192.168.0.1");
     Row("Project.SetHostIF (\"WLAN\", \"\")", "", "invalid parameter: WLAN");
     Row("Project.SetTargetIF (\"SWD\")", "5=1");
     Row("Project.SetTargetIF (\"cjtag\")", "5=7");
@@ -521,6 +536,8 @@ void tst_project::WarningsAreToldOnce()
     QCOMPARE(Project.LogScriptError(), 0);
     Project.AddWarning(Warnings[0].toUpper()); // the same but for case
     QCOMPARE(Project.LogNewWarnings(), 0);
+    Project.ForgetScriptErrors(); // as after a reload, whose text may have the same error again
+    QCOMPARE(Project.LogNewWarnings(), 1);
     Project.Close();
     BScript::Load(sPath);
     BScript::RunEvent(EVENT_ON_PROJECT_LOAD);
@@ -593,6 +610,17 @@ void tst_project::SaveKeepsUserText()
     QVERIFY2(s.contains("\tUtil.Log(\"{kept}\");\n") && s.contains("File.Open (\"$(ProjectDir)/a.elf\");"),
              qPrintable(s));
     QCOMPARE(Rig.Bytes("p.bdebug"), QByteArray(PROJECT));
+    // What a project with an error asks for isn't in force, so nothing of it is replaced.
+    for (const QByteArray& Text : {QByteArray("\xEF\xBB\xBFint x;\r\nvoid OnProjectLoad (void) {\r\n  Project.SetDevice (\"A\");\n}\n"),
+                                   QByteArray("void OnProjectLoad (void) {\n  Bad;\n  Project.SetDevice (\"A\");\n}\n")}) {
+        const QString sBad = Rig.Put("bad.bdebug", Text);
+        if (BScript::Load(sBad) == 0) BScript::RunEvent(EVENT_ON_PROJECT_LOAD);
+        QVERIFY(BScript::HasLoadFailed());
+        Rig.Console.clear();
+        QVERIFY(Project.Save(Rig.In("badcopy.bdebug")));
+        QCOMPARE(Rig.Bytes("badcopy.bdebug"), Text);
+        QCOMPARE(Rig.Console, QStringList()); // the text isn't tried once more
+    }
 }
 
 void tst_project::CommandLine()

@@ -301,6 +301,7 @@ void tst_roundtrip::ConnectionDialog()
         QVERIFY2(sWrong.isEmpty(), qPrintable(QString("%1: %2\n%3").arg(Choice.Name, sWrong, QString::fromUtf8(After))));
         CBrylloSettingsDialog Again;
         Again.OnButtonSaveClicked();
+        QTRY_VERIFY(!CDevice::Get().HasPendingJob(BT_CONFIGURE)); // it would set the next choice's device anew
         QCOMPARE(Rig.Bytes("p.bdebug"), After);
     }
 }

@@ -295,7 +295,7 @@ void OnUtilSleep(int Id)
     Ms = std::clamp<I64>(Ms, 0, MAX_SLEEP_MS);
     QElapsedTimer Time;
     Time.start();
-    while (Time.elapsed() < Ms && !BScript::IsClosing()) {
+    while (Time.elapsed() < Ms && !BScript::IsAborted() && !CMainWindow::Get().GetSession().Closing) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         QThread::msleep(1);
     }

@@ -88,6 +88,7 @@ void CMainWindow::OnProjectFileOpened(QString sPath)
     }
     Project.PrepareProjectLoad();
     BScript::ExecScriptFunction(EVENT_ON_PROJECT_LOAD);
+    if (Project.GetPath() != sPath) return; // it has opened another one, or closed itself
     if (!ShowProjectWarnings()) return;
     LoadDefaultRegisterSet();
     UpdateConnectionLabel();
@@ -108,6 +109,7 @@ void CMainWindow::OnProjectFileClosed(QString sPath)
 void CMainWindow::CheckProjectFileChanged()
 {
     if (!BScript::ReloadIfChanged()) return;
+    CProject::Get().ForgetScriptErrors();
     ShowProjectWarnings();
     ShowScriptError();
 }
@@ -497,7 +499,7 @@ void OnFileSaveProjectAs(int Id)
                             QStringLiteral("Project Files (*.bdebug)"));
         if (sPath.isEmpty()) return SetActionSilent(Id);
     }
-    if (QFileInfo(sPath).suffix().isEmpty()) sPath += QStringLiteral(".bdebug");
+    if (!sPath.isEmpty() && QFileInfo(sPath).suffix().isEmpty()) sPath += QStringLiteral(".bdebug");
     if (!QDir::match(QStringLiteral("*.bdebug"), QFileInfo(sPath).fileName()) || !CanCreate(sPath))
         return SetActionError(Id, QStringLiteral("invalid project filename"));
     Main.SetDefaultDirOf(true, sPath);
@@ -521,6 +523,7 @@ void OnFileSaveAll(int Id)
             ::PerformAction(ACT_FILE_SAVE_PROJECT_AS, Project.GetPath()); // chosen before, only not there yet
     }
     CMainWindow::Get().GetSessionWindows().pSource->SaveAll();
+    CMainWindow::Get().CheckProjectFileChanged(); // it may be among the documents
 }
 
 void OnHelpCommands(int Id)

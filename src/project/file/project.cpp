@@ -44,6 +44,7 @@ void CProject::SetHooks(const PROJECT_HOOKS& Hooks)
 {
     m_Hooks = Hooks;
     BScript::Hooks().LogNewWarnings = [this] { return LogNewWarnings(); };
+    BScript::Hooks().LogScriptError = [this] { return LogScriptError(); };
 }
 const PROJECT_HOOKS& CProject::GetHooks() const
 {

@@ -116,7 +116,8 @@ public:
     QStringList GetWarnings() const; ///< all current warnings, built anew
     void AddWarning(const QString& sText);
     int LogNewWarnings(); ///< logs what wasn't reported yet; returns the number
-    int LogScriptError();
+    int LogScriptError(); ///< the same for the errors of the script alone
+    void ForgetScriptErrors(); ///< those of now count as not reported: they are in a new text
     QStringList GetDuplicateCommands() const;
 
     /// What has to happen between loading a project and running OnProjectLoad: the variables that a
@@ -125,7 +126,6 @@ public:
     /// Commands of a new project from the command line record; empty, with the reason logged, if a
     /// required field is missing.
     QStringList CreateFromCmdLine(const CmdLineArgs& Args) const;
-    /// The default description file of the selected core, when no register window holds the CPU group.
 
     static bool GetFunctionBounds(const QString& sText, int* pBegin, int* pEnd);
     bool HasCommand(const QString& sName) const;
@@ -159,6 +159,7 @@ private:
     void _OpenNow(const QString& sPath);
     void _SetModified(bool Modified);
     bool _ReportNew(const QString& sWarning);
+    int _ReportAllNew(const QStringList& Warnings);
     bool _WriteFailed(const QString& sReason) const;
     QString _GetTextToSave(const QString& sPath, const QString& sOldPath) const;
     bool _WriteGroup(const QStringList& Commands, const QStringList& Names, const char* sNotice,

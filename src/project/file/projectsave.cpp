@@ -6,6 +6,7 @@
 #include "app/actions/constants.h"
 #include "app/services/log.h"
 #include "project/file/deviceparams.h"
+#include "project/file/projectlines.h"
 #include "project/file/projecttext.h"
 #include "project/finder/filefinder.h"
 #include "project/settings/sysvars.h"
@@ -57,6 +58,19 @@ QString TargetIFName(I64 Value)
     return QStringLiteral("SWD");
 }
 
+int CountCommand(const QString& sText, int Id)
+{
+    int Begin = 0;
+    int End = 0;
+    int Count = 0;
+    if (FindProjectLoadBody(sText, &Begin, &End)) {
+        const QStringList Lines = sText.mid(Begin, End - Begin).split(QLatin1Char('\n'));
+        for (const PROJECT_STATEMENT& Statement : SplitStatements(Lines)) {
+            Count += FindCommand(GetNameOfCommandText(Statement.Code)) == Id ? 1 : 0;
+        }
+    }
+    return Count;
+}
 } // namespace
 
 QString FormatTIFSpeed(I64 Hz)
@@ -251,11 +265,7 @@ bool CProject::WriteCmdLineSettings(const QString& sPath)
     QString sBefore;
     QString sAfter;
     ReadTextFile(sPath, &sBefore);
-    int Begin = 0;
-    int End = 0;
-    const bool HasDescriptions =
-        FindProjectLoadBody(sBefore, &Begin, &End) &&
-        sBefore.mid(Begin, End - Begin).contains(GetCommandName(ACT_PROJECT_ADD_SVD_FILE));
+    const bool HasDescriptions = CountCommand(sBefore, ACT_PROJECT_ADD_SVD_FILE) > 0;
     QStringList Commands;
     QStringList Names;
     for (const QString& sCommand : m_CmdLineCommands) {
@@ -317,19 +327,6 @@ bool IsSameFile(const QString& sLine, const QString& sCommand)
     return !sNamed.isEmpty() &&
            sNamed == QFileInfo(Finder.Expand(Command.Params.value(0))).canonicalFilePath();
 }
-
-int CountCommand(const QString& sText, int Id)
-{
-    int Begin = 0;
-    int End = 0;
-    int Count = 0;
-    if (FindProjectLoadBody(sText, &Begin, &End)) {
-        for (const QString& sLine : sText.mid(Begin, End - Begin).split(QLatin1Char('\n'))) {
-            Count += FindCommand(GetNameOfCommandText(sLine.trimmed())) == Id ? 1 : 0;
-        }
-    }
-    return Count;
-}
 } // namespace
 
 // What the user has written beside the settings (event functions, further commands) is kept: the
@@ -337,8 +334,12 @@ int CountCommand(const QString& sText, int Id)
 // text a new one is made.
 QString CProject::_GetTextToSave(const QString& sPath, const QString& sOldPath) const
 {
-    const QStringList Commands = GetCommandsFromSettings();
     QString sText;
+    // What is in force isn't what a project with an error asks for; its text is the better one.
+    if (BScript::HasLoadFailed() && ReadTextFile(sOldPath, &sText) && !sText.isEmpty()) {
+        return sText;
+    }
+    const QStringList Commands = GetCommandsFromSettings();
     // Another file that is saved over becomes this project; only a project that has no file yet
     // takes the text of the one that it is given.
     if (sPath == sOldPath || sOldPath.isEmpty()) {
@@ -398,8 +399,8 @@ bool CProject::Save(const QString& sPath)
     }
     if (!BScript::GetScriptText().isEmpty()) {
         BScript::SetTextHash(sText);
-    } else {
-        BScript::LoadText(sText);
+    } else if (BScript::IsLoaded() || BScript::IsFileChanged()) {
+        BScript::LoadText(sText); // but not the text once more that has just failed to load
     }
     m_Modified = false;
     emit ModifiedChanged(false);

@@ -5,6 +5,7 @@
 #include "app/actions/commandtext.h"
 #include "app/actions/constants.h"
 #include "project/file/project.h"
+#include "project/file/projectlines.h"
 #include "project/settings/sysvars.h"
 #include "script/host/bscript.h"
 
@@ -43,6 +44,15 @@ SECTION FindSection(const QString& sText, bool IsDialog, QStringList* pWarnings)
     return Section;
 }
 
+/// The expression for a name. A command is found under its old name, too: a line of that name behind the new one would
+/// undo what is written.
+QRegularExpression GetNamePattern(const QString& sName)
+{
+    const int Id = FindCommand(sName);
+    const QString sAlias = Id >= 0 && GetCommandName(Id) == sName ? GetCommandAlias(Id) : QString();
+    return QRegularExpression(sAlias.isEmpty() ? sName : QStringLiteral("%1|%2").arg(sName, sAlias));
+}
+
 void RemoveLines(QString* psText, const QStringList& Names)
 {
     int Begin = 0;
@@ -52,16 +62,16 @@ void RemoveLines(QString* psText, const QStringList& Names)
     }
     QList<QRegularExpression> Patterns;
     for (const QString& sName : Names) {
-        Patterns.append(QRegularExpression(sName));
+        Patterns.append(GetNamePattern(sName));
     }
     QStringList Kept;
-    for (const QString& sLine : psText->mid(Begin, End - Begin).split(QLatin1Char('\n'))) {
-        const QString sTrimmed = sLine.trimmed();
-        const auto Hits = [&sTrimmed](const QRegularExpression& Pattern) {
-            return Pattern.match(sTrimmed).hasMatch();
+    const QStringList Lines = psText->mid(Begin, End - Begin).split(QLatin1Char('\n'));
+    for (const PROJECT_STATEMENT& Statement : SplitStatements(Lines)) {
+        const auto Hits = [&Statement](const QRegularExpression& Pattern) {
+            return Pattern.match(Statement.Text).hasMatch();
         };
         if (std::none_of(Patterns.begin(), Patterns.end(), Hits)) {
-            Kept.append(sLine);
+            Kept += Lines.mid(Statement.FirstLine, Statement.NumLines);
         }
     }
     psText->replace(Begin, End - Begin, Kept.join(QLatin1Char('\n')));
@@ -196,25 +206,28 @@ void DropUnchanged(const QString& sText, PROJECT_EDIT* pEdit,
     if (!FindProjectLoadBody(sText, &Begin, &End)) {
         return;
     }
-    QStringList Lines;
-    for (const QString& sLine : sText.mid(Begin, End - Begin).split(QLatin1Char('\n'))) {
-        if (!sLine.trimmed().startsWith(QLatin1String("//"))) {
-            Lines += sLine.trimmed();
-        }
-    }
+    const QList<PROJECT_STATEMENT> Statements =
+        SplitStatements(sText.mid(Begin, End - Begin).split(QLatin1Char('\n')));
     struct GROUP {
+        QString sName;
         QRegularExpression Name;
-        QStringList Lines;
+        QStringList Lines; ///< with their comments
+        QStringList Code;  ///< without
         QStringList Commands;
         bool Same = false;
     };
     QList<GROUP> Groups;
     for (const QString& sName : pEdit->Names) {
-        GROUP Group{QRegularExpression(sName), {}, {}, false};
-        Group.Lines = Lines.filter(Group.Name);
+        GROUP Group{sName, GetNamePattern(sName), {}, {}, {}, false};
+        for (const PROJECT_STATEMENT& Statement : Statements) {
+            if (Statement.Code.contains(Group.Name)) {
+                Group.Lines += Statement.Text;
+                Group.Code += Statement.Code;
+            }
+        }
         Group.Commands = (pEdit->Commands + pEdit->Silent).filter(Group.Name);
-        Group.Same = !Group.Lines.isEmpty() && Group.Lines.size() == Group.Commands.size() &&
-                     std::equal(Group.Lines.begin(), Group.Lines.end(), Group.Commands.begin(), IsSame);
+        Group.Same = !Group.Code.isEmpty() && Group.Code.size() == Group.Commands.size() &&
+                     std::equal(Group.Code.begin(), Group.Code.end(), Group.Commands.begin(), IsSame);
         Groups += Group;
     }
     // A line that another name removes can't be left to stand for its command.
@@ -231,7 +244,7 @@ void DropUnchanged(const QString& sText, PROJECT_EDIT* pEdit,
     }
     for (const GROUP& Group : Groups) {
         if (Group.Same) {
-            pEdit->Names.removeAll(Group.Name.pattern());
+            pEdit->Names.removeAll(Group.sName);
             pEdit->Commands.removeIf([&Group](const QString& s) { return Group.Commands.contains(s); });
         }
     }

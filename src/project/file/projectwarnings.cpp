@@ -21,9 +21,13 @@ bool Asks(const std::function<bool()>& Hook, bool Otherwise)
     return Hook ? Hook() : Otherwise;
 }
 
-QString ScriptErrorMessage()
+QStringList GetScriptErrors()
 {
-    return Message(MSGID_SCRIPT_FAILURE, BScript::GetErrorText().toUtf8().constData());
+    QStringList Errors;
+    for (const QString& sText : BScript::GetErrorTexts()) {
+        Errors += Message(MSGID_SCRIPT_FAILURE, sText.toUtf8().constData());
+    }
+    return Errors;
 }
 } // namespace
 
@@ -44,10 +48,7 @@ QStringList CProject::GetDuplicateCommands() const
 
 QStringList CProject::GetWarnings() const
 {
-    QStringList Warnings = m_Warnings;
-    if (BScript::HasError()) {
-        Warnings += ScriptErrorMessage();
-    }
+    QStringList Warnings = m_Warnings + GetScriptErrors();
     const QString sDefault = m_Hooks.DefaultRegisterFile ? m_Hooks.DefaultRegisterFile() : QString();
     if (!Asks(m_Hooks.HasCPURegisters, true) && sDefault.isEmpty()) {
         Warnings += Message(MSGID_NO_CPU_REG_FILE);
@@ -96,16 +97,28 @@ bool CProject::_ReportNew(const QString& sWarning)
     return true;
 }
 
-int CProject::LogNewWarnings()
+int CProject::_ReportAllNew(const QStringList& Warnings)
 {
     int Count = 0;
-    for (const QString& sWarning : GetWarnings()) {
+    for (const QString& sWarning : Warnings) {
         Count += _ReportNew(sWarning) ? 1 : 0;
     }
     return Count;
 }
 
+int CProject::LogNewWarnings()
+{
+    return _ReportAllNew(GetWarnings());
+}
+
 int CProject::LogScriptError()
 {
-    return BScript::HasError() && _ReportNew(ScriptErrorMessage()) ? 1 : 0;
+    return _ReportAllNew(GetScriptErrors());
+}
+
+void CProject::ForgetScriptErrors()
+{
+    for (const QString& sError : GetScriptErrors()) {
+        m_ReportedWarnings.remove(qHash(sError.toLower()));
+    }
 }

@@ -60,9 +60,8 @@ void SetHostIF(int Id)
     }
     SetParam(DEVICE_PARAM_HOST_IF, IsUSB ? HOST_IF_USB : HOST_IF_IP);
     if (!IsUSB) {
-        if (!sIdent.isEmpty()) {
-            SetParamText(DEVICE_PARAM_HOST_NAME, sIdent);
-        }
+        // A saved project doesn't name the default address, and must not take that of the project before it.
+        SetParamText(DEVICE_PARAM_HOST_NAME, sIdent.isEmpty() ? QLatin1String(DEFAULT_HOST_NAME) : sIdent);
         return;
     }
     bool Ok = false;

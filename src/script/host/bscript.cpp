@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <cstring>
+#include <utility>
 
 namespace BScript {
 
@@ -44,10 +45,18 @@ void Release()
     }
     s.TextHash = 0;
     s.ErrorFlag = false;
+    s.LoadEventFailed = false;
     s.ErrorLine = -1;
     s.sErrorText.clear();
     s.sErrorStatement.clear();
+    s.ErrorTexts.clear();
     LogDebug(QStringLiteral("Script closed."));
+}
+
+QString FormatError(const QString& sText, int Line)
+{
+    const QString s = sText.simplified().remove(QLatin1Char('.'));
+    return Line >= 0 ? s + QStringLiteral(" at line %1").arg(Line) : s;
 }
 } // namespace
 
@@ -63,6 +72,8 @@ void SetErrorState(const QString& sText, int Line, const QString& sStatement)
     S().ErrorLine = Line;
     S().sErrorStatement = sStatement;
     S().ErrorFlag = true;
+    const QString sForUser = FormatError(sText, Line);
+    if (!S().ErrorTexts.contains(sForUser)) S().ErrorTexts += sForUser; // a loop has it again and again
 }
 
 BSCRIPT_HOOKS& Hooks()
@@ -72,9 +83,9 @@ BSCRIPT_HOOKS& Hooks()
 
 void SetHooks(const BSCRIPT_HOOKS& NewHooks)
 {
-    const std::function<int()> LogNewWarnings = S().Hooks.LogNewWarnings;
-    S().Hooks = NewHooks;
-    if (!NewHooks.LogNewWarnings) S().Hooks.LogNewWarnings = LogNewWarnings;
+    const BSCRIPT_HOOKS Old = std::exchange(S().Hooks, NewHooks);
+    if (!NewHooks.LogNewWarnings) S().Hooks.LogNewWarnings = Old.LogNewWarnings;
+    if (!NewHooks.LogScriptError) S().Hooks.LogScriptError = Old.LogScriptError;
 }
 
 int LoadText(const QString& sText)
@@ -82,6 +93,7 @@ int LoadText(const QString& sText)
     AssertMainThread("BScript::LoadText");
     STATE& s = S();
     Release();
+    s.TextHash = HashOf(sText); // of a text that can't be used, too: it is tried again when it has changed
     if (sText.isEmpty()) {
         SetErrorState(QStringLiteral("empty file"), -1, QString());
         LogError(QStringLiteral("Script file not parsed. Empty script text"));
@@ -92,10 +104,8 @@ int LoadText(const QString& sText)
         const qsizetype Line = sText.left(sText.indexOf(QChar(0))).count(u'\n') + 1;
         SetErrorState(QStringLiteral("illegal character in text"), int(Line), QString());
         LogError(QStringLiteral("Script file not parsed. illegal character in text at line %1").arg(Line));
-        s.ErrorFlag = true;
         return -1;
     }
-    s.TextHash = HashOf(sText);
     s.pScript = CreateInstance(sText.toUtf8());
     if (!s.pScript) {
         SetErrorState(QStringLiteral("could not allocate script heap"), -1, QString());
@@ -160,6 +170,10 @@ bool HasError()
 {
     return S().ErrorFlag;
 }
+bool HasLoadFailed()
+{
+    return S().LoadEventFailed || (S().ErrorFlag && !S().pScript);
+}
 bool IsRunning()
 {
     return S().CallDepth > 0 || S().RunningEvent >= 0;
@@ -185,13 +199,18 @@ void RequestClose()
     }
 }
 
+bool IsAborted()
+{
+    return S().pRunningCtx && S().pRunningCtx->Abort;
+}
+
 QString GetErrorText()
 {
-    QString s = S().sErrorText.simplified().remove(QLatin1Char('.'));
-    if (S().ErrorLine >= 0) {
-        s += QStringLiteral(" at line %1").arg(S().ErrorLine);
-    }
-    return s;
+    return FormatError(S().sErrorText, S().ErrorLine);
+}
+QStringList GetErrorTexts()
+{
+    return S().ErrorTexts;
 }
 QString GetErrorStatement()
 {
@@ -240,7 +259,9 @@ int ReloadIfChanged()
     if (IsRunning() || !IsFileChanged()) {
         return 0;
     }
+    const bool WasFailed = HasLoadFailed();
     Load(QString(S().sProjectPath));
+    S().LoadEventFailed = WasFailed; // a new text doesn't run its OnProjectLoad until it is opened again
     return 1;
 }
 

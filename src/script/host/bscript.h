@@ -46,13 +46,14 @@ struct BSCRIPT_HOOKS {
     std::function<void()> RunEnded;       ///< the outermost call has returned
     std::function<int()>
         LogNewWarnings; ///< logs the project warnings not yet reported; their number (CProject sets it)
+    std::function<int()> LogScriptError; ///< the same for the errors of the script alone (CProject sets it)
 };
 
 namespace BScript {
 
 /// The hooks, to be filled in place.
 BSCRIPT_HOOKS& Hooks();
-/// Replaces the hooks; a LogNewWarnings that is set stays unless another is given.
+/// Replaces the hooks; those of the project, which log, stay unless others are given.
 void SetHooks(const BSCRIPT_HOOKS& NewHooks);
 /// Gives the settings tables the constant names and the frequency rule. Called once at start.
 void BindSettings();
@@ -77,13 +78,19 @@ int ExecScriptFunction(const QString& sName, int NumArgs = 0, const I64* aArgs =
 
 bool IsLoaded();
 bool HasError();  ///< the last load or call failed
+/// The text has an error or OnProjectLoad hasn't come to its end: not all settings are in force. Stays over a reload.
+bool HasLoadFailed();
 bool IsRunning(); ///< an event function or any call is under way
 int GetCallDepth();
 int GetRunningEvent(); ///< -1 if none
 void RequestClose();   ///< no function may start any more, and a running one ends at its next statement
 bool IsClosing();
+bool IsAborted(); ///< the innermost call that runs has to end: a command that waits in it must return
 
 QString GetErrorText();      ///< for a user: without dots, with " at line N" if known
+/// All errors since the load in that form, each once: a bad argument leaves out its statement alone, so that
+/// a run can have several. What the caller of a failed call with arguments was told isn't among them.
+QStringList GetErrorTexts();
 QString GetErrorStatement(); ///< text of the statement that failed, at most 512 characters
 int GetErrorLine();          ///< -1 if none
 

@@ -7,6 +7,7 @@
 #include "app/services/log.h"
 #include "project/settings/sysvars.h"
 #include "script/host/scriptinstance.h"
+#include "script/host/scriptstate.h"
 
 #include <QVarLengthArray>
 
@@ -49,6 +50,8 @@ void OnScriptExec(int ActionId)
 {
     const QStringList Params = GetActionParams(ActionId);
     const QString sCommand = GetCommandName(ActionId);
+    // A script must not take the value of an earlier call for that of one that fails.
+    SetActionResult(ActionId, -1);
     if (Params.isEmpty() || Params[0].isEmpty()) {
         SetActionError(ActionId, QStringLiteral("Script.Exec: no function name given"));
         return;
@@ -62,13 +65,15 @@ void OnScriptExec(int ActionId)
             return;
         }
     }
-    if (Hooks().IsProjectClosing && Hooks().IsProjectClosing()) {
+    if (IsProjectClosing()) {
         LogInfo(
             QStringLiteral("Not executing script function: %1. Project is about to close").arg(Params[0]));
         return;
     }
     I64 Value = 0;
     const int Result = RunFunction(Params[0], -1, static_cast<int>(Args.size()), Args.data(), &Value);
+    // The function may have called Script.Exec, too, which leaves nothing to echo this call by.
+    SetActionParamList(ActionId, Params);
     if (Result == -2) {
         SetActionError(ActionId,
                        sCommand +
@@ -81,6 +86,7 @@ void OnScriptExec(int ActionId)
                                      QLatin1String(EXEC_SYNTAX));
     } else {
         SetActionResult(ActionId, Value);
+        if (Hooks().LogScriptError) Hooks().LogScriptError();
         LogInfo(QStringLiteral("Script function \"%1\" executed").arg(Params[0]));
     }
 }

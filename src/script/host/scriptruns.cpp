@@ -42,8 +42,10 @@ QElapsedTimer& LastBreath()
 /// Counts a running call for its life.
 class CRunning {
 public:
-    CRunning(int EventId, SCRIPT_CTX* pCtx) : m_pCtx(pCtx), m_OldEvent(S().RunningEvent)
+    CRunning(int EventId, SCRIPT_CTX* pCtx)
+        : m_pCtx(pCtx), m_pOuterCtx(S().pRunningCtx), m_OldEvent(S().RunningEvent)
     {
+        S().pRunningCtx = pCtx;
         if (S().CallDepth++ == 0) LastBreath().start();
         if (EventId >= 0) {
             S().RunningEvent = EventId;
@@ -52,6 +54,7 @@ public:
     ~CRunning()
     {
         S().RunningEvent = m_OldEvent;
+        S().pRunningCtx = m_pOuterCtx;
         if (--S().CallDepth > 0) return;
         // A run that was canceled ends here; the script stays usable.
         if (!S().Closing) m_pCtx->Abort = 0;
@@ -62,6 +65,7 @@ public:
 
 private:
     SCRIPT_CTX* m_pCtx; ///< lives longer
+    SCRIPT_CTX* m_pOuterCtx;
     int m_OldEvent;
 };
 
@@ -116,12 +120,21 @@ int Exec(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* 
     if (Result == -2) {
         return Refuse("unknown function", RUN_UNKNOWN);
     }
+    if (EventId == EVENT_ON_PROJECT_LOAD && pScript == S().pScript)
+        S().LoadEventFailed = S().ErrorFlag || pScript->pCtx->Abort;
     if (NumArgs > 0 && pScript == S().pScript) {
+        if (Result < 0 && S().ErrorFlag) S().ErrorTexts.removeOne(GetErrorText()); // the caller tells it
         S().ErrorFlag = false;
     }
     return Result == 0 || pScript->pCtx->Abort ? 0 : RUN_SYNTAX_ERROR;
 }
 } // namespace
+
+bool IsProjectClosing()
+{
+    const auto& IsProgramClosing = S().Hooks.IsProjectClosing;
+    return (S().pScript && S().Closing) || (IsProgramClosing && IsProgramClosing());
+}
 
 void OnScriptStatement(SCRIPT_CTX* pCtx)
 {
@@ -170,24 +183,26 @@ int RunFunction(const QString& sName, int EventId, int NumArgs, const I64* aArgs
 }
 
 namespace {
-/// Logs the project warnings that nobody has seen; true if there were any.
-bool TellWarnings()
+/// Logs what nobody has seen: all warnings of a project whose script no longer runs, else the errors that a
+/// run went on behind. True if there were any.
+bool TellErrors()
 {
-    const BSCRIPT_HOOKS& Hooks = S().Hooks;
-    return Hooks.LogNewWarnings && Hooks.LogNewWarnings() > 0;
+    const auto& Tell = S().ErrorFlag ? S().Hooks.LogNewWarnings : S().Hooks.LogScriptError;
+    return !S().ErrorTexts.isEmpty() && Tell && Tell() > 0;
 }
 
 int ExecLogged(const QString& sName, int EventId, int NumArgs, const I64* aArgs, I64* pResult)
 {
-    STATE& s = S();
-    if (s.Hooks.IsProjectClosing && s.Hooks.IsProjectClosing()) {
+    if (IsProjectClosing()) {
         LogInfo(QStringLiteral("Not executing script function: %1. Project is about to close").arg(sName));
         return 0;
     }
     LogDebug(QStringLiteral("Executing script function: ") + sName);
     const int Result = RunFunction(sName, EventId, NumArgs, aArgs, pResult);
-    if (s.ErrorFlag && TellWarnings() && s.Hooks.ShowConsole) {
-        s.Hooks.ShowConsole();
+    // Nobody else tells of an event whose function is left out.
+    if (Result == RUN_TOO_DEEP && EventId >= 0) LogError(sName + QStringLiteral(": ") + GetErrorText());
+    if (TellErrors() && S().Hooks.ShowConsole) {
+        S().Hooks.ShowConsole();
     }
     return Result;
 }
