@@ -142,7 +142,7 @@ CSymbol CSymbol::FromProgram(ELF_SYM_HANDLE hSym)
     Symbol.ByteSize = Symbol.Type.Size ? Symbol.Type.Size : ELF_GetSymSize(hSym);
     FillArray(Symbol, hSym);
     if (ELF_SymIsElf(hSym) && Symbol.Type.Text.isEmpty()) Symbol.Type = EVAL_MakeType(CTYPE_UINT);
-    const U32 PC = Hooks.GetLocationPC ? Hooks.GetLocationPC() : Hooks.GetFramePC ? Hooks.GetFramePC() : ADDR_NONE;
+    const U32 PC = EVAL_GetLocationPC();
     if (PC != ADDR_NONE) FillLengths(Symbol, PC);
     const ELF_SYM_LOC Raw = PROG_GetSymLoc(hSym, PC);
     Symbol.Loc = Hooks.ResolveLoc ? Hooks.ResolveLoc(Raw) : Raw;

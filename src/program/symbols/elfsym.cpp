@@ -3,8 +3,11 @@
 #include "program/symbols/diemodel.h"
 #include "program/symbols/symcache.h"
 
+#include <algorithm>
 #include <cstring>
 #include <elf.h>
+#include <string_view>
+#include <unordered_set>
 
 namespace {
 
@@ -61,6 +64,24 @@ bool IsPublicByDefault(const ELF_FILE& File, const DWARF_DIE& Member)
 ELF_SYM_HANDLE ListItem(const std::vector<U32>* pList, ELF_SYM_HANDLE hSym, U32 Index)
 {
     return pList && Index < pList->size() ? ElfFindSym(hSym)->DebugHandle((*pList)[Index]) : 0;
+}
+
+/// Number of blocks of its function that a scope lies in, itself included; -1 if one of them isn't at the PC.
+int BlockDepthAt(const ELF_FILE& File, const DWARF_SCOPE* pScope, U32 LinkPC)
+{
+    int Depth = 0;
+    for (; pScope && !IsFunctionDieTag(pScope->Tag) && Depth < int(ELF_FILE::MAX_SCOPES); pScope = ELF_FILE::ParentOf(pScope), Depth++) {
+        DWARF_DIE Block;
+        std::vector<std::pair<U32, U32>> aRange;
+        if (LinkPC == 0xFFFFFFFFu || !File.ReadDie(pScope->Id, Block) || Block.IsNull()) continue;
+        DieRanges(File, Block, aRange);
+        const auto IsAround = [LinkPC](const auto& Range) { return Range.first <= LinkPC && LinkPC < Range.second; };
+        // A block without code of its own has nothing but names.
+        if (File.Info.HasAttr(Block, DW_AT_low_pc) || File.Info.HasAttr(Block, DW_AT_ranges)) {
+            if (std::none_of(aRange.begin(), aRange.end(), IsAround)) return -1;
+        }
+    }
+    return Depth;
 }
 
 } // namespace
@@ -178,6 +199,36 @@ U32 ELF_GetSymLocalCount(ELF_SYM_HANDLE hSym)
     return pList ? static_cast<U32>(pList->size()) : 0;
 }
 ELF_SYM_HANDLE ELF_GetSymLocal(ELF_SYM_HANDLE hSym, U32 Index) { return ListItem(SymLocals(hSym), hSym, Index); }
+ELF_SYM_LIST ELF_GetSymLocalsAt(ELF_SYM_HANDLE hFunc, U32 PC)
+{
+    const std::vector<U32>* pLocals = SymLocals(hFunc);
+    if (!pLocals) return {};
+    struct SEEN {
+        int Depth; ///< blocks around it in the function; -1 for a parameter
+        ELF_SYM_HANDLE hSym;
+    };
+    const ELF_FILE& File = *ElfFindSym(hFunc);
+    const U32 LinkPC = PC == 0xFFFFFFFFu ? PC : ELF_FromRuntimeAddr(PC, 1, 0);
+    std::vector<SEEN> aSeen;
+    const DWARF_SCOPE* pKnown = nullptr; // neighbours lie in the same block
+    int Depth = 0;
+    for (const U32 Id : *pLocals) {
+        DWARF_DIE Die;
+        const DWARF_SCOPE* pScope = File.FindParentScope(Id);
+        if (pScope != pKnown) Depth = BlockDepthAt(File, pScope, LinkPC);
+        pKnown = pScope;
+        if (Depth < 0 || !File.ReadDie(Id, Die) || !*DieName(File, Die)) continue;
+        aSeen.push_back({Die.Tag() == DW_TAG_formal_parameter ? -1 : Depth, File.DebugHandle(Id)});
+    }
+    std::stable_sort(aSeen.begin(), aSeen.end(), [](const SEEN& a, const SEEN& b) { return a.Depth > b.Depth; });
+    ELF_SYM_LIST aSym;
+    std::unordered_set<std::string_view> Names;
+    for (const SEEN& Seen : aSeen) {
+        if (Names.insert(ELF_GetSymName(Seen.hSym)).second) aSym.append(Seen.hSym);
+    }
+    return aSym;
+}
+
 U32 ELF_GetSymMemberCount(ELF_SYM_HANDLE hSym)
 {
     const std::vector<U32>* pList = SymMembers(hSym);

@@ -3,6 +3,7 @@
 #   FRAME <level> <kind> <name> <pc> <value of r4> ... <value of r11> <sp> <lr>
 #   LOCAL <level> <line> <name> <size> <value>          a number, or the address of an array
 #   LENGTH <level> <line> <name> <number of elements>   of an array
+#   SEEN <level> <name> <name> ...                      the variables that its source sees there, sorted
 #   VALUE <level> <line> <name> <path> <state> <value>   each number in a variable and behind its pointers: the path is of
 #       .member, [index] and > (what a pointer points to); the state is = or LOST, or SYNTHETIC for a pointer without a value
 import gdb
@@ -49,6 +50,17 @@ def print_locals(frame, level):
         if block.function:
             break
         block = block.superblock
+
+
+def print_seen(frame, level):
+    names = set()
+    block = frame.block()
+    while block and not (block.is_static or block.is_global):
+        names.update(symbol.name for symbol in block if symbol.is_variable or symbol.is_argument)
+        if block.function:
+            break
+        block = block.superblock
+    print("SEEN %d %s" % (level, " ".join(sorted(names))))
 
 
 def is_synthetic(value):
@@ -105,6 +117,7 @@ while stop < 6:
                     saved.append("?")
             print("FRAME %d %d %s %x %s" % (level, frame.type(), frame.name(), frame.pc(), " ".join(saved)))
             try:
+                print_seen(frame, level)
                 print_locals(frame, level)
                 print_values(frame, level)
             except RuntimeError:
