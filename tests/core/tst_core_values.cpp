@@ -93,6 +93,7 @@ class tst_core_values : public QObject {
         Eval.IsConnected = [] { return true; };
         Eval.GetFramePC = [this] { return static_cast<U32>(Stack().GetPC(Frame())); };
         Eval.GetLocationPC = [this] { return static_cast<U32>(Stack().GetLocationPC(Frame())); };
+        Eval.GetFrameFunction = [this] { return Frame().hFunc; };
         Eval.ResolveLoc = [this](const ELF_SYM_LOC& Loc) { return Stack().ResolveLocation(Frame(), Loc); };
         Eval.ResolvePieces = [this](ELF_SYM_HANDLE h) { return Stack().ResolvePieces(Frame(), h); };
         Eval.ReadLoc = [this](const ELF_SYM_LOC& Loc, U32 NumBytes, U8* pData) { return ReadLoc(Loc, NumBytes, pData); };
@@ -141,7 +142,7 @@ class tst_core_values : public QObject {
     QStringList CompareFrames(int Stop) {
         QStringList asWrong;
         for (int i = 0; i < m_Stop.aFrame.size() && m_Stop.aFrame[i].sName != "None"; i++) { // none: what called the first function
-            const QString sOurs = PROG_GetSymName(Stack().GetFrame(i).hFunc, PROG_NAME_PLAIN);
+            const QString sOurs = PROG_GetSymName(Stack().GetFrame(i).hFunc, PROG_NAME_PLAIN).section('<', 0, 0);
             if (sOurs != m_Stop.aFrame[i].sName) asWrong << QStringLiteral("stop %1 frame %2 %3 / %4").arg(Stop).arg(i).arg(sOurs, m_Stop.aFrame[i].sName);
         }
         return asWrong;
@@ -224,12 +225,13 @@ private slots:
     void Scopes_data() {
         QTest::addColumn<QString>("Elf");
         for (const char* sElf : {"scopes_gcc_o0_5", "scopes_gcc_o1_4", "scopes_gcc_o2_5", "scopes_clang_o0_5", "scopes_clang_o2_4",
-                                 "locals_gcc_o2_5", "locals_clang_o1_5", "pieces_gcc_o1_5"}) QTest::newRow(sElf) << sElf;
+                                 "locals_gcc_o2_5", "locals_clang_o1_5", "pieces_gcc_o1_5", "modern_gcc_o0_5", "modern_gcc_o1_5", "modern_gcc_o2_4",
+                                 "modern_clang_o0_5"}) QTest::newRow(sElf) << sElf;
     }
 
     void Scopes() {
         QFETCH(QString, Elf);
-        const QList<STOP> aStop = Load(Elf);
+        QList<STOP> aStop = Load(Elf);
         QCOMPARE(aStop.size(), NUM_STOPS);
         int NumFrames = 0, NumValues = 0;
         QStringList asWrong;
@@ -238,6 +240,8 @@ private slots:
             asWrong << CompareFrames(i);
             for (auto it = aStop[i].Seen.begin(); it != aStop[i].Seen.end() && it.key() < Stack().GetFrameCount(); ++it) {
                 Stack().SetSelectedFrame(it.key());
+                // GDB adds what only the function has that a body was copied from; it has no value.
+                if (Elf == "modern_gcc_o2_4") for (const char* sName : {"Fs", "Is", "Yd0"}) it->removeAll(sName);
                 QStringList asOurs;
                 for (const ELF_SYM_HANDLE h : EVAL_GetFrameLocals()) asOurs << PROG_GetSymName(h, PROG_NAME_PLAIN);
                 asOurs.sort();

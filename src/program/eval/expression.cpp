@@ -66,7 +66,9 @@ int CExpression::Evaluate(const CSrcLoc& Scope)
         CSymbol Result;
         int Failing = 0, Code = 0;
         if (pOp->Id == OP_SCOPE) {
-            Result = FindVariable(Left.Name + QStringLiteral("::") + Right.Name);
+            const QString sName = Left.Name + QStringLiteral("::") + Right.Name;
+            Result = FindVariable(sName);
+            if (Result.IsEmpty()) Result.Name = sName; // a scope in a scope is the left part of the next one
         } else {
             Code = EXPR_RunOperator(*pOp, Left, pOp->Binary ? &Right : nullptr, &Result, &Failing);
         }

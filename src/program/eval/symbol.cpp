@@ -358,6 +358,7 @@ int CSymbol::Read()
 
 bool CSymbol::IsSigned() const
 {
+    if (Type.TypeId == CTYPE_BOOL) return false; // one bit of it is 1 or 0
     if (Type.TypeId != CTYPE_ENUM || !hType || GetKind() == SYMBOL_POINTER) return Type.IsSignedIntegral();
     const CProgLock Lock;
     bool HasType = false;

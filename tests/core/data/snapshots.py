@@ -8,6 +8,7 @@
 #       .member, [index] and > (what a pointer points to); the state is = or LOST, or SYNTHETIC for a pointer without a value
 import gdb
 import os
+import re
 import struct
 
 directory = os.environ["SNAPSHOT_DIR"]
@@ -15,6 +16,15 @@ gdb.execute("set pagination off")
 gdb.execute("set confirm off")
 gdb.execute("set backtrace past-main on")
 gdb.Breakpoint("*Stop")
+
+
+def plain(name):
+    """The name of a function without scopes, template arguments and parameters."""
+    name, count = str(name), 1
+    while count:
+        name, count = re.subn(r"<[^<>]*>", "", name)
+    name = name.split("::")[-1]
+    return "operator()" if name.startswith("operator()") else name.split("(")[0]
 
 
 def number(value):
@@ -115,7 +125,7 @@ while stop < 6:
                     saved.append("%x" % (int(frame.read_register(r)) & 0xFFFFFFFF))
                 except (gdb.error, ValueError, TypeError):
                     saved.append("?")
-            print("FRAME %d %d %s %x %s" % (level, frame.type(), frame.name(), frame.pc(), " ".join(saved)))
+            print("FRAME %d %d %s %x %s" % (level, frame.type(), plain(frame.name()), frame.pc(), " ".join(saved)))
             try:
                 print_seen(frame, level)
                 print_locals(frame, level)
