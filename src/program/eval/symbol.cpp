@@ -3,7 +3,9 @@
 #include "program/eval/evalhooks.h"
 #include "program/tables/prog.h"
 
+#include <QFloat16>
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace {
@@ -388,6 +390,13 @@ bool CSymbol::GetInteger(I64* pValue) const
 bool CSymbol::GetDouble(double* pValue) const
 {
     if (EVAL_IsFloat(Type)) {
+        if (Value.size() == 2) {
+            // Half precision, or the upper half of a float, as the type's name tells.
+            U16 Bits = 0;
+            std::memcpy(&Bits, Value.constData(), 2);
+            *pValue = double(Type.BaseText.contains(QStringLiteral("bf16")) ? std::bit_cast<float>(U32(Bits) << 16) : float(std::bit_cast<qfloat16>(Bits)));
+            return true;
+        }
         if (Value.size() == 4) {
             float f = 0;
             std::memcpy(&f, Value.constData(), 4);

@@ -68,7 +68,8 @@ struct precise {
     unsigned _BitInt(24) b;
     _BitInt(9) field : 5;
 } g_precise = {-3, 0xABCDEF, -7};
-#define PRECISE (g_bit17 + g_bit3 + g_bit40 + g_precise.b)
+_Float16 g_half = 21.5;
+#define PRECISE (*(volatile short*)&g_half + g_bit17 + g_bit3 + g_bit40 + g_precise.b)
 #else
 #define PRECISE 0
 #endif
