@@ -83,6 +83,7 @@ void AskTables()
         }
         PROG_SetCurrentFunction(Functions[i]);
         PROG_GetCurrentLocals();
+        ELF_GetSymLocalsAt(Functions[i], Range.Start);
         PROG_GetInlineInstances(Functions[i]);
         // A damaged range can be the whole address space, which is no function that a window would list.
         if (Range.Size < 0x10000) PROG_GetFunctionLines(Range);

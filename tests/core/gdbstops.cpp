@@ -27,6 +27,9 @@ QList<STOP> RunGdb(const QString& sElf, bool IsBigEndian) {
             for (const QString& s : aWord.mid(1)) aStop.last().aLive << s.toUInt(nullptr, 16);
         } else if (aWord[0] == "FRAME" && !aStop.isEmpty()) {
             aStop.last().aFrame << GDB_FRAME{aWord[2].toInt(), aWord[3], aWord[4].toUInt(nullptr, 16), aWord.mid(5)};
+        } else if (aWord[0] == "SEEN" && !aStop.isEmpty()) {
+            aStop.last().Seen[aWord[1].toInt()] = aWord.mid(2);
+            aStop.last().Seen[aWord[1].toInt()].removeAll(QString());
         } else if (aWord[0] == "LOCAL" && !aStop.isEmpty()) {
             aStop.last().aLocal << GDB_LOCAL{aWord[1].toInt(), aWord[2].toUInt(), aWord[3], aWord[4].toUInt(), aWord[5].toULongLong(nullptr, 16), -1};
         } else if (aWord[0] == "LENGTH" && !aStop.isEmpty()) {

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QMap>
 #include <QString>
 
 constexpr U32 RAM = 0x20000000;
@@ -40,6 +41,7 @@ struct STOP {
     QList<U32> aLive; ///< R0 to R12, SP, LR, PC, XPSR
     QList<GDB_FRAME> aFrame;
     QList<GDB_LOCAL> aLocal;
+    QMap<int, QStringList> Seen; ///< names of the variables that a frame's source sees, by level
     QList<GDB_VALUE> aValue;
     QByteArray aRam;
 };

@@ -8,6 +8,7 @@
 #include "core/host/corehost.h"
 #include "fakeprobe.h"
 #include "gdbstops.h"
+#include "objdump.h"
 #include "program/tables/prog.h"
 #include "program/unwind/callstack.h"
 
@@ -294,6 +295,52 @@ private slots:
         QVERIFY2(NumChecked > 30, qPrintable(QString::number(NumChecked)));
         // Where this one stops, its arrays have no place any more.
         QVERIFY(NumLengths > 0 || Elf == "locals_clang_o0_4");
+    }
+
+    /// The functions that an expansion lies in, wherever it begins: the address before it may belong to another one.
+    void Expansions_data() {
+        QTest::addColumn<QString>("Elf");
+        for (const char* sElf : {"locals_gcc_o2_5", "locals_clang_o2_5", "pieces_gcc_o2_5", "pieces_clang_o2_4", "scopes_gcc_o2_5", "scopes_clang_o2_4", "entries_gcc_o2_5", "entries_clang_o2_5"}) QTest::newRow(sElf) << sElf;
+    }
+
+    void Expansions() {
+        QFETCH(QString, Elf);
+        m_IsAsync = false;
+        QCOMPARE(PROG_Load(GetElf(Elf)), 0);
+        Core::ClearCache();
+        QVERIFY(Core::AnalyzeProgram() > 50);
+        m_Stop = STOP();
+        QList<U32> aPC;
+        for (U32 i = 0; i < ELF_GetInlinedCount(ELF_GetCurrentFile()); i++) {
+            for (const CAddrRange& Range : PROG_GetSymRanges(ELF_GetInlined(ELF_GetCurrentFile(), i))) {
+                if (Range.Size) aPC << Range.Start;
+            }
+        }
+        QByteArray aList;
+        for (const U32 PC : std::as_const(aPC)) aList += QByteArray::number(PC, 16) + ' ';
+        // A header for each address, then a name and a line for each level.
+        const QByteArray aOutput = RunCommand("arm-none-eabi-addr2line -a -f -i -e '" + GetElf(Elf).toUtf8() + "' " + aList);
+        QList<QStringList> aasTheirs;
+        bool IsName = false;
+        for (const QByteArray& aLine : aOutput.trimmed().split('\n')) {
+            if (aLine.startsWith("0x")) aasTheirs << QStringList(), IsName = false;
+            else if (IsName) aasTheirs.last() << QString::fromUtf8(aLine);
+            IsName = !IsName;
+        }
+        QCOMPARE(aasTheirs.size(), aPC.size());
+        QVERIFY(aPC.size() >= 2);
+        CCallStack& Stack = CCallStack::GetInstance();
+        QStringList asWrong;
+        for (int i = 0; i < aPC.size(); i++) {
+            GetFakeProbe().aReg[13] = RAM;
+            GetFakeProbe().aReg[15] = aPC[i];
+            Stack.Invalidate();
+            Unwind();
+            QStringList asOurs;
+            for (int n = 0; n < aasTheirs[i].size() && n < Stack.GetFrameCount(); n++) asOurs << GetName(Stack.GetFrame(n));
+            if (asOurs != aasTheirs[i]) asWrong << QStringLiteral("%1: %2 / %3").arg(aPC[i], 0, 16).arg(asOurs.join(' '), aasTheirs[i].join(' '));
+        }
+        QVERIFY2(asWrong.isEmpty(), qPrintable(asWrong.join('\n')));
     }
 
     void ExceptionNames() {

@@ -93,6 +93,7 @@ class tst_core_values : public QObject {
         Eval.IsConnected = [] { return true; };
         Eval.GetFramePC = [this] { return static_cast<U32>(Stack().GetPC(Frame())); };
         Eval.GetLocationPC = [this] { return static_cast<U32>(Stack().GetLocationPC(Frame())); };
+        Eval.GetFrameFunction = [this] { return Frame().hFunc; };
         Eval.ResolveLoc = [this](const ELF_SYM_LOC& Loc) { return Stack().ResolveLocation(Frame(), Loc); };
         Eval.ResolvePieces = [this](ELF_SYM_HANDLE h) { return Stack().ResolvePieces(Frame(), h); };
         Eval.ReadLoc = [this](const ELF_SYM_LOC& Loc, U32 NumBytes, U8* pData) { return ReadLoc(Loc, NumBytes, pData); };
@@ -137,6 +138,16 @@ class tst_core_values : public QObject {
         });
     }
 
+    /// Names of the frames that differ.
+    QStringList CompareFrames(int Stop) {
+        QStringList asWrong;
+        for (int i = 0; i < m_Stop.aFrame.size() && m_Stop.aFrame[i].sName != "None"; i++) { // none: what called the first function
+            const QString sOurs = PROG_GetSymName(Stack().GetFrame(i).hFunc, PROG_NAME_PLAIN).section('<', 0, 0);
+            if (sOurs != m_Stop.aFrame[i].sName) asWrong << QStringLiteral("stop %1 frame %2 %3 / %4").arg(Stop).arg(i).arg(sOurs, m_Stop.aFrame[i].sName);
+        }
+        return asWrong;
+    }
+
     CSymbol Follow(CSymbol Symbol, const QString& sPath) {
         static const QRegularExpression Step(QStringLiteral("\\.(\\w+)|\\[(\\d+)\\]|>"));
         for (auto It = Step.globalMatch(sPath); It.hasNext();) {
@@ -179,12 +190,7 @@ private slots:
         QStringList asWrong;
         for (int i = 0; i < aStop.size(); i++) {
             TakeStop(aStop[i]);
-            for (const GDB_FRAME& Theirs : aStop[i].aFrame) {
-                const qsizetype Level = &Theirs - aStop[i].aFrame.constData();
-                if (Theirs.sName == "None") break; // what called the first function
-                const QString sOurs = PROG_GetSymName(Stack().GetFrame(static_cast<int>(Level)).hFunc, PROG_NAME_PLAIN);
-                if (sOurs != Theirs.sName) asWrong << QStringLiteral("stop %1 frame %2 %3 / %4").arg(i).arg(Level).arg(sOurs, Theirs.sName);
-            }
+            asWrong << CompareFrames(i);
             for (const GDB_VALUE& Theirs : aStop[i].aValue) {
                 if (Theirs.sState == "LOST" && IsKnownTo(aStop[i], Theirs)) continue;
                 if (Theirs.sName == "big" && Elf.contains("clang")) continue; // clang keeps half of it, GDB takes the rest for 0
@@ -213,6 +219,55 @@ private slots:
         }
         QVERIFY2(asWrong.isEmpty(), qPrintable(asWrong.join('\n')));
         QVERIFY2(NumEqual >= NumValues && NumSynthetic >= NumDropped, qPrintable(QStringLiteral("%1 %2").arg(NumEqual).arg(NumSynthetic)));
+    }
+
+    /// Which variables a frame sees, and which of them a name means.
+    void Scopes_data() {
+        QTest::addColumn<QString>("Elf");
+        for (const char* sElf : {"scopes_gcc_o0_5", "scopes_gcc_o1_4", "scopes_gcc_o2_5", "scopes_clang_o0_5", "scopes_clang_o2_4",
+                                 "locals_gcc_o2_5", "locals_clang_o1_5", "pieces_gcc_o1_5", "modern_gcc_o0_5", "modern_gcc_o1_5", "modern_gcc_o2_4",
+                                 "modern_clang_o0_5"}) QTest::newRow(sElf) << sElf;
+    }
+
+    void Scopes() {
+        QFETCH(QString, Elf);
+        QList<STOP> aStop = Load(Elf);
+        QCOMPARE(aStop.size(), NUM_STOPS);
+        int NumFrames = 0, NumValues = 0;
+        QStringList asWrong;
+        for (int i = 0; i < aStop.size(); i++) {
+            TakeStop(aStop[i]);
+            asWrong << CompareFrames(i);
+            for (auto it = aStop[i].Seen.begin(); it != aStop[i].Seen.end() && it.key() < Stack().GetFrameCount(); ++it) {
+                Stack().SetSelectedFrame(it.key());
+                // GDB adds what only the function has that a body was copied from; it has no value.
+                if (Elf == "modern_gcc_o2_4") for (const char* sName : {"Fs", "Is", "Yd0"}) it->removeAll(sName);
+                QStringList asOurs;
+                for (const ELF_SYM_HANDLE h : EVAL_GetFrameLocals()) asOurs << PROG_GetSymName(h, PROG_NAME_PLAIN);
+                asOurs.sort();
+                NumFrames++;
+                if (asOurs != it.value()) asWrong << QStringLiteral("stop %1 frame %2: %3 / %4").arg(i).arg(it.key()).arg(asOurs.join(' '), it.value().join(' '));
+            }
+            QStringList asMet; // GDB lists inner blocks first
+            for (const GDB_VALUE& Theirs : aStop[i].aValue) {
+                const QString sName = QStringLiteral("%1 %2").arg(Theirs.Level).arg(Theirs.sName);
+                if (Theirs.sPath != "-" || Theirs.sState != "=" || asMet.contains(sName)) continue;
+                if (Theirs.sName == "big" && Elf.contains("clang")) continue; // as above
+                asMet << sName;
+                Stack().SetSelectedFrame(Theirs.Level);
+                CExpression Expression(Theirs.sName);
+                I64 Value = 0;
+                CSymbol Ours;
+                if (Expression.Evaluate() > 0) Ours = Expression.GetResult();
+                if (EVAL_IsFloat(Ours.Type)) continue;
+                const bool IsThere = Ours.Read() == 0 && Ours.GetInteger(&Value);
+                const U64 Mask = Ours.ByteSize < 8 ? (U64(1) << 8 * Ours.ByteSize) - 1 : ~U64(0);
+                NumValues++;
+                if (!IsThere || (U64(Value) & Mask) != Theirs.Value) asWrong << QStringLiteral("stop %1 frame %2: %3 / %4").arg(i).arg(sName).arg(IsThere ? U64(Value) & Mask : 0, 0, 16).arg(Theirs.Value, 0, 16);
+            }
+        }
+        QVERIFY2(asWrong.isEmpty(), qPrintable(asWrong.join('\n')));
+        QVERIFY2(NumFrames >= 10 && NumValues >= 15, qPrintable(QStringLiteral("%1 %2").arg(NumFrames).arg(NumValues)));
     }
 
     /// Expressions through pointers that have no value of their own.

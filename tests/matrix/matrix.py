@@ -273,8 +273,12 @@ C_VALUES = """g_flags.ready g_flags.level g_flags.wide g_flags.kind g_flags.rest
     g_frame.stamp g_frame.bits g_frame.more g_node.matrix[2][3] g_node.level g_node.pNext->level g_pNode->pOther->matrix[0][1]
     g_value.i g_value.flags.level g_vector[3] g_colour g_atomic g_isReady s_count g_packet.type g_packet.word g_packet.low
     g_packet.high g_packet.bytes[3] g_packet.at.x g_packet.at.y g_packet.colour sizeof(g_node) sizeof(packet)
-    g_frame.length+g_frame.head g_node.matrix[1][g_packet.type] *g_node.pNext->matrix[2]""".split()
-CPP_VALUES = "g_mode g_char8 g_char16 sizeof(g_rect) sizeof(g_ring)".split()
+    g_frame.length+g_frame.head g_node.matrix[1][g_packet.type] *g_node.pNext->matrix[2]
+    g_switches.isOn g_switches.isOff g_switches.sign g_switches.colour g_switches.isLast g_switches.isOn+1 g_bit17 g_bit3 g_bit40
+    g_precise.a g_precise.b g_precise.field g_bit17*g_bit3 g_half g_half*4 g_half+g_bit3""".split()
+CPP_VALUES = ("g_mode g_char8 g_char16 sizeof(g_rect) sizeof(g_ring) geometry::v2::g_total "
+              "geometry::v2::inner::g_switches.isOn geometry::v2::inner::g_switches.isOff geometry::v2::inner::g_switches.sign "
+              "geometry::v2::inner::g_switches.small").split()
 
 
 def check_values(report, tool, path, machine, is_cpp):

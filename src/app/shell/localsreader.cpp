@@ -53,10 +53,7 @@ QList<CSymbol> CLocalsReader::GetVariables() const
 {
     const CProgLock Lock;
     QList<CSymbol> List;
-    const EVAL_HOOKS& Hooks = EVAL_GetHooks();
-    const U32 PC = Hooks.GetFramePC ? Hooks.GetFramePC() : ADDR_NONE;
-    const ELF_SYM_HANDLE hFunc = PC == ADDR_NONE ? 0 : PROG_GetFunctionAt(PC, 1);
-    for (U32 i = 0; i < ELF_GetSymLocalCount(hFunc); i++) List.append(CSymbol::FromProgram(ELF_GetSymLocal(hFunc, i)));
+    for (const ELF_SYM_HANDLE hSym : EVAL_GetFrameLocals()) List.append(CSymbol::FromProgram(hSym));
     return List;
 }
 

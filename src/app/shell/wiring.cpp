@@ -139,6 +139,11 @@ void WireEvaluator()
         const CCallFrame& Frame = Stack.GetFrame(std::max(Stack.GetSelectedFrame(), 0));
         return CDevice::Get().IsHalted() && Stack.IsPCValid(Frame) ? U32(Stack.GetLocationPC(Frame)) : EVAL_GetHooks().GetFramePC();
     };
+    Hooks.GetFrameFunction = [] {
+        const CCallStack& Stack = CCallStack::GetInstance();
+        const CCallFrame& Frame = Stack.GetFrame(std::max(Stack.GetSelectedFrame(), 0));
+        return CDevice::Get().IsHalted() && Stack.IsPCValid(Frame) ? Frame.hFunc : 0;
+    };
     Hooks.ResolveLoc = [](const ELF_SYM_LOC& Loc) {
         const CCallStack& Stack = CCallStack::GetInstance();
         const CCallFrame& Frame = Stack.GetFrame(std::max(Stack.GetSelectedFrame(), 0));

@@ -56,7 +56,7 @@ private:
     bool _IsSymbol(const DWARF_ABBREV& Abbrev) const;
     void _Code(const DWARF_DIE& Die, std::vector<DWARF_CODE>& aCode);
     bool _IsStatic(const DWARF_DIE& Die);
-    bool _IsLambda(const DWARF_DIE& Die) const;
+    bool _IsUsersCode(const DWARF_DIE& Die) const;
     U32 _Reference(const DWARF_DIE& Die, U32 Attr)
     {
         const DWARF_VALUE Value = m_Info.GetAttr(Die, Attr);
@@ -110,11 +110,19 @@ bool CScanner::_IsStatic(const DWARF_DIE& Die)
     return IsAddr && pExpr[Size - 1] != DW_OP_stack_value;
 }
 
-/// The code of a lambda counts as made by the compiler for some of them; it is the user's.
-bool CScanner::_IsLambda(const DWARF_DIE& Die) const
+/// The code of a lambda, or of a coroutine, counts as made by the compiler for some of them; it is the user's.
+bool CScanner::_IsUsersCode(const DWARF_DIE& Die) const
 {
-    return Die.pAbbrev->HasName && !Die.pAbbrev->HasDeclaration && !m_aTag.empty() && IsRecord(m_aTag.back()) &&
-           std::strcmp(m_Info.GetText(Die, DW_AT_name), "operator()") == 0;
+    if (!Die.pAbbrev->HasName || Die.pAbbrev->HasDeclaration) return false;
+    const char* sName = m_Info.GetText(Die, DW_AT_name);
+    constexpr size_t CALL_LENGTH = 10;
+    if (!m_aTag.empty() && IsRecord(m_aTag.back()) && std::strncmp(sName, "operator()", CALL_LENGTH) == 0)
+        return sName[CALL_LENGTH] == 0 || sName[CALL_LENGTH] == '<'; // the call of a generic one has arguments of its template
+    // What runs a coroutine takes the record of its state.
+    DWARF_DIE First;
+    const U32 Next = Die.pAbbrev->HasChildren ? m_Info.EndOfDie(Die) : 0;
+    return Next && m_Info.ReadDie(m_Unit, Next, First) && !First.IsNull() && First.Tag() == DW_TAG_formal_parameter &&
+           std::strcmp(m_Info.GetText(First, DW_AT_name), "frame_ptr") == 0;
 }
 
 void CScanner::_Offer(const DWARF_DIE& Die)
@@ -138,7 +146,7 @@ void CScanner::_Offer(const DWARF_DIE& Die)
         break;
     case DW_TAG_subprogram:
         // One that has neither code nor a name nor belongs to another is nothing that could be shown.
-        if (IsTypeUnit || !Abbrev.HasUse || !(IsOwn || _IsLambda(Die))) break;
+        if (IsTypeUnit || !Abbrev.HasUse || !(IsOwn || _IsUsersCode(Die))) break;
         _Code(Die, m_Scan.aFunction);
         if (Abbrev.IsMain && m_Scan.MainById == DIE_ID_NONE) m_Scan.MainById = Die.Id;
         if (Abbrev.HasName && m_Scan.MainByName == DIE_ID_NONE && std::strcmp(m_Info.GetText(Die, DW_AT_name), "main") == 0) {

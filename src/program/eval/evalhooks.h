@@ -11,6 +11,7 @@ struct EVAL_HOOKS {
     std::function<bool()> IsConnected;
     std::function<U32()> GetFramePC;                           ///< PC of the selected frame; ADDR_NONE without one
     std::function<U32()> GetLocationPC;                        ///< PC whose locations hold in it; as GetFramePC if empty
+    std::function<ELF_SYM_HANDLE()> GetFrameFunction;          ///< of the selected frame, maybe an expansion; the innermost at GetFramePC if empty
     std::function<ELF_SYM_LOC(const ELF_SYM_LOC&)> ResolveLoc; ///< evaluated in the selected frame; no parts if it can't be
     /// Where the stretches of a symbol's value are in the selected frame; empty if its location tells all.
     std::function<ELF_SYM_PIECES(ELF_SYM_HANDLE)> ResolvePieces;
@@ -24,3 +25,10 @@ struct EVAL_HOOKS {
 
 void EVAL_SetHooks(const EVAL_HOOKS& Hooks);
 const EVAL_HOOKS& EVAL_GetHooks();
+
+/// PC whose locations and blocks hold in the selected frame; ADDR_NONE without one.
+U32 EVAL_GetLocationPC();
+/// Function of the selected frame, which may be an expansion; 0 without one.
+ELF_SYM_HANDLE EVAL_GetFrameFunction();
+/// Variables that the function of the selected frame sees where it stands, inner blocks first, parameters last.
+ELF_SYM_LIST EVAL_GetFrameLocals();

@@ -15,7 +15,7 @@ int IdOfBaseType(ELF_SYM_HANDLE hType)
     const bool IsLong = QString::fromUtf8(ELF_GetSymName(hType)).contains(QStringLiteral("long"));
     switch (Encoding) {
     case ATE_BOOLEAN: return CTYPE_BOOL;
-    case ATE_FLOAT: return Size == 4 ? CTYPE_FLOAT : Size == 8 ? CTYPE_DOUBLE : CTYPE_UNKNOWN;
+    case ATE_FLOAT: return Size == 4 || Size == 2 ? CTYPE_FLOAT : Size == 8 ? CTYPE_DOUBLE : CTYPE_UNKNOWN;
     case ATE_SIGNED_CHAR:
     case ATE_SIGNED:
         return Size == 1 ? CTYPE_CHAR : Size == 2 ? CTYPE_SHORT : Size == 4 ? (IsLong ? CTYPE_LONG : CTYPE_INT) : Size == 8 ? CTYPE_LONGLONG

@@ -6,9 +6,11 @@
 #include "program/tables/prog.h"
 
 #include <QFileInfo>
+#include <algorithm>
 
 namespace {
 constexpr int MAX_DEPTH = 16; ///< macros that expand to macros
+constexpr int MAX_FUNCTION_SCOPES = 64; ///< expansions within each other
 
 QString GetCodeText(int Code)
 {
@@ -64,7 +66,9 @@ int CExpression::Evaluate(const CSrcLoc& Scope)
         CSymbol Result;
         int Failing = 0, Code = 0;
         if (pOp->Id == OP_SCOPE) {
-            Result = FindVariable(Left.Name + QStringLiteral("::") + Right.Name);
+            const QString sName = Left.Name + QStringLiteral("::") + Right.Name;
+            Result = FindVariable(sName);
+            if (Result.IsEmpty()) Result.Name = sName; // a scope in a scope is the left part of the next one
         } else {
             Code = EXPR_RunOperator(*pOp, Left, pOp->Binary ? &Right : nullptr, &Result, &Failing);
         }
@@ -96,21 +100,23 @@ CSymbol CExpression::FindVariable(const QString& sName)
         }
         return {};
     }
-    // Locals of the selected frame come first, inner blocks before outer ones.
-    const EVAL_HOOKS& Hooks = EVAL_GetHooks();
-    const U32 PC = Hooks.GetFramePC ? Hooks.GetFramePC() : ADDR_NONE;
-    CSymbol OutOfScope;
-    for (const U32 PreferOuter : {0u, 1u}) { // an expansion has locals of its own
-        const ELF_SYM_HANDLE hFunc = PC == ADDR_NONE ? 0 : PROG_GetFunctionAt(PC, PreferOuter);
-        for (U32 i = ELF_GetSymLocalCount(hFunc); i-- > 0;) {
-            const ELF_SYM_HANDLE h = ELF_GetSymLocal(hFunc, i);
-            if (QString::fromUtf8(ELF_GetSymName(h)) != sName) continue;
-            CSymbol Local = CSymbol::FromProgram(h);
-            if (Local.Loc.NumParts) return Local;
-            if (OutOfScope.IsEmpty()) OutOfScope = Local;
-        }
+    // What is seen where the selected frame stands comes first, inner blocks before outer ones; an expansion sees what the
+    // functions have that it lies in as well.
+    const QByteArray Utf8 = sName.toUtf8();
+    const auto IsNamed = [&Utf8](ELF_SYM_HANDLE h) { return Utf8 == ELF_GetSymName(h); };
+    ELF_SYM_LIST OfOtherBlocks;
+    ELF_SYM_HANDLE hFunc = EVAL_GetFrameFunction();
+    for (int i = 0; hFunc && !ELF_SymIsElf(hFunc) && i < MAX_FUNCTION_SCOPES; i++) {
+        const ELF_SYM_LIST Seen = ELF_GetSymLocalsAt(hFunc, EVAL_GetLocationPC());
+        if (const auto it = std::find_if(Seen.begin(), Seen.end(), IsNamed); it != Seen.end())
+            return CSymbol::FromProgram(*it); // what has no value here hides others of its name all the same
+        for (U32 n = ELF_GetSymLocalCount(hFunc); n-- > 0;)
+            if (const ELF_SYM_HANDLE h = ELF_GetSymLocal(hFunc, n); IsNamed(h)) OfOtherBlocks.append(h);
+        if (ELF_GetSymTag(hFunc) == ELF_TAG_SUBPROGRAM) break;
+        do hFunc = ELF_GetSymParent(hFunc);
+        while (hFunc && !PROG_IsFunction(hFunc));
     }
-    if (!OutOfScope.IsEmpty()) return OutOfScope;
+    CSymbol OutOfScope;
     for (const bool Elf : {false, true})
         for (const ELF_SYM_HANDLE h : PROG_FindSymbols(sName, false, !Elf, false, Elf, true)) {
             CSymbol Global = CSymbol::FromProgram(h);
@@ -118,6 +124,7 @@ CSymbol CExpression::FindVariable(const QString& sName)
             // One that was optimised away has no value, but a type and a size.
             if (OutOfScope.IsEmpty() && !Global.IsFunction) OutOfScope = Global;
         }
+    if (!OfOtherBlocks.isEmpty()) return CSymbol::FromProgram(OfOtherBlocks.first());
     const ELF_SYM_LIST Funcs = PROG_FindSymbols(sName, true, false, false, true, true);
     return Funcs.isEmpty() ? OutOfScope : CSymbol::FromProgram(Funcs.first());
 }

@@ -3,7 +3,9 @@
 #include "program/eval/evalhooks.h"
 #include "program/tables/prog.h"
 
+#include <QFloat16>
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace {
@@ -142,7 +144,7 @@ CSymbol CSymbol::FromProgram(ELF_SYM_HANDLE hSym)
     Symbol.ByteSize = Symbol.Type.Size ? Symbol.Type.Size : ELF_GetSymSize(hSym);
     FillArray(Symbol, hSym);
     if (ELF_SymIsElf(hSym) && Symbol.Type.Text.isEmpty()) Symbol.Type = EVAL_MakeType(CTYPE_UINT);
-    const U32 PC = Hooks.GetLocationPC ? Hooks.GetLocationPC() : Hooks.GetFramePC ? Hooks.GetFramePC() : ADDR_NONE;
+    const U32 PC = EVAL_GetLocationPC();
     if (PC != ADDR_NONE) FillLengths(Symbol, PC);
     const ELF_SYM_LOC Raw = PROG_GetSymLoc(hSym, PC);
     Symbol.Loc = Hooks.ResolveLoc ? Hooks.ResolveLoc(Raw) : Raw;
@@ -358,6 +360,7 @@ int CSymbol::Read()
 
 bool CSymbol::IsSigned() const
 {
+    if (Type.TypeId == CTYPE_BOOL) return false; // one bit of it is 1 or 0
     if (Type.TypeId != CTYPE_ENUM || !hType || GetKind() == SYMBOL_POINTER) return Type.IsSignedIntegral();
     const CProgLock Lock;
     bool HasType = false;
@@ -387,6 +390,13 @@ bool CSymbol::GetInteger(I64* pValue) const
 bool CSymbol::GetDouble(double* pValue) const
 {
     if (EVAL_IsFloat(Type)) {
+        if (Value.size() == 2) {
+            // Half precision, or the upper half of a float, as the type's name tells.
+            U16 Bits = 0;
+            std::memcpy(&Bits, Value.constData(), 2);
+            *pValue = double(Type.BaseText.contains(QStringLiteral("bf16")) ? std::bit_cast<float>(U32(Bits) << 16) : float(std::bit_cast<qfloat16>(Bits)));
+            return true;
+        }
         if (Value.size() == 4) {
             float f = 0;
             std::memcpy(&f, Value.constData(), 4);

@@ -86,7 +86,7 @@ QString CSymbol::GetScalarText(int Radix) const
     if (EVAL_IsFloat(Type) && Radix != 16 && Radix != 2) {
         double Double = 0;
         if (!GetDouble(&Double)) return {};
-        return QString::number(Double, 'g', Value.size() == 4 ? 9 : 17);
+        return QString::number(Double, 'g', Value.size() == 2 ? 5 : Value.size() == 4 ? 9 : 17);
     }
     if (!GetInteger(&Integer)) return {};
     const bool Signed = IsSigned();

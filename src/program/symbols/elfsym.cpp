@@ -3,13 +3,18 @@
 #include "program/symbols/diemodel.h"
 #include "program/symbols/symcache.h"
 
+#include <algorithm>
 #include <cstring>
 #include <elf.h>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace {
 
 constexpr U32 MAX_BLOCK_SIZE = 10000000;
 constexpr U32 BINDING_DEBUG_SYMBOL = 16;
+constexpr size_t MAX_BLOCK_RANGES = 1000000; ///< entries of range lists that the blocks of a function are looked for in
 
 bool IsType(U32 Tag)
 {
@@ -62,6 +67,51 @@ ELF_SYM_HANDLE ListItem(const std::vector<U32>* pList, ELF_SYM_HANDLE hSym, U32 
 {
     return pList && Index < pList->size() ? ElfFindSym(hSym)->DebugHandle((*pList)[Index]) : 0;
 }
+
+/// Which blocks of a function are at a PC.
+class CBlocksAt {
+public:
+    CBlocksAt(const ELF_FILE& File, U32 LinkPC) : m_File(File), m_LinkPC(LinkPC) {}
+
+    /// Number of blocks of its function that a scope lies in, itself included; -1 if one of them isn't at the PC.
+    int GetDepth(const DWARF_SCOPE* pScope)
+    {
+        std::vector<const DWARF_SCOPE*> apInner; // outer ones decide first: where one isn't at the PC, what is in it isn't asked
+        int Depth = 0;
+        for (; pScope && !IsFunctionDieTag(pScope->Tag); pScope = ELF_FILE::ParentOf(pScope)) {
+            if (const auto it = m_Depth.find(pScope); it != m_Depth.end()) {
+                Depth = it->second;
+                break;
+            }
+            apInner.push_back(pScope);
+        }
+        while (!apInner.empty()) {
+            Depth = Depth >= 0 && _IsHere(*apInner.back()) ? Depth + 1 : -1;
+            m_Depth[apInner.back()] = Depth;
+            apInner.pop_back();
+        }
+        return Depth;
+    }
+
+private:
+    bool _IsHere(const DWARF_SCOPE& Scope)
+    {
+        DWARF_DIE Block;
+        if (m_LinkPC == 0xFFFFFFFFu || !m_File.ReadDie(Scope.Id, Block) || Block.IsNull()) return true;
+        // A block without code of its own has nothing but names.
+        if (!m_File.Info.HasAttr(Block, DW_AT_low_pc) && !m_File.Info.HasAttr(Block, DW_AT_ranges)) return true;
+        if (m_NumRanges > MAX_BLOCK_RANGES) return false; // many blocks may name the same long list in a damaged file
+        std::vector<std::pair<U32, U32>> aRange;
+        DieRanges(m_File, Block, aRange);
+        m_NumRanges += aRange.size();
+        return std::any_of(aRange.begin(), aRange.end(), [this](const auto& Range) { return Range.first <= m_LinkPC && m_LinkPC < Range.second; });
+    }
+
+    const ELF_FILE& m_File;
+    U32 m_LinkPC;
+    size_t m_NumRanges = 0;
+    std::unordered_map<const DWARF_SCOPE*, int> m_Depth;
+};
 
 } // namespace
 
@@ -178,6 +228,33 @@ U32 ELF_GetSymLocalCount(ELF_SYM_HANDLE hSym)
     return pList ? static_cast<U32>(pList->size()) : 0;
 }
 ELF_SYM_HANDLE ELF_GetSymLocal(ELF_SYM_HANDLE hSym, U32 Index) { return ListItem(SymLocals(hSym), hSym, Index); }
+ELF_SYM_LIST ELF_GetSymLocalsAt(ELF_SYM_HANDLE hFunc, U32 PC)
+{
+    const std::vector<U32>* pLocals = SymLocals(hFunc);
+    if (!pLocals) return {};
+    struct SEEN {
+        int Depth; ///< blocks around it in the function; -1 for a parameter
+        ELF_SYM_HANDLE hSym;
+    };
+    const ELF_FILE& File = *ElfFindSym(hFunc);
+    const U32 LinkPC = PC == 0xFFFFFFFFu ? PC : ELF_FromRuntimeAddr(PC, 1, 0);
+    std::vector<SEEN> aSeen;
+    CBlocksAt Blocks(File, LinkPC);
+    for (const U32 Id : *pLocals) {
+        DWARF_DIE Die;
+        const int Depth = Blocks.GetDepth(File.FindParentScope(Id));
+        if (Depth < 0 || !File.ReadDie(Id, Die) || !*DieName(File, Die)) continue;
+        aSeen.push_back({Die.Tag() == DW_TAG_formal_parameter ? -1 : Depth, File.DebugHandle(Id)});
+    }
+    std::stable_sort(aSeen.begin(), aSeen.end(), [](const SEEN& a, const SEEN& b) { return a.Depth > b.Depth; });
+    ELF_SYM_LIST aSym;
+    std::unordered_set<std::string_view> Names;
+    for (const SEEN& Seen : aSeen) {
+        if (Names.insert(ELF_GetSymName(Seen.hSym)).second) aSym.append(Seen.hSym);
+    }
+    return aSym;
+}
+
 U32 ELF_GetSymMemberCount(ELF_SYM_HANDLE hSym)
 {
     const std::vector<U32>* pList = SymMembers(hSym);

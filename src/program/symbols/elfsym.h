@@ -70,6 +70,9 @@ ELF_SYM_HANDLE ELF_GetSymParent(ELF_SYM_HANDLE hSym);
 ELF_SYM_LIST ELF_GetSymChildren(ELF_SYM_HANDLE hSym, U32 Tag);
 U32 ELF_GetSymLocalCount(ELF_SYM_HANDLE hSym);
 ELF_SYM_HANDLE ELF_GetSymLocal(ELF_SYM_HANDLE hSym, U32 Index);
+/// The locals of a function that its source sees at a PC (0xFFFFFFFF: wherever it is): variables of inner blocks first,
+/// parameters last; those without a name, of other blocks or hidden by an inner one of the same name are left out.
+ELF_SYM_LIST ELF_GetSymLocalsAt(ELF_SYM_HANDLE hFunc, U32 PC);
 U32 ELF_GetSymMemberCount(ELF_SYM_HANDLE hSym);
 ELF_SYM_HANDLE ELF_GetSymMember(ELF_SYM_HANDLE hSym, U32 Index);
 U32 ELF_GetSymBaseCount(ELF_SYM_HANDLE hSym);

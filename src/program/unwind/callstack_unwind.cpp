@@ -42,6 +42,19 @@ bool IsProgramAddr(U64 Addr) {
     return PROG_ReadBytes(Addr32, 1, nullptr) == 1 || PROG_GetFunctionAt(Addr32, 1) != 0;
 }
 
+/// The function or expansion that an expansion lies in, 0 if there is none.
+ELF_SYM_HANDLE GetFunctionAround(ELF_SYM_HANDLE hExpansion) {
+    const CProgLock Lock;
+    ELF_SYM_HANDLE h = ELF_GetSymParent(hExpansion);
+    while (h && !PROG_IsFunction(h)) h = ELF_GetSymParent(h);
+    return h;
+}
+
+bool HasCode(ELF_SYM_HANDLE hFunc, U64 Addr) {
+    const QList<CAddrRange> aRange = PROG_GetSymRanges(hFunc);
+    return std::any_of(aRange.begin(), aRange.end(), [Addr](const CAddrRange& Range) { return Addr >= Range.Start && Addr < Range.End(); });
+}
+
 } // namespace
 
 // ---- Top frame, on the visible stack -----------------------------------------------------------
@@ -204,7 +217,9 @@ void CCallStack::_SetFunction(CCallFrame& Frame) {
     Frame.IsInlined = false;
     CRegSet* pSet = _FindRegs(Frame);
     if (!pSet || !IsPCValid(Frame)) return;
-    Frame.hFunc = PROG_GetFunctionAt(static_cast<U32>(GetPC(Frame)), 0);
+    // What lies before an expansion that is the first in its function belongs to another one.
+    if (const CCallFrame& Younger = GetFrame(Frame.Index - 1); Younger.IsInlined) Frame.hFunc = GetFunctionAround(Younger.hFunc);
+    if (!Frame.hFunc) Frame.hFunc = PROG_GetFunctionAt(static_cast<U32>(GetPC(Frame)), 0);
     pSet->FuncLow = 0xFFFFFFFFu;
     pSet->FuncHigh = 0;
     if (!Frame.hFunc) return;
@@ -451,6 +466,7 @@ bool CCallStack::_AddCallerOfInlined(const CCallFrame& Frame, CCallFrame& Next) 
     const CAddrRange Range = PROG_GetSymRange(Frame.hFunc);
     U64 PC = Range.Start;
     if (Core::GetPrevInst(Range.Start, &PC) != 0) PC = Range.Start - Info.InstAlignment;
+    if (const ELF_SYM_HANDLE hCaller = GetFunctionAround(Frame.hFunc); hCaller && !HasCode(hCaller, PC)) PC = Range.Start;
     CCallFrame& Inlined = m_aFrame.back();
     Inlined.CFA = GetSP(Frame);
     Inlined.CFAStatus = FRAME_VALUE_VALID;

@@ -3,10 +3,12 @@
 #   FRAME <level> <kind> <name> <pc> <value of r4> ... <value of r11> <sp> <lr>
 #   LOCAL <level> <line> <name> <size> <value>          a number, or the address of an array
 #   LENGTH <level> <line> <name> <number of elements>   of an array
+#   SEEN <level> <name> <name> ...                      the variables that its source sees there, sorted
 #   VALUE <level> <line> <name> <path> <state> <value>   each number in a variable and behind its pointers: the path is of
 #       .member, [index] and > (what a pointer points to); the state is = or LOST, or SYNTHETIC for a pointer without a value
 import gdb
 import os
+import re
 import struct
 
 directory = os.environ["SNAPSHOT_DIR"]
@@ -14,6 +16,15 @@ gdb.execute("set pagination off")
 gdb.execute("set confirm off")
 gdb.execute("set backtrace past-main on")
 gdb.Breakpoint("*Stop")
+
+
+def plain(name):
+    """The name of a function without scopes, template arguments and parameters."""
+    name, count = str(name), 1
+    while count:
+        name, count = re.subn(r"<[^<>]*>", "", name)
+    name = name.split("::")[-1]
+    return "operator()" if name.startswith("operator()") else name.split("(")[0]
 
 
 def number(value):
@@ -49,6 +60,17 @@ def print_locals(frame, level):
         if block.function:
             break
         block = block.superblock
+
+
+def print_seen(frame, level):
+    names = set()
+    block = frame.block()
+    while block and not (block.is_static or block.is_global):
+        names.update(symbol.name for symbol in block if symbol.is_variable or symbol.is_argument)
+        if block.function:
+            break
+        block = block.superblock
+    print("SEEN %d %s" % (level, " ".join(sorted(names))))
 
 
 def is_synthetic(value):
@@ -103,8 +125,9 @@ while stop < 6:
                     saved.append("%x" % (int(frame.read_register(r)) & 0xFFFFFFFF))
                 except (gdb.error, ValueError, TypeError):
                     saved.append("?")
-            print("FRAME %d %d %s %x %s" % (level, frame.type(), frame.name(), frame.pc(), " ".join(saved)))
+            print("FRAME %d %d %s %x %s" % (level, frame.type(), plain(frame.name()), frame.pc(), " ".join(saved)))
             try:
+                print_seen(frame, level)
                 print_locals(frame, level)
                 print_values(frame, level)
             except RuntimeError:

@@ -52,6 +52,28 @@ union value {
     char text[12];
 };
 
+// One bit of a _Bool is 1 or 0, one of a signed number -1 or 0.
+struct switches {
+    _Bool isOn : 1, isOff : 1;
+    signed sign : 1;
+    enum colour colour : 4;
+    _Bool isLast;
+};
+#if defined(__clang__)
+_BitInt(17) g_bit17 = -5;
+unsigned _BitInt(3) g_bit3 = 5;
+_BitInt(40) g_bit40 = 0x123456789LL;
+struct precise {
+    _BitInt(7) a;
+    unsigned _BitInt(24) b;
+    _BitInt(9) field : 5;
+} g_precise = {-3, 0xABCDEF, -7};
+_Float16 g_half = 21.5;
+#define PRECISE (*(volatile short*)&g_half + g_bit17 + g_bit3 + g_bit40 + g_precise.b)
+#else
+#define PRECISE 0
+#endif
+
 typedef struct node NODE;
 typedef int VECTOR[4];
 
@@ -61,6 +83,7 @@ struct node g_node = {&g_node, &g_node, 0, {0}, {{1, 2, 3, 4}, {5, 6, 7, 8}, {9,
 const NODE* g_pNode = &g_node;
 union value g_value = {.d = 2.5};
 struct packet g_packet = {3, {0x01020304}, {-5, 6}, BLUE, {}};
+struct switches g_switches = {1, 0, -1, RED, 1};
 VECTOR g_vector = {1, 2, 3, 4};
 enum colour g_colour = BLUE;
 _Atomic int g_atomic = 40;
@@ -94,5 +117,5 @@ int use_records(int n)
     g_atomic++;
     g_isReady = n > 2;
     g_packet.at.x++;
-    return compare(&g_node, g_pNode) + (int)s_pPacket->word + g_vector[n & 3];
+    return compare(&g_node, g_pNode) + (int)s_pPacket->word + g_vector[n & 3] + g_switches.isOn + (int)PRECISE;
 }

@@ -27,9 +27,21 @@ int Square::Perimeter() const
 }
 
 inline namespace v2 {
+int g_total = 12;
+namespace inner {
+enum class Small : unsigned char { One = 1, Two = 200 };
+struct Switches {
+    bool isOn : 1 = true;
+    bool isOff : 1 = false;
+    Small small : 8 = Small::Two;
+    [[no_unique_address]] struct Nothing {
+    } nothing;
+    int sign : 2 = -1;
+} g_switches;
+} // namespace inner
 int Total(const Shape& a, const Shape& b)
 {
-    return a.Area() + b.Area();
+    return a.Area() + b.Area() + g_total + inner::g_switches.isOn;
 }
 } // namespace v2
 
