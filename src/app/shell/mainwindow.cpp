@@ -37,6 +37,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
 #include <QMenuBar>
@@ -59,6 +60,9 @@ bool CMainWindow::Exists()
 
 void CMainWindow::Destroy()
 {
+    // A dialog that is still open may hold a cell that is being edited, which is taken over as it hides.
+    if (s_pMainWindow)
+        for (QDialog* pDialog : s_pMainWindow->findChildren<QDialog*>()) pDialog->hide();
     delete s_pMainWindow;
 }
 
