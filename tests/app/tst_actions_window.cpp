@@ -14,6 +14,7 @@
 #include "views/debug/findbar.h"
 #include "views/debug/sourceeditor.h"
 #include "views/debug/sourcewindow.h"
+#include "views/framework/statusbar.h"
 #include "views/theme/theme.h"
 
 #include <QAction>
@@ -22,6 +23,7 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QMenu>
+#include <QToolButton>
 
 class tst_ActionsWindow : public QObject {
     Q_OBJECT
@@ -218,6 +220,21 @@ void tst_ActionsWindow::Escape()
     QVERIFY(pEditor->hasFocus() && !pEditor->HasSelection());
     CConsoleWindow::Get().ExecuteCommand("File.CloseAll");
     TakeLines();
+    // It cancels work that takes long, once; work that nobody can cancel leaves the key its use.
+    CStatusBar& Bar = CStatusBar::Get();
+    for (const bool CanCancel : {true, false}) {
+        m_pInput->setFocus();
+        Bar.StartProgress(0, 100, CanCancel);
+        Bar.Flush();
+        QCOMPARE(Bar.findChild<QToolButton*>("buttonCancel")->isVisible(), CanCancel);
+        Press("Esc");
+        QCOMPARE(Bar.WasCanceled(), CanCancel);
+        QCOMPARE(m_pInput->hasFocus(), CanCancel);
+        Press("Esc");
+        QVERIFY(Source.HasFocus());
+        Bar.EndProgress();
+        Bar.Flush();
+    }
 }
 
 void tst_ActionsWindow::Copy()

@@ -5,6 +5,7 @@
 #include "program/tables/prog.h"
 #include "views/debug/disassemblywindow.h"
 #include "views/debug/sourcewindow.h"
+#include "views/framework/statusbar.h"
 
 #include <QAction>
 #include <QApplication>
@@ -17,6 +18,11 @@ bool CMainWindow::HandleKey(QKeyEvent* pKey)
     if (pKey->key() == Qt::Key_Escape && pKey->modifiers() == Qt::NoModifier) {
         for (CWindow* pWindow : m_Windows)
             if (pWindow->IsEscKeyOpActive()) return false;
+        // Work that takes long is an operation of Esc as well: its button has no other key.
+        if (CStatusBar& Bar = CStatusBar::Get(); Bar.IsCancelOffered()) {
+            Bar.OnButtonCancelClicked();
+            return true;
+        }
         m_W.pSource->setFocus();
         return true;
     }

@@ -125,7 +125,7 @@ void CMainWindow::OnDeviceResumeDone(RESUME_MODES Mode)
     Bar.SetStatusMessage(QStringLiteral("CPU running..."));
     if (GetVarValue(PREF_SHOW_PROGBAR_WHILE_RUNNING) && Mode == RESUME_NORMAL) {
         Bar.SetProgressMessage(QStringLiteral("CPU running..."));
-        Bar.StartProgress(0, 0);
+        Bar.StartProgress(0, 0, false);
     }
     UpdateActions();
 }

@@ -66,7 +66,7 @@ CStatusBar::CStatusBar(QWidget* pParent)
     m_pButtonCancel = new QToolButton(m_pFrameProgress);
     m_pButtonCancel->setObjectName(QStringLiteral("buttonCancel"));
     m_pButtonCancel->setAccessibleName(QStringLiteral("Cancel"));
-    m_pButtonCancel->setToolTip(QStringLiteral("Cancel"));
+    m_pButtonCancel->setToolTip(QStringLiteral("Cancel (Esc)"));
     m_pButtonCancel->setIcon(GetIcon(QStringLiteral("cross-small")));
     m_pButtonCancel->setAutoRaise(true);
     m_pButtonCancel->setIconSize(QSize(14, 14));
@@ -131,11 +131,12 @@ void CStatusBar::SetActiveWindowStatus(const QString& sText)
     Schedule();
 }
 
-void CStatusBar::StartProgress(int Minimum, int Maximum)
+void CStatusBar::StartProgress(int Minimum, int Maximum, bool CanCancel)
 {
     m_Value = m_Minimum = Minimum;
     m_Maximum = Maximum;
     m_ProgressRunning = true;
+    m_CanCancel = CanCancel;
     m_Canceled = false;
     Schedule();
 }
@@ -154,7 +155,7 @@ void CStatusBar::EndProgress()
 
 void CStatusBar::OnButtonCancelClicked()
 {
-    if (!m_ProgressRunning || m_Canceled) return;
+    if (!IsCancelOffered()) return;
     m_Canceled = true;
     emit Canceled();
     Schedule();
@@ -181,6 +182,7 @@ void CStatusBar::OnTimerTimeout()
     SetText(m_pLabelWindowStatus, m_sWindowStatus);
     SetText(m_pLabelConnection, m_sConnection);
     if (m_pFrameProgress->isHidden() == m_ProgressRunning) m_pFrameProgress->setVisible(m_ProgressRunning);
+    if (m_pButtonCancel->isHidden() == m_CanCancel) m_pButtonCancel->setVisible(m_CanCancel);
     m_pButtonCancel->setEnabled(!m_Canceled);
     // A range without width is shown as a busy bar.
     const int Maximum = m_Maximum > m_Minimum ? m_Maximum : m_Minimum;

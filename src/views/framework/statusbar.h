@@ -27,19 +27,21 @@ public:
     void SetProgressMessage(const QString& sText); ///< stands in the status label while a progress runs
     void SetConnectionInfo(const QString& sText);
     void SetActiveWindowStatus(const QString& sText);
-    void StartProgress(int Minimum, int Maximum); ///< Maximum not above Minimum shows a busy bar
+    /// Maximum not above Minimum shows a busy bar. What nobody can cancel shows no button for it.
+    void StartProgress(int Minimum, int Maximum, bool CanCancel = true);
     void SetProgressValue(int Value);
     void EndProgress();
 
     bool WasCanceled() const { return m_Canceled; } ///< since the last StartProgress()
     bool IsProgressRunning() const { return m_ProgressRunning; }
+    bool IsCancelOffered() const { return m_ProgressRunning && m_CanCancel && !m_Canceled; }
     QString GetStatusMessage() const { return m_sStatus; }
     QString GetConnectionInfo() const { return m_sConnection; }
     QString GetShownStatus() const; ///< the text the status label shows or is about to show
     void Flush();                   ///< moves everything to the widgets now
 
 signals:
-    void Canceled(); ///< the cancel button was clicked
+    void Canceled(); ///< by the cancel button or its key
 
 public slots:
     void OnButtonCancelClicked();
@@ -60,6 +62,7 @@ private:
     int m_Minimum = 0;
     int m_Maximum = 0;
     bool m_ProgressRunning = false;
+    bool m_CanCancel = false;
     bool m_Canceled = false;
     QTimer m_Timer;
     QLabel* m_pLabelStatus = nullptr;
