@@ -10,11 +10,14 @@
 #include "viewsenv.h"
 
 #include <QAbstractItemModelTester>
+#include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QDirIterator>
 #include <QLineEdit>
 #include <QPainter>
 #include <QTest>
+#include <QTimer>
 #include <algorithm>
 #include <numeric>
 
@@ -43,6 +46,8 @@ public:
     {
         if (Index.isValid() && Role == ROLE_PINNED) return m_Rows[Index.row()].Pinned;
         if (Index.isValid() && Role == ROLE_SORT_VALUE) return Index.column() == 1 ? m_Rows[Index.row()].Value : QVariant();
+        if (Index.isValid() && Role == Qt::CheckStateRole && m_HasChecks && Index.column() == 0)
+            return m_Rows[Index.row()].Pinned ? Qt::Checked : Qt::Unchecked;
         return CTableModel::data(Index, Role);
     }
     void Insert(int Row, const QList<ROW>& Rows)
@@ -69,6 +74,7 @@ public:
         emit layoutChanged();
     }
     QList<ROW> m_Rows;
+    bool m_HasChecks = false; ///< pinned rows are the checked ones
 };
 
 class CRowWindow : public CModelViewWindow {
@@ -137,6 +143,7 @@ private slots:
     void exportsWhatIsShown();
     void headerStateOfOtherColumns();
     void filterBarIsReachedByKeys();
+    void filterDialogAndColumnsByKeys();
     void everyIconIsCrisp();
 };
 
@@ -302,13 +309,14 @@ void tst_itemtables::filterKeepsTheSelection()
 
 void tst_itemtables::exportsWhatIsShown()
 {
-    CRowWindow Window({{QStringLiteral("plain"), 2}, {QStringLiteral("a,b \"c\""), 1}, {QStringLiteral("hidden"), 3}});
+    CRowWindow Window({{QStringLiteral("plain"), 2, true}, {QStringLiteral("a,b \"c\""), 1}, {QStringLiteral("hidden"), 3}});
+    Window.m_pRows->m_HasChecks = true;
     Window.SetSortColumn(1, Qt::AscendingOrder);
     Window.GetSortFilter()->SetFilterRange(1, 1, 2);
     Window.GetHeader()->moveSection(1, 0);
-    QCOMPARE(MakeCsv(Window), QStringLiteral("Value,Name\r\n1,\"a,b \"\"c\"\"\"\r\n2,plain\r\n"));
+    QCOMPARE(MakeCsv(Window), QStringLiteral("Value,Name\r\n2,[x]plain\r\n1,\"[ ]a,b \"\"c\"\"\"\r\n"));
     Window.CopyTable();
-    QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("Value\tName\n1\ta,b \"c\"\n2\tplain"));
+    QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("Value\tName\n2\t[x]plain\n1\t[ ]a,b \"c\""));
     QString sError;
     QVERIFY(!ExportCsv(Window, QStringLiteral("/nowhere/x.csv"), &sError));
     QVERIFY(!sError.isEmpty());
@@ -355,6 +363,59 @@ void tst_itemtables::filterBarIsReachedByKeys()
     QTRY_COMPARE(Window.GetNumRows(), 2);
     QTest::keyClick(pEditor, Qt::Key_Escape);
     QTRY_VERIFY(Window.GetView()->hasFocus());
+}
+
+/// The dialog gives back what it was opened with, and what is entered there; columns are chosen without a mouse.
+void tst_itemtables::filterDialogAndColumnsByKeys()
+{
+    CRowWindow Window({{QStringLiteral("a"), 1}, {QStringLiteral("b"), 2}, {QStringLiteral("c"), 3}}, true);
+    Window.resize(400, 300);
+    Window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&Window));
+    Window.SetFlag(WF_FILTER_BAR, true);
+    QLineEdit* pEditor = Window.GetFilterView()->GetEditor(1);
+    struct {
+        const char* sBefore;
+        const char* sMin; ///< typed over what stands there; null to leave it
+        const char* sMax;
+        const char* sAfter;
+        QList<int> Rows;
+    } const CASES[] = {{"2", nullptr, nullptr, "2", {1}},
+                       {"2..", nullptr, nullptr, "2..", {1, 2}},
+                       {"2", nullptr, "3", "2..3", {1, 2}},
+                       {"", nullptr, "1", "..1", {0}},
+                       {"1..2", "", "", "", {0, 1, 2}}};
+    for (const auto& Case : CASES) {
+        pEditor->setText(QLatin1String(Case.sBefore));
+        QTimer::singleShot(0, &Window, [&Case] {
+            QWidget* pDialog = QApplication::activeModalWidget();
+            const auto Type = [pDialog](const char* sName, const char* sText) {
+                auto* pEdit = pDialog->findChild<QLineEdit*>(QLatin1String(sName));
+                if (!sText) return;
+                pEdit->selectAll();
+                QTest::keyClick(pEdit, Qt::Key_Delete);
+                QTest::keyClicks(pEdit, QLatin1String(sText));
+            };
+            Type("lineEditMin", Case.sMin);
+            Type("lineEditMax", Case.sMax);
+            QTest::keyClick(pDialog, Qt::Key_Return);
+        });
+        Window.GetFilterView()->ShowFilterDialog(1);
+        QCOMPARE(pEditor->text(), QLatin1String(Case.sAfter));
+        QTRY_COMPARE(Window.GetOrder().size(), Case.Rows.size());
+        for (const int Row : Case.Rows) QVERIFY(Window.GetOrder().contains(Row));
+    }
+    Window.SetCurrentItem(Window.m_pRows->index(0, 0));
+    QTimer::singleShot(0, &Window, [] {
+        QWidget* pMenu = QApplication::activePopupWidget();
+        QTest::keyClick(pMenu, 'u');
+        if (QTest::qWaitFor([pMenu] { return QApplication::activePopupWidget() != pMenu; }))
+            QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Return); // the first entry
+        while (QWidget* pPopup = QApplication::activePopupWidget()) pPopup->close();
+    });
+    Window.ShowContextMenu(Window.GetContextMenuPos(QContextMenuEvent::Keyboard));
+    QVERIFY(Window.GetHeader()->isSectionHidden(0) && !Window.GetHeader()->isSectionHidden(1));
+    QCOMPARE(Window.GetShownTitles(), QStringList{QStringLiteral("Value")});
 }
 
 void tst_itemtables::everyIconIsCrisp()

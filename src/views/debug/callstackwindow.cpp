@@ -225,7 +225,6 @@ void CCallStackWindow::FillContextMenu(QMenu* pMenu, const QModelIndex& SourceIn
         }
         pMenu->addSeparator();
     }
-    GetHeader()->AddColumnMenu(pMenu->addMenu(QStringLiteral("&Columns")));
     pMenu->addAction(m_pActionOnTop);
     AddCommonMenuEntries(pMenu, SourceIndex);
 }

@@ -149,14 +149,18 @@ void CFilterHeaderView::ShowFilterDialog(int Column)
     QLineEdit* pEditor = GetEditor(Column);
     if (!pEditor) return;
     const QString sText = pEditor->text();
-    if (IsNumeric)
+    // A number alone is the range of itself, and must be one still when the dialog is closed without a change.
+    if (IsNumeric && sText.contains(QLatin1String("..")))
         Dialog.SetRange(sText.section(QLatin1String(".."), 0, 0), sText.section(QLatin1String(".."), 1, 1));
+    else if (IsNumeric)
+        Dialog.SetRange(sText, sText);
     else
         Dialog.SetText(sText);
     if (Dialog.exec() != QDialog::Accepted) return;
-    const bool HasRange = !Dialog.GetMin().isEmpty() || !Dialog.GetMax().isEmpty();
-    if (IsNumeric)
-        pEditor->setText(HasRange ? Dialog.GetMin() + QStringLiteral("..") + Dialog.GetMax() : QString());
+    if (IsNumeric && Dialog.GetMin() == Dialog.GetMax())
+        pEditor->setText(Dialog.GetMin());
+    else if (IsNumeric)
+        pEditor->setText(Dialog.GetMin() + QStringLiteral("..") + Dialog.GetMax());
     else
         pEditor->setText(Dialog.GetText());
 }

@@ -292,6 +292,8 @@ void CModelViewWindow::AddCommonMenuEntries(QMenu* pMenu, const QModelIndex& Sou
         pMenu->addAction(m_pActionCollapseAll);
     }
     if (m_pFilterView) pMenu->addAction(m_pActionToggleFilterBar);
+    // The header's own menu is reached by the mouse alone.
+    if (!m_pHeader->isHidden()) m_pHeader->AddColumnMenu(pMenu->addMenu(QStringLiteral("Col&umns")));
     if (SourceIndex.isValid()) pMenu->addAction(m_pActionCopyRow);
     pMenu->addAction(m_pActionCopyTable);
     pMenu->addAction(m_pActionExport);
@@ -405,6 +407,15 @@ void CModelViewWindow::RestoreState(int StateID, U32 DoNotRestoreFlags)
 
 // ---- Text ------------------------------------------------------------------------------------------------
 
+QStringList CModelViewWindow::GetShownTitles() const
+{
+    QStringList Titles;
+    for (int i = 0; i < m_pHeader->count(); i++)
+        if (const int Column = m_pHeader->logicalIndex(i); !m_pHeader->isSectionHidden(Column))
+            Titles.append(GetColumnName(Column));
+    return Titles;
+}
+
 QStringList CModelViewWindow::GetShownCells(const QModelIndex& ViewIndex) const
 {
     QStringList Cells;
@@ -430,11 +441,7 @@ void CModelViewWindow::CopyRow()
 void CModelViewWindow::CopyTable()
 {
     if (!m_pView) return;
-    QStringList Titles;
-    for (int i = 0; i < m_pHeader->count(); i++)
-        if (const int Column = m_pHeader->logicalIndex(i); !m_pHeader->isSectionHidden(Column))
-            Titles.append(GetColumnName(Column));
-    QStringList Lines{Titles.join(u'\t')};
+    QStringList Lines{GetShownTitles().join(u'\t')};
     AddTextLines(QModelIndex(), 0, -1, Lines);
     QGuiApplication::clipboard()->setText(Lines.join(u'\n'));
 }

@@ -74,6 +74,10 @@ public:
     virtual bool HasInputRow() const;                   ///< the last row takes new items
     QModelIndex GetCurrentItem() const;                 ///< index of the window's own model
     void SetCurrentItem(const QModelIndex& SourceIndex);
+    /// Titles and texts of the columns that are shown, in their order on the screen. A check box is "[x]" or "[ ]" before
+    /// its text; tabs and line ends are blanks.
+    QStringList GetShownTitles() const;
+    QStringList GetShownCells(const QModelIndex& ViewIndex) const;
     QModelIndex MapToView(const QModelIndex& SourceIndex) const;
     QModelIndex MapToSource(const QModelIndex& ViewIndex) const;
     CTableModel* GetModel() const { return m_pModel; }
@@ -213,7 +217,6 @@ private:
     void RestoreExpansion(const QModelIndex& Parent, const QList<U32>& Keys);
     void AddTextLines(const QModelIndex& Parent, int Level, int Depth, QStringList& Lines) const;
     bool PrepareRows(const QModelIndex& Parent, int Level, int Depth);
-    QStringList GetShownCells(const QModelIndex& ViewIndex) const;
     void UpdateRowHeight();
     bool IsTreeModel() const;
 

@@ -2,7 +2,6 @@
 
 #include "views/framework/modelviewwindow.h"
 #include "views/framework/sortfilter.h"
-#include "views/framework/tableheader.h"
 
 #include <QSaveFile>
 #include <algorithm>
@@ -16,26 +15,21 @@ QString QuoteCell(QString sCell)
     return Quoted ? u'"' + sCell.replace(u'"', QLatin1String("\"\"")) + u'"' : sCell;
 }
 
-QList<int> GetShownColumns(const CTableHeader& Header)
+void AddLine(QStringList Cells, QString& sCsv)
 {
-    QList<int> Columns;
-    for (int i = 0; i < Header.count(); i++)
-        if (const int Column = Header.logicalIndex(i); !Header.isSectionHidden(Column)) Columns.append(Column);
-    return Columns;
+    for (QString& sCell : Cells) sCell = QuoteCell(sCell);
+    sCsv += Cells.join(u',') + QLatin1String("\r\n");
 }
 
-void AddRows(const CModelViewWindow& Window, const QModelIndex& Parent, int Level, const QList<int>& Columns, QString& sCsv)
+void AddRows(const CModelViewWindow& Window, const QModelIndex& Parent, int Level, QString& sCsv)
 {
     const CSortFilter& Rows = *Window.GetSortFilter();
     for (int Row = 0; Row < Rows.rowCount(Parent); Row++) {
-        QStringList Cells;
-        for (const int Column : Columns) {
-            const QString sIndent(Cells.isEmpty() ? 2 * Level : 0, u' ');
-            Cells.append(QuoteCell(sIndent + Rows.index(Row, Column, Parent).data().toString()));
-        }
-        sCsv += Cells.join(u',') + QLatin1String("\r\n");
         const QModelIndex First = Rows.index(Row, 0, Parent);
-        if (Window.IsItemExpanded(First)) AddRows(Window, First, Level + 1, Columns, sCsv);
+        QStringList Cells = Window.GetShownCells(First);
+        if (!Cells.isEmpty()) Cells.first().prepend(QString(2 * Level, u' '));
+        AddLine(Cells, sCsv);
+        if (Window.IsItemExpanded(First)) AddRows(Window, First, Level + 1, sCsv);
     }
 }
 
@@ -43,11 +37,9 @@ void AddRows(const CModelViewWindow& Window, const QModelIndex& Parent, int Leve
 
 QString MakeCsv(const CModelViewWindow& Window)
 {
-    const QList<int> Columns = GetShownColumns(*Window.GetHeader());
-    QStringList Titles;
-    for (const int Column : Columns) Titles.append(QuoteCell(Window.GetColumnName(Column)));
-    QString sCsv = Titles.join(u',') + QLatin1String("\r\n");
-    AddRows(Window, {}, 0, Columns, sCsv);
+    QString sCsv;
+    AddLine(Window.GetShownTitles(), sCsv);
+    AddRows(Window, {}, 0, sCsv);
     return sCsv;
 }
 
