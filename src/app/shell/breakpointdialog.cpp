@@ -4,6 +4,7 @@
 #include "app/services/settingsstore.h"
 #include "device/breakpoints/breakpointsdatamodel.h"
 #include "device/breakpoints/breakpointtext.h"
+#include "project/settings/appearance.h"
 #include "views/framework/messagebox.h"
 #include "views/theme/icons.h"
 
@@ -95,6 +96,7 @@ void CBreakpointDialog::BuildFields(QFormLayout* pForm, const QString& sLocation
     m_pExpression->addItems(ReadExpressions());
     m_pExpression->setEditText(m_Record.Condition);
     m_pExpression->setMinimumWidth(220);
+    m_pExpression->setFont(::GetFont(FONT_APP_MONO));
     pForm->addRow(QStringLiteral("Condition"), m_pExpression);
     m_pWhenTrue = Name(new QRadioButton(QStringLiteral("Trigger when true")), "radioButtonTriggerWhenTrue");
     m_pOnChange = Name(new QRadioButton(QStringLiteral("Trigger on change")), "radioButtonTriggerWhenChanged");
@@ -103,6 +105,7 @@ void CBreakpointDialog::BuildFields(QFormLayout* pForm, const QString& sLocation
     pForm->addRow(QString(), m_pOnChange);
     m_pSkip = Name(new QLineEdit(QString::number(m_Record.SkipCount)), "lineEditSkipCount");
     m_pSkip->setValidator(new QIntValidator(0, std::numeric_limits<int>::max(), m_pSkip));
+    m_pSkip->setFont(::GetFont(FONT_APP_MONO));
     m_pReload = Name(new QCheckBox(QStringLiteral("Reload")), "checkBoxReloadSkip");
     m_pReload->setChecked(m_Record.ReloadSkip);
     auto* pSkipRow = new QHBoxLayout;

@@ -1,6 +1,7 @@
 #include "views/settings/sysvarseditor.h"
 
 #include "app/actions/actions.h"
+#include "project/settings/appearance.h"
 #include "project/settings/settingsnotifier.h"
 #include "project/settings/sysvars.h"
 #include "views/theme/icons.h"
@@ -147,7 +148,7 @@ void CSysVarsEditor::Refresh()
     for (int Row = 0; Row < m_pTable->rowCount(); Row++) {
         QTableWidgetItem* pItem = m_pTable->item(Row, COLUMN_VALUE);
         pItem->setText(VarToText(GetVarID(Row)));
-        QFont Font = m_pTable->font();
+        QFont Font = ::GetFont(FONT_APP_MONO);
         Font.setBold(IsVarChanged(GetVarID(Row))); // stands out from the defaults
         pItem->setFont(Font);
     }
