@@ -464,6 +464,11 @@ void tst_settingsdialogs::commandErrors_data()
     Row("Edit.Preference (PREF_TAB_SPACING, 9)", ": invalid parameter: 9");
     Row("Edit.Preference (PREF_TAB_SPACING)", ": wrong parameter count");
     Row("Edit.Preference (45, 4)", "Edit.Preference (PREF_TAB_SPACING, 4);");
+    Row("Edit.SysVar (VAR_BREAK_AT_THIS_SYMBOL, \"ns::f(int, char)\")",
+        "Edit.SysVar (VAR_BREAK_AT_THIS_SYMBOL, \"ns::f(int, char)\");");
+    Row("Edit.Color (color_pc_active, red)", "Edit.Color (COLOR_PC_ACTIVE, \"0xffff0000\");");
+    Row("Edit.Color (8, #123456)", "Edit.Color (COLOR_PC_ACTIVE, \"0xff123456\");");
+    Row("Edit.Color (COLOR_PC_ACTIVE, 4278190083)", "Edit.Color (COLOR_PC_ACTIVE, \"0xff000003\");");
     Row("Edit.Color (COLOR_NOPE, red)", ": unknown color: COLOR_NOPE");
     Row("Edit.Color (COLOR_PC_ACTIVE, reddish)", ": invalid parameter: reddish");
     Row("Edit.Color (COLOR_PC_ACTIVE)", ": wrong parameter count");
@@ -482,6 +487,10 @@ void tst_settingsdialogs::commandErrors()
     const QStringList Lines = TakeLines();
     QVERIFY(!Lines.isEmpty());
     QVERIFY2(Lines.last().endsWith(Error), qPrintable(Lines.join('\n')));
+    if (!Error.endsWith(';')) return;
+    // An echo can be used again as it stands.
+    CConsoleWindow::Get().ExecuteCommand(Lines.last());
+    QCOMPARE(TakeLines(), QStringList{Lines.last()});
 }
 
 void tst_settingsdialogs::sysVars()

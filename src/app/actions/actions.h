@@ -51,6 +51,9 @@ struct ACTION_HOOKS {
     std::function<void(const QString& sText, const QString& sError)> PrintError;
     /// Canonical text of a source location, empty if the text is none.
     std::function<QString(const QString& sText)> GetSrcLocText;
+    /// Gives the stored parameters of a row the form in which they are echoed, before the row runs. For rows whose echo
+    /// comes first, as the others do it themselves while they run.
+    std::function<void(int Id)> CanonicalizeParams;
     /// True if the value points to a terminated string in the script heap; logs the error otherwise.
     /// sName is the short name of the script function, "FileOpen".
     std::function<bool(I64 Value, const QString& sName)> CheckStringArg;

@@ -45,7 +45,10 @@ QString FormatValueArg(const QString& sParam)
     (void)sParam.toULongLong(&IsNumber, 0);
     if (IsNumber) return sParam;
     const I64 Frequency = ParseFrequency(sParam);
-    return Frequency >= 0 ? QString::number(Frequency) : sParam;
+    if (Frequency >= 0) return QString::number(Frequency);
+    // The text of a variable; bare it would be read back as two parameters, or without its blanks.
+    if (!sParam.contains(',') && sParam == sParam.trimmed()) return sParam;
+    return '"' + QString(sParam).remove('"') + '"';
 }
 
 /// Among the rows of one name the one that takes this many parameters, else the one that takes most.

@@ -56,6 +56,7 @@ int PerformAction(int Id)
         return -1;
     }
     p->Failed = false;
+    if (p->HasParams && Hooks.CanonicalizeParams) Hooks.CanonicalizeParams(Id);
     Trigger(p->pAction);
     return 0;
 }

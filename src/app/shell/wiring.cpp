@@ -25,6 +25,7 @@
 #include "program/tables/prog.h"
 #include "program/unwind/callstack.h"
 #include "project/file/project.h"
+#include "project/file/projectcommands.h"
 #include "project/finder/filefinder.h"
 #include "project/settings/sysvars.h"
 #include "script/host/bscript.h"
@@ -47,6 +48,7 @@ void WireActions()
         const CSrcLoc Loc = PROG_ParseSrcLoc(sText);
         return Loc.IsValid() ? PROG_GetSrcLocText(Loc) : QString();
     };
+    Hooks.CanonicalizeParams = CanonicalizeSettingsParams;
     Hooks.CheckStringArg = BScript::CheckStringArg;
     Hooks.ReadStringArg = BScript::ReadStringArg;
     Hooks.WaitJob = [](int JobType, int Flag) { CDevice::Get().WaitUntilDone(U32(JobType), Flag != 0); };

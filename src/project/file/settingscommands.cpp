@@ -76,6 +76,14 @@ void EditVar(int Id, const char* sUnknown, bool Store, bool Echo)
     }
 }
 
+bool ParseColor(const QString& sText, U32* pValue)
+{
+    const QString sColor = sText.trimmed();
+    bool Ok = QColor::isValidColor(sColor);
+    *pValue = Ok ? QColor(sColor).rgba() : sColor.toUInt(&Ok, 0);
+    return Ok;
+}
+
 void EditColor(int Id, const QStringList& Params)
 {
     const int ColorID = FindColor(Params[0]);
@@ -83,16 +91,12 @@ void EditColor(int Id, const QStringList& Params)
         SetActionError(Id, QLatin1String(ERR_UNKNOWN_COLOR), Params[0]);
         return;
     }
-    const QString sColor = Params[1].trimmed();
-    bool Ok = QColor::isValidColor(sColor);
-    const U32 Value = Ok ? QColor(sColor).rgba() : sColor.toUInt(&Ok, 0);
-    if (!Ok) {
+    U32 Value = 0;
+    if (!ParseColor(Params[1], &Value)) {
         SetActionError(Id, QLatin1String(ERR_INVALID_PARAM), Params[1]);
         return;
     }
     SetColor(ColorID, Value, ReadSwitch(Params, 2, false));
-    SetActionParams(Id, QString::fromLatin1(GetColorRow(ColorID)->Name),
-                    QStringLiteral("0x%1").arg(Value, 8, 16, QLatin1Char('0')));
 }
 
 void EditFont(int Id, const QStringList& Params)
@@ -111,6 +115,25 @@ void EditFont(int Id, const QStringList& Params)
     SetActionParams(Id, QString::fromLatin1(GetFontRow(FontID)->Name), FontToText(Font));
 }
 } // namespace
+
+void CanonicalizeSettingsParams(int ActionId)
+{
+    if (ActionId != ACT_EDIT_COLOR) {
+        return;
+    }
+    QStringList Params = GetActionParams(ActionId);
+    if (Params.size() < GetParamCount(ActionId)) {
+        return;
+    }
+    const int ColorID = FindColor(Params[0]);
+    U32 Value = 0;
+    if (ColorID < 0 || !ParseColor(Params[1], &Value)) {
+        return;
+    }
+    Params[0] = QString::fromLatin1(GetColorRow(ColorID)->Name);
+    Params[1] = QStringLiteral("0x%1").arg(Value, 8, 16, QLatin1Char('0'));
+    SetActionParamList(ActionId, Params);
+}
 
 bool HandleSettingsCommand(int ActionId)
 {
