@@ -322,7 +322,8 @@ void CMainWindow::OnDownloadFailed(DOWNLOAD_MODES, int Code)
 
 void CMainWindow::OnDownloadDone(DOWNLOAD_MODES Mode)
 {
-    CDeviceDataManager::Get().Invalidate();
+    // In a session the write has told everybody already; what the windows have asked for since must be answered.
+    if (!CDevice::Get().State.DebugStarted) CDeviceDataManager::Get().Invalidate();
     if (Mode == DM_MEMORY) return;
     if (Mode == DM_FILE) {
         RunEventOrDefault(EVENT_AFTER_TARGET_DOWNLOAD);

@@ -1,5 +1,8 @@
 #include "program/eval/evaltype.h"
 
+#include <cmath>
+#include <limits>
+
 namespace {
 
 /// The id of a DWARF base type, from its encoding and size: names differ between compilers.
@@ -85,4 +88,12 @@ CCType EVAL_GetType(ELF_SYM_HANDLE hSym)
         Type.BaseText = QStringLiteral("void");
     }
     return Type;
+}
+
+I64 EVAL_ToInteger(double Value)
+{
+    constexpr double LIMIT = 9223372036854775808.0;
+    if (std::isnan(Value)) return 0;
+    if (Value >= LIMIT) return std::numeric_limits<I64>::max();
+    return Value < -LIMIT ? std::numeric_limits<I64>::min() : I64(Value);
 }

@@ -13,3 +13,6 @@ inline bool EVAL_IsFloat(const CCType& Type)
 {
     return Type.Declarators.isEmpty() && (Type.TypeId == CTYPE_FLOAT || Type.TypeId == CTYPE_DOUBLE);
 }
+
+/// A number without its fraction; what is beyond the range becomes the nearest number in it, and what is no number 0.
+I64 EVAL_ToInteger(double Value);

@@ -214,7 +214,7 @@ bool EVAL_GetInteger(const QString& sExpr, I64* pValue, QString* psError)
         Result.Read();
         double Double = 0;
         if (EVAL_IsFloat(Result.Type) && Result.GetDouble(&Double)) {
-            *pValue = I64(Double);
+            *pValue = EVAL_ToInteger(Double);
             return true;
         }
         if (Result.GetInteger(pValue)) return true;

@@ -287,7 +287,7 @@ int RunCast(CSymbol& Left, CSymbol& Right, CSymbol* pResult, int* pFailing)
         if (Addr < 0) return -1;
     } else {
         NUMBER n;
-        if (ReadNumber(Right, &n) == 0) Addr = n.IsInteger ? n.Integer : I64(n.Double);
+        if (ReadNumber(Right, &n) == 0) Addr = n.IsInteger ? n.Integer : EVAL_ToInteger(n.Double);
     }
     if (!Type.IsPointer() && !Type.IsArray()) return -1;
     ELF_SYM_HANDLE hBase = 0;

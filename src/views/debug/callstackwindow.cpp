@@ -105,12 +105,13 @@ void CCallStackWindow::Clear()
 
 void CCallStackWindow::Update(U32)
 {
-    if (IsDebugSessionActive()) StartUnwind();
+    // Nothing answers for the registers of a target that runs: the frames of its last halt stay.
+    if (IsDebugSessionActive() && IsTargetHalted()) StartUnwind();
 }
 
 void CCallStackWindow::OnOpened()
 {
-    if (IsDebugSessionActive() && IsTargetHalted()) StartUnwind();
+    Update(GetTargetPC());
 }
 
 void CCallStackWindow::StartUnwind()
