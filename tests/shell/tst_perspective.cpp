@@ -19,14 +19,17 @@
 #include "views/theme/theme.h"
 
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QImage>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMouseEvent>
 #include <QScreen>
+#include <QStatusBar>
 #include <QTabBar>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 #include <QToolButton>
 #include <algorithm>
 
@@ -40,6 +43,7 @@ private slots:
     void registerWindowsComeAndGo();
     void closing();
     void dockAndUndock();
+    void contextMenus();
     void toolBars();
     void clickOnTabGivesFocus();
     void draggedTabKeepsItsPlace();
@@ -173,6 +177,40 @@ void tst_Perspective::dockAndUndock()
     Run(ACT_WINDOW_DOCK);
     QVERIFY(!Find("Console")->IsFloating());
     QTRY_VERIFY(Find("Console")->HasFocus());
+}
+
+void tst_Perspective::contextMenus()
+{
+    CMainWindow& Main = CMainWindow::Get();
+    // Texts of the menu that a right click opens.
+    const auto RightClick = [](QWidget* pWidget, const QPoint& Pos) {
+        QStringList Texts;
+        QTimer::singleShot(0, pWidget, [&Texts] {
+            auto* pMenu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            if (!pMenu) return;
+            for (const QAction* pAction : pMenu->actions()) Texts.append(pAction->text().remove(u'&'));
+            pMenu->close();
+        });
+        QContextMenuEvent Event(QContextMenuEvent::Mouse, Pos, pWidget->mapToGlobal(Pos));
+        QApplication::sendEvent(pWidget, &Event);
+        QApplication::processEvents();
+        pWidget->window()->activateWindow(); // no desktop here that would give the focus back
+        return QTest::qWaitForWindowActive(pWidget->window()) ? Texts : QStringList{"the window stays inactive"};
+    };
+    const QStringList Docked{"Close Window", "Undock"}, Floating{"Close Window", "Dock"};
+    Run(ACT_WINDOW_SHOW, QStringLiteral("Console"));
+    Find("Source")->setFocus();
+    QWidget* pTitle = Dock("Console")->titleBarWidget();
+    QCOMPARE(RightClick(pTitle, QPoint(10, 5)), Docked);
+    Run(ACT_WINDOW_UNDOCK); // works on the window of the title, wherever the focus was
+    QVERIFY(Find("Console")->IsFloating());
+    QCOMPARE(RightClick(pTitle, QPoint(10, 5)), Floating);
+    Run(ACT_WINDOW_DOCK);
+    QVERIFY(!Find("Console")->IsFloating());
+    QCOMPARE(RightClick(Main.GetToolBar(TOOLBAR_DEBUG), QPoint(2, 2)), (QStringList{"Breakpoints", "Debug", "File", "View"}));
+    QCOMPARE(RightClick(Main.statusBar(), QPoint(5, 5)), QStringList());
+    // The title has one button, to close.
+    QCOMPARE(pTitle->findChildren<QToolButton*>().size(), 1);
 }
 
 void tst_Perspective::toolBars()
@@ -368,6 +406,22 @@ void tst_Perspective::layoutFromElsewhere()
         NumRegisters += pWindow->GetName().startsWith(QLatin1String("Registers"));
     QCOMPARE(NumRegisters, 1);
     QVERIFY(!qobject_cast<CModelViewWindow*>(Find("Call Stack"))->GetHeader()->isSectionHidden(2));
+    // Of its own, with a few bytes changed: such a one the toolkit would walk through into foreign memory.
+    for (int Damage = 0; Damage < 4; Damage++) {
+        Run(ACT_WINDOW_CLOSE, QStringLiteral("Console"));
+        CMainWindow::Get().close();
+        CMainWindow::Destroy();
+        for (const char* sKey : {"AppData/Perspectives/Debug/WindowState", "AppData/Perspectives/Debug/TableHeaderState/Call Stack",
+                                 "AppData/MainWindow/Geometry"}) {
+            QByteArray State = Store.Read(QLatin1String(sKey)).toByteArray();
+            QVERIFY2(State.size() > 40, sKey);
+            for (int i = 8 + Damage; i < State.size(); i += 11 + 5 * Damage) State[i] = char(~State[i]);
+            Store.Write(QLatin1String(sKey), State);
+        }
+        Open();
+        QVERIFY(Find("Console")->IsOpen() && Find("Registers 1")->IsOpen());
+        QVERIFY(!qobject_cast<CModelViewWindow*>(Find("Call Stack"))->GetHeader()->isSectionHidden(2));
+    }
 }
 
 QTEST_MAIN(tst_Perspective)

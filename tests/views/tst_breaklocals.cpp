@@ -3,6 +3,7 @@
 #include "views/debug/breakpointwindow.h"
 #include "views/debug/localsviewmodel.h"
 #include "views/debug/localswindow.h"
+#include "views/framework/messagebox.h"
 #include "views/framework/treeview.h"
 #include "modelfaults.h"
 #include "viewsenv.h"
@@ -50,6 +51,7 @@ private slots:
     void stateBoxPerformsCommand_data();
     void stateBoxPerformsCommand();
     void actionsFollowSelection();
+    void clearAllAsksFirst();
     void foldingSurvivesNewRows();
     void clickShowsPlace();
     void localsUnfoldLazily();
@@ -220,6 +222,38 @@ void tst_breaklocals::actionsFollowSelection()
     QVERIFY(IsEnabled("actionBPClearAllWP") && !IsEnabled("actionBPClearAllBP") && !IsEnabled("actionBPClearAllTP"));
 }
 
+void tst_breaklocals::clearAllAsksFirst()
+{
+    CBreakpointWindow Window;
+    QVERIFY(Window.IsContentsModifiable() && Window.TestFlag(WF_CONFIRM_CLEAR));
+    int Answer = QDialogButtonBox::No;
+    QStringList Asked;
+    CMessageBox::SetInterceptor([&](const QString& sTitle, const QString& sText, CMessageBox::BUTTONS) {
+        Asked.append(sTitle + u'|' + sText);
+        return Answer;
+    });
+    struct CASE { const char* sAction; const char* sQuestion; const char* sCommand; };
+    for (const CASE& Case : {CASE{"actionBPClearAllBP", "Clear All|Clear all Breakpoints? ", "Break.ClearAll"},
+                             CASE{"actionBPClearAllWP", "Clear All|Clear all Data Breakpoints? ", "Break.ClearAllOnData"},
+                             CASE{"actionBPClearAllTP", "Clear All|Clear all Tracepoints? ", "Trace.ClearAllPoints"}}) {
+        auto* pAction = Window.findChild<QAction*>(QLatin1String(Case.sAction));
+        Answer = QDialogButtonBox::No;
+        pAction->trigger();
+        QVERIFY(m_Target.Commands.isEmpty());
+        QCOMPARE(Asked.last(), QLatin1String(Case.sQuestion));
+        Answer = QDialogButtonBox::Yes;
+        pAction->trigger();
+        QCOMPARE(LastCommand().first, QLatin1String(Case.sCommand));
+        m_Target.Commands.clear();
+    }
+    Asked.clear();
+    Window.SetCurrentItem(Window.GetModel()->index(2, 2)); // a data breakpoint
+    Window.Clear();                                        // a command doesn't ask
+    QVERIFY(Asked.isEmpty());
+    QCOMPARE(LastCommand().first, QStringLiteral("Break.ClearAllOnData"));
+    CMessageBox::SetInterceptor({});
+}
+
 void tst_breaklocals::foldingSurvivesNewRows()
 {
     CBreakpointWindow Window;
@@ -275,6 +309,10 @@ void tst_breaklocals::localsUnfoldLazily()
     QCOMPARE(m_Asked.last(), QStringList{"p"});
     QCOMPARE(Window.GetModel()->rowCount(P), 2);
     QCOMPARE(Window.GetModel()->rowCount(Window.GetModel()->index(1, 0, P)), 0);
+    QTest::keyClick(Window.GetView(), Qt::Key_Asterisk); // nor may the key for all that is below the row go round
+    Window.SetCurrentItem(P);
+    QTest::keyClick(Window.GetView(), Qt::Key_Asterisk);
+    QCOMPARE(m_Asked.last(), (QStringList{"p", "next"}));
     m_sFunction = QStringLiteral("other");
     Halt(Window);
     Window.OnDeviceDisconnectDone();

@@ -59,6 +59,8 @@ void tst_views_boxes::messageBoxInterceptor()
     QCOMPARE(CMessageBox::AskWithThird(MSGBOX_SOURCES_MODIFIED), 1);
     CMessageBox::Ask(MSGBOX_CLEAR, QStringLiteral("Breakpoints"), QStringLiteral("&Clear All"));
     QCOMPARE(sSeen, QStringLiteral("Clear All|Clear all Breakpoints? |Yes,No"));
+    CMessageBox::Ask(MSGBOX_CLEAR, {}, QStringLiteral("C&lear"));
+    QCOMPARE(sSeen, QStringLiteral("Clear|Clear?|Yes,No"));
     CMessageBox::Ask(MSGBOX_CLEAR);
     QCOMPARE(sSeen, QStringLiteral("Clear|Clear?|Yes,No"));
     QCOMPARE(

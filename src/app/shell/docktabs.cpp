@@ -35,14 +35,19 @@ QDockWidget* CDockTabs::FindDock(const QString& sTitle) const
     return nullptr;
 }
 
+QDockWidget* CDockTabs::GetDockAt(const QTabBar* pTabs, const QPoint& Pos) const
+{
+    const int Index = pTabs->tabAt(Pos);
+    return Index < 0 ? nullptr : FindDock(pTabs->tabText(Index));
+}
+
 bool CDockTabs::eventFilter(QObject* pObject, QEvent* pEvent)
 {
     auto* pTabs = qobject_cast<QTabBar*>(pObject);
     if (pTabs && pEvent->type() == QEvent::MouseButtonPress) {
         m_WasMoved = false;
-        const int Index = pTabs->tabAt(static_cast<QMouseEvent*>(pEvent)->pos());
         // The tab bar itself first brings the window to the front.
-        if (QPointer<QDockWidget> pDock = Index < 0 ? nullptr : FindDock(pTabs->tabText(Index)))
+        if (QPointer<QDockWidget> pDock = GetDockAt(pTabs, static_cast<QMouseEvent*>(pEvent)->pos()))
             QTimer::singleShot(0, this, [pDock] {
                 if (pDock) pDock->setFocus(Qt::MouseFocusReason);
             });

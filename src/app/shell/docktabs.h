@@ -16,6 +16,7 @@ class CDockTabs : public QObject {
 
 public:
     explicit CDockTabs(QMainWindow* pMainWindow); ///< which owns it
+    QDockWidget* GetDockAt(const QTabBar* pTabs, const QPoint& Pos) const; ///< of the tab there; null beside them
     void Update(); ///< takes new tab bars over; the toolkit makes and drops them as docks come and go
 
 protected:

@@ -27,6 +27,7 @@ class CSourceWindow;
 class CToolBar;
 class CDockTabs;
 class QCloseEvent;
+class QDockWidget;
 class QMenu;
 class QToolButton;
 
@@ -137,6 +138,7 @@ public:
     SESSION_STATE& GetSession() { return m_S; }
     const QStringList& GetRecentPrograms() const { return m_RecentPrograms; } ///< newest first
     void UpdateActions() override;
+    void ShowContextMenu(QPoint Pos) override; ///< of a dock's tab, else of the tool bars
     void UpdateTitle();
     bool IsTargetUsable() const; ///< a core support plug-in is loaded
 
@@ -218,6 +220,8 @@ private:
     void PlaceWindow(CWindow* pWindow, const char* sDockName, Qt::DockWidgetArea Area);
     void JoinSelections(CWindow* pWindow, const QList<CWindow*>& Others);
     CWindow* FindWindowToShow(const QString& sName);
+    void ShowDockMenu(QDockWidget* pDock, const QPoint& GlobalPos);
+    QAction* GetDockingAction(const CWindow* pWindow) const; ///< to undock a docked window, to dock a floating one
     CWindow* AddFamilyWindow(WINDOW_FAMILY& Family,
                              const QString& sWantedName = {}); ///< hidden; null if the name is taken
     QStringList GetExtraWindowNames() const; ///< of the windows of a family beyond its first

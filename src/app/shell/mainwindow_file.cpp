@@ -220,12 +220,12 @@ bool CMainWindow::CreateProjectFromCmdLine()
 
 // ---- Programs ------------------------------------------------------------------------------------------
 
-/// The source window keeps its documents, and the console what was said up to here: the echo of the commands and the
-/// errors of a project's first lines are still to be read.
+/// The source window keeps its documents, and what the user fills or can clear stays: breakpoints wait for their
+/// program, and in the console the errors of a project's first lines are still to be read.
 void CMainWindow::ClearProgramWindows()
 {
     for (CWindow* pWindow : m_Windows)
-        if (pWindow != this && pWindow != m_W.pSource && pWindow != m_W.pConsole) pWindow->Clear();
+        if (pWindow != this && pWindow != m_W.pSource && !pWindow->IsContentsModifiable()) pWindow->Clear();
 }
 
 void CMainWindow::CloseProgram()

@@ -219,7 +219,7 @@ void CMainWindow::BuildWindows()
     m_Families.append({QStringLiteral("Registers"), Qt::RightDockWidgetArea, {m_W.pRegisters}, [this](const QString& sName) {
                            return new CRegisterWindow(this, sName);
                        }});
-    AddDock(m_W.pRegisters, "dockWidgetRegisters1", Qt::RightDockWidgetArea, ACT_WINDOW_SHOW_REGISTERS);
+    AddDock(m_W.pRegisters, "Registers 1", Qt::RightDockWidgetArea, ACT_WINDOW_SHOW_REGISTERS);
 }
 
 void CMainWindow::AddRecent(QStringList& List, const QString& sPath)

@@ -104,10 +104,10 @@ struct TOOLBAR_LAYOUT {
 
 inline constexpr int TOOLBAR_ENTRIES_FILE[] = {ACT_FILE_NEW_PROJECT, ACT_FILE_OPEN, ACT_FILE_SAVE_ALL};
 inline constexpr int TOOLBAR_ENTRIES_DEBUG[] = {ACT_DEBUG_START, ACT_DEBUG_STOP, ACT_DEBUG_CONTINUE, ACT_DEBUG_HALT,
-                                                ACT_DEBUG_RESET, MENU_SEPARATOR, ACT_DEBUG_STEP_OVER,
+                                                ACT_DEBUG_RESET, ACT_DEBUG_STEP_OVER,
                                                 ACT_DEBUG_STEP_INTO, ACT_DEBUG_STEP_OUT};
-inline constexpr int TOOLBAR_ENTRIES_BREAK[] = {ACT_BREAK_SET_ON_SRC, ACT_BREAK_CLEAR_ALL, MENU_SEPARATOR,
-                                                ACT_BREAK_SET_ON_DATA, ACT_BREAK_CLEAR_ALL_ON_DATA, MENU_SEPARATOR,
+inline constexpr int TOOLBAR_ENTRIES_BREAK[] = {ACT_BREAK_SET_ON_SRC, ACT_BREAK_CLEAR_ALL,
+                                                ACT_BREAK_SET_ON_DATA, ACT_BREAK_CLEAR_ALL_ON_DATA,
                                                 ACT_TRACE_SET_POINT, ACT_TRACE_CLEAR_ALL_POINTS};
 /// The window actions of the view menu; its first separator and the tail (tool bars, full screen) are left out.
 inline constexpr int NUM_VIEW_TOOLBAR_ENTRIES = sizeof(MENU_ENTRIES_VIEW) / sizeof(int) - 4;
@@ -117,9 +117,9 @@ inline constexpr TOOLBAR_LAYOUT TOOLBARS[] = {
     {"toolBarFile", "File", "ToolbarFileState", false, ACT_TOOLBAR_SHOW_FILE, TOOLBAR_ENTRIES_FILE, 3},
     {"toolBarView", "View", "ToolbarWindowState", false, ACT_TOOLBAR_SHOW_VIEWS, MENU_ENTRIES_VIEW + 1,
      NUM_VIEW_TOOLBAR_ENTRIES},
-    {"toolBarDebug", "Debug", "ToolbarDebugState", true, ACT_TOOLBAR_SHOW_DEBUG, TOOLBAR_ENTRIES_DEBUG, 9},
+    {"toolBarDebug", "Debug", "ToolbarDebugState", true, ACT_TOOLBAR_SHOW_DEBUG, TOOLBAR_ENTRIES_DEBUG, 8},
     {"toolBarBreakpoints", "Breakpoints", "ToolbarBreakpointState", false, ACT_TOOLBAR_SHOW_BREAKPOINTS,
-     TOOLBAR_ENTRIES_BREAK, 8},
+     TOOLBAR_ENTRIES_BREAK, 6},
 };
 static_assert(sizeof(TOOLBARS) / sizeof(TOOLBARS[0]) == NUM_TOOLBARS);
 

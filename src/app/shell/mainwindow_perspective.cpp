@@ -3,6 +3,7 @@
 #include "app/console/consolewindow.h"
 #include "app/services/appinfo.h"
 #include "app/services/settingsstore.h"
+#include "app/shell/layoutstore.h"
 #include "app/shell/mainwindow.h"
 #include "app/shell/screenplace.h"
 #include "app/shell/toolbar.h"
@@ -67,7 +68,7 @@ void CMainWindow::ApplyDefaultLayout()
     m_W.pCallStack->GetDock()->raise();
     m_W.pRegisters->GetDock()->raise();
     // The code has the most room on every screen: what stands around it gets its part, within what its columns can use.
-    const int Left = std::clamp(width() * 17 / 100, 190, 320), Right = std::clamp(width() * 31 / 100, 360, 620);
+    const int Left = std::clamp(width() * 17 / 100, 190, 320), Right = std::clamp(width() * 31 / 100, 280, 620);
     resizeDocks({m_W.pBreakpoints->GetDock(), m_W.pRegisters->GetDock()}, {Left, Right}, Qt::Horizontal);
     resizeDocks({m_W.pCallStack->GetDock(), m_W.pRegisters->GetDock()}, {height() * 24 / 100, height() * 48 / 100}, Qt::Vertical);
     resizeDocks({m_W.pConsole->GetDock()}, {std::clamp(height() * 21 / 100, 150, 300)}, Qt::Vertical);
@@ -78,8 +79,8 @@ void CMainWindow::RestoreAppData()
     const CSettingsStore& Store = CSettingsStore::Get();
     m_sDefaultDirOpen = Store.Read(GROUP_MAIN, "DefaultDirOpen", QDir::homePath()).toString();
     m_sDefaultDirSave = Store.Read(GROUP_MAIN, "DefaultDirSave", QDir::homePath()).toString();
-    resize(GetFirstSize(GetScreens().value(0).size()));
-    if (const QByteArray Geometry = Store.Read(GROUP_MAIN, "Geometry", {}).toByteArray(); !Geometry.isEmpty())
+    resize(GetFirstSize(QGuiApplication::platformName()));
+    if (const QByteArray Geometry = ReadLayout(GROUP_MAIN, "Geometry"); !Geometry.isEmpty())
         restoreGeometry(Geometry);
     m_RecentProjects = Store.Read(GROUP_MAIN, "RecentProjects", {}).toStringList();
     m_RecentPrograms = Store.Read(GROUP_MAIN, "RecentPrograms", {}).toStringList();
@@ -98,8 +99,8 @@ void CMainWindow::RestorePerspective()
     ApplyDefaultLayout();
     AddExtraWindows(Store.Read(sGroup, KEY_EXTRA_WINDOWS, {})
                         .toStringList()); // the state places only windows that are there
-    // A state that can't be read leaves the default layout.
-    if (const QByteArray State = Store.Read(sGroup, "WindowState", {}).toByteArray(); !State.isEmpty())
+    // A state that can't be read, or that belongs to another program, leaves the default layout.
+    if (const QByteArray State = ReadLayout(sGroup, "WindowState"); !State.isEmpty())
         restoreState(State, STATE_VERSION);
     for (int i = 0; i < NUM_TOOLBARS; i++) {
         const TOOLBAR_LAYOUT& Layout = TOOLBARS[i];
@@ -110,8 +111,8 @@ void CMainWindow::RestorePerspective()
     for (CWindow* pWindow : std::as_const(m_Windows)) {
         const auto* pTable = qobject_cast<CModelViewWindow*>(pWindow);
         if (!pTable || !pTable->GetHeader()) continue;
-        const QByteArray State = Store.Read(sGroup, KEY_TABLE_HEADERS + pTable->GetName(), {}).toByteArray();
-        if (!State.isEmpty()) pTable->GetHeader()->RestoreHeaderState(State);
+        if (const QByteArray State = ReadLayout(sGroup, KEY_TABLE_HEADERS + pTable->GetName()); !State.isEmpty())
+            pTable->GetHeader()->RestoreHeaderState(State);
     }
     if (pFocus && pFocus->isVisible()) pFocus->setFocus();
 }
@@ -128,16 +129,16 @@ void CMainWindow::SaveAppData()
     CSettingsStore& Store = CSettingsStore::Get();
     Store.Write(GROUP_MAIN, "DefaultDirOpen", m_sDefaultDirOpen);
     Store.Write(GROUP_MAIN, "DefaultDirSave", m_sDefaultDirSave);
-    Store.Write(GROUP_MAIN, "Geometry", saveGeometry());
+    WriteLayout(GROUP_MAIN, "Geometry", saveGeometry());
     Store.Write(GROUP_MAIN, "RecentProjects", m_RecentProjects);
     Store.Write(GROUP_MAIN, "RecentPrograms", m_RecentPrograms);
     Store.Write(GROUP_MAIN, "Version", GetVersionText());
     const QString sGroup = GetPerspectiveGroup(m_Perspective);
-    Store.Write(sGroup, "WindowState", saveState(STATE_VERSION));
+    WriteLayout(sGroup, "WindowState", saveState(STATE_VERSION));
     Store.Write(sGroup, KEY_EXTRA_WINDOWS, GetExtraWindowNames());
     for (int i = 0; i < NUM_TOOLBARS; i++)
         Store.Write(sGroup, TOOLBARS[i].SettingsKey, m_apToolBar[size_t(i)]->isVisible());
     for (CWindow* pWindow : std::as_const(m_Windows))
         if (const auto* pTable = qobject_cast<CModelViewWindow*>(pWindow); pTable && pTable->GetHeader())
-            Store.Write(sGroup, KEY_TABLE_HEADERS + pTable->GetName(), pTable->GetHeader()->saveState());
+            WriteLayout(sGroup, KEY_TABLE_HEADERS + pTable->GetName(), pTable->GetHeader()->saveState());
 }

@@ -40,6 +40,7 @@ void CMainWindow::PlaceWindow(CWindow* pWindow, const char* sDockName, Qt::DockW
     connect(pDock, &CDockWindow::visibilityChanged, pWindow, &CWindow::VisibilityChanged);
     connect(pDock, &CDockWindow::topLevelChanged, pWindow, &CWindow::FloatingStateChanged);
     connect(pDock, &CDockWindow::topLevelChanged, this, [this] { m_TabBarUpdateTimer.start(); });
+    connect(pDock, &CDockWindow::MenuRequested, this, [this, pDock](QPoint Pos) { ShowDockMenu(pDock, Pos); });
     // The close button is the command, so that the console shows it and the window hears of it.
     connect(pDock, &CDockWindow::CloseRequested, this,
             [pWindow] { ::PerformAction(ACT_WINDOW_CLOSE, pWindow->GetName()); }, Qt::QueuedConnection);
@@ -262,14 +263,37 @@ CWindow* CMainWindow::GetFocusedWindow() const
     return nullptr;
 }
 
+QAction* CMainWindow::GetDockingAction(const CWindow* pWindow) const
+{
+    return m_apAction[pWindow && pWindow->IsFloating() ? ACT_WINDOW_DOCK : ACT_WINDOW_UNDOCK];
+}
+
+void CMainWindow::ShowDockMenu(QDockWidget* pDock, const QPoint& GlobalPos)
+{
+    // The commands work on the window with the focus.
+    pDock->raise();
+    pDock->setFocus();
+    QMenu Menu(this);
+    Menu.addActions({m_apAction[ACT_WINDOW_CLOSE], GetDockingAction(GetFocusedWindow())});
+    Menu.exec(GlobalPos);
+}
+
+void CMainWindow::ShowContextMenu(QPoint Pos)
+{
+    if (statusBar()->geometry().contains(Pos)) return;
+    const auto* pTabs = qobject_cast<QTabBar*>(childAt(Pos));
+    if (QDockWidget* pDock = pTabs ? m_pDockTabs->GetDockAt(pTabs, pTabs->mapFrom(this, Pos)) : nullptr)
+        ShowDockMenu(pDock, mapToGlobal(Pos));
+    else
+        m_apMenu[MENU_TOOLBARS]->exec(mapToGlobal(Pos));
+}
+
 void CMainWindow::UpdateWindowMenu()
 {
     QMenu* pMenu = m_apMenu[MENU_WINDOW];
     pMenu->clear();
     const CWindow* pFocused = GetFocusedWindow();
-    const bool Floating = pFocused && pFocused->IsFloating();
-    for (const int Id : {int(ACT_WINDOW_CLOSE), int(ACT_WINDOW_CLOSE_ALL), int(Floating ? ACT_WINDOW_DOCK : ACT_WINDOW_UNDOCK)})
-        if (m_apAction[size_t(Id)]) pMenu->addAction(m_apAction[size_t(Id)]);
+    pMenu->addActions({m_apAction[ACT_WINDOW_CLOSE], m_apAction[ACT_WINDOW_CLOSE_ALL], GetDockingAction(pFocused)});
     pMenu->addSeparator();
     QList<CWindow*> Open;
     for (CWindow* pWindow : m_Windows)
@@ -298,8 +322,9 @@ void CMainWindow::UpdateWindowMenu()
 
 void CMainWindow::OnWindowMenuActionTriggered(QAction* pAction)
 {
-    if (const QString sPath = pAction->property("document").toString(); !sPath.isEmpty())
+    if (const QString sPath = pAction->property("document").toString(); !sPath.isEmpty()) {
         m_W.pSource->Open(sPath);
-    else if (pAction->data().metaType().id() == QMetaType::QString)
+        m_W.pSource->setFocus();
+    } else if (pAction->data().metaType().id() == QMetaType::QString)
         ::PerformAction(ACT_WINDOW_SHOW, pAction->data());
 }

@@ -4,8 +4,8 @@
 
 namespace {
 constexpr QSize MIN_SEEN(80, 30); ///< of a window's top edge, so that it can still be dragged
-constexpr QSize WANTED(1600, 1000);
-constexpr QSize USABLE(1024, 700); ///< a screen that reports less can't be believed
+constexpr QSize FIRST_SIZE(752, 560);
+constexpr QSize UNSEEN_SIZE(1600, 1000);
 
 /// How far a frame is from a screen; 0 if they touch.
 int GetDistance(const QRect& Frame, const QRect& Screen)
@@ -34,8 +34,7 @@ QRect GetReachableFrame(const QRect& Frame, const QList<QRect>& Screens)
     return Moved;
 }
 
-QSize GetFirstSize(const QSize& Screen)
+QSize GetFirstSize(const QString& sPlatform)
 {
-    return Screen.width() < USABLE.width() || Screen.height() < USABLE.height() ? WANTED
-                                                                                : WANTED.boundedTo(Screen);
+    return sPlatform == QLatin1String("offscreen") ? UNSEEN_SIZE : FIRST_SIZE;
 }

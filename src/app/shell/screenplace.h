@@ -4,6 +4,7 @@
 #include <QList>
 #include <QRect>
 #include <QSize>
+#include <QString>
 
 /// The frame at which a top-level window can be reached. The frame given, if so much of its top edge shows on
 /// one of the screens that it can be dragged; otherwise moved onto the nearest screen and made no larger than
@@ -11,6 +12,6 @@
 /// frame itself.
 QRect GetReachableFrame(const QRect& Frame, const QList<QRect>& Screens);
 
-/// Size of the main window in a first run: room for all windows of the default layout, as far as the screen
-/// has it.
-QSize GetFirstSize(const QSize& Screen);
+/// Size of the main window in a first run, which fits every screen. On the platform without one nobody can
+/// make it larger: there it has room for all windows, for the pictures that a batch takes.
+QSize GetFirstSize(const QString& sPlatform);

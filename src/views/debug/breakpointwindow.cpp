@@ -1,6 +1,7 @@
 #include "views/debug/breakpointwindow.h"
 
 #include "views/debug/breakpointsviewmodel.h"
+#include "views/framework/messagebox.h"
 #include "views/framework/treeview.h"
 
 #include <QAction>
@@ -57,6 +58,13 @@ const BP_ACTION aActions[] = {
 
 bool IsTrace(U8 Kind) { return Kind == KIND::TRACE_START || Kind == KIND::TRACE_STOP; }
 
+/// What the clear-all action of a kind clears.
+QString GetKindName(U8 Kind)
+{
+    if (IsTrace(Kind)) return QStringLiteral("Tracepoints");
+    return Kind == KIND::DATA ? QStringLiteral("Data Breakpoints") : QStringLiteral("Breakpoints");
+}
+
 /// A parameter list of a data breakpoint: address, mask, access type, access size, match value, value mask.
 constexpr int NUM_DATA_PARAMS = 6;
 
@@ -85,6 +93,7 @@ bool IsLocationText(const QString& sText)
 
 CBreakpointWindow::CBreakpointWindow(QWidget* pParent) : CModelViewWindow(pParent, QStringLiteral("Break & Tracepoints"))
 {
+    for (const WINDOW_FLAGS Flag : {WF_CONTENTS_MODIFIABLE, WF_CONFIRM_CLEAR}) SetFlag(Flag, true);
     SetView(new CTreeView, false);
     m_pModel = new CBreakpointsViewModel(this);
     SetModel(m_pModel);
@@ -111,8 +120,7 @@ QString CBreakpointWindow::GetEmptyWindowText(DEBUG_STATES) const { return QStri
 
 QString CBreakpointWindow::GetClearAllPostfix() const
 {
-    if (m_HasEdited && IsTrace(m_Edited.Kind)) return QStringLiteral("Tracepoints");
-    return m_HasEdited && m_Edited.Kind == KIND::DATA ? QStringLiteral("Data Breakpoints") : QStringLiteral("Breakpoints");
+    return GetKindName(m_HasEdited ? m_Edited.Kind : U8(KIND::CODE));
 }
 
 // ---- Rows ------------------------------------------------------------------------------------------------
@@ -282,19 +290,34 @@ void CBreakpointWindow::OnActionClearTriggeredBP() { PerformPointCommand(VIEW_BR
 void CBreakpointWindow::OnActionEnableTriggeredBP() { PerformPointCommand(VIEW_BREAKPOINT(m_Edited), POINT_ENABLE); }
 void CBreakpointWindow::OnActionDisableTriggeredBP() { PerformPointCommand(VIEW_BREAKPOINT(m_Edited), POINT_DISABLE); }
 void CBreakpointWindow::OnActionEditDialogTriggeredBP() { EditRow(); }
-void CBreakpointWindow::OnActionClearAllTriggeredBP() { PerformWindowCommand(QStringLiteral("Break.ClearAll")); }
+void CBreakpointWindow::OnActionClearAllTriggeredBP() { ConfirmClearAll(KIND::CODE); }
 void CBreakpointWindow::OnActionSetTriggeredWP() { OnActionSetTriggeredBP(); }
 void CBreakpointWindow::OnActionClearTriggeredWP() { OnActionClearTriggeredBP(); }
 void CBreakpointWindow::OnActionEnableTriggeredWP() { OnActionEnableTriggeredBP(); }
 void CBreakpointWindow::OnActionDisableTriggeredWP() { OnActionDisableTriggeredBP(); }
 void CBreakpointWindow::OnActionEditDialogTriggeredWP() { EditRow(); }
-void CBreakpointWindow::OnActionClearAllTriggeredWP() { PerformWindowCommand(QStringLiteral("Break.ClearAllOnData")); }
+void CBreakpointWindow::OnActionClearAllTriggeredWP() { ConfirmClearAll(KIND::DATA); }
 void CBreakpointWindow::OnActionSetStartTriggeredTP() { OnActionSetTriggeredBP(); }
 void CBreakpointWindow::OnActionSetStopTriggeredTP() { OnActionSetTriggeredBP(); }
 void CBreakpointWindow::OnActionClearTriggeredTP() { OnActionClearTriggeredBP(); }
 void CBreakpointWindow::OnActionEnableTriggeredTP() { OnActionEnableTriggeredBP(); }
 void CBreakpointWindow::OnActionDisableTriggeredTP() { OnActionDisableTriggeredBP(); }
-void CBreakpointWindow::OnActionClearAllTriggeredTP() { PerformWindowCommand(QStringLiteral("Trace.ClearAllPoints")); }
+void CBreakpointWindow::OnActionClearAllTriggeredTP() { ConfirmClearAll(KIND::TRACE_START); }
+
+void CBreakpointWindow::PerformClearAll(U8 Kind)
+{
+    const QString sCommand = IsTrace(Kind)         ? QStringLiteral("Trace.ClearAllPoints")
+                             : Kind == KIND::DATA ? QStringLiteral("Break.ClearAllOnData")
+                                                  : QStringLiteral("Break.ClearAll");
+    if (IsWindowCommandEnabled(sCommand)) PerformWindowCommand(sCommand); // off when there are none
+}
+
+void CBreakpointWindow::ConfirmClearAll(U8 Kind)
+{
+    if (CMessageBox::Ask(MSGBOX_CLEAR, GetKindName(Kind), QStringLiteral("Clear &All")) == QDialogButtonBox::Yes) PerformClearAll(Kind);
+}
+
+void CBreakpointWindow::Clear() { PerformClearAll(m_HasEdited ? m_Edited.Kind : U8(KIND::CODE)); }
 
 // ---- Setting at a text -----------------------------------------------------------------------------------
 

@@ -17,6 +17,7 @@ public:
     explicit CBreakpointWindow(QWidget* pParent = nullptr);
 
     QString GetEmptyWindowText(DEBUG_STATES State) const override;
+    void Clear() override; ///< clears all points of the selected row's kind, code breakpoints if none is selected
     QString GetClearAllPostfix() const override; ///< what "Clear All" covers, by the selected row
     bool IsUpdatePending() const override { return false; } ///< the rows are known without the target
 
@@ -77,6 +78,8 @@ private:
     QAction* FindAction(const char* sName) const;
     void PerformPointCommand(const VIEW_BREAKPOINT& Row, POINT_OPS Op);
     void EditRow();
+    static void PerformClearAll(U8 Kind); ///< VIEW_BREAKPOINT::KINDS
+    void ConfirmClearAll(U8 Kind);        ///< asks first
     void ShowLocation(const VIEW_BREAKPOINT& Row);
     /// Sets or clears at a text: an address, "file:line" or the name of a symbol.
     void PerformOnText(const QString& sText);

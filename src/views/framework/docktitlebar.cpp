@@ -11,8 +11,10 @@
 #include <QToolButton>
 
 namespace {
-constexpr int BUTTON_ICON_SIZE = 12;
+constexpr int BUTTON_ICON_SIZE = 10;
+constexpr int BUTTON_SIZE = 18;
 constexpr int TEXT_MARGIN = 9;
+constexpr int RIGHT_ROOM = BUTTON_SIZE + 8; ///< the close button's, which no text enters
 
 /// A flat button that recolours its drawing for the highlighted title.
 class CTitleButton : public QToolButton {
@@ -48,10 +50,7 @@ CDockTitleBar::CDockTitleBar(CDockWindow* pDock) : QWidget(pDock), m_pDock(pDock
     pLayout->setContentsMargins(0, 0, 4, 0);
     pLayout->setSpacing(2);
     pLayout->addStretch();
-    m_pButtonFloat = AddButton("dockFloatButton", "dock-float", QStringLiteral("Undock"));
     m_pButtonClose = AddButton("dockCloseButton", "cross-small", QStringLiteral("Close"));
-    connect(m_pButtonFloat, &QToolButton::clicked, this,
-            [this] { m_pDock->setFloating(!m_pDock->isFloating()); });
     connect(m_pButtonClose, &QToolButton::clicked, this, [this] { m_pDock->RequestClose(); });
     connect(&CTheme::Get(), &CTheme::SchemeChanged, this, [this] { SetHighlighted(m_Highlighted); });
     SetHighlighted(false);
@@ -63,7 +62,7 @@ QToolButton* CDockTitleBar::AddButton(const char* sName, const char* sIcon, cons
     pButton->setObjectName(QLatin1String(sName));
     pButton->setAccessibleName(sToolTip);
     pButton->setToolTip(sToolTip);
-    pButton->setFixedSize(18, 18);
+    pButton->setFixedSize(BUTTON_SIZE, BUTTON_SIZE);
     pButton->setFocusPolicy(Qt::NoFocus);
     layout()->addWidget(pButton);
     return pButton;
@@ -72,17 +71,9 @@ QToolButton* CDockTitleBar::AddButton(const char* sName, const char* sIcon, cons
 void CDockTitleBar::SetHighlighted(bool Highlighted)
 {
     m_Highlighted = Highlighted;
-    const QColor Stroke = palette().color(Highlighted ? QPalette::HighlightedText : QPalette::ButtonText);
-    for (QToolButton* pButton : {m_pButtonFloat, m_pButtonClose})
-        static_cast<CTitleButton*>(pButton)->m_Stroke = Stroke;
+    static_cast<CTitleButton*>(m_pButtonClose)->m_Stroke =
+        palette().color(Highlighted ? QPalette::HighlightedText : QPalette::ButtonText);
     update();
-}
-
-void CDockTitleBar::UpdateButtons()
-{
-    const QString sText = m_pDock->isFloating() ? QStringLiteral("Dock") : QStringLiteral("Undock");
-    m_pButtonFloat->setToolTip(sText);
-    m_pButtonFloat->setAccessibleName(sText);
 }
 
 QSize CDockTitleBar::sizeHint() const
@@ -95,7 +86,7 @@ QSize CDockTitleBar::sizeHint() const
         QFont Bold = font();
         Bold.setBold(true);
         const QFontMetrics Metrics(Bold);
-        m_Hint = QSize(Metrics.horizontalAdvance(sTitle) + 2 * TEXT_MARGIN + 46, qMax(Metrics.height() + 10, 24));
+        m_Hint = QSize(Metrics.horizontalAdvance(sTitle) + 2 * TEXT_MARGIN + RIGHT_ROOM, qMax(Metrics.height() + 10, 24));
     }
     return m_Hint;
 }
@@ -115,7 +106,7 @@ void CDockTitleBar::paintEvent(QPaintEvent*)
     TitleFont.setBold(m_Highlighted);
     Painter.setFont(TitleFont);
     Painter.setPen(palette().color(m_Highlighted ? QPalette::HighlightedText : QPalette::ButtonText));
-    const QRect TextRect = rect().adjusted(TEXT_MARGIN, 0, -46, 0);
+    const QRect TextRect = rect().adjusted(TEXT_MARGIN, 0, -RIGHT_ROOM, 0);
     const QString sTitle =
         Painter.fontMetrics().elidedText(m_pDock->GetTitle(), Qt::ElideRight, TextRect.width());
     Painter.drawText(TextRect, Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine, sTitle);

@@ -1,5 +1,5 @@
-// CDockTitleBar, the title of a dock with its float and close buttons; it stands out while the dock has the
-// focus.
+// CDockTitleBar, the title of a dock with its close button; it stands out while the dock has the focus. A
+// double click floats the dock and brings it back.
 #pragma once
 #include <QFont>
 #include <QWidget>
@@ -14,7 +14,6 @@ public:
     explicit CDockTitleBar(CDockWindow* pDock);
 
     void SetHighlighted(bool Highlighted);
-    void UpdateButtons();
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
@@ -26,7 +25,6 @@ private:
     QToolButton* AddButton(const char* sName, const char* sIcon, const QString& sToolTip);
 
     CDockWindow* m_pDock;
-    QToolButton* m_pButtonFloat = nullptr;
     QToolButton* m_pButtonClose = nullptr;
     bool m_Highlighted = false;
     mutable QSize m_Hint; ///< for the title and font below; invalid at first

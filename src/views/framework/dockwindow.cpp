@@ -5,6 +5,7 @@
 
 #include <QAction>
 #include <QCloseEvent>
+#include <QContextMenuEvent>
 #include <QFontMetrics>
 #include <QKeyEvent>
 #include <QMainWindow>
@@ -16,7 +17,6 @@ CDockWindow::CDockWindow(QWidget* pParent) : QDockWidget(pParent)
     setFeatures(DockWidgetClosable | DockWidgetMovable | DockWidgetFloatable);
     m_pTitleBar = new CDockTitleBar(this);
     setTitleBarWidget(m_pTitleBar);
-    connect(this, &QDockWidget::topLevelChanged, this, &CDockWindow::OnTopLevelChanged);
 }
 
 void CDockWindow::SetWindow(CWindow* pWindow)
@@ -65,11 +65,6 @@ QSize CDockWindow::sizeHint() const
     return w >= 1 && h >= 1 ? QSize(w, h) : QSize(300, 300);
 }
 
-void CDockWindow::OnTopLevelChanged(bool)
-{
-    m_pTitleBar->UpdateButtons();
-}
-
 void CDockWindow::UpdateMinimumSize()
 {
     QFont Bold = font();
@@ -89,6 +84,12 @@ void CDockWindow::keyPressEvent(QKeyEvent* pEvent)
         }
     }
     QDockWidget::keyPressEvent(pEvent);
+}
+
+void CDockWindow::contextMenuEvent(QContextMenuEvent* pEvent)
+{
+    emit MenuRequested(pEvent->globalPos());
+    pEvent->accept();
 }
 
 void CDockWindow::closeEvent(QCloseEvent* pEvent)

@@ -1,4 +1,4 @@
-// CDockWindow, the frame of a debug window: title bar with its own buttons, focus highlight, keys passed
+// CDockWindow, the frame of a debug window: title bar with its own close button, focus highlight, keys passed
 // inward.
 //
 //   auto* pDock = new CDockWindow(pMainWindow);
@@ -31,13 +31,12 @@ public:
     QSize sizeHint() const override;
 
 signals:
+    void MenuRequested(QPoint GlobalPos); ///< of the title, docked or floating
     void CloseRequested(); ///< the close button was clicked; without a receiver the dock closes itself
-
-public slots:
-    void OnTopLevelChanged(bool IsFloating);
 
 protected:
     void keyPressEvent(QKeyEvent* pEvent) override;
+    void contextMenuEvent(QContextMenuEvent* pEvent) override;
     void closeEvent(QCloseEvent* pEvent) override;
     void changeEvent(QEvent* pEvent) override;
 

@@ -81,7 +81,7 @@ QString GetMemoryKey(const QString& sText)
 
 QString GetClearText(const QString& sAction, const QString& sPostfix)
 {
-    if (sPostfix.isEmpty()) return sAction + u'?';
+    if (sPostfix.isEmpty()) return QString(sAction).remove(u'&') + u'?';
     QString sText = sAction + u' ' + sPostfix;
     sText.replace(QLatin1String("All"), QLatin1String("all"));
     return sText.remove(u'&') + QStringLiteral("? ");

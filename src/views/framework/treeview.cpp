@@ -73,6 +73,13 @@ void CTreeView::keyPressEvent(QKeyEvent* pEvent)
             return SetExpanded(Current, true);
         if (pEvent->key() == Qt::Key_Left && isExpanded(Current)) return SetExpanded(Current, false);
     }
+    // The toolkit would unfold all that is below the row: without end where a list leads back to itself.
+    if (pEvent->key() == Qt::Key_Asterisk) {
+        SetExpanded(Current, true);
+        for (int Row = 0; Current.isValid() && Row < model()->rowCount(Current); Row++)
+            SetExpanded(model()->index(Row, 0, Current), true);
+        return;
+    }
     // A typed digit or "+" is a key of the window, not the start of a search.
     pEvent->accept();
     QTreeView::keyPressEvent(pEvent);

@@ -139,7 +139,7 @@ void CWindow::SetWindowTitle(QString sTitle)
 void CWindow::ShowContextMenu(QPoint Pos)
 {
     QMenu Menu(this);
-    if (m_pActionClear->isVisible()) Menu.addAction(m_pActionClear);
+    if (IsContentsModifiable() && m_pActionClear->isVisible()) Menu.addAction(m_pActionClear);
     if (!Menu.isEmpty()) Menu.exec(mapToGlobal(Pos));
 }
 

@@ -122,11 +122,11 @@ QHeaderView::section { background: @window; color: @button; border: none; border
     border-bottom: 1px solid @line; padding: 2px 6px; }
 QTreeView, QTableView, QPlainTextEdit { border: none; background: @base; }
 QTabBar { qproperty-drawBase: 0; }
-QTabBar::tab { background: transparent; color: @button; padding: 5px 12px; border: none;
+QTabBar::tab { background: transparent; color: @button; padding: 3px 12px 0px 12px; min-height: 23px; border: none;
     border-bottom: 2px solid transparent; }
 QTabBar::tab:hover { background: @hover; }
 QTabBar::tab:selected { color: @text; background: @base; border-bottom: 2px solid @highlight; }
-QTabBar::tab:bottom, QTabBar::tab:south { border-bottom: none; border-top: 2px solid transparent; }
+QTabBar::tab:bottom, QTabBar::tab:south { padding: 0px 12px 3px 12px; border-bottom: none; border-top: 2px solid transparent; }
 QScrollBar:vertical { background: transparent; width: 12px; margin: 0; }
 QScrollBar:horizontal { background: transparent; height: 12px; margin: 0; }
 QScrollBar::handle { background: @scroll; border-radius: 4px; margin: 2px; }
