@@ -21,6 +21,7 @@ private slots:
     void initTestCase();
     void init();
     void messageBoxInterceptor();
+    void messageBoxWithLongText();
     void messageBoxMemory();
     void statusBarProgress();
     void iconsFollowScheme();
@@ -67,6 +68,19 @@ void tst_views_boxes::messageBoxInterceptor()
         CMessageBox::FindButton(QStringLiteral("&cancel"), QDialogButtonBox::Cancel | QDialogButtonBox::Yes),
         int(QDialogButtonBox::Cancel));
     QCOMPARE(CMessageBox::FindButton(QStringLiteral("No"), QDialogButtonBox::Yes), 0);
+}
+
+void tst_views_boxes::messageBoxWithLongText()
+{
+    const QString sPath = QStringLiteral("/home/someone/projects") + QStringLiteral("/a_folder_of_a_program").repeated(20);
+    for (const QString& sText : {QStringLiteral("Project settings could not be saved: %1").arg(sPath), QStringLiteral("word ").repeated(200)}) {
+        CMessageBox Box(QStringLiteral("Project Warning"), sText, QString(), QDialogButtonBox::Ok, MSGBOX_MODE_NONE);
+        Box.show();
+        QVERIFY2(Box.width() < 760, qPrintable(QString::number(Box.width())));
+        const auto* pLabel = Box.findChild<QLabel*>(QStringLiteral("labelText"));
+        QVERIFY(pLabel->height() >= pLabel->heightForWidth(pLabel->width())); // all of it shows
+        QVERIFY(pLabel->height() > 2 * pLabel->fontMetrics().height());
+    }
 }
 
 void tst_views_boxes::messageBoxMemory()

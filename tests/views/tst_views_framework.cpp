@@ -379,6 +379,7 @@ void tst_views_framework::overlayTellsWhyEmpty()
     m_Target.Halted = true;
     QCOMPARE(GetText(), QStringLiteral("No data"));
     QCOMPARE(Window.GetText(), QStringList{QStringLiteral("No data")});
+    QCOMPARE(pLabel->minimumHeight(), QFontMetrics(Window.font()).height() + 19);
     QVERIFY(Window.GetView()->isHidden());
     Window.m_pCounters->BeginReset();
     Window.m_pCounters->m_Groups.append({QStringLiteral("new"), {1}});

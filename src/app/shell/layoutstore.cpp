@@ -27,7 +27,8 @@ QByteArray ReadLayout(const QString& sGroup, const QString& sKey)
 {
     const CSettingsStore& Store = CSettingsStore::Get();
     const QByteArray Layout = Store.Read(sGroup, sKey, {}).toByteArray();
-    if (Layout.isEmpty() || Store.Read(sGroup, DIGESTS + sKey, {}).toString() == MakeDigest(Layout)) return Layout;
+    if (Layout.isEmpty() || Store.Read(sGroup, DIGESTS + sKey, {}).toString() == MakeDigest(Layout))
+        return Layout;
     LogWarning(QStringLiteral("The stored layout is damaged and isn't used: %1/%2").arg(sGroup, sKey));
     return {};
 }

@@ -41,6 +41,11 @@ void CEmptyOverlay::SetTexts(const QString& sText, const QString& sButton)
     m_pButton->setVisible(!sButton.isEmpty());
 }
 
+void CEmptyOverlay::SetTextMinimumSize(const QSize& Size)
+{
+    if (m_pLabel->minimumSize() != Size) m_pLabel->setMinimumSize(Size);
+}
+
 QString CEmptyOverlay::GetText() const
 {
     return m_pLabel->text();

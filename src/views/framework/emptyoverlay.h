@@ -12,6 +12,7 @@ public:
     explicit CEmptyOverlay(QWidget* pParent);
 
     void SetTexts(const QString& sText, const QString& sButton); ///< an empty text hides its part
+    void SetTextMinimumSize(const QSize& Size); ///< of the text's label
     QString GetText() const;
     QString GetButtonText() const;
     QRect GetButtonRect() const; ///< in coordinates of the parent; empty without a button

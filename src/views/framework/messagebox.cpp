@@ -22,6 +22,7 @@ constexpr quint64 STORED_REMEMBER = 4294967294u;
 constexpr quint64 MS_PER_HOUR = 3600000u;
 constexpr int ICON_SIZE = 32;
 constexpr int MIN_BUTTON_WIDTH = 25;
+constexpr int MAX_TEXT_WIDTH = 640; ///< so that the buttons stay on every screen
 const char* const sMemoryGroup = "AppData/MessageTimeouts";
 const char* const sThirdText = "    Yes and do not show again    ";
 
@@ -126,6 +127,7 @@ CMessageBox::CMessageBox(const QString& sTitle, const QString& sText, const QStr
         m_pLabelText->setOpenExternalLinks(true);
     } else
         m_pLabelText->setTextFormat(Qt::PlainText);
+    FitText();
     pLayout->addWidget(m_pLabelText, 1, 1);
     pLayout->setColumnStretch(1, 1);
     m_pCheckBox = new QCheckBox(GetCheckBoxText(Mode), this);
@@ -138,6 +140,18 @@ CMessageBox::CMessageBox(const QString& sTitle, const QString& sText, const QStr
     if (Buttons & QDialogButtonBox::RestoreDefaults) AddThirdButton();
     connect(m_pButtonBox, SIGNAL(clicked(QAbstractButton*)), this, SLOT(OnButtonClicked(QAbstractButton*)));
     if (QPushButton* pDefault = m_pButtonBox->button(GetDefaultButton(Buttons))) pDefault->setDefault(true);
+}
+
+void CMessageBox::FitText()
+{
+    if (m_pLabelText->sizeHint().width() <= MAX_TEXT_WIDTH) return;
+    // What is too long is mostly a path, which has no blanks to break at.
+    if (m_pLabelText->textFormat() == Qt::PlainText)
+        for (const char16_t Separator : {u'/', u'\\'})
+            m_pLabelText->setText(m_pLabelText->text().replace(QChar(Separator), QString(QChar(Separator)) + QChar(0x200B)));
+    m_pLabelText->setWordWrap(true);
+    m_pLabelText->setFixedWidth(MAX_TEXT_WIDTH);
+    m_pLabelText->setMinimumHeight(m_pLabelText->heightForWidth(MAX_TEXT_WIDTH)); // of which the layout takes no notice
 }
 
 void CMessageBox::AddThirdButton()

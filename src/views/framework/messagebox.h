@@ -95,6 +95,7 @@ protected:
 private:
     bool AnswerFromMemory(BUTTON& Answer) const;
     void StoreAnswer(int Mode) const;
+    void FitText(); ///< a long text goes over several lines
     void AddThirdButton();
 
     QString m_sTitle;

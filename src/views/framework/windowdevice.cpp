@@ -158,6 +158,8 @@ void CWindow::UpdateOverlay()
     const QString sText = GetEmptyWindowText(State);
     const QString sButton = GetEmptyWindowButtonText(State);
     m_pOverlay->SetTexts(sText, sButton);
+    // A longer text than the window is wide goes over several lines.
+    m_pOverlay->SetTextMinimumSize(GetOverlayTextSize(sText).boundedTo(QSize(width() / 2, height() / 2)));
     if (accessibleDescription() != sText) setAccessibleDescription(sText);
     if (m_pOverlay->geometry() != rect()) m_pOverlay->setGeometry(rect());
     const bool Wanted = !sText.isEmpty() || !sButton.isEmpty();
