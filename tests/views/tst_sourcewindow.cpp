@@ -430,6 +430,8 @@ void tst_sourcewindow::headerBarFollowsUnlessLocked()
     QCOMPARE(pSymbols->currentText(), QStringLiteral("SysTick_Handler"));
     Halt(41); // the PC moves it also then
     QCOMPARE(pSymbols->currentText(), QStringLiteral("main"));
+    m_pWindow->GotoLine(21); // and so does a jump
+    QCOMPARE(pSymbols->currentText(), QStringLiteral("SysTick_Handler"));
 }
 
 void tst_sourcewindow::findGoesAround()
