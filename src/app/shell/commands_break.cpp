@@ -169,9 +169,10 @@ void OnBreakEdit(int Id)
     if (!RequireRecord(Id, Params[0], &Record) || !ParseNumberParam(Id, Params[2], &OnChange) ||
         !ParseNumberParam(Id, Params[3], &Skip))
         return;
+    if (Skip < 0 || Skip > 0xFFFFFFFF) return SetActionError(Id, ERR_INVALID_PARAM, Params[3]);
     Record.Condition = Params[1];
     Record.TriggerOnChange = OnChange != 0;
-    Record.SkipCount = U32(std::max<I64>(Skip, 0));
+    Record.SkipCount = U32(Skip);
     Record.TaskName = Params[4];
     Record.ConsoleMsg = Params[5];
     Record.PopupMsg = Params[6];
@@ -220,10 +221,12 @@ void OnTraceSetPoint(int Id)
     const QStringList Params = GetActionParams(Id);
     I64 Op = 0;
     U32 Addr = 0;
-    if (!ParseNumberParam(Id, Params[0], &Op) || !ParseLocationAddr(Id, Params[1], &Addr)) return;
+    if (!ParseNumberParam(Id, Params[0], &Op)) return;
+    if (Op != TP_OP_START && Op != TP_OP_STOP) return SetActionError(Id, ERR_INVALID_PARAM, Params[0]);
+    if (!ParseLocationAddr(Id, Params[1], &Addr)) return;
     TP Tp;
     if (FindTracepoint(Addr, &Tp)) return SetActionError(Id, QStringLiteral("Tracepoint already set"));
-    Tp.Op = Op ? TP_OP_STOP : TP_OP_START;
+    Tp.Op = Op == TP_OP_STOP ? TP_OP_STOP : TP_OP_START;
     Tp.Addr = Addr;
     Tp.State = BP_STATE_ON;
     Tp.HasSourceInfo = PROG_HasExactSrcLoc(Addr);

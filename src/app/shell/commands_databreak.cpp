@@ -15,22 +15,23 @@ const CBreakpointsDataModel& Model()
     return CBreakpointsDataModel::Get();
 }
 
-/// An optional hexadecimal parameter; the default stays when it is missing.
+/// An optional hexadecimal parameter of 32 bits; the default stays when it is missing.
 template <class T> bool ParseHex(int Id, const QString& sText, T* pValue)
 {
     if (sText.isEmpty()) return true;
     bool Ok = false;
-    const U64 Value = sText.toULongLong(&Ok, 16);
-    if (Ok) *pValue = T(Value);
+    const U32 Value = sText.toUInt(&Ok, 16);
+    if (Ok) *pValue = Value;
     if (!Ok) SetActionError(Id, ERR_INVALID_PARAM, sText);
     return Ok;
 }
 
-bool ParseEnum(int Id, const QString& sText, U32* pValue)
+/// An optional name or number of a family of constants ("AT_"); the default stays when it is missing.
+bool ParseEnum(int Id, const QString& sText, const char* sFamily, U32* pValue)
 {
     if (sText.isEmpty()) return true;
     I64 Value = 0;
-    const bool Ok = ParseNumberOrConstant(sText, &Value);
+    const bool Ok = ParseNumberOrConstant(sText, &Value) && FindConstantByValue(QLatin1String(sFamily), Value);
     if (Ok) *pValue = U32(Value);
     if (!Ok) SetActionError(Id, ERR_INVALID_PARAM, sText);
     return Ok;
@@ -57,8 +58,8 @@ bool ParseWatchpoint(int Id, const QStringList& Params, WP* pWp)
         std::memcpy(pWp->Expression, Text.constData(), size_t(Text.size()));
     }
     U32 Mask = 0xFFFFFFFFu;
-    if (!ParseEnum(Id, Params.value(Next++), &pWp->AccessType) ||
-        !ParseEnum(Id, Params.value(Next++), &pWp->AccessSize) ||
+    if (!ParseEnum(Id, Params.value(Next++), "AT_", &pWp->AccessType) ||
+        !ParseEnum(Id, Params.value(Next++), "AW_", &pWp->AccessSize) ||
         !ParseHex(Id, Params.value(Next++), &pWp->MatchValue) || !ParseHex(Id, Params.value(Next++), &Mask))
         return false;
     pWp->ValueMask = Mask == 0xFFFFFFFFu ? ~U64(0) : Mask;

@@ -267,7 +267,7 @@ I64 ResolveLocation(int Id)
 {
     int Kind = PROG_LOCATION_NONE;
     const CAddrRange Range = PROG_ResolveLocationText(GetActionParam(Id), &Kind);
-    if (Kind != PROG_LOCATION_NONE && !(Range.IsEmpty() && Kind != PROG_LOCATION_ADDRESS)) return Range.Start;
+    if (Kind != PROG_LOCATION_NONE) return Range.Start;
     SetActionError(Id, ERR_INVALID_PARAM);
     return -1;
 }

@@ -1,5 +1,6 @@
 // The commands that edit variables, preferences, colours and fonts.
 #include "app/actions/actions.h"
+#include "app/actions/commandtext.h"
 #include "app/actions/constants.h"
 #include "project/file/project.h"
 #include "project/file/projectcommands.h"
@@ -8,11 +9,19 @@
 #include "script/host/bscript.h"
 
 namespace {
-/// An optional yes or no behind the declared parameters.
-bool ReadSwitch(const QStringList& Params, int Index, bool Default)
+/// An optional yes or no behind the declared parameters. False, with the error set, for anything else.
+bool ReadSwitch(int Id, const QStringList& Params, int Index, bool* pOn)
 {
     I64 Value = 0;
-    return Index < Params.size() && ParseNumberOrConstant(Params[Index], &Value) ? Value != 0 : Default;
+    if (Index >= Params.size()) {
+        return true;
+    }
+    if (!ParseNumberOrConstant(Params[Index], &Value) || (Value != 0 && Value != 1)) {
+        SetActionError(Id, QLatin1String(ERR_INVALID_PARAM), Params[Index]);
+        return false;
+    }
+    *pOn = Value != 0;
+    return true;
 }
 
 /// At least the prototype's parameters; further ones are options.
@@ -46,6 +55,16 @@ void Tell(int VarID)
     }
 }
 
+/// The value as the echo shows it. A text that is rounded ("33.3 kHz") would be read back as another value, and the
+/// number stands for it.
+QString GetEchoText(int VarID)
+{
+    const QString sText = VarToText(VarID);
+    const I64 Frequency = IsStringVar(VarID) ? -1 : ParseFrequency(sText);
+    return Frequency > 0 && Frequency != GetVarValue(VarID) && HasValueList(VarID) ? QString::number(GetVarValue(VarID))
+                                                                                  : sText;
+}
+
 /// Sets a row from a parameter and puts the canonical form into the echo.
 void EditVar(int Id, const char* sUnknown, bool Store, bool Echo)
 {
@@ -70,7 +89,7 @@ void EditVar(int Id, const char* sUnknown, bool Store, bool Echo)
         return;
     }
     Tell(VarID);
-    SetActionParams(Id, QString::fromLatin1(pRow->Name), VarToText(VarID));
+    SetActionParams(Id, QString::fromLatin1(pRow->Name), GetEchoText(VarID));
     if (!Echo) {
         SetActionSilent(Id);
     }
@@ -96,7 +115,10 @@ void EditColor(int Id, const QStringList& Params)
         SetActionError(Id, QLatin1String(ERR_INVALID_PARAM), Params[1]);
         return;
     }
-    SetColor(ColorID, Value, ReadSwitch(Params, 2, false));
+    bool Store = false;
+    if (ReadSwitch(Id, Params, 2, &Store)) {
+        SetColor(ColorID, Value, Store);
+    }
 }
 
 void EditFont(int Id, const QStringList& Params)
@@ -111,7 +133,11 @@ void EditFont(int Id, const QStringList& Params)
         SetActionError(Id, QLatin1String(ERR_INVALID_PARAM), Params[1]);
         return;
     }
-    SetFont(FontID, Font, ReadSwitch(Params, 2, false));
+    bool Store = false;
+    if (!ReadSwitch(Id, Params, 2, &Store)) {
+        return;
+    }
+    SetFont(FontID, Font, Store);
     SetActionParams(Id, QString::fromLatin1(GetFontRow(FontID)->Name), FontToText(Font));
 }
 } // namespace
@@ -145,10 +171,16 @@ bool HandleSettingsCommand(int ActionId)
     if (!HasParams(ActionId, Params)) {
         return true;
     }
+    bool Store = false;
+    bool Echo = true;
     if (ActionId == ACT_EDIT_SYS_VAR) {
-        EditVar(ActionId, ERR_UNKNOWN_SYSVAR, false, ReadSwitch(Params, 2, true));
+        if (ReadSwitch(ActionId, Params, 2, &Echo)) {
+            EditVar(ActionId, ERR_UNKNOWN_SYSVAR, false, Echo);
+        }
     } else if (ActionId == ACT_EDIT_PREFERENCE) {
-        EditVar(ActionId, ERR_UNKNOWN_PREFERENCE, ReadSwitch(Params, 2, false), ReadSwitch(Params, 3, true));
+        if (ReadSwitch(ActionId, Params, 2, &Store) && ReadSwitch(ActionId, Params, 3, &Echo)) {
+            EditVar(ActionId, ERR_UNKNOWN_PREFERENCE, Store, Echo);
+        }
     } else if (ActionId == ACT_EDIT_COLOR) {
         EditColor(ActionId, Params);
     } else {
