@@ -48,6 +48,13 @@ bool RequireMemory(int Id)
     return false;
 }
 
+/// Writes are jobs, which a script doesn't wait for, and a read goes past their queue: it is to find what was written
+/// before it.
+void FinishWrites()
+{
+    if (CDevice::Get().HasPendingJob(BT_WRITE_MEM)) CDevice::Get().WaitUntilDone(BT_WRITE_MEM, false);
+}
+
 bool RequireRegisters(int Id)
 {
     const CDevice& Dev = CDevice::Get();
@@ -112,6 +119,7 @@ template <U32 SIZE> void OnRead(int Id)
     U32 Addr = 0;
     if (!ParseAddr(Id, GetActionParam(Id), &Addr) || !RequireMemory(Id)) return SetActionResult(Id, -1);
     U8 ac[SIZE];
+    FinishWrites();
     if (CDeviceDataManager::Get().ReadMemBlocking(Addr, SIZE, ac) != 0) {
         SetActionError(Id, QLatin1String(ERR_MEM_READ));
         SetActionResult(Id, -1);
@@ -190,6 +198,7 @@ void OnSaveMemory(int Id)
     if (Size <= 0 || Size > I64(MAX_FILE_BYTES)) return SetActionError(Id, ERR_INVALID_PARAM);
     QByteArray Bytes = QByteArray(qsizetype(Size), '\0');
     constexpr I64 CHUNK = 4096;
+    FinishWrites();
     for (I64 Pos = 0; Pos < Size; Pos += CHUNK) {
         const U32 n = U32(std::min(CHUNK, Size - Pos));
         if (CDeviceDataManager::Get().ReadMemBlocking(Addr + U32(Pos), n, reinterpret_cast<U8*>(Bytes.data() + Pos)) != 0)
@@ -274,6 +283,7 @@ void OnGetExprValue(int Id)
     if (!CheckParamCount(Id)) return;
     I64 Value = 0;
     QString sError;
+    FinishWrites();
     if (EVAL_GetInteger(GetActionParam(Id), &Value, &sError)) {
         SetActionResult(Id, Value);
         return;

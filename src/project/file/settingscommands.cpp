@@ -138,26 +138,30 @@ void EditFont(int Id, const QStringList& Params)
         return;
     }
     SetFont(FontID, Font, Store);
-    SetActionParams(Id, QString::fromLatin1(GetFontRow(FontID)->Name), FontToText(Font));
 }
 } // namespace
 
 void CanonicalizeSettingsParams(int ActionId)
 {
-    if (ActionId != ACT_EDIT_COLOR) {
+    if (ActionId != ACT_EDIT_COLOR && ActionId != ACT_EDIT_FONT) {
         return;
     }
     QStringList Params = GetActionParams(ActionId);
     if (Params.size() < GetParamCount(ActionId)) {
         return;
     }
-    const int ColorID = FindColor(Params[0]);
+    const int ColorID = ActionId == ACT_EDIT_COLOR ? FindColor(Params[0]) : -1;
+    const int FontID = ActionId == ACT_EDIT_FONT ? FindFont(Params[0]) : -1;
     U32 Value = 0;
-    if (ColorID < 0 || !ParseColor(Params[1], &Value)) {
+    QFont Font;
+    if (ColorID >= 0 && ParseColor(Params[1], &Value)) {
+        Params[0] = QString::fromLatin1(GetColorRow(ColorID)->Name);
+        Params[1] = QStringLiteral("0x%1").arg(Value, 8, 16, QLatin1Char('0'));
+    } else if (FontID >= 0 && ParseFont(Params[1], &Font)) {
+        Params[0] = QString::fromLatin1(GetFontRow(FontID)->Name);
+    } else {
         return;
     }
-    Params[0] = QString::fromLatin1(GetColorRow(ColorID)->Name);
-    Params[1] = QStringLiteral("0x%1").arg(Value, 8, 16, QLatin1Char('0'));
     SetActionParamList(ActionId, Params);
 }
 
