@@ -52,22 +52,26 @@ bool ParseLocationAddr(int Id, const QString& sText, U32* pAddr)
     return false;
 }
 
-/// A source location parameter, moved to the next line with code. A symbol or address stands for its line.
-bool ParseLocationSrc(int Id, const QString& sText, CSrcLoc* pLoc)
+/// A source location, moved to the next line with code; an invalid one for a text that names none. A symbol or address
+/// stands for its line.
+CSrcLoc FindCodeLine(const QString& sText)
 {
-    *pLoc = PROG_ParseSrcLoc(sText);
-    if (!pLoc->IsValid()) {
+    CSrcLoc Loc = PROG_ParseSrcLoc(sText);
+    if (!Loc.IsValid()) {
         int Kind = PROG_LOCATION_NONE;
         const CAddrRange Range = PROG_ResolveLocationText(sText, &Kind);
-        if (Kind != PROG_LOCATION_NONE) *pLoc = PROG_GetFirstSrcLoc(Range.Start);
+        if (Kind != PROG_LOCATION_NONE) Loc = PROG_GetFirstSrcLoc(Range.Start);
     }
-    if (!pLoc->IsValid()) {
-        SetActionError(Id, ERR_INVALID_PARAM);
-        return false;
-    }
-    pLoc->Col = 0;
-    *pLoc = Model().GetCodeLine(*pLoc);
-    return true;
+    if (!Loc.IsValid()) return {};
+    Loc.Col = 0;
+    return Model().GetCodeLine(Loc);
+}
+
+bool ParseLocationSrc(int Id, const QString& sText, CSrcLoc* pLoc)
+{
+    *pLoc = FindCodeLine(sText);
+    if (!pLoc->IsValid()) SetActionError(Id, ERR_INVALID_PARAM);
+    return pLoc->IsValid();
 }
 
 // ---- Instruction breakpoints ---------------------------------------------------------------------------
@@ -250,6 +254,11 @@ void OnTraceEditPoint(int Id)
 }
 
 } // namespace
+
+int GetNumBreakAddrs(const QString& sLocation)
+{
+    return int(CBreakpointsDataModel::GetDerivedAddrs(FindCodeLine(sLocation)).size());
+}
 
 void RegisterBreakCommands()
 {

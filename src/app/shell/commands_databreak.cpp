@@ -5,6 +5,7 @@
 #include "device/breakpoints/breakpointsdatamodel.h"
 #include "device/queue/device.h"
 #include "program/eval/expression.h"
+#include "program/tables/prog.h"
 
 #include <cstring>
 
@@ -37,6 +38,16 @@ bool ParseEnum(int Id, const QString& sText, const char* sFamily, U32* pValue)
     return Ok;
 }
 
+/// Where a symbol or an expression lies in memory, -1 if nowhere. The tables know names that are no expression.
+I64 FindDataAddr(const QString& sText)
+{
+    CExpression Expr(sText);
+    if (Expr.Evaluate() >= 0) return Expr.GetResult().GetMemAddr();
+    int Kind = PROG_LOCATION_NONE;
+    const CAddrRange Range = PROG_ResolveLocationText(sText, &Kind);
+    return Kind == PROG_LOCATION_SYMBOL ? I64(Range.Start) : -1;
+}
+
 /// The record of the arguments: an address and its mask, or a symbol, then access and match. The last four
 /// may be missing.
 bool ParseWatchpoint(int Id, const QStringList& Params, WP* pWp)
@@ -47,8 +58,7 @@ bool ParseWatchpoint(int Id, const QStringList& Params, WP* pWp)
     if (IsAddr) {
         if (!ParseHex(Id, Params.value(Next++), &pWp->AddrMask)) return false;
     } else {
-        CExpression Expr(Params[0]);
-        const I64 Addr = Expr.Evaluate() >= 0 ? Expr.GetResult().GetMemAddr() : -1;
+        const I64 Addr = FindDataAddr(Params[0]);
         if (Addr < 0) {
             SetActionError(Id, ERR_INVALID_PARAM, Params[0]);
             return false;

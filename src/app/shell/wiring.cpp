@@ -56,10 +56,7 @@ void WireActions()
     Hooks.CheckStringArg = BScript::CheckStringArg;
     Hooks.ReadStringArg = BScript::ReadStringArg;
     Hooks.WaitJob = [](int JobType, int Flag) { CDevice::Get().WaitUntilDone(U32(JobType), Flag != 0); };
-    Hooks.GetNumAddrsOfLocation = [](const QString& sLocation) {
-        const CSrcLoc Loc = PROG_ParseSrcLoc(sLocation);
-        return Loc.IsValid() ? int(PROG_GetAddrs(Loc).size()) : 1;
-    };
+    Hooks.GetNumAddrsOfLocation = GetNumBreakAddrs;
     SetActionHooks(Hooks);
     BScript::BindSettings();
 }
