@@ -108,7 +108,7 @@ public:
     void OpenProject(const QString& sPath);
     QString OpenDataFile(const QString& sPath);     ///< as OpenFile(); an empty path only closes the program
     void NewProject();
-    bool SaveModifiedDocuments();                   ///< false: the user called it off
+    bool SaveModifiedDocuments();                   ///< false: the user called it off, or one could not be saved
     void CheckProjectFileChanged(); ///< a script that was changed on the disk is loaded anew
     /// The place that a line of the console names in the source window; nothing happens if there is no such file.
     void ShowMessagePlace(const QString& sText);

@@ -373,8 +373,8 @@ bool CMainWindow::SaveModifiedDocuments()
     const auto Answer = Names.size() == 1 ? CMessageBox::Ask(MSGBOX_SAVE_DOCUMENT, Names.first())
                                           : CMessageBox::Ask(MSGBOX_SAVE_DOCUMENTS, Names.join('\n'));
     if (Answer == QDialogButtonBox::Cancel) return false;
-    if (Answer == QDialogButtonBox::Yes) m_W.pSource->SaveAll();
-    return true;
+    // What could not be saved must not be lost by what comes next.
+    return Answer != QDialogButtonBox::Yes || m_W.pSource->SaveAll();
 }
 
 // ---- Commands ------------------------------------------------------------------------------------------

@@ -41,7 +41,7 @@ QString ReadText(const QString& sParam)
     bool Ok = false;
     const I64 Address = sParam.toLongLong(&Ok, 10);
     const QString sText = Ok ? BScript::ReadStringArg(Address) : QString();
-    return sText.isEmpty() ? sParam : sText;
+    return sText.isNull() ? sParam : sText;
 }
 
 void Tell(int VarID)
