@@ -281,14 +281,14 @@ bool RequireConnected(int Id)
 
 void OnSetNextPC(int Id)
 {
-    if (!CheckParamCount(Id) || !RequireConnected(Id)) return;
+    if (!CheckParamCount(Id) || !RequireHalted(Id)) return; // a running target's PC can't be written
     U32 Addr = 0;
     if (ParseAddrParam(Id, GetActionParam(Id), &Addr)) WritePC(Addr);
 }
 
 void OnSetNextStatement(int Id)
 {
-    if (!CheckParamCount(Id) || !RequireConnected(Id)) return;
+    if (!CheckParamCount(Id) || !RequireHalted(Id)) return;
     if (const I64 Addr = ResolveLocation(Id); Addr >= 0) WritePC(U32(Addr));
 }
 
