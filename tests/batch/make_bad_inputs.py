@@ -20,6 +20,8 @@ def with_machine(machine):
 
 
 write("empty.elf", b"")
+write("empty.bin", b"")
+write("empty.hex", b"")
 write("text.elf", "this is no program\n" * 20)
 write("truncated_header.elf", good[:40])
 write("truncated.elf", good[: len(good) * 2 // 3])

@@ -12,6 +12,7 @@
 #include <QAction>
 #include <QClipboard>
 #include <QComboBox>
+#include <QDir>
 #include <QLabel>
 #include <QSettings>
 #include <QSignalSpy>
@@ -36,6 +37,7 @@ private slots:
     void typingAndUndo();
     void lineEndsSurviveSaving_data();
     void lineEndsSurviveSaving();
+    void unsavedTextIsKept();
     void editingIsGuarded();
     void closingAsksAboutChanges();
     void missingFileSaysSo();
@@ -325,6 +327,35 @@ void tst_sourcewindow::lineEndsSurviveSaving()
     QCOMPARE(File.readAll(), "Z" + Bytes);
 }
 
+/// A text that can't be written stays, whatever wanted it saved, and the reason is told each time.
+void tst_sourcewindow::unsavedTextIsKept()
+{
+    QStringList Boxes;
+    CMessageBox::SetInterceptor([&](const QString& sTitle, const QString&, CMessageBox::BUTTONS Buttons) {
+        Boxes.append(sTitle);
+        return int(CMessageBox::GetDefaultButton(Buttons)); // Yes where it is asked
+    });
+    const QString sFolder = m_Dir.filePath(QStringLiteral("gone"));
+    const QString sPath = sFolder + QStringLiteral("/unsaved.c");
+    QVERIFY(QDir().mkpath(sFolder));
+    QFile File(sPath);
+    QVERIFY(File.open(QIODevice::WriteOnly));
+    File.close();
+    m_pWindow->Open(sPath);
+    m_pWindow->GetEditor()->SetCursorTextPos(QPoint(0, 0));
+    m_pWindow->GetEditor()->InsertText(QStringLiteral("Z"));
+    QVERIFY(QDir(sFolder).removeRecursively());
+    const QString sBox = QStringLiteral("Save Document");
+    QVERIFY(!m_pWindow->Save(sPath));
+    QCOMPARE(Boxes, QStringList{sBox});
+    QVERIFY(!m_pWindow->SaveAll());
+    QVERIFY(!m_pWindow->Close(sPath));
+    QCOMPARE(Boxes.count(sBox), 3);
+    QVERIFY(m_pWindow->IsOpen(sPath));
+    QVERIFY(m_pWindow->HasDocumentWithUnsavedChanges());
+    QCOMPARE(m_pWindow->GetDocText(sPath), QStringLiteral("Z"));
+}
+
 void tst_sourcewindow::editingIsGuarded()
 {
     QStringList Asked;
@@ -430,6 +461,8 @@ void tst_sourcewindow::headerBarFollowsUnlessLocked()
     QCOMPARE(pSymbols->currentText(), QStringLiteral("SysTick_Handler"));
     Halt(41); // the PC moves it also then
     QCOMPARE(pSymbols->currentText(), QStringLiteral("main"));
+    m_pWindow->GotoLine(21); // and so does a jump
+    QCOMPARE(pSymbols->currentText(), QStringLiteral("SysTick_Handler"));
 }
 
 void tst_sourcewindow::findGoesAround()

@@ -371,8 +371,9 @@ bool CBatchRunner::DoScript(const BATCH_STEP& Step)
         if (!Ok) return Fail(QStringLiteral("not a number: ") + sArg);
     }
     I64 Result = 0;
-    if (BScript::ExecScriptFunction(Step.Args[0], int(Args.size()), Args.constData(), &Result) < 0)
-        return Fail(BScript::GetErrorText());
+    const int Answer = BScript::ExecScriptFunction(Step.Args[0], int(Args.size()), Args.constData(), &Result);
+    CConsoleWindow::Get().Flush(); // what the function has said comes before its value
+    if (Answer < 0) return Fail(BScript::GetErrorText());
     Print(QString::number(Result));
     return true;
 }

@@ -52,22 +52,26 @@ bool ParseLocationAddr(int Id, const QString& sText, U32* pAddr)
     return false;
 }
 
-/// A source location parameter, moved to the next line with code. A symbol or address stands for its line.
-bool ParseLocationSrc(int Id, const QString& sText, CSrcLoc* pLoc)
+/// A source location, moved to the next line with code; an invalid one for a text that names none. A symbol or address
+/// stands for its line.
+CSrcLoc FindCodeLine(const QString& sText)
 {
-    *pLoc = PROG_ParseSrcLoc(sText);
-    if (!pLoc->IsValid()) {
+    CSrcLoc Loc = PROG_ParseSrcLoc(sText);
+    if (!Loc.IsValid()) {
         int Kind = PROG_LOCATION_NONE;
         const CAddrRange Range = PROG_ResolveLocationText(sText, &Kind);
-        if (Kind != PROG_LOCATION_NONE) *pLoc = PROG_GetFirstSrcLoc(Range.Start);
+        if (Kind != PROG_LOCATION_NONE) Loc = PROG_GetFirstSrcLoc(Range.Start);
     }
-    if (!pLoc->IsValid()) {
-        SetActionError(Id, ERR_INVALID_PARAM);
-        return false;
-    }
-    pLoc->Col = 0;
-    *pLoc = Model().GetCodeLine(*pLoc);
-    return true;
+    if (!Loc.IsValid()) return {};
+    Loc.Col = 0;
+    return Model().GetCodeLine(Loc);
+}
+
+bool ParseLocationSrc(int Id, const QString& sText, CSrcLoc* pLoc)
+{
+    *pLoc = FindCodeLine(sText);
+    if (!pLoc->IsValid()) SetActionError(Id, ERR_INVALID_PARAM);
+    return pLoc->IsValid();
 }
 
 // ---- Instruction breakpoints ---------------------------------------------------------------------------
@@ -169,9 +173,10 @@ void OnBreakEdit(int Id)
     if (!RequireRecord(Id, Params[0], &Record) || !ParseNumberParam(Id, Params[2], &OnChange) ||
         !ParseNumberParam(Id, Params[3], &Skip))
         return;
+    if (Skip < 0 || Skip > 0xFFFFFFFF) return SetActionError(Id, ERR_INVALID_PARAM, Params[3]);
     Record.Condition = Params[1];
     Record.TriggerOnChange = OnChange != 0;
-    Record.SkipCount = U32(std::max<I64>(Skip, 0));
+    Record.SkipCount = U32(Skip);
     Record.TaskName = Params[4];
     Record.ConsoleMsg = Params[5];
     Record.PopupMsg = Params[6];
@@ -220,10 +225,12 @@ void OnTraceSetPoint(int Id)
     const QStringList Params = GetActionParams(Id);
     I64 Op = 0;
     U32 Addr = 0;
-    if (!ParseNumberParam(Id, Params[0], &Op) || !ParseLocationAddr(Id, Params[1], &Addr)) return;
+    if (!ParseNumberParam(Id, Params[0], &Op)) return;
+    if (Op != TP_OP_START && Op != TP_OP_STOP) return SetActionError(Id, ERR_INVALID_PARAM, Params[0]);
+    if (!ParseLocationAddr(Id, Params[1], &Addr)) return;
     TP Tp;
     if (FindTracepoint(Addr, &Tp)) return SetActionError(Id, QStringLiteral("Tracepoint already set"));
-    Tp.Op = Op ? TP_OP_STOP : TP_OP_START;
+    Tp.Op = Op == TP_OP_STOP ? TP_OP_STOP : TP_OP_START;
     Tp.Addr = Addr;
     Tp.State = BP_STATE_ON;
     Tp.HasSourceInfo = PROG_HasExactSrcLoc(Addr);
@@ -247,6 +254,11 @@ void OnTraceEditPoint(int Id)
 }
 
 } // namespace
+
+int GetNumBreakAddrs(const QString& sLocation)
+{
+    return int(CBreakpointsDataModel::GetDerivedAddrs(FindCodeLine(sLocation)).size());
+}
 
 void RegisterBreakCommands()
 {

@@ -5,6 +5,7 @@
 #include "device/breakpoints/breakpointsdatamodel.h"
 #include "device/queue/device.h"
 #include "program/eval/expression.h"
+#include "program/tables/prog.h"
 
 #include <cstring>
 
@@ -15,25 +16,36 @@ const CBreakpointsDataModel& Model()
     return CBreakpointsDataModel::Get();
 }
 
-/// An optional hexadecimal parameter; the default stays when it is missing.
+/// An optional hexadecimal parameter of 32 bits; the default stays when it is missing.
 template <class T> bool ParseHex(int Id, const QString& sText, T* pValue)
 {
     if (sText.isEmpty()) return true;
     bool Ok = false;
-    const U64 Value = sText.toULongLong(&Ok, 16);
-    if (Ok) *pValue = T(Value);
+    const U32 Value = sText.toUInt(&Ok, 16);
+    if (Ok) *pValue = Value;
     if (!Ok) SetActionError(Id, ERR_INVALID_PARAM, sText);
     return Ok;
 }
 
-bool ParseEnum(int Id, const QString& sText, U32* pValue)
+/// An optional name or number of a family of constants ("AT_"); the default stays when it is missing.
+bool ParseEnum(int Id, const QString& sText, const char* sFamily, U32* pValue)
 {
     if (sText.isEmpty()) return true;
     I64 Value = 0;
-    const bool Ok = ParseNumberOrConstant(sText, &Value);
+    const bool Ok = ParseNumberOrConstant(sText, &Value) && FindConstantByValue(QLatin1String(sFamily), Value);
     if (Ok) *pValue = U32(Value);
     if (!Ok) SetActionError(Id, ERR_INVALID_PARAM, sText);
     return Ok;
+}
+
+/// Where a symbol or an expression lies in memory, -1 if nowhere. The tables know names that are no expression.
+I64 FindDataAddr(const QString& sText)
+{
+    CExpression Expr(sText);
+    if (Expr.Evaluate() >= 0) return Expr.GetResult().GetMemAddr();
+    int Kind = PROG_LOCATION_NONE;
+    const CAddrRange Range = PROG_ResolveLocationText(sText, &Kind);
+    return Kind == PROG_LOCATION_SYMBOL ? I64(Range.Start) : -1;
 }
 
 /// The record of the arguments: an address and its mask, or a symbol, then access and match. The last four
@@ -46,8 +58,7 @@ bool ParseWatchpoint(int Id, const QStringList& Params, WP* pWp)
     if (IsAddr) {
         if (!ParseHex(Id, Params.value(Next++), &pWp->AddrMask)) return false;
     } else {
-        CExpression Expr(Params[0]);
-        const I64 Addr = Expr.Evaluate() >= 0 ? Expr.GetResult().GetMemAddr() : -1;
+        const I64 Addr = FindDataAddr(Params[0]);
         if (Addr < 0) {
             SetActionError(Id, ERR_INVALID_PARAM, Params[0]);
             return false;
@@ -57,8 +68,8 @@ bool ParseWatchpoint(int Id, const QStringList& Params, WP* pWp)
         std::memcpy(pWp->Expression, Text.constData(), size_t(Text.size()));
     }
     U32 Mask = 0xFFFFFFFFu;
-    if (!ParseEnum(Id, Params.value(Next++), &pWp->AccessType) ||
-        !ParseEnum(Id, Params.value(Next++), &pWp->AccessSize) ||
+    if (!ParseEnum(Id, Params.value(Next++), "AT_", &pWp->AccessType) ||
+        !ParseEnum(Id, Params.value(Next++), "AW_", &pWp->AccessSize) ||
         !ParseHex(Id, Params.value(Next++), &pWp->MatchValue) || !ParseHex(Id, Params.value(Next++), &Mask))
         return false;
     pWp->ValueMask = Mask == 0xFFFFFFFFu ? ~U64(0) : Mask;

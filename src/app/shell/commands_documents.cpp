@@ -45,7 +45,8 @@ void OnOpenRecent(int Id)
     if (Index < 0 || Index >= Recent.size()) return SetActionError(Id, ERR_INVALID_PARAM);
     // Opening moves the entry to the head of the list.
     const QString sPath = Recent[qsizetype(Index)];
-    if (!CMainWindow::Get().OpenFile(sPath, OPEN_FLAG_INTERACTIVE)) SetActionError(Id, ERR_FILE_NOT_FOUND);
+    const QString sError = CMainWindow::Get().OpenFile(sPath, OPEN_FLAG_INTERACTIVE);
+    if (!sError.isEmpty()) SetActionError(Id, sError);
 }
 
 void OnCloseAllButThis(int Id)

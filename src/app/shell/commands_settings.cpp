@@ -102,6 +102,7 @@ void RestoreAppearance()
 void WireSettings(CMainWindow& Main)
 {
     QObject::connect(&Main, &CMainWindow::SysVarEdited, &Main, OnSysVarEdited);
+    QObject::connect(&Main, &CMainWindow::SysVarEdited, &Main, &CMainWindow::CheckMemZoneRunning);
     const CSettingsNotifier& Notifier = CSettingsNotifier::Get();
     QObject::connect(&Notifier, &CSettingsNotifier::FontChanged, &Main,
                      [&Main](int Id) { OnFontChanged(Main, Id); });

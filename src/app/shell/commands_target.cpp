@@ -48,6 +48,13 @@ bool RequireMemory(int Id)
     return false;
 }
 
+/// Writes are jobs, which a script doesn't wait for, and a read goes past their queue: it is to find what was written
+/// before it.
+void FinishWrites()
+{
+    if (CDevice::Get().HasPendingJob(BT_WRITE_MEM)) CDevice::Get().WaitUntilDone(BT_WRITE_MEM, false);
+}
+
 bool RequireRegisters(int Id)
 {
     const CDevice& Dev = CDevice::Get();
@@ -112,6 +119,7 @@ template <U32 SIZE> void OnRead(int Id)
     U32 Addr = 0;
     if (!ParseAddr(Id, GetActionParam(Id), &Addr) || !RequireMemory(Id)) return SetActionResult(Id, -1);
     U8 ac[SIZE];
+    FinishWrites();
     if (CDeviceDataManager::Get().ReadMemBlocking(Addr, SIZE, ac) != 0) {
         SetActionError(Id, QLatin1String(ERR_MEM_READ));
         SetActionResult(Id, -1);
@@ -132,8 +140,9 @@ void OnSetReg(int Id)
     if (!CheckParamCount(Id) || !RequireRegisters(Id)) return;
     const QStringList Params = GetActionParams(Id);
     I64 Value = 0;
-    if (!ParseNumber(Id, Params[1], &Value)) return;
     const U32 RegId = FindRegId(Params[0]);
+    // A core register takes 32 bits; how wide another one is only the plug-in knows.
+    if (!(RegId != 0xFFFFFFFFu ? ParseValue(Id, Params[1], 4, &Value) : ParseNumber(Id, Params[1], &Value))) return;
     // A register that can't be read isn't one: the write would only fail in the probe, without a word here.
     U64 Present = 0;
     if (RegId == 0xFFFFFFFFu && Core_ReadCPReg(Params[0].toUtf8().constData(), &Present) != 0)
@@ -161,7 +170,7 @@ void OnGetReg(int Id)
     }
     SetActionResult(Id, I64(Value));
     // A script gets the value; whoever types the command wants to see it.
-    CConsoleWindow::Get().Print(QStringLiteral("%1 = 0x%2").arg(sName).arg(Value, 8, 16, QLatin1Char('0')),
+    CConsoleWindow::Get().Print(sName + QStringLiteral(" = 0x%1").arg(Value, 8, 16, QLatin1Char('0')),
                                 GetColor(COLOR_LOGGING_BRYLLO), false);
 }
 
@@ -189,6 +198,7 @@ void OnSaveMemory(int Id)
     if (Size <= 0 || Size > I64(MAX_FILE_BYTES)) return SetActionError(Id, ERR_INVALID_PARAM);
     QByteArray Bytes = QByteArray(qsizetype(Size), '\0');
     constexpr I64 CHUNK = 4096;
+    FinishWrites();
     for (I64 Pos = 0; Pos < Size; Pos += CHUNK) {
         const U32 n = U32(std::min(CHUNK, Size - Pos));
         if (CDeviceDataManager::Get().ReadMemBlocking(Addr + U32(Pos), n, reinterpret_cast<U8*>(Bytes.data() + Pos)) != 0)
@@ -209,6 +219,7 @@ void OnLoadMemory(int Id)
     if (!File.open(QIODevice::ReadOnly) || File.size() > I64(MAX_FILE_BYTES))
         return SetActionError(Id, ERR_FILE_NOT_FOUND, Params[0]);
     const QByteArray Bytes = File.readAll();
+    if (Bytes.isEmpty()) return SetActionError(Id, ERR_INVALID_PARAM, Params[0]);
     CDevice::Get().WriteMemAsync(Addr, U32(Bytes.size()), 0x10000, 0, MEM_FLAG_DOWNLOAD, Bytes.constData(), nullptr);
 }
 
@@ -220,17 +231,26 @@ void OnSetAccessWidth(int Id)
     SetVar(VAR_ACCESS_WIDTH, Width, false);
 }
 
+/// The one parameter of a switch.
+bool ParseSwitch(int Id, I64* pOn)
+{
+    if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), pOn)) return false;
+    if (*pOn == 0 || *pOn == 1) return true;
+    SetActionError(Id, ERR_INVALID_PARAM);
+    return false;
+}
+
 void OnSetEndianess(int Id)
 {
     I64 Big = 0;
-    if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &Big)) return;
+    if (!ParseSwitch(Id, &Big)) return;
     CProject::Get().GetHooks().SetDeviceParam(DCP_ENDIAN, Big != 0);
 }
 
 void OnPowerOn(int Id)
 {
     I64 On = 0;
-    if (!CheckParamCount(Id) || !ParseNumberParam(Id, GetActionParam(Id), &On)) return;
+    if (!ParseSwitch(Id, &On)) return;
     SetVar(VAR_TARGET_POWER_ON, On != 0, false);
     if (CDevice::Get().IsConnected()) CDevice::Get().ExecBrylloCmdAsync(On ? "SupplyPower=1" : "SupplyPower=0");
 }
@@ -263,6 +283,7 @@ void OnGetExprValue(int Id)
     if (!CheckParamCount(Id)) return;
     I64 Value = 0;
     QString sError;
+    FinishWrites();
     if (EVAL_GetInteger(GetActionParam(Id), &Value, &sError)) {
         SetActionResult(Id, Value);
         return;
@@ -314,8 +335,8 @@ void OnUtilLogHex(int Id)
     if (!CheckParamCount(Id)) return;
     const QStringList Params = GetActionParams(Id);
     I64 Value = 0;
-    if (!ParseNumber(Id, Params[1], &Value)) return;
-    const QString sText = QStringLiteral("%1 0x%2").arg(Params[0]).arg(U32(Value), 8, 16, QLatin1Char('0'));
+    if (!ParseValue(Id, Params[1], 4, &Value)) return;
+    const QString sText = Params[0] + QStringLiteral(" 0x%1").arg(U32(Value), 8, 16, QLatin1Char('0'));
     CConsoleWindow::Get().PrintInColor(sText, COLOR_LOGGING_SCRIPT);
     Log(sText, MSG_INFO | MSG_FILE);
 }

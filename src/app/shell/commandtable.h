@@ -16,6 +16,12 @@ using COMMAND_HANDLER = void (*)(int ActionId);
 void SetCommandHandler(int ActionId, COMMAND_HANDLER pfHandler);
 COMMAND_HANDLER GetCommandHandler(int ActionId); ///< null if nobody carries it out
 
+/// Puts the name of the mode into the parameter of Debug.SetConnectMode and Debug.SetResetMode, before they are echoed.
+void CanonicalizeModeParam(int ActionId);
+
+/// How many addresses a breakpoint on a source location has; 0 for a text that names no line with code.
+int GetNumBreakAddrs(const QString& sLocation);
+
 void RegisterConnectCommands();  ///< Debug.* of the session, Exec.*
 void RegisterRunCommands();      ///< Debug.* of running and stepping
 void RegisterFileCommands();     ///< File.*, Help.*

@@ -104,11 +104,12 @@ public:
 
     /// \name Files
     ///@{
-    bool OpenFile(const QString& sPath, U32 Flags); ///< false: no such file
+    /// The error word of a file that isn't there or lacks an address; empty when it was opened, or the log has the reason.
+    QString OpenFile(const QString& sPath, U32 Flags);
     void OpenProject(const QString& sPath);
-    void OpenDataFile(const QString& sPath);        ///< an empty path only closes the program
+    QString OpenDataFile(const QString& sPath);     ///< as OpenFile(); an empty path only closes the program
     void NewProject();
-    bool SaveModifiedDocuments();                   ///< false: the user called it off
+    bool SaveModifiedDocuments();                   ///< false: the user called it off, or one could not be saved
     void CheckProjectFileChanged(); ///< a script that was changed on the disk is loaded anew
     /// The place that a line of the console names in the source window; nothing happens if there is no such file.
     void ShowMessagePlace(const QString& sText);
@@ -160,6 +161,7 @@ public:
     void OnDeviceEndDownloadFailed(const char* sFilePath, DOWNLOAD_MODES Mode, int BrylloErrCode) override;
     void OnDeviceConnectionLost() override;
     void OnDeviceExecCmdDone(const char* sBrylloCmd) override;
+    void OnDeviceWriteMemFailed(U32 Addr, U32 nBytes, U8* paData) override;
     void OnDeviceLogMsg(const char* sMsg, U32 Flags) override;
     void OnDeviceSetStatusMsg(const char* sMsg) override;
     void OnDeviceSetProgressMsg(const char* sMsg) override;
@@ -196,6 +198,7 @@ public slots:
     void OnProjectFileOpened(QString sFileName) override;
     void OnProjectFileClosed(QString sFileName) override;
     void OnVarChanged(int VarID, I64 Value);
+    void CheckMemZoneRunning(int VarID, I64 Value);
     void OnCallSiteSelected(int CallStackIdx); ///< the frame becomes the selected one and shows its call site
     void UpdateWindowMenu();
     void OnWindowMenuActionTriggered(QAction* pAction);
@@ -259,7 +262,7 @@ private:
 
     // files
     void OpenElfDataFile(const QString& sPath);
-    void OpenOtherDataFile(const QString& sPath, bool Binary);
+    QString OpenOtherDataFile(const QString& sPath, bool Binary);
     void CloseProgram();
     void CheckProgramFileChanged();
     void LoadDefaultRegisterSet();

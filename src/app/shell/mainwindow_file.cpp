@@ -37,19 +37,23 @@
 #include <QDir>
 #include <QFileInfo>
 
-bool CMainWindow::OpenFile(const QString& sPath, U32 Flags)
+namespace {
+constexpr char ERR_INVALID_ADDRESS[] = "Invalid Address Parameter";
+} // namespace
+
+QString CMainWindow::OpenFile(const QString& sPath, U32 Flags)
 {
     QString sFile = QFileInfo::exists(sPath) ? sPath : CFileFinder::Get().Resolve(sPath);
     const QFileInfo Info(sFile);
-    if (sFile.isEmpty() || !Info.exists() || Info.isDir()) return false;
+    if (sFile.isEmpty() || !Info.exists() || Info.isDir()) return QLatin1String(ERR_FILE_NOT_FOUND);
     sFile = Info.absoluteFilePath();
     m_S.OpenFlags = Flags;
     switch (DecideOpenKind(sFile)) {
     case OPEN_PROJECT: OpenProject(sFile); break;
     case OPEN_SOURCE: m_W.pSource->Open(sFile); break;
-    case OPEN_DATA: OpenDataFile(sFile); break;
+    case OPEN_DATA: return OpenDataFile(sFile);
     }
-    return true;
+    return {};
 }
 
 // ---- Projects ------------------------------------------------------------------------------------------
@@ -240,18 +244,25 @@ void CMainWindow::CloseProgram()
     ClearProgramWindows();
 }
 
-void CMainWindow::OpenDataFile(const QString& sPath)
+QString CMainWindow::OpenDataFile(const QString& sPath)
 {
+    QString sError;
     m_S.OpenTime.start();
-    if (sPath.isEmpty()) return CloseProgram();
-    if (IsElfProgram(sPath)) {
+    if (sPath.isEmpty()) {
+        CloseProgram();
+    } else if (IsElfProgram(sPath)) {
         QApplication::setOverrideCursor(Qt::WaitCursor);
         CStatusBar::Get().SetStatusMessage(QStringLiteral("Opening File..."));
         OpenElfDataFile(sPath);
         QApplication::restoreOverrideCursor();
     } else {
-        OpenOtherDataFile(sPath, QFileInfo(sPath).suffix().compare("bin", Qt::CaseInsensitive) == 0);
+        sError = OpenOtherDataFile(sPath, QFileInfo(sPath).suffix().compare("bin", Qt::CaseInsensitive) == 0);
     }
+    // How this file was to be opened says nothing about the next one, and a file that failed has not taken it.
+    m_S.OpenFlags = 0;
+    m_S.DownloadMode = DM_PROGRAM;
+    m_S.LoadAddr = -1;
+    return sError;
 }
 
 void CMainWindow::OpenElfDataFile(const QString& sPath)
@@ -275,17 +286,14 @@ void CMainWindow::OpenElfDataFile(const QString& sPath)
     emit DataFileOpened(sPath);
 }
 
-void CMainWindow::OpenOtherDataFile(const QString& sPath, bool Binary)
+QString CMainWindow::OpenOtherDataFile(const QString& sPath, bool Binary)
 {
     CDevice& Dev = CDevice::Get();
-    if (Binary && m_S.LoadAddr < 1) {
-        SetActionError(ACT_FILE_OPEN, QStringLiteral("Invalid Address Parameter"));
-        return;
-    }
+    if (Binary && m_S.LoadAddr < 1) return QLatin1String(ERR_INVALID_ADDRESS);
     const QString sError = LoadOtherProgramData(sPath, Binary ? U32(m_S.LoadAddr) : 0);
     if (!sError.isEmpty()) {
         LogError(sError);
-        return;
+        return {};
     }
     {
         const std::lock_guard Lock(Dev.GetDeviceMutex());
@@ -299,6 +307,7 @@ void CMainWindow::OpenOtherDataFile(const QString& sPath, bool Binary)
         Dev.WaitForJob(BT_RESET_TARGET_EXEC_STATE, false, 100);
     }
     emit DataFileOpened(sPath);
+    return {};
 }
 
 void CMainWindow::OnDataFileOpened(QString sPath)
@@ -364,8 +373,8 @@ bool CMainWindow::SaveModifiedDocuments()
     const auto Answer = Names.size() == 1 ? CMessageBox::Ask(MSGBOX_SAVE_DOCUMENT, Names.first())
                                           : CMessageBox::Ask(MSGBOX_SAVE_DOCUMENTS, Names.join('\n'));
     if (Answer == QDialogButtonBox::Cancel) return false;
-    if (Answer == QDialogButtonBox::Yes) m_W.pSource->SaveAll();
-    return true;
+    // What could not be saved must not be lost by what comes next.
+    return Answer != QDialogButtonBox::Yes || m_W.pSource->SaveAll();
 }
 
 // ---- Commands ------------------------------------------------------------------------------------------
@@ -388,8 +397,9 @@ void OnFileOpen(int Id)
         CMainWindow::Get().SetDefaultDirOf(false, sPath);
     }
     SetActionParams(Id, sPath);
-    if (CMainWindow::Get().OpenFile(sPath, Flags)) return;
-    if (!IsDataFileName(sPath)) return SetActionError(Id, ERR_FILE_NOT_FOUND, sPath);
+    const QString sError = CMainWindow::Get().OpenFile(sPath, Flags);
+    if (sError.isEmpty()) return;
+    if (sError != QLatin1String(ERR_FILE_NOT_FOUND) || !IsDataFileName(sPath)) return SetActionError(Id, sError, sPath);
     // A missing program is a fault of the project: it stands among the warnings that are shown when it is loaded.
     char ac[2300];
     FormatMessage(70, ac, sizeof(ac), sPath.toUtf8().constData());
@@ -414,11 +424,12 @@ void OnFileLoad(int Id)
     bool HasAddr = false;
     const I64 Addr = Params.value(1).toLongLong(&HasAddr, 0);
     const bool Binary = QFileInfo(sFile).suffix().compare("bin", Qt::CaseInsensitive) == 0;
-    if (Binary && !HasAddr) return SetActionError(Id, QStringLiteral("Invalid Address Parameter"));
+    if (Binary && !(HasAddr && Addr <= 0xFFFFFFFF)) return SetActionError(Id, QLatin1String(ERR_INVALID_ADDRESS));
     SESSION_STATE& S = CMainWindow::Get().GetSession();
     S.DownloadMode = DM_FILE;
     S.LoadAddr = IsElfProgram(sFile) || !HasAddr ? -1 : Addr;
-    CMainWindow::Get().OpenDataFile(sFile);
+    const QString sError = CMainWindow::Get().OpenDataFile(sFile);
+    if (!sError.isEmpty()) SetActionError(Id, sError);
 }
 
 void OnFileNewProject(int Id)

@@ -267,7 +267,7 @@ I64 ResolveLocation(int Id)
 {
     int Kind = PROG_LOCATION_NONE;
     const CAddrRange Range = PROG_ResolveLocationText(GetActionParam(Id), &Kind);
-    if (Kind != PROG_LOCATION_NONE && !(Range.IsEmpty() && Kind != PROG_LOCATION_ADDRESS)) return Range.Start;
+    if (Kind != PROG_LOCATION_NONE) return Range.Start;
     SetActionError(Id, ERR_INVALID_PARAM);
     return -1;
 }
@@ -281,14 +281,14 @@ bool RequireConnected(int Id)
 
 void OnSetNextPC(int Id)
 {
-    if (!CheckParamCount(Id) || !RequireConnected(Id)) return;
+    if (!CheckParamCount(Id) || !RequireHalted(Id)) return; // a running target's PC can't be written
     U32 Addr = 0;
     if (ParseAddrParam(Id, GetActionParam(Id), &Addr)) WritePC(Addr);
 }
 
 void OnSetNextStatement(int Id)
 {
-    if (!CheckParamCount(Id) || !RequireConnected(Id)) return;
+    if (!CheckParamCount(Id) || !RequireHalted(Id)) return;
     if (const I64 Addr = ResolveLocation(Id); Addr >= 0) WritePC(U32(Addr));
 }
 

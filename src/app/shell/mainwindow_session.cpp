@@ -153,6 +153,21 @@ void CMainWindow::RunEventOrDefault(int EventId)
         CDevice::Get().SetResetStateAsync();
 }
 
+/// A zone that the target doesn't have would make each access fail while the program runs.
+void CMainWindow::CheckMemZoneRunning(int VarID, I64)
+{
+    const QString sZone = GetVarString(VAR_MEM_ZONE_RUNNING);
+    if (VarID != VAR_MEM_ZONE_RUNNING || !CDevice::Get().IsConnected() || sZone.isEmpty() || sZone == "Default") return;
+    const QStringList Zones = CDeviceTarget::Get().GetInfo().MemZones;
+    if (Zones.contains(sZone, Qt::CaseInsensitive)) return;
+    char ac[2300];
+    FormatMessage(67, ac, sizeof(ac), sZone.toUtf8().constData());
+    QString sText = QString::fromUtf8(ac);
+    if (sText.endsWith(u'.')) sText.chop(1);
+    LogError(sText + QStringLiteral(". Available memory zones: ") + Zones.join(QStringLiteral(", ")));
+    SetVarString(VAR_MEM_ZONE_RUNNING, {}, false);
+}
+
 void CMainWindow::OnDeviceConnectDone(CONNECT_MODES Mode)
 {
     CWindow::OnDeviceConnectDone(Mode);
@@ -160,6 +175,7 @@ void CMainWindow::OnDeviceConnectDone(CONNECT_MODES Mode)
     UpdateActions();
     if (Core_IsLoaded()) PrintConnection(QStringLiteral("Bryllo: connected to target device"));
     SetStatus("Connected");
+    CheckMemZoneRunning(VAR_MEM_ZONE_RUNNING, 0);
     UpdateConnectionLabel();
     UpdateActions();
     UpdateTitle();
@@ -412,6 +428,11 @@ void CMainWindow::OnDeviceExecCmdDone(const char*)
     UpdateActions();
 }
 
+void CMainWindow::OnDeviceWriteMemFailed(U32 Addr, U32, U8*)
+{
+    LogError(QString::asprintf("could not write target memory @ 0x%08X", Addr));
+}
+
 void CMainWindow::OnDeviceLogMsg(const char* sMsg, U32 Flags)
 {
     LogDeviceMsg(QString::fromUtf8(sMsg), Flags);
@@ -485,26 +506,32 @@ void OnDebugReset(int Id)
     CMainWindow::Get().Reset(RESET_MODES(GetVarValue(VAR_RESET_MODE)));
 }
 
-/// Debug.SetConnectMode and Debug.SetResetMode: the variable, and the canonical name for the echo.
-void SetMode(int Id, int VarID, const QString& sPrefix)
+/// The mode that the parameter of Debug.SetConnectMode or Debug.SetResetMode names; null if it names none.
+const CONSTANT* FindMode(int Id)
+{
+    I64 Value = 0;
+    const QString sPrefix = Id == ACT_DEBUG_SET_CONNECT_MODE ? QStringLiteral("CM_") : QStringLiteral("RM_");
+    // A project's own constants may begin like the modes, which are three of each.
+    return ParseNumberOrConstant(GetActionParam(Id), &Value) && Value <= 2 ? FindConstantByValue(sPrefix, Value) : nullptr;
+}
+
+void SetMode(int Id, int VarID)
 {
     if (!CheckParamCount(Id)) return;
-    I64 Value = 0;
-    if (!ParseNumberParam(Id, GetActionParam(Id), &Value)) return;
-    const CONSTANT* pName = FindConstantByValue(sPrefix, Value);
-    if (!pName || Value > 2) return SetActionError(Id, ERR_INVALID_PARAM);
-    SetVar(VarID, Value, false);
-    SetActionParams(Id, pName->Name);
+    if (const CONSTANT* pMode = FindMode(Id))
+        SetVar(VarID, pMode->Value, false);
+    else
+        SetActionError(Id, ERR_INVALID_PARAM);
 }
 
 void OnSetConnectMode(int Id)
 {
-    SetMode(Id, VAR_CONNECT_MODE, QStringLiteral("CM_"));
+    SetMode(Id, VAR_CONNECT_MODE);
 }
 
 void OnSetResetMode(int Id)
 {
-    SetMode(Id, VAR_RESET_MODE, QStringLiteral("RM_"));
+    SetMode(Id, VAR_RESET_MODE);
 }
 
 /// An entry of a drop-down button: sets the mode, then runs the button's main command.
@@ -540,6 +567,14 @@ void OnExecCommand(int Id)
 }
 
 } // namespace
+
+void CanonicalizeModeParam(int ActionId)
+{
+    if ((ActionId != ACT_DEBUG_SET_CONNECT_MODE && ActionId != ACT_DEBUG_SET_RESET_MODE) ||
+        GetActionParams(ActionId).size() != 1)
+        return;
+    if (const CONSTANT* pMode = FindMode(ActionId)) SetActionParams(ActionId, pMode->Name);
+}
 
 void RegisterConnectCommands()
 {

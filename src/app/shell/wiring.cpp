@@ -6,6 +6,7 @@
 #include "app/services/diaglog.h"
 #include "app/services/log.h"
 #include "app/services/messages.h"
+#include "app/shell/commandtable.h"
 #include "app/shell/elfdiag.h"
 #include "app/shell/mainwindow.h"
 #include "app/shell/sourcestats.h"
@@ -48,14 +49,14 @@ void WireActions()
         const CSrcLoc Loc = PROG_ParseSrcLoc(sText);
         return Loc.IsValid() ? PROG_GetSrcLocText(Loc) : QString();
     };
-    Hooks.CanonicalizeParams = CanonicalizeSettingsParams;
+    Hooks.CanonicalizeParams = [](int Id) {
+        CanonicalizeSettingsParams(Id);
+        CanonicalizeModeParam(Id);
+    };
     Hooks.CheckStringArg = BScript::CheckStringArg;
     Hooks.ReadStringArg = BScript::ReadStringArg;
     Hooks.WaitJob = [](int JobType, int Flag) { CDevice::Get().WaitUntilDone(U32(JobType), Flag != 0); };
-    Hooks.GetNumAddrsOfLocation = [](const QString& sLocation) {
-        const CSrcLoc Loc = PROG_ParseSrcLoc(sLocation);
-        return Loc.IsValid() ? int(PROG_GetAddrs(Loc).size()) : 1;
-    };
+    Hooks.GetNumAddrsOfLocation = GetNumBreakAddrs;
     SetActionHooks(Hooks);
     BScript::BindSettings();
 }

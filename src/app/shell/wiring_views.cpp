@@ -23,6 +23,7 @@
 #include "views/debug/sourcewindow.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 namespace {
 
@@ -70,11 +71,15 @@ bool ReadFrameRegs(int Index, const QList<U32>& RegIds, QList<U64>& Values, QLis
 QList<VIEW_FUNC> GetFileFuncs(U32 File)
 {
     QList<VIEW_FUNC> Funcs;
+    // The compiler may have run on Windows.
+    const QString sFile = QFileInfo(PROG_GetFilePath(File).replace(u'\\', u'/')).fileName();
     for (const ELF_SYM_HANDLE h : PROG_GetFileFunctions(File)) {
         VIEW_FUNC Func;
         Func.sName = PROG_GetSymName(h, PROG_NAME_PLAIN);
         const QString sQualified = PROG_GetSymName(h, PROG_NAME_QUALIFIED);
         if (const qsizetype Pos = sQualified.lastIndexOf(QStringLiteral("::")); Pos > 0) Func.sScope = sQualified.left(Pos);
+        // A function without a class or namespace is named after its file: in that file it has no scope.
+        if (Func.sScope == sFile) Func.sScope.clear();
         Func.Line = PROG_GetSymSrcLoc(h).Line;
         Func.hFunc = h;
         Funcs.append(Func);

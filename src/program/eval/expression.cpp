@@ -230,5 +230,5 @@ I64 EVAL_GetAddress(const QString& sExpr)
     CSymbol Result = Expr.GetResult();
     if (Result.IsFunction || Result.GetMemAddr() >= 0) return Result.GetMemAddr();
     I64 Value = 0;
-    return Result.GetInteger(&Value) ? Value : -1;
+    return Result.GetInteger(&Value) && Value <= 0xFFFFFFFF ? Value : -1;
 }

@@ -57,5 +57,6 @@ struct EVAL_TEXT {
 EVAL_TEXT EVAL_GetText(const QString& sExpr);
 /// The value as an integer. False with the reason (which may be empty).
 bool EVAL_GetInteger(const QString& sExpr, I64* pValue, QString* psError = nullptr);
-/// The address that an expression stands for: of a function or an object, or its value. -1 if there is none.
+/// The address that an expression stands for: of a function or an object, or its value. -1 if there
+/// is none, or none of 32 bits.
 I64 EVAL_GetAddress(const QString& sExpr);

@@ -2,8 +2,8 @@
 // in the action, sets the action's error, and gives false if the id is none of its own.
 #pragma once
 
-/// The name and the hexadecimal value for a colour that is given as a number or by a name of its own, as Edit.Color echoes
-/// it. What the command would refuse stays as it was typed.
+/// The form in which Edit.Color and Edit.Font are echoed: the name of the row, and a colour in hexadecimal. What the
+/// command would refuse stays as it was typed.
 void CanonicalizeSettingsParams(int ActionId);
 
 bool HandleTargetSetting(int ActionId);   ///< device, probe, interfaces, speed, scan chain

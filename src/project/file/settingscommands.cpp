@@ -1,5 +1,6 @@
 // The commands that edit variables, preferences, colours and fonts.
 #include "app/actions/actions.h"
+#include "app/actions/commandtext.h"
 #include "app/actions/constants.h"
 #include "project/file/project.h"
 #include "project/file/projectcommands.h"
@@ -8,11 +9,19 @@
 #include "script/host/bscript.h"
 
 namespace {
-/// An optional yes or no behind the declared parameters.
-bool ReadSwitch(const QStringList& Params, int Index, bool Default)
+/// An optional yes or no behind the declared parameters. False, with the error set, for anything else.
+bool ReadSwitch(int Id, const QStringList& Params, int Index, bool* pOn)
 {
     I64 Value = 0;
-    return Index < Params.size() && ParseNumberOrConstant(Params[Index], &Value) ? Value != 0 : Default;
+    if (Index >= Params.size()) {
+        return true;
+    }
+    if (!ParseNumberOrConstant(Params[Index], &Value) || (Value != 0 && Value != 1)) {
+        SetActionError(Id, QLatin1String(ERR_INVALID_PARAM), Params[Index]);
+        return false;
+    }
+    *pOn = Value != 0;
+    return true;
 }
 
 /// At least the prototype's parameters; further ones are options.
@@ -32,7 +41,7 @@ QString ReadText(const QString& sParam)
     bool Ok = false;
     const I64 Address = sParam.toLongLong(&Ok, 10);
     const QString sText = Ok ? BScript::ReadStringArg(Address) : QString();
-    return sText.isEmpty() ? sParam : sText;
+    return sText.isNull() ? sParam : sText;
 }
 
 void Tell(int VarID)
@@ -44,6 +53,16 @@ void Tell(int VarID)
     } else if (VarID >= FIRST_PREFERENCE && Hooks.PreferenceChanged) {
         Hooks.PreferenceChanged(VarID, Value);
     }
+}
+
+/// The value as the echo shows it. A text that is rounded ("33.3 kHz") would be read back as another value, and the
+/// number stands for it.
+QString GetEchoText(int VarID)
+{
+    const QString sText = VarToText(VarID);
+    const I64 Frequency = IsStringVar(VarID) ? -1 : ParseFrequency(sText);
+    return Frequency > 0 && Frequency != GetVarValue(VarID) && HasValueList(VarID) ? QString::number(GetVarValue(VarID))
+                                                                                  : sText;
 }
 
 /// Sets a row from a parameter and puts the canonical form into the echo.
@@ -70,7 +89,7 @@ void EditVar(int Id, const char* sUnknown, bool Store, bool Echo)
         return;
     }
     Tell(VarID);
-    SetActionParams(Id, QString::fromLatin1(pRow->Name), VarToText(VarID));
+    SetActionParams(Id, QString::fromLatin1(pRow->Name), GetEchoText(VarID));
     if (!Echo) {
         SetActionSilent(Id);
     }
@@ -96,7 +115,10 @@ void EditColor(int Id, const QStringList& Params)
         SetActionError(Id, QLatin1String(ERR_INVALID_PARAM), Params[1]);
         return;
     }
-    SetColor(ColorID, Value, ReadSwitch(Params, 2, false));
+    bool Store = false;
+    if (ReadSwitch(Id, Params, 2, &Store)) {
+        SetColor(ColorID, Value, Store);
+    }
 }
 
 void EditFont(int Id, const QStringList& Params)
@@ -111,27 +133,35 @@ void EditFont(int Id, const QStringList& Params)
         SetActionError(Id, QLatin1String(ERR_INVALID_PARAM), Params[1]);
         return;
     }
-    SetFont(FontID, Font, ReadSwitch(Params, 2, false));
-    SetActionParams(Id, QString::fromLatin1(GetFontRow(FontID)->Name), FontToText(Font));
+    bool Store = false;
+    if (!ReadSwitch(Id, Params, 2, &Store)) {
+        return;
+    }
+    SetFont(FontID, Font, Store);
 }
 } // namespace
 
 void CanonicalizeSettingsParams(int ActionId)
 {
-    if (ActionId != ACT_EDIT_COLOR) {
+    if (ActionId != ACT_EDIT_COLOR && ActionId != ACT_EDIT_FONT) {
         return;
     }
     QStringList Params = GetActionParams(ActionId);
     if (Params.size() < GetParamCount(ActionId)) {
         return;
     }
-    const int ColorID = FindColor(Params[0]);
+    const int ColorID = ActionId == ACT_EDIT_COLOR ? FindColor(Params[0]) : -1;
+    const int FontID = ActionId == ACT_EDIT_FONT ? FindFont(Params[0]) : -1;
     U32 Value = 0;
-    if (ColorID < 0 || !ParseColor(Params[1], &Value)) {
+    QFont Font;
+    if (ColorID >= 0 && ParseColor(Params[1], &Value)) {
+        Params[0] = QString::fromLatin1(GetColorRow(ColorID)->Name);
+        Params[1] = QStringLiteral("0x%1").arg(Value, 8, 16, QLatin1Char('0'));
+    } else if (FontID >= 0 && ParseFont(Params[1], &Font)) {
+        Params[0] = QString::fromLatin1(GetFontRow(FontID)->Name);
+    } else {
         return;
     }
-    Params[0] = QString::fromLatin1(GetColorRow(ColorID)->Name);
-    Params[1] = QStringLiteral("0x%1").arg(Value, 8, 16, QLatin1Char('0'));
     SetActionParamList(ActionId, Params);
 }
 
@@ -145,10 +175,16 @@ bool HandleSettingsCommand(int ActionId)
     if (!HasParams(ActionId, Params)) {
         return true;
     }
+    bool Store = false;
+    bool Echo = true;
     if (ActionId == ACT_EDIT_SYS_VAR) {
-        EditVar(ActionId, ERR_UNKNOWN_SYSVAR, false, ReadSwitch(Params, 2, true));
+        if (ReadSwitch(ActionId, Params, 2, &Echo)) {
+            EditVar(ActionId, ERR_UNKNOWN_SYSVAR, false, Echo);
+        }
     } else if (ActionId == ACT_EDIT_PREFERENCE) {
-        EditVar(ActionId, ERR_UNKNOWN_PREFERENCE, ReadSwitch(Params, 2, false), ReadSwitch(Params, 3, true));
+        if (ReadSwitch(ActionId, Params, 2, &Store) && ReadSwitch(ActionId, Params, 3, &Echo)) {
+            EditVar(ActionId, ERR_UNKNOWN_PREFERENCE, Store, Echo);
+        }
     } else if (ActionId == ACT_EDIT_COLOR) {
         EditColor(ActionId, Params);
     } else {

@@ -79,6 +79,7 @@ const QList<CPU_REGISTER_GROUP>& GetCpuRegisterGroups()
 
 int FindCpuRegister(const QString& sName)
 {
+    if (sName.isEmpty()) return -1; // most registers have no alias
     for (const CPU_REGISTER_GROUP& Group : s_Groups)
         for (const CPU_REGISTER& Register : Group.Registers)
             if (Register.Id.isEmpty() && Register.Index != 0xFFFFFFFFu &&

@@ -106,7 +106,7 @@ int ReloadIfChanged(); ///< 1 if it was reloaded, else 0
 /// Checks that a string argument of a script call points into the script's block; otherwise logs
 /// the error with sName's short form and gives false.
 bool CheckStringArg(I64 Arg, const QString& sName);
-/// The text at an address that CheckStringArg accepted; empty for any other.
+/// The text at an address that CheckStringArg accepted, which may be empty; null for any other.
 QString ReadStringArg(I64 Arg);
 
 QString GetNewProjectText(const QStringList& Commands);

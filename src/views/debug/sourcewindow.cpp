@@ -192,7 +192,7 @@ void CSourceWindow::Update(U32 NewPC)
     m_PC = NewPC;
     m_PCLoc = NewPC == ADDR_NONE ? CSrcLoc() : AskHook(GetDebugViewHooks().GetSrcLoc, CSrcLoc(), NewPC);
     UpdateReadOnly();
-    if (IsPCShown() && SelectPcLine()) ShowFuncInHeaderBar(m_PCLoc.Line);
+    if (IsPCShown()) SelectPcLine();
     Repaint();
 }
 
@@ -201,13 +201,12 @@ bool CSourceWindow::IsPCShown() const
     return IsTargetHalted() && m_PCLoc.IsValid();
 }
 
-bool CSourceWindow::SelectPcLine()
+void CSourceWindow::SelectPcLine()
 {
-    if (!m_PCLoc.IsValid() || !SelectLocation(m_PCLoc)) return false;
+    if (!m_PCLoc.IsValid() || !SelectLocation(m_PCLoc)) return;
     if (m_AutoExpandPcLine) m_pEditor->SetLineExpanded(m_PCLoc.Line, true);
     const int InstRow = m_pEditor->GetRowOfInst(AlignToInst(m_PC));
     m_pEditor->EnsureRowVisible(InstRow >= 0 ? InstRow : m_pEditor->GetRowOfLine(m_PCLoc.Line), true);
-    return true;
 }
 
 void CSourceWindow::ClearPC()
@@ -389,6 +388,7 @@ bool CSourceWindow::SelectLocation(CSrcLoc Loc, bool Focus)
     const int Line = int(Loc.Line) - 1;
     if (m_pEditor->GetCursor().y() != Line) m_pEditor->SetCursorTextPos(QPoint(0, Line));
     m_pEditor->EnsureRowVisible(m_pEditor->GetRowOfLine(Loc.Line), true);
+    ShowFuncInHeaderBar(Loc.Line);
     if (Focus) m_pEditor->setFocus();
     return true;
 }
@@ -507,8 +507,7 @@ void CSourceWindow::InitHeaderBar()
 
 void CSourceWindow::OnHeaderBarUpdateTimerTimeout()
 {
-    // A locked bar keeps to the function of the PC, or the one that the user has picked, wherever the cursor
-    // goes.
+    // A locked bar keeps to the function of the PC, or of the last place jumped to, wherever the cursor goes.
     if (GetVarValue(PREF_LOCK_HEADER_BAR) == 0) ShowFuncInHeaderBar(U32(m_pEditor->GetCursor().y() + 1));
 }
 

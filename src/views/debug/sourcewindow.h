@@ -68,7 +68,7 @@ public:
     ///@{
     void ViewPC();
     bool SelectLocation(CSrcLoc Loc, bool Focus = false); ///< false when the file is unknown
-    bool SelectPcLine();
+    void SelectPcLine();                                  ///< nothing happens when the PC has no line
     void SelectNextObsvPoint();
     void SelectPrevObsvPoint();
     void SelectText(const QString& sPath, QPoint Pos, int Length);

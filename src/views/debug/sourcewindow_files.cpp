@@ -1,4 +1,5 @@
 // Documents of the source window: opening, closing, saving, and what the session keeps of them.
+#include "app/services/log.h"
 #include "project/settings/sysvars.h"
 #include "views/debug/sourcewindow.h"
 #include "views/debug/srcdocument.h"
@@ -287,7 +288,13 @@ bool CSourceWindow::SaveDocument(U32 FileNo)
         if (!Ok) return false;
         Format = static_cast<EOL_FORMATS>(Names.indexOf(sChosen));
     }
-    if (!pDocument->Save(Format)) return false;
+    QString sError;
+    if (!pDocument->Save(Format, &sError)) {
+        const QString sText = QStringLiteral("Error writing file %1: %2").arg(pDocument->GetPath(), sError);
+        LogError(sText);
+        CMessageBox::ShowInfo(QStringLiteral("Save Document"), sText);
+        return false;
+    }
     UpdateDocTabBarTexts();
     UpdateActions();
     emit DocumentStateChanged(FileNo, false);

@@ -67,13 +67,15 @@ QByteArray CSrcDocument::GetBytes(EOL_FORMATS Format) const
     return m_Lines.join(sEol).toUtf8();
 }
 
-bool CSrcDocument::Save(EOL_FORMATS Format)
+bool CSrcDocument::Save(EOL_FORMATS Format, QString* psError)
 {
     // Written beside the file and moved over it, so that a full disk can't destroy the old text.
     QSaveFile File(m_sPath);
-    if (!File.open(QIODevice::WriteOnly)) return false;
     const QByteArray Bytes = GetBytes(Format);
-    if (File.write(Bytes) != Bytes.size() || !File.flush() || !File.commit()) return false;
+    if (!File.open(QIODevice::WriteOnly) || File.write(Bytes) != Bytes.size() || !File.flush() || !File.commit()) {
+        *psError = File.errorString();
+        return false;
+    }
     m_ContentHash = qHash(Bytes, 0);
     m_Eol = Format;
     m_CleanPos = m_UndoPos;

@@ -17,7 +17,8 @@ public:
     CSrcDocument(const QString& sPath, U32 FileNo);
 
     bool Load();                   ///< reads the file; false leaves the document as it was
-    bool Save(EOL_FORMATS Format); ///< writes all lines with these line ends
+    /// Writes all lines with these line ends. On failure the file is as it was, and psError gets the reason.
+    bool Save(EOL_FORMATS Format, QString* psError);
     void SetText(const QByteArray& Bytes);
     QByteArray GetBytes(EOL_FORMATS Format) const;
 
