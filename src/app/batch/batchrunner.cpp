@@ -268,8 +268,13 @@ bool CBatchRunner::DoPrint(const BATCH_STEP& Step)
     }
     CWindow* pWindow = RequireWindow(Words.join(' '));
     if (!pWindow) return false;
-    // A closed window follows nothing: whoever wants to read one opens it.
-    if (!pWindow->IsOpen() && CMainWindow::Get().ShowWindow(pWindow->GetName())) Settle();
+    // A closed window follows nothing: whoever wants to read one opens it. The keys still go where they went
+    // before.
+    const QPointer<QWidget> pFocus = QApplication::focusWidget();
+    if (!pWindow->IsOpen() && CMainWindow::Get().ShowWindow(pWindow->GetName())) {
+        if (pFocus) pFocus->setFocus();
+        Settle();
+    }
     for (int Round = 0; Round < 20 && pWindow->PrepareText(Depth); Round++) Settle();
     for (const QString& sLine : pWindow->GetText(Depth)) Print(sLine);
     return true;

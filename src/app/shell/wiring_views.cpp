@@ -330,8 +330,11 @@ void WireValues(DEBUG_VIEW_HOOKS& Hooks, CMainWindow& Main)
     Hooks.GetTooltip = [](const QString& sExpr, CSrcLoc) {
         if (!CDevice::Get().IsHalted()) return QString();
         const EVAL_TEXT Text = EVAL_GetText(sExpr);
-        return Text.sError.isEmpty() ? QStringLiteral("%1 = %2\n%3 @ %4").arg(sExpr, Text.sValue, Text.sType, Text.sLocation)
-                                     : QString();
+        if (!Text.sError.isEmpty()) return QString();
+        // A structure as a whole has no value, and a constant no place.
+        const QString sValue = Text.sValue.isEmpty() ? QString() : QStringLiteral(" = ") + Text.sValue;
+        const QString sPlace = Text.sLocation.isEmpty() ? QString() : QStringLiteral(" @ ") + Text.sLocation;
+        return QString(sExpr + sValue + u'\n' + Text.sType + sPlace);
     };
 }
 

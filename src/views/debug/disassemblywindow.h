@@ -6,6 +6,7 @@
 #include "views/framework/window.h"
 
 class CAsmView;
+class CBreakpointActions;
 class CSideBar;
 class QKeyEvent;
 
@@ -106,6 +107,7 @@ private:
     void TogglePreference(int VarID);
 
     CAsmBlock m_Block;
+    CBreakpointActions* m_pBreakpointActions = nullptr;
     CSideBar* m_pSideBar = nullptr;
     CAsmView* m_pView = nullptr;
     QTimer m_WorkTimer;

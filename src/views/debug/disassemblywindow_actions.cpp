@@ -1,6 +1,7 @@
 // Margin, cursor keys, actions and menus of the disassembly window.
 #include "project/settings/sysvars.h"
 #include "views/debug/asmview.h"
+#include "views/debug/breakpointactions.h"
 #include "views/debug/debugviewhooks.h"
 #include "views/debug/disassemblywindow.h"
 #include "views/debug/insttext.h"
@@ -163,6 +164,15 @@ void CDisassemblyWindow::CreateActions()
         pAction->setCheckable(Row.CheckVarID >= 0);
         Connect(pAction, SIGNAL(triggered()), this, Row.sSlot);
     }
+    m_pBreakpointActions = new CBreakpointActions(
+        this, {[this] {
+                   const U32 Addr = GetSelectedAddr();
+                   return Addr == ADDR_NONE
+                              ? VIEW_POINT()
+                              : AskHook(GetDebugViewHooks().GetBreakpointAt, VIEW_POINT(), Addr);
+               },
+               [this] { return FormatAddr(GetSelectedAddr()); },
+               [this](bool ToggleState) { RunBreakpointCommand(m_pView->GetSelectedRow(), ToggleState); }});
     UpdateActions();
 }
 
@@ -238,14 +248,8 @@ void CDisassemblyWindow::ShowContextMenu(QPoint Pos)
     for (const char* sName : {"actionAsmSetNextPC", "actionAsmRunToCursor"})
         if (FindAction(sName)->isEnabled()) Menu.addAction(FindAction(sName));
     Menu.addSeparator();
-    if (const U32 Addr = GetSelectedAddr(); Addr != ADDR_NONE) {
-        const VIEW_POINT Point = AskHook(GetDebugViewHooks().GetBreakpointAt, VIEW_POINT(), Addr);
-        const int Row = m_pView->GetSelectedRow();
-        connect(Menu.addAction(Point.Exists ? QStringLiteral("Clear &Breakpoint") : QStringLiteral("Set &Breakpoint")), &QAction::triggered, this,
-                [this, Row] { RunBreakpointCommand(Row, false); });
-        if (Point.Exists)
-            connect(Menu.addAction(Point.State == BP_STATE_DISABLED ? QStringLiteral("E&nable Breakpoint") : QStringLiteral("Disable Breakpoint")), &QAction::triggered, this,
-                    [this, Row] { RunBreakpointCommand(Row, true); });
+    if (GetSelectedAddr() != ADDR_NONE) {
+        m_pBreakpointActions->AddTo(Menu);
         Menu.addSeparator();
     }
     for (const char* sName : {"actionAsmViewPC", "actionAsmViewAddress"})

@@ -11,6 +11,7 @@
 #include <QHash>
 #include <memory>
 
+class CBreakpointActions;
 class CFindBar;
 class CSideBar;
 class CSrcDocument;
@@ -201,6 +202,7 @@ private:
     bool IsPCShown() const; ///< connected, halted, and the PC's location is known
     ROW_MARKS GetRowMarks(int Row);
     VIEW_POINT GetBreakpointOfRow(const SRC_ROW& Row) const;
+    int GetCursorRow() const; ///< of the selected instruction, else of the line; -1 without a document
     void RunBreakpointCommand(int Row, bool ToggleState);
     void UpdateReadOnly();
     bool ConfirmEdit();
@@ -217,6 +219,7 @@ private:
     QComboBox* m_pComboSymbols = nullptr;
     QStackedWidget* m_pStack = nullptr;
     QLabel* m_pLabelNotFound = nullptr;
+    CBreakpointActions* m_pBreakpointActions = nullptr;
     CSideBar* m_pSideBar = nullptr;
     CSourceEditor* m_pEditor = nullptr;
     CFindBar* m_pFindBar = nullptr;

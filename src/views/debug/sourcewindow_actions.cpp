@@ -1,5 +1,6 @@
 // Actions and menus of the source window.
 #include "project/settings/sysvars.h"
+#include "views/debug/breakpointactions.h"
 #include "views/debug/findbar.h"
 #include "views/debug/sourcewindow.h"
 #include "views/debug/srcdocument.h"
@@ -74,7 +75,20 @@ void CSourceWindow::CreateActions()
         pAction->setCheckable(Row.Checkable);
         Connect(pAction, SIGNAL(triggered()), this, Row.sSlot);
     }
+    m_pBreakpointActions = new CBreakpointActions(
+        this, {[this] {
+                   const int Row = GetCursorRow();
+                   return Row >= 0 ? GetBreakpointOfRow(m_pEditor->GetRow(Row)) : VIEW_POINT();
+               },
+               [this] { return GetRowLocationText(GetCursorRow()); },
+               [this](bool ToggleState) { RunBreakpointCommand(GetCursorRow(), ToggleState); }});
     UpdateActions();
+}
+
+int CSourceWindow::GetCursorRow() const
+{
+    const int Row = m_pEditor->GetSelectedInstRow();
+    return Row >= 0 ? Row : m_pEditor->GetRowOfLine(GetCursorLoc().Line);
 }
 
 QAction* CSourceWindow::FindAction(const char* sName) const
@@ -251,19 +265,10 @@ void CSourceWindow::ShowContextMenu(QPoint Pos)
 {
     if (IsEmpty()) return;
     QMenu Menu(this);
-    const int Row = m_pEditor->GetSelectedInstRow() >= 0 ? m_pEditor->GetSelectedInstRow()
-                                                         : m_pEditor->GetRowOfLine(GetCursorLoc().Line);
-    const VIEW_POINT Point = GetBreakpointOfRow(m_pEditor->GetRow(Row));
     for (const char* sName : {"actionSrcSetNextStmnt", "actionSrcSetNextPC", "actionSrcRunToCursor"})
         if (FindAction(sName)->isEnabled()) Menu.addAction(FindAction(sName));
     Menu.addSeparator();
-    connect(Menu.addAction(Point.Exists ? QStringLiteral("Clear &Breakpoint")
-                                        : QStringLiteral("Set &Breakpoint")),
-            &QAction::triggered, this, [this, Row] { RunBreakpointCommand(Row, false); });
-    if (Point.Exists)
-        connect(Menu.addAction(Point.State == BP_STATE_DISABLED ? QStringLiteral("E&nable Breakpoint")
-                                                                : QStringLiteral("Disable Breakpoint")),
-                &QAction::triggered, this, [this, Row] { RunBreakpointCommand(Row, true); });
+    m_pBreakpointActions->AddTo(Menu);
     Menu.addSeparator();
     const QString sWord = GetSelectedTextOrWordUnderCursor();
     if (!sWord.isEmpty() && !sWord.contains(u'\n')) {

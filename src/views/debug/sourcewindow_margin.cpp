@@ -150,6 +150,7 @@ QString CSourceWindow::GetRowLocationText(int Row)
 
 void CSourceWindow::RunBreakpointCommand(int Row, bool ToggleState)
 {
+    if (Row < 0 || Row >= m_pEditor->GetNumRows()) return;
     const SRC_ROW& Found = m_pEditor->GetRow(Row);
     const VIEW_POINT Point = GetBreakpointOfRow(Found);
     QString sVerb;
