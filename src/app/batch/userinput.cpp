@@ -56,6 +56,12 @@ void SendKey(int Key, Qt::KeyboardModifiers Modifiers, const QString& sText)
 void SendClick(QWidget* pWidget, QPoint Pos)
 {
     const QPointF Global = pWidget->mapToGlobal(Pos);
+    // The toolkit gives the focus to what is clicked only when the event comes from the window system.
+    TakeFocus();
+    if (pWidget->focusPolicy() & Qt::ClickFocus)
+        pWidget->setFocus(Qt::MouseFocusReason);
+    else if (QWidget* pParent = pWidget->parentWidget(); pParent && pParent->focusPolicy() & Qt::ClickFocus)
+        pParent->setFocus(Qt::MouseFocusReason);
     for (const QEvent::Type Type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
         const auto Buttons = Type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton;
         QMouseEvent Event(Type, Pos, Global, Qt::LeftButton, Buttons, Qt::NoModifier);

@@ -3,6 +3,7 @@
 #include "app/shell/askpath.h"
 #include "app/shell/commandtable.h"
 #include "app/shell/mainwindow.h"
+#include "program/eval/evalhooks.h"
 #include "program/eval/expression.h"
 #include "program/tables/prog.h"
 #include "project/finder/filefinder.h"
@@ -41,6 +42,15 @@ PLACE FindPlace(const QString& sText)
     return Place;
 }
 
+/// Where a variable of the selected frame is declared: its name hides whatever else is called so, a hexadecimal number
+/// like "a" included.
+CSrcLoc GetLocalDeclaration(const QString& sText)
+{
+    for (const ELF_SYM_HANDLE h : EVAL_GetFrameLocals())
+        if (PROG_GetSymName(h, PROG_NAME_PLAIN) == sText) return PROG_GetSymSrcLoc(h);
+    return {};
+}
+
 /// Where a symbol is declared, for those whose address has no line.
 CSrcLoc GetDeclaration(const QString& sText)
 {
@@ -55,7 +65,9 @@ void OnViewSource(int Id)
 {
     if (!CheckParamCount(Id)) return;
     const QString sText = GetActionParam(Id);
-    PLACE Place = FindPlace(sText);
+    PLACE Place;
+    Place.Loc = GetLocalDeclaration(sText);
+    if (!Place.Loc.IsValid()) Place = FindPlace(sText);
     if (!Place.Loc.IsValid() && Place.Addr >= 0) Place.Loc = PROG_GetFirstSrcLoc(U32(Place.Addr));
     if (!Place.Loc.IsValid()) Place.Loc = GetDeclaration(sText);
     if (!Place.Loc.IsValid()) return Fail(Id, ERR_INVALID_PARAM);
@@ -66,7 +78,9 @@ void OnViewSource(int Id)
 void OnViewDisassembly(int Id)
 {
     if (!CheckParamCount(Id)) return;
-    const PLACE Place = FindPlace(GetActionParam(Id));
+    PLACE Place = FindPlace(GetActionParam(Id));
+    // A line without code means the next one that has some, as it does for a breakpoint.
+    if (Place.Addr < 0 && Place.Loc.IsValid()) Place.Addr = PROG_GetFirstAddr(PROG_GetNextLineWithCode(Place.Loc));
     if (Place.Addr < 0) return Fail(Id, ERR_INVALID_PARAM);
     Main().ShowWindow(QStringLiteral("Disassembly"));
     Main().GetSessionWindows().pDisassembly->ViewAddr(U32(Place.Addr));

@@ -127,7 +127,8 @@ void CRegisterWindow::FillContextMenu(QMenu* pMenu, const QModelIndex& SourceInd
 {
     U64 Value = 0;
     if (m_pRegisters->GetValue(SourceIndex, Value)) {
-        const QString sAddr = FormatAddr(U32(Value));
+        // A return address carries the state bit; all ones is no address that could be rounded.
+        const QString sAddr = FormatAddr(U32(Value) == ADDR_NONE ? ADDR_NONE : AlignToInst(U32(Value)));
         auto Add = [pMenu, this, sAddr](const char* sText, const QString& sCommand) {
             QAction* pAction = pMenu->addAction(QString::fromLatin1(sText).arg(sAddr));
             connect(pAction, &QAction::triggered, this,
