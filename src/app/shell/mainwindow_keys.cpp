@@ -80,6 +80,9 @@ void CMainWindow::SetDefaultParam(int ID)
     if (sWord.contains(u'\n')) sWord.clear();
     if (m_W.pDisassembly->HasFocus() && m_W.pDisassembly->GetSelectedAddr() != ADDR_NONE)
         sWord = QString::asprintf("0x%08X", m_W.pDisassembly->GetSelectedAddr());
+    // Elsewhere the current row tells what is meant.
+    for (const CWindow* pWindow : m_Windows)
+        if (pWindow != this && pWindow->HasFocus() && sWord.isEmpty()) sWord = pWindow->GetViewParam(GetCommandName(ID));
     QStringList Params;
     switch (ID) {
     case ACT_VIEW_SOURCE:

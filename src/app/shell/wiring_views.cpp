@@ -94,6 +94,7 @@ void WireProgram(DEBUG_VIEW_HOOKS& Hooks)
     Hooks.GetFileNo = [](const QString& sPath) { return PROG_GetFile(sPath); };
     Hooks.GetFilePath = [](U32 File) { return PROG_GetFilePath(File); };
     Hooks.ResolvePath = [](const QString& sPath) { return CFileFinder::Get().Resolve(sPath); };
+    Hooks.GetNextCodeLoc = [](CSrcLoc Loc) { return PROG_GetNextLineWithCode(Loc); };
     Hooks.GetSrcLocText = [](CSrcLoc Loc) { return PROG_GetSrcLocText(Loc); };
     Hooks.GetFileFuncs = GetFileFuncs;
     Hooks.GetFunctionName = [](U32 Addr) {

@@ -199,6 +199,14 @@ void CBreakpointWindow::ShowLocation(const VIEW_BREAKPOINT& Row)
     if (Row.Addr != ADDR_NONE) emit InstSelected(Row.Addr);
 }
 
+QString CBreakpointWindow::GetViewParam(const QString&) const
+{
+    const VIEW_BREAKPOINT* pRow = m_pModel->GetRow(GetCurrentItem());
+    if (!pRow) return {};
+    if (pRow->Kind != KIND::DATA) return pRow->sLocation;
+    return pRow->sExpression.isEmpty() ? FormatAddr(pRow->Addr) : pRow->sExpression;
+}
+
 void CBreakpointWindow::OnItemClicked(QModelIndex ViewIndex)
 {
     const VIEW_BREAKPOINT* pRow = m_pModel->GetRow(MapToSource(ViewIndex));

@@ -15,6 +15,7 @@ class CBreakpointWindow : public CModelViewWindow {
 
 public:
     explicit CBreakpointWindow(QWidget* pParent = nullptr);
+    QString GetViewParam(const QString& sCommand) const override;
 
     QString GetEmptyWindowText(DEBUG_STATES State) const override;
     void Clear() override; ///< clears all points of the selected row's kind, code breakpoints if none is selected

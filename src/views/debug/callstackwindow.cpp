@@ -207,23 +207,31 @@ void CCallStackWindow::OnBacktraceSelectionChanged(I64 InstIdx)
     if (Frame != m_pStack->GetSelectedFrame()) emit CallSiteSelected(Frame);
 }
 
+QString CCallStackWindow::GetViewParam(const QString& sCommand) const
+{
+    const QModelIndex Index = GetCurrentItem();
+    if (!Index.isValid() || m_pStack->IsClosingRow(Index)) return {};
+    const VIEW_FRAME Frame = m_pStack->GetFrame(Index.row());
+    if (!Frame.IsPCValid) return {};
+    if (sCommand == QLatin1String("View.Source"))
+        return Frame.Loc.IsValid() ? GetViewSrcLocText(Frame.Loc) : QString();
+    return FormatAddr(U32(sCommand == QLatin1String("View.Data") ? Frame.SP : Frame.PC));
+}
+
 void CCallStackWindow::FillContextMenu(QMenu* pMenu, const QModelIndex& SourceIndex)
 {
     if (SourceIndex.isValid() && !m_pStack->IsClosingRow(SourceIndex)) {
-        const VIEW_FRAME Frame = m_pStack->GetFrame(SourceIndex.row());
-        const QString sPC = FormatAddr(U32(Frame.PC));
-        auto Add = [pMenu, this](const char* sText, const QString& sCommand, const QString& sParam) {
+        auto Add = [pMenu, this](const char* sText, const QString& sCommand) {
+            const QString sParam = GetViewParam(sCommand);
+            if (sParam.isEmpty()) return;
             QAction* pAction = pMenu->addAction(QString::fromLatin1(sText));
             pAction->setEnabled(IsWindowCommandEnabled(sCommand));
             connect(pAction, &QAction::triggered, this,
                     [sCommand, sParam] { PerformWindowCommand(sCommand, {sParam}); });
         };
-        if (Frame.IsPCValid) {
-            if (Frame.Loc.IsValid())
-                Add("View &Source", QStringLiteral("View.Source"), GetViewSrcLocText(Frame.Loc));
-            Add("View &Disassembly", QStringLiteral("View.Disassembly"), sPC);
-            Add("View D&ata", QStringLiteral("View.Data"), FormatAddr(U32(Frame.SP)));
-        }
+        Add("View &Source", QStringLiteral("View.Source"));
+        Add("View &Disassembly", QStringLiteral("View.Disassembly"));
+        Add("View D&ata", QStringLiteral("View.Data"));
         pMenu->addSeparator();
     }
     pMenu->addAction(m_pActionOnTop);

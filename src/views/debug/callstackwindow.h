@@ -9,6 +9,7 @@ class CCallStackWindow : public CModelViewWindow {
 
 public:
     explicit CCallStackWindow(QWidget* pParent = nullptr);
+    QString GetViewParam(const QString& sCommand) const override;
 
     void Clear() override;
     void Update(U32 NewPC) override;

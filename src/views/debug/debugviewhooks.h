@@ -104,6 +104,7 @@ struct DEBUG_VIEW_HOOKS {
     std::function<QString(U32 FileNo)> GetFilePath;     ///< empty for an unknown number
     std::function<QString(const QString& sPath)> ResolvePath; ///< where a file really is; empty if nowhere
     std::function<QString(CSrcLoc Loc)> GetSrcLocText;        ///< "main.c:12"
+    std::function<CSrcLoc(CSrcLoc Loc)> GetNextCodeLoc; ///< the line itself or the next one with code; invalid if none follows
     std::function<QList<VIEW_FUNC>(U32 FileNo)> GetFileFuncs;
     std::function<QString(U32 Addr)> GetFunctionName; ///< empty for none
     std::function<ELF_SYM_HANDLE(U32 Addr)> GetFunctionAt;

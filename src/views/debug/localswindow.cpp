@@ -80,4 +80,10 @@ void CLocalsWindow::OnItemDoubleClicked(QModelIndex ViewIndex)
     if (Path.size() == 1 && ViewIndex.column() != LOCALS_COLUMN_VALUE) PerformWindowCommand(QStringLiteral("View.Source"), Path);
 }
 
+QString CLocalsWindow::GetViewParam(const QString&) const
+{
+    const QStringList Path = m_pModel->GetPath(GetCurrentItem());
+    return Path.size() == 1 ? Path.first() : QString();
+}
+
 #include "moc_localswindow.cpp"

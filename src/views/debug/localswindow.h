@@ -9,6 +9,7 @@ class CLocalsWindow : public CModelViewWindow {
 
 public:
     explicit CLocalsWindow(QWidget* pParent = nullptr);
+    QString GetViewParam(const QString& sCommand) const override;
 
     void Clear() override; ///< forgets the function too
     void UpdateItems() override;

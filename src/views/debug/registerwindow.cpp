@@ -123,19 +123,29 @@ void CRegisterWindow::OnDeviceReadRegFailed(U32 BrylloRegIdx)
     OnDeviceReadRegsFailed(1, &BrylloRegIdx);
 }
 
-void CRegisterWindow::FillContextMenu(QMenu* pMenu, const QModelIndex& SourceIndex)
+QString CRegisterWindow::GetViewParam(const QString& sCommand) const
 {
     U64 Value = 0;
-    if (m_pRegisters->GetValue(SourceIndex, Value)) {
-        // A return address carries the state bit; all ones is no address that could be rounded.
-        const QString sAddr = FormatAddr(U32(Value) == ADDR_NONE ? ADDR_NONE : AlignToInst(U32(Value)));
-        auto Add = [pMenu, this, sAddr](const char* sText, const QString& sCommand) {
-            QAction* pAction = pMenu->addAction(QString::fromLatin1(sText).arg(sAddr));
-            connect(pAction, &QAction::triggered, this,
-                    [sCommand, sAddr] { PerformWindowCommand(sCommand, {sAddr}); });
-        };
-        if (AskHook(GetDebugViewHooks().GetSrcLoc, CSrcLoc(), AlignToInst(U32(Value))).IsValid())
-            Add("View &Source of %1", QStringLiteral("View.Source"));
+    if (!m_pRegisters->GetValue(GetCurrentItem(), Value)) return {};
+    // A return address carries the state bit; all ones is no address that could be rounded.
+    const U32 Addr = U32(Value) == ADDR_NONE ? ADDR_NONE : AlignToInst(U32(Value));
+    if (sCommand == QLatin1String("View.Source") &&
+        !AskHook(GetDebugViewHooks().GetSrcLoc, CSrcLoc(), Addr).IsValid())
+        return {};
+    return FormatAddr(Addr);
+}
+
+void CRegisterWindow::FillContextMenu(QMenu* pMenu, const QModelIndex& SourceIndex)
+{
+    auto Add = [pMenu, this](const char* sText, const QString& sCommand) {
+        const QString sAddr = GetViewParam(sCommand);
+        if (sAddr.isEmpty()) return;
+        QAction* pAction = pMenu->addAction(QString::fromLatin1(sText).arg(sAddr));
+        connect(pAction, &QAction::triggered, this,
+                [sCommand, sAddr] { PerformWindowCommand(sCommand, {sAddr}); });
+    };
+    if (SourceIndex.isValid()) {
+        Add("View &Source of %1", QStringLiteral("View.Source"));
         Add("View &Disassembly of %1", QStringLiteral("View.Disassembly"));
         Add("View D&ata at %1", QStringLiteral("View.Data"));
     }

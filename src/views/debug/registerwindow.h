@@ -10,6 +10,7 @@ class CRegisterWindow : public CModelViewWindow {
 public:
     explicit CRegisterWindow(QWidget* pParent = nullptr,
                              const QString& sName = QStringLiteral("Registers 1"));
+    QString GetViewParam(const QString& sCommand) const override;
 
     void Rebuild(); ///< takes the groups of the core in use; at first the first one is unfolded
     void Clear() override;

@@ -202,6 +202,7 @@ private:
     bool IsPCShown() const; ///< connected, halted, and the PC's location is known
     ROW_MARKS GetRowMarks(int Row);
     VIEW_POINT GetBreakpointOfRow(const SRC_ROW& Row) const;
+    QString GetCursorCodeLocText() const;
     int GetCursorRow() const; ///< of the selected instruction, else of the line; -1 without a document
     void RunBreakpointCommand(int Row, bool ToggleState);
     void UpdateReadOnly();

@@ -150,9 +150,16 @@ void CSourceWindow::OnActionNextDocumentTriggered()
         SetCurrentTab((int(m_TabFiles.indexOf(GetActiveFileNo())) + 1) % int(m_TabFiles.size()));
 }
 
+/// Execution can only be led to a line with code: on any other the next one is meant, as for a breakpoint.
+QString CSourceWindow::GetCursorCodeLocText() const
+{
+    const CSrcLoc Code = AskHook(GetDebugViewHooks().GetNextCodeLoc, CSrcLoc(), GetCursorLoc());
+    return GetViewSrcLocText(Code.IsValid() ? Code : GetCursorLoc());
+}
+
 void CSourceWindow::OnActionSetNextStmntTriggered()
 {
-    PerformWindowCommand(QStringLiteral("Debug.SetNextStatement"), {GetViewSrcLocText(GetCursorLoc())});
+    PerformWindowCommand(QStringLiteral("Debug.SetNextStatement"), {GetCursorCodeLocText()});
 }
 
 void CSourceWindow::OnActionSetNextPCTriggered()
@@ -167,7 +174,7 @@ void CSourceWindow::OnActionRunToCursorTriggered()
 {
     const int Row = m_pEditor->GetSelectedInstRow();
     const QString sPlace =
-        Row >= 0 ? FormatAddr(U32(m_pEditor->GetRow(Row).Addr)) : GetViewSrcLocText(GetCursorLoc());
+        Row >= 0 ? FormatAddr(U32(m_pEditor->GetRow(Row).Addr)) : GetCursorCodeLocText();
     PerformWindowCommand(QStringLiteral("Debug.RunTo"), {sPlace});
 }
 

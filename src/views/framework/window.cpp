@@ -277,6 +277,10 @@ QString CWindow::GetStatusText() const
 {
     return QString();
 }
+QString CWindow::GetViewParam(const QString&) const
+{
+    return {};
+}
 
 bool CWindow::IsMatched(QString sInput) const
 {

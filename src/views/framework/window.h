@@ -130,6 +130,8 @@ public:
     virtual QString GetEmptyWindowButtonText(DEBUG_STATES State) const; ///< empty = no button
     virtual QPoint GetContextMenuPos(int Reason) const;
     virtual QString GetStatusText() const;
+    /// What the current row stands for as the parameter of a command of the View group ("View.Source"); empty for nothing.
+    virtual QString GetViewParam(const QString& sCommand) const;
     virtual U32 GetFlags() const { return m_Flags; }
     virtual bool TestFlag(WINDOW_FLAGS Flag) const { return (m_Flags & Flag) != 0; }
     virtual bool HasFocus() const { return m_HasFocus; }
