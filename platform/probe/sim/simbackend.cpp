@@ -421,7 +421,7 @@ int CSimBackend::EndDownload()
     m_Programming = false;
     pBoard->Freeze(false);
     WakeRunner();
-    if (Error == 0) {
+    if (Error == 0 && NumProgrammed + NumEqual > 0) { // a download may lie in RAM alone
         m_Log.Info("Flash download: " + std::to_string(NumProgrammed) + " sectors programmed, " +
                    std::to_string(NumEqual) + " unchanged");
     }
