@@ -58,6 +58,13 @@ const BP_ACTION aActions[] = {
 
 bool IsTrace(U8 Kind) { return Kind == KIND::TRACE_START || Kind == KIND::TRACE_STOP; }
 
+/// Where a row leads to, as a command of the View group takes it.
+QString GetPlaceText(const VIEW_BREAKPOINT& Row)
+{
+    if (Row.Kind != KIND::DATA) return Row.sLocation;
+    return Row.sExpression.isEmpty() ? FormatAddr(Row.Addr) : Row.sExpression;
+}
+
 /// What the clear-all action of a kind clears.
 QString GetKindName(U8 Kind)
 {
@@ -202,9 +209,7 @@ void CBreakpointWindow::ShowLocation(const VIEW_BREAKPOINT& Row)
 QString CBreakpointWindow::GetViewParam(const QString&) const
 {
     const VIEW_BREAKPOINT* pRow = m_pModel->GetRow(GetCurrentItem());
-    if (!pRow) return {};
-    if (pRow->Kind != KIND::DATA) return pRow->sLocation;
-    return pRow->sExpression.isEmpty() ? FormatAddr(pRow->Addr) : pRow->sExpression;
+    return pRow ? GetPlaceText(*pRow) : QString();
 }
 
 void CBreakpointWindow::OnItemClicked(QModelIndex ViewIndex)
@@ -221,8 +226,8 @@ void CBreakpointWindow::OnItemDoubleClicked(QModelIndex ViewIndex)
     if (!pRow || ViewIndex.column() == BP_COLUMN_STATE) return;
     const VIEW_BREAKPOINT Row = *pRow;
     if (Row.Kind == KIND::DATA)
-        PerformWindowCommand(QStringLiteral("View.Data"), {Row.sExpression.isEmpty() ? FormatAddr(Row.Addr) : Row.sExpression});
-    else if (PerformWindowCommand(Row.Loc.IsValid() ? QStringLiteral("View.Source") : QStringLiteral("View.Disassembly"), {Row.sLocation}) < 0)
+        PerformWindowCommand(QStringLiteral("View.Data"), {GetPlaceText(Row)});
+    else if (PerformWindowCommand(Row.Loc.IsValid() ? QStringLiteral("View.Source") : QStringLiteral("View.Disassembly"), {GetPlaceText(Row)}) < 0)
         ShowLocation(Row);
 }
 
