@@ -8,13 +8,17 @@
 #include <QAbstractScrollArea>
 #include <QAction>
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QKeySequence>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QTreeView>
 #include <QWindow>
 
 namespace {
+
+constexpr int FOCUS_MS = 2000; ///< a window that isn't active by then won't be
 
 QAction* FindAction(const QString& sName)
 {
@@ -27,12 +31,21 @@ QAction* FindAction(const QString& sName)
     return nullptr;
 }
 
-/// Without a window manager nobody gives the focus back when the dialog that had it is gone.
+/// Without a window manager nobody gives the focus back when the dialog that had it is gone; and a dialog that has only
+/// just opened has it a few events later.
 void TakeFocus()
 {
-    if (QApplication::activeWindow() || QApplication::activePopupWidget()) return;
-    CMainWindow::Get().activateWindow();
-    QCoreApplication::processEvents();
+    if (QApplication::activePopupWidget()) return;
+    const QPointer<QWidget> pModal = QApplication::activeModalWidget(); // an event may close it
+    const auto HasFocus = [&pModal] {
+        const QWidget* pActive = QApplication::activeWindow();
+        return pActive && (!pModal || pActive == pModal);
+    };
+    QElapsedTimer Time;
+    for (Time.start(); !HasFocus() && Time.elapsed() < FOCUS_MS;) {
+        (pModal ? pModal.data() : &CMainWindow::Get())->activateWindow();
+        QCoreApplication::processEvents();
+    }
 }
 
 QWidget* Target()
