@@ -253,6 +253,11 @@ constexpr int PROBE_COMMANDS[] = {ACT_PROJECT_SET_CORE_PLUGIN, ACT_PROJECT_SET_D
                                   ACT_PROJECT_SET_HOST_IF,     ACT_PROJECT_SET_TARGET_IF, ACT_PROJECT_SET_TIF_SPEED,
                                   ACT_PROJECT_SET_JTAG_CONFIG};
 
+bool WaitForDevice()
+{
+    return QTest::qWaitFor([] { return CDevice::Get().IsIdle(); });
+}
+
 /// The device is configured as the script of a project has asked for.
 void ConfigureAs(const CProjectRig& Rig, const QStringList& EndianLines)
 {
@@ -277,6 +282,7 @@ void tst_roundtrip::ConnectionDialog()
         const QString sPath = Rig.Put("p.bdebug", Before);
         QCOMPARE(BScript::Load(sPath), 0);
         QCOMPARE(BScript::RunEvent(EVENT_ON_PROJECT_LOAD), 0);
+        QVERIFY(WaitForDevice()); // what the script has set reaches the configuration a second time
         ConfigureAs(Rig, Live(Plain, "Target.SetEndianess"));
         CBrylloSettingsDialog Dialog;
         TARGET_STATE State(Dialog.GetStateText());
@@ -294,14 +300,14 @@ void tst_roundtrip::ConnectionDialog()
             Written << Mine;
         }
         Dialog.OnButtonSaveClicked();
-        QTRY_VERIFY(!CDevice::Get().HasPendingJob(BT_CONFIGURE)); // also one that the worker has just taken
+        QVERIFY(WaitForDevice());
         QVERIFY2(Dialog.result() == QDialog::Accepted, Choice.Name);
         const QByteArray After = Rig.Bytes("p.bdebug");
         const QString sWrong = Compare(Before, After, Names, Written);
         QVERIFY2(sWrong.isEmpty(), qPrintable(QString("%1: %2\n%3").arg(Choice.Name, sWrong, QString::fromUtf8(After))));
         CBrylloSettingsDialog Again;
         Again.OnButtonSaveClicked();
-        QTRY_VERIFY(!CDevice::Get().HasPendingJob(BT_CONFIGURE)); // it would set the next choice's device anew
+        QVERIFY(WaitForDevice()); // or it would set the next choice's device anew
         QCOMPARE(Rig.Bytes("p.bdebug"), After);
     }
 }
